@@ -1,0 +1,371 @@
+/* CPE DM: diagnostic monitor of an LTE/5G modem.
+ *
+ * One client at a time registers with cpe_dm_init, asks for metrics of the serving and the neighbouring cells, and sets
+ * the indications it wants to be told of. Values that cannot be had at once, and indications, come to its callback.
+ *
+ * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
+ * cpe_dm_init again only after cpe_dm_deinit.
+ *
+ * Threads: every operation may be called from any thread; the module serialises them with one lock. An operation that
+ * sends requests to the modem may hold that lock for as long as the modem takes to answer, at most 50 s a request. An
+ * operation that meets a cpe_dm_deinit in progress waits for its end.
+ *
+ * Status: every operation returns a cpe_dm_status. What every operation but cpe_dm_init may return is
+ *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current initialisation, or an argument is not as
+ *                               the operation asks for;
+ *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way;
+ *   CPE_DM_ERR_FAILURE          a system primitive failed;
+ * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0. */
+#ifndef CPE_DM_H
+#define CPE_DM_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Names one initialisation; never 0 while that initialisation lasts. */
+typedef void *cpe_dm_hndl;
+
+typedef enum {
+    CPE_DM_SUCCESS = 0,
+    CPE_DM_ERR_FAILURE = -1,              /* a lower layer failed */
+    CPE_DM_ERR_INVALID_PARAM = -2,        /* null or wrong handle, null record or list, zero count, wrong info type,
+                                             missing result record, missing or too small threshold */
+    CPE_DM_ERR_NO_MEMORY = -3,            /* a memory allocation failed */
+    CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
+    CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response */
+    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or nothing at all */
+    CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
+    CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a client is registered already */
+    CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */
+    CPE_DM_ERR_INFO_UNAVAILABLE = -17,    /* the modem answered without the value asked for */
+} cpe_dm_status;
+
+/* What a cpe_dm_info is. */
+typedef enum {
+    CPE_DM_INFO_TYPE_REQUEST = 1,   /* a metric request and its answer */
+    CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* an asynchronous response, given to the callback */
+    CPE_DM_INFO_TYPE_IND = 3,       /* an indication: its setting, or one given to the callback */
+} cpe_dm_info_type;
+
+/* Metrics, with the value that a successful request leaves in the record. Signal and power values are in the units in
+ * which the modem's network access service reports them: RSRP in dBm, RSRQ in dB, SINR and TX power as given.
+ *
+ * The neighbour metrics (EARFCN to RSRQ of neighbouring cells) give no value: a request starts a network scan, and the
+ * response comes to the callback, filled with what had been asked for. */
+typedef enum {
+    CPE_DM_METRIC_INVALID = 0,
+    CPE_DM_METRIC_REG_STATUS = 1,       /* UINT32: a cpe_dm_reg_status */
+    CPE_DM_METRIC_LTE_EARFCN = 2,       /* INT64, 0 to 65535 */
+    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64: NR ARFCN, unsigned 32-bit; 0 where the modem did not report it */
+    CPE_DM_METRIC_LTE_PCI = 4,          /* INT64, unsigned 16-bit */
+    CPE_DM_METRIC_NR5G_PCI = 5,         /* INT64, unsigned 16-bit */
+    CPE_DM_METRIC_LTE_CGI = 6,          /* INT64, unsigned 32-bit */
+    CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the 64 bits of the identity as they are */
+    CPE_DM_METRIC_LTE_PLMN = 8,         /* INT64_LIST, 3 entries: the bytes of the PLMN ID in order, 0 to 255 each */
+    CPE_DM_METRIC_NR5G_PLMN = 9,        /* as LTE */
+    CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, signed 16-bit */
+    CPE_DM_METRIC_NR5G_RSRP = 11,       /* INT64, signed 16-bit */
+    CPE_DM_METRIC_LTE_RSRQ = 12,        /* INT64, signed 8-bit */
+    CPE_DM_METRIC_NR5G_RSRQ = 13,       /* INT64, signed 16-bit */
+    CPE_DM_METRIC_LTE_SINR = 14,        /* INT64, signed 16-bit */
+    CPE_DM_METRIC_NR5G_SINR = 15,       /* INT64, signed 16-bit */
+    CPE_DM_METRIC_LTE_CQI = 16,         /* CQI_INFO: fills the caller's cpe_dm_lte_cqi_info */
+    CPE_DM_METRIC_NR5G_CQI = 17,        /* CQI_INFO: fills the caller's cpe_dm_nr5g_cqi_info */
+    CPE_DM_METRIC_LTE_TAC = 18,         /* INT64, unsigned 16-bit */
+    CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
+    CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit */
+    CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit */
+    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE neighbours: CPE_DM_ASYNC_RSP_LTE_NBR */
+    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR 5G neighbours: CPE_DM_ASYNC_RSP_NR5G_NBR */
+    CPE_DM_METRIC_LTE_NBR_PCI = 24,
+    CPE_DM_METRIC_NR5G_NBR_PCI = 25,
+    CPE_DM_METRIC_LTE_NBR_CGI = 26,
+    CPE_DM_METRIC_NR5G_NBR_CGI = 27,
+    CPE_DM_METRIC_LTE_NBR_PLMN = 28,
+    CPE_DM_METRIC_NR5G_NBR_PLMN = 29,
+    CPE_DM_METRIC_LTE_NBR_RSRP = 30,
+    CPE_DM_METRIC_NR5G_NBR_RSRP = 31,
+    CPE_DM_METRIC_LTE_NBR_RSRQ = 32,
+    CPE_DM_METRIC_LTE_CELL_LOCK_LIST = 33,  /* CELL_LOCK_LIST: fills the caller's cpe_dm_lte_cell_lock_list */
+    CPE_DM_METRIC_NR5G_CELL_LOCK_LIST = 34, /* CELL_LOCK_LIST: fills the caller's cpe_dm_nr5g_cell_lock_list */
+    CPE_DM_METRIC_CNT = 35,
+} cpe_dm_metric_id;
+
+/* Indications. Registration status needs no value when it is set, and is delivered as UINT32, the new
+ * cpe_dm_reg_status. The others take a threshold (INT64, at least 1), the change after which the modem reports, and
+ * are delivered as INT64, the new value in the units of the metric of the same name. */
+typedef enum {
+    CPE_DM_IND_INVALID = 0,
+    CPE_DM_IND_REG_STATUS = 1,
+    CPE_DM_IND_LTE_RSRP = 2,
+    CPE_DM_IND_NR5G_RSRP = 3,
+    CPE_DM_IND_LTE_RSRQ = 4,
+    CPE_DM_IND_NR5G_RSRQ = 5,
+    CPE_DM_IND_LTE_SINR = 6,
+    CPE_DM_IND_NR5G_SINR = 7,
+    CPE_DM_IND_CNT = 8,
+} cpe_dm_ind_id;
+
+/* Asynchronous responses. */
+typedef enum {
+    CPE_DM_ASYNC_RSP_INVALID = 0,
+    CPE_DM_ASYNC_RSP_LTE_NBR = 1,  /* LTE_NBR_INFO */
+    CPE_DM_ASYNC_RSP_NR5G_NBR = 2, /* NR5G_NBR_INFO */
+    CPE_DM_ASYNC_RSP_CNT = 3,
+} cpe_dm_async_rsp_id;
+
+/* Which member of a record's value holds; together with the ID it says what the member means. */
+typedef enum {
+    CPE_DM_VALUE_NONE = 0,           /* none: a delivered record of this type reports an event without data */
+    CPE_DM_VALUE_INT64 = 2,          /* i64_val */
+    CPE_DM_VALUE_UINT32 = 4,         /* u32_val */
+    CPE_DM_VALUE_INT64_LIST = 6,     /* i64_list, value_cnt entries */
+    CPE_DM_VALUE_CQI_INFO = 7,       /* cqi_info, the caller's record */
+    CPE_DM_VALUE_CELL_LOCK_LIST = 8, /* lte_cell_lock_list or nr5g_cell_lock_list, the caller's record */
+    CPE_DM_VALUE_LTE_NBR_INFO = 9,   /* lte_nbr_info, allocated by the module */
+    CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, allocated by the module */
+} cpe_dm_value_type;
+
+/* Registration status. Metrics are served in CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G. */
+typedef enum {
+    CPE_DM_REG_NONE = 1,        /* no service status that would give another value */
+    CPE_DM_REG_POWER_SAVE = 2,  /* the serving system reports service status 4 */
+    CPE_DM_REG_LIMITED = 3,     /* the serving system reports service status 1 */
+    CPE_DM_REG_LIMITED_REG = 4, /* the serving system reports service status 3 */
+    CPE_DM_REG_LTE = 5,         /* LTE in service */
+    CPE_DM_REG_LTE_NR5G = 6,    /* LTE in service with an NR 5G cell attached (EN-DC) */
+    CPE_DM_REG_NR5G = 7,        /* NR 5G in service */
+} cpe_dm_reg_status;
+
+/* Capacities of the records below. Whoever fills a record writes at most that many entries and sets the count to the
+ * number written. */
+enum {
+    CPE_DM_I64_LIST_MAX = 20,
+    CPE_DM_LTE_CC_MAX = 7,
+    CPE_DM_NR5G_CC_MAX = 12,
+    CPE_DM_CW_MAX = 4,
+    CPE_DM_LTE_CELL_LOCK_MAX = 60,
+    CPE_DM_NR5G_ARFCN_LOCK_MAX = 32,
+    CPE_DM_LTE_NBR_MAX = 5,
+    CPE_DM_LTE_NBR_PLMN_MAX = 6,
+    CPE_DM_NR5G_NBR_MAX = 10,
+    CPE_DM_NR5G_NBR_PLMN_MAX = 12,
+    CPE_DM_NR5G_NBR_CGI_MAX = 12,
+};
+
+/* CQI of the codewords of one component carrier. */
+typedef struct {
+    uint32_t cw_cqi_len;           /* valid entries of cw_cqi */
+    uint8_t cw_cqi[CPE_DM_CW_MAX]; /* CQI index of each codeword, in order */
+} cpe_dm_cw_cqi;
+
+/* CQI of the LTE serving cells, one entry a component carrier. */
+typedef struct {
+    uint8_t cc_cqi_valid; /* 1 when the module filled the record */
+    uint32_t cc_cqi_len;  /* valid entries of cc_cqi */
+    cpe_dm_cw_cqi cc_cqi[CPE_DM_LTE_CC_MAX];
+} cpe_dm_lte_cqi_info;
+
+/* CQI of the NR 5G serving cells, as for LTE. */
+typedef struct {
+    uint8_t cc_cqi_valid;
+    uint32_t cc_cqi_len;
+    cpe_dm_cw_cqi cc_cqi[CPE_DM_NR5G_CC_MAX];
+} cpe_dm_nr5g_cqi_info;
+
+typedef struct {
+    uint16_t pci;
+    uint16_t freq; /* EARFCN */
+} cpe_dm_lte_cell_lock;
+
+/* The LTE cells to which the modem is locked. */
+typedef struct {
+    uint8_t lte_cell_list_valid; /* not 0: the modem reported a list */
+    uint8_t lte_cell_list_len;   /* valid entries of lte_cell_list; 0: there is no lock */
+    cpe_dm_lte_cell_lock lte_cell_list[CPE_DM_LTE_CELL_LOCK_MAX];
+} cpe_dm_lte_cell_lock_list;
+
+/* The NR 5G lock: either one cell or a list of frequencies. */
+typedef struct {
+    uint8_t cell_identity_valid; /* 1: the lock is the one cell of pci and arfcn */
+    uint16_t pci;
+    uint32_t arfcn;               /* NR ARFCN */
+    uint8_t arfcn_identity_valid; /* 1: the lock is the list of arfcn_list */
+    uint32_t arfcn_list_len;      /* valid entries of arfcn_list */
+    uint32_t arfcn_list[CPE_DM_NR5G_ARFCN_LOCK_MAX];
+} cpe_dm_nr5g_cell_lock_list;
+
+typedef struct {
+    uint16_t plmn_mcc;
+    uint16_t plmn_mnc;
+    uint8_t plmn_mnc_includes_pcs_digit; /* 1: the MNC has three digits */
+} cpe_dm_plmn;
+
+/* One LTE neighbour. CGI and PLMNs are there when they were asked for. */
+typedef struct {
+    uint32_t earfcn;
+    uint16_t pci;
+    uint8_t cgi_valid;
+    uint32_t cgi;
+    uint8_t plmn_valid;
+    uint32_t plmn_len; /* valid entries of plmn */
+    cpe_dm_plmn plmn[CPE_DM_LTE_NBR_PLMN_MAX];
+} cpe_dm_lte_nbr;
+
+/* Payload of CPE_DM_ASYNC_RSP_LTE_NBR. The list is filled when EARFCN, PCI, CGI or PLMN was asked for, the
+ * highest-signal block when RSRP or RSRQ was. */
+typedef struct {
+    uint8_t nbr_valid; /* 1: the neighbour list was filled */
+    uint32_t nbr_len;  /* valid entries of nbr */
+    cpe_dm_lte_nbr nbr[CPE_DM_LTE_NBR_MAX];
+    uint8_t highest_sig_valid; /* 1: the block of the neighbour with the highest signal was filled */
+    uint32_t highest_sig_earfcn;
+    uint16_t highest_sig_pci;
+    uint8_t highest_sig_rsrp_valid;
+    int16_t highest_sig_rsrp; /* dBm */
+    uint8_t highest_sig_rsrq_valid;
+    int16_t highest_sig_rsrq; /* dB */
+} cpe_dm_lte_nbr_info;
+
+/* One NR 5G neighbour. RSRP, PLMNs and CGIs are there when they were asked for. */
+typedef struct {
+    uint32_t earfcn; /* NR ARFCN */
+    uint16_t pci;
+    uint8_t rsrp_valid;
+    int16_t rsrp; /* dBm */
+    uint8_t plmn_valid;
+    uint32_t plmn_len; /* valid entries of plmn */
+    cpe_dm_plmn plmn[CPE_DM_NR5G_NBR_PLMN_MAX];
+    uint8_t cgi_valid;
+    uint32_t cgi_len; /* valid entries of cgi */
+    uint64_t cgi[CPE_DM_NR5G_NBR_CGI_MAX];
+} cpe_dm_nr5g_nbr;
+
+/* Payload of CPE_DM_ASYNC_RSP_NR5G_NBR. */
+typedef struct {
+    uint8_t nbr_valid; /* 1: the neighbour list was filled */
+    uint32_t nbr_len;  /* valid entries of nbr */
+    cpe_dm_nr5g_nbr nbr[CPE_DM_NR5G_NBR_MAX];
+} cpe_dm_nr5g_nbr_info;
+
+/* The one record through which every value travels. A caller zeroes the whole record before it fills in what the
+ * operation asks for. */
+typedef struct {
+    uint32_t info_type;  /* a cpe_dm_info_type */
+    uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, by info_type */
+    uint32_t value_type; /* a cpe_dm_value_type; set by the module, but for the threshold of an indication */
+    union {
+        uint32_t u32_val;
+        int64_t i64_val;
+        int64_t i64_list[CPE_DM_I64_LIST_MAX];
+        void *cqi_info; /* a cpe_dm_lte_cqi_info or a cpe_dm_nr5g_cqi_info, by id */
+        cpe_dm_lte_cell_lock_list *lte_cell_lock_list;
+        cpe_dm_nr5g_cell_lock_list *nr5g_cell_lock_list;
+        cpe_dm_lte_nbr_info *lte_nbr_info;
+        cpe_dm_nr5g_nbr_info *nr5g_nbr_info;
+    } value;
+    uint32_t value_cnt; /* valid entries of i64_list */
+} cpe_dm_info;
+
+/* The client's callback: hndl of the current initialisation, a record of type CPE_DM_INFO_TYPE_ASYNC_RSP or
+ * CPE_DM_INFO_TYPE_IND, and the user_data given to cpe_dm_init.
+ *
+ * Called on the module's command thread, one event after the other, while the module's lock is held: it must not call
+ * any operation of the module, and should return quickly. The record and, for a response with data, the neighbour
+ * record that its value points to were allocated with calloc for this call alone and are now the callback's: it
+ * releases each of them with free. A record whose value type is CPE_DM_VALUE_NONE reports an event without data; for a
+ * response it means that the scan did not succeed. */
+typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
+
+/* Registers the one client and connects to the modem. Blocks, without limit, until the modem's network access service
+ * is present. On success stores the new handle in *hndl. user_data may be null; it is handed to every callback.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM        hndl or user_cb_fn is null
+ *   CPE_DM_ERR_ALREADY_INITIALIZED  a client is registered; it stays as it is
+ *   CPE_DM_ERR_FAILURE              the connection, the first system information query or the command thread failed
+ *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed
+ * After any failure nothing is registered that was not before. */
+int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_fn);
+
+/* Ends the initialisation: no callback runs when it returns 0 or afterwards, events still queued are released
+ * undelivered, the indications set and a scan asked for are forgotten, and the handle is invalid.
+ *
+ *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down; the handle then answers
+ *                       CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it starts anew */
+int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
+
+/* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id, and for CQI
+ * and cell lock lists points value at its own zeroed record; the module keeps no pointer to it. The module sets
+ * value_type and value. For a neighbour metric it starts a scan instead and leaves the record as it is; while a scan
+ * is outstanding, further neighbour requests are refused.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM        also: dm_info is null or not a request, or its result record is missing
+ *   CPE_DM_ERR_SERVICE_UNAVAILABLE  neither LTE nor NR 5G is in service (any metric but the registration status)
+ *   CPE_DM_ERR_NOT_SUPPORTED        no such metric
+ *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric; value_type is CPE_DM_VALUE_NONE
+ *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric, and a scan is outstanding
+ *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused
+ *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed */
+int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
+
+/* Retrieves dm_info_list_cnt (at least 1) metrics, each record as for cpe_dm_get_info, in order. Other operations and
+ * callbacks may run between two records. The first record that fails ends the operation with its status; those before
+ * it keep their values, and no scan is started. A metric that does not exist is passed over, and
+ * CPE_DM_ERR_NOT_SUPPORTED returned when it was the last of the list. All neighbour metrics of the list together start
+ * one scan, LTE before NR 5G; they are not tested for service.
+ *
+ *   as cpe_dm_get_info; CPE_DM_ERR_SCAN_ONGOING when the list names a neighbour metric while a scan is outstanding,
+ *   and then nothing of it is processed */
+int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt);
+
+/* Sets one indication, or replaces its threshold. The caller sets info_type to CPE_DM_INFO_TYPE_IND, id to a
+ * cpe_dm_ind_id and, for all but the registration status, value_type to CPE_DM_VALUE_INT64 and i64_val to the
+ * threshold, of which the low 16 bits are used. On failure the indications are as before.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_info is null or not an indication, or its threshold is missing or below 1
+ *   CPE_DM_ERR_NOT_SUPPORTED  no such indication
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused
+ *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
+int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
+
+/* Stores the number of indications set, 0 to 7, in *dm_ind_cnt.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_cnt is null */
+int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
+
+/* Stores the IDs of the indications set in the first entries of dm_ind_list, in the order 1, 2, 4, 6, 3, 5, 7, and 0 in
+ * the rest of its dm_ind_list_cnt entries. A list of 7 entries always suffices.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt 0
+ *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; it is not written */
+int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt);
+
+/* Clears the dm_clr_ind_list_cnt indications listed; those that are not set may be among them. All are cleared or, on
+ * failure, none.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt 0
+ *   CPE_DM_ERR_NOT_SUPPORTED  the list names an indication that does not exist
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused
+ *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
+int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt);
+
+/* There is no control setting: checks its arguments and refuses.
+ *
+ *   CPE_DM_ERR_INVALID_PARAM  also: dm_ctrl_info is null
+ *   CPE_DM_ERR_NOT_SUPPORTED  otherwise */
+int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info);
+
+/* Display names, static text. An ID outside its catalogue has the name of ID 0. Callable at any time, from any thread,
+ * also from the callback. */
+const char *cpe_dm_metric_name(uint32_t id);
+const char *cpe_dm_ind_name(uint32_t id);
+const char *cpe_dm_async_rsp_name(uint32_t id);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
