@@ -1,0 +1,203 @@
+#include "cpe_dm_interface.h"
+
+#include "cpe_dm_log.h"
+#include "cpe_dm_thread.h"
+#include "cpe_dm_zeb_nas.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+
+cpe_dm_state_record cpe_dm_state;
+pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
+
+/* Set while the queue is taken down with the lock let go; who comes meanwhile waits. The command thread does not: it is
+ * what the take-down waits for. */
+static std::atomic<bool> taking_down;
+static pthread_cond_t taken_down = PTHREAD_COND_INITIALIZER;
+
+int32_t cpe_dm_guard_take(cpe_dm_guard &guard) {
+    const int32_t status = cpe_dm_mutex_lock(&cpe_dm_lock);
+    guard.held = status == 0;
+    return status;
+}
+
+int32_t cpe_dm_guard_give(cpe_dm_guard &guard) {
+    const int32_t status = cpe_dm_mutex_unlock(&cpe_dm_lock);
+    guard.held = false;
+    return status;
+}
+
+cpe_dm_guard::~cpe_dm_guard() {
+    if (held) {
+        cpe_dm_mutex_unlock(&cpe_dm_lock);
+    }
+}
+
+/* Takes the lock once no take-down is in progress. */
+static int32_t take_settled(cpe_dm_guard &guard) {
+    if (cpe_dm_guard_take(guard) != 0) {
+        return CPE_DM_ERR_FAILURE;
+    }
+    while (taking_down) {
+        if (cpe_dm_thread_check(pthread_cond_wait(&taken_down, &cpe_dm_lock), "pthread_cond_wait") != 0) {
+            return CPE_DM_ERR_FAILURE;
+        }
+    }
+    return CPE_DM_SUCCESS;
+}
+
+bool cpe_dm_is_initialized() {
+    return std::atomic_ref(cpe_dm_state.initialized).load() != 0;
+}
+
+static void set_initialized(uint8_t initialized) {
+    std::atomic_ref(cpe_dm_state.initialized).store(initialized);
+}
+
+int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid) {
+    const int32_t status = take_settled(guard);
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    if (hndl == nullptr || hndl != cpe_dm_state.hndl || !args_valid) {
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    if (!cpe_dm_is_initialized()) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
+        return CPE_DM_ERR_NOT_INITIALIZED;
+    }
+    return CPE_DM_SUCCESS;
+}
+
+/* Zeroes the state. `initialized`, which other threads read, is 0 already. */
+static void clear_state() {
+    cpe_dm_state.hndl = nullptr;
+    cpe_dm_state.cmdq = {};
+    constexpr size_t rest = offsetof(cpe_dm_state_record, user_data);
+    memset(reinterpret_cast<char *>(&cpe_dm_state) + rest, 0, sizeof(cpe_dm_state) - rest);
+}
+
+/* Takes the queue down with the lock let go meanwhile: the command thread may need it to finish its command. On success
+ * the lock is held again. */
+static int32_t take_down_queue(cpe_dm_guard &guard) {
+    taking_down = true;
+    int32_t status = cpe_dm_guard_give(guard);
+    if (status == 0) {
+        cpe_dm_wait_for_posters();
+        status = cpe_dm_cmdq_deinit(&cpe_dm_state.cmdq);
+        if (cpe_dm_guard_take(guard) != 0) {
+            status = CPE_DM_ERR_FAILURE;
+        }
+    }
+    taking_down = false;
+    cpe_dm_thread_check(pthread_cond_broadcast(&taken_down), "pthread_cond_broadcast");
+    if (status != 0) {
+        CPE_DM_LOG_ERROR("De-initializing internal command queue for processing async commands failed");
+        return CPE_DM_ERR_FAILURE;
+    }
+    return CPE_DM_SUCCESS;
+}
+
+/* Brings up what a registration needs, in this order; whatever fails leaves none of it up. */
+static int32_t bring_up() {
+    int32_t status = cpe_dm_zeb_nas_init();
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    cpe_dm_nas_sys_info sys_info = {};
+    status = cpe_dm_zeb_nas_get_sys_info(&sys_info, 1);
+    if (status != CPE_DM_SUCCESS) {
+        cpe_dm_zeb_nas_release();
+        return status;
+    }
+    if (cpe_dm_cmdq_init(&cpe_dm_state.cmdq, CPE_DM_CMDQ_MAX) != 0) {
+        cpe_dm_zeb_nas_release();
+        CPE_DM_LOG_ERROR("Initializing internal command queue for processing async commands failed");
+        return CPE_DM_ERR_FAILURE;
+    }
+    return CPE_DM_SUCCESS;
+}
+
+/* A pseudo-random handle, never 0. The generator is the user's to seed. */
+static cpe_dm_hndl draw_handle() {
+    int number = 0;
+    while (number == 0) {
+        number = rand(); // NOLINT(concurrency-mt-unsafe): called under the lock; compared for equality only
+    }
+    return reinterpret_cast<cpe_dm_hndl>(static_cast<uintptr_t>(number)); // NOLINT(performance-no-int-to-ptr): opaque
+}
+
+int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_fn) {
+    if (hndl == nullptr || user_cb_fn == nullptr) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], user_cb_fn[%p]", static_cast<void *>(hndl),
+                         reinterpret_cast<void *>(user_cb_fn));
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    cpe_dm_guard guard;
+    int32_t status = take_settled(guard);
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    if (cpe_dm_is_initialized()) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module already initialized!!");
+        return CPE_DM_ERR_ALREADY_INITIALIZED;
+    }
+    // A de-initialisation that failed half-way has left the queue running.
+    if (cpe_dm_state.cmdq.head != nullptr) {
+        status = take_down_queue(guard);
+        if (status != CPE_DM_SUCCESS) {
+            return status;
+        }
+    }
+    clear_state();
+    status = bring_up();
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    cpe_dm_state.user_cb_fn = user_cb_fn;
+    set_initialized(1);
+    cpe_dm_state.user_data = user_data;
+    cpe_dm_state.hndl = draw_handle();
+    *hndl = cpe_dm_state.hndl;
+    CPE_DM_LOG_INFO("Diagnostic monitor module successfully initialized!!");
+    return CPE_DM_SUCCESS;
+}
+
+int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
+    cpe_dm_guard guard;
+    int32_t status = cpe_dm_enter(guard, hndl, true);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p]", hndl);
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    // First of all: from here on no event is queued, and those that are get dropped.
+    set_initialized(0);
+    status = cpe_dm_zeb_nas_release();
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    status = take_down_queue(guard);
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    clear_state();
+    CPE_DM_LOG_INFO("Diagnostic monitor module successfully de-initialized!!");
+    return CPE_DM_SUCCESS;
+}
+
+int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info) {
+    cpe_dm_guard guard;
+    const int32_t status = cpe_dm_enter(guard, hndl, dm_ctrl_info != nullptr);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ctrl_info[%p]", hndl, static_cast<const void *>(dm_ctrl_info));
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    CPE_DM_LOG_ERROR("Setting diagnostic control information for metric[%u] - not supported!!", dm_ctrl_info->id);
+    return CPE_DM_ERR_NOT_SUPPORTED;
+}

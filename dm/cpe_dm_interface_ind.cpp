@@ -1,0 +1,150 @@
+#include "cpe_dm_interface.h"
+
+#include "cpe_dm_log.h"
+#include "cpe_dm_zeb_nas.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+
+#define SIG(member, type)                                                                                              \
+    { offsetof(zeb_nas_sig_info, member), type }
+
+const cpe_dm_threshold_row cpe_dm_threshold_rows[CPE_DM_THRESHOLD_CNT] = {
+    {CPE_DM_IND_LTE_RSRP, &cpe_dm_nas_ind_info::lte_rsrp, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     SIG(lte_sig.rsrp, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_LTE_RSRQ, &cpe_dm_nas_ind_info::lte_rsrq, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     SIG(lte_sig.rsrq, CPE_DM_FIELD_I8)},
+    {CPE_DM_IND_LTE_SINR, &cpe_dm_nas_ind_info::lte_sinr, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     SIG(lte_sig.snr, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_RSRP, &cpe_dm_nas_ind_info::nr5g_rsrp, SIG(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
+     SIG(nr5g_sig.rsrp, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_RSRQ, &cpe_dm_nas_ind_info::nr5g_rsrq, SIG(nr5g_rsrq_valid, CPE_DM_FIELD_U8),
+     SIG(nr5g_rsrq, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_SINR, &cpe_dm_nas_ind_info::nr5g_sinr, SIG(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
+     SIG(nr5g_sig.snr, CPE_DM_FIELD_I16)},
+};
+
+/* The table's entry of an indication with a threshold, or null. */
+static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t id) {
+    const cpe_dm_threshold_row *row = std::find_if(std::begin(cpe_dm_threshold_rows), std::end(cpe_dm_threshold_rows),
+                                                   [id](const cpe_dm_threshold_row &r) { return r.id == id; });
+    return row != std::end(cpe_dm_threshold_rows) ? &(ind_info.*row->entry) : nullptr;
+}
+
+/* Writes the IDs of the indications set, in their order; returns their number. */
+static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
+    uint32_t count = 0;
+    if (cpe_dm_state.ind_info.reg_status) {
+        ids[count++] = CPE_DM_IND_REG_STATUS;
+    }
+    for (const cpe_dm_threshold_row &row : cpe_dm_threshold_rows) {
+        if ((cpe_dm_state.ind_info.*row.entry).valid) {
+            ids[count++] = row.id;
+        }
+    }
+    return count;
+}
+
+/* Registers the candidate with the modem; it becomes the table when the modem accepts it. */
+static int32_t commit(const cpe_dm_nas_ind_info &candidate) {
+    const int32_t status = cpe_dm_zeb_nas_register_ind(&candidate);
+    if (status == CPE_DM_SUCCESS) {
+        cpe_dm_state.ind_info = candidate;
+    }
+    return status;
+}
+
+int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
+    cpe_dm_guard guard;
+    const int32_t status =
+        cpe_dm_enter(guard, hndl, dm_ind_info != nullptr && dm_ind_info->info_type == CPE_DM_INFO_TYPE_IND);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_info[%p]", hndl, static_cast<const void *>(dm_ind_info));
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    cpe_dm_nas_ind_info candidate = cpe_dm_state.ind_info;
+    if (dm_ind_info->id == CPE_DM_IND_REG_STATUS) {
+        candidate.reg_status = 1;
+        return commit(candidate);
+    }
+    cpe_dm_ind_threshold *entry = find_entry(candidate, dm_ind_info->id);
+    if (entry == nullptr) {
+        CPE_DM_LOG_ERROR("Setting diagnostic indication information for metric[%u] - not supported!!", dm_ind_info->id);
+        return CPE_DM_ERR_NOT_SUPPORTED;
+    }
+    if (dm_ind_info->value_type != CPE_DM_VALUE_INT64 || dm_ind_info->value.i64_val < 1) {
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    *entry = {1, static_cast<uint16_t>(dm_ind_info->value.i64_val), 0};
+    return commit(candidate);
+}
+
+int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
+    cpe_dm_guard guard;
+    const int32_t status = cpe_dm_enter(guard, hndl, dm_ind_cnt != nullptr);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_cnt[%p]", hndl, static_cast<void *>(dm_ind_cnt));
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    uint32_t ids[CPE_DM_IND_CNT];
+    *dm_ind_cnt = list_set(ids);
+    return CPE_DM_SUCCESS;
+}
+
+int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt) {
+    uint32_t ids[CPE_DM_IND_CNT];
+    uint32_t count = 0;
+    cpe_dm_guard guard;
+    const int32_t status = cpe_dm_enter(guard, hndl, true);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_cnt[%p]", hndl, static_cast<void *>(&count));
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    if (dm_ind_list == nullptr || dm_ind_list_cnt == 0) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_list[%p], dm_ind_list_cnt[%u]", hndl,
+                         static_cast<void *>(dm_ind_list), dm_ind_list_cnt);
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    count = list_set(ids);
+    if (count > dm_ind_list_cnt) {
+        CPE_DM_LOG_ERROR("Indication list count [%u] passed can't store the entire indication list [%u]",
+                         dm_ind_list_cnt, count);
+        return CPE_DM_ERR_LIST_TOO_SMALL;
+    }
+    std::fill_n(dm_ind_list, dm_ind_list_cnt, CPE_DM_IND_INVALID);
+    std::copy_n(ids, count, dm_ind_list);
+    return CPE_DM_SUCCESS;
+}
+
+int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt) {
+    cpe_dm_guard guard;
+    const int32_t status = cpe_dm_enter(guard, hndl, dm_clr_ind_list != nullptr && dm_clr_ind_list_cnt != 0);
+    if (status == CPE_DM_ERR_INVALID_PARAM) {
+        CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_clr_ind_list[%p], dm_clr_ind_list_cnt[%u]", hndl,
+                         static_cast<const void *>(dm_clr_ind_list), dm_clr_ind_list_cnt);
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    cpe_dm_nas_ind_info candidate = cpe_dm_state.ind_info;
+    for (uint32_t i = 0; i < dm_clr_ind_list_cnt; i++) {
+        const auto id = static_cast<uint32_t>(dm_clr_ind_list[i]);
+        cpe_dm_ind_threshold *entry = find_entry(candidate, id);
+        if (entry != nullptr) {
+            *entry = {};
+        } else if (id == CPE_DM_IND_REG_STATUS) {
+            candidate.reg_status = 0;
+        } else {
+            CPE_DM_LOG_ERROR("Clearing diagnostic indication information for metric[%u] - not supported!!", id);
+            return CPE_DM_ERR_NOT_SUPPORTED;
+        }
+    }
+    return commit(candidate);
+}
