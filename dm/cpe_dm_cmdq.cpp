@@ -105,13 +105,12 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
         return -1;
     }
     const int32_t status = append_and_signal(cmdq, cmd);
-    if (cpe_dm_thread_check(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock") != 0) {
-        // A mutex that could not be released is still held, so the command can be taken back before the failure is
-        // reported.
+    if (cpe_dm_mutex_unlock(&cmdq->mutex) != 0) {
+        // The mutex is still held, so the command can be taken back before the failure is reported.
         if (status == 0) {
             drop_last(cmdq);
         }
-        cpe_dm_mutex_unlock(&cmdq->mutex);
+        cpe_dm_mutex_leave(&cmdq->mutex);
         return -1;
     }
     return status;
@@ -147,7 +146,7 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     }
     cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq);
     const int32_t waited = cmd != nullptr ? 0 : wait_for_work(cmdq);
-    const int32_t unlocked = cpe_dm_mutex_unlock(&cmdq->mutex);
+    const int32_t unlocked = cpe_dm_mutex_leave(&cmdq->mutex);
     if (cmd == nullptr) {
         return waited != 0 ? waited : unlocked;
     }
@@ -182,12 +181,12 @@ static bool request_stop(cpe_dm_cmdq *cmdq) {
         return false;
     }
     std::atomic_ref(cmdq->running).store(0);
-    const int32_t status = cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal");
-    if (status != 0) {
+    const bool signalled = cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal") == 0;
+    const bool released = cpe_dm_mutex_unlock(&cmdq->mutex) == 0 || cpe_dm_mutex_unlock(&cmdq->mutex) == 0;
+    if (!signalled || !released) {
         std::atomic_ref(cmdq->running).store(1);
     }
-    cpe_dm_mutex_unlock(&cmdq->mutex);
-    return status == 0;
+    return signalled && released;
 }
 
 void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
@@ -271,7 +270,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
         add_count(cmdq, -1);
         taken.tail = cpe_dm_dll_enqueue(taken.tail, node, data);
     }
-    const int32_t status = cpe_dm_mutex_unlock(&cmdq->mutex);
+    const int32_t status = cpe_dm_mutex_leave(&cmdq->mutex);
     release_all(&taken);
     return status;
 }

@@ -24,14 +24,14 @@ int32_t cpe_dm_guard_take(cpe_dm_guard &guard) {
 }
 
 int32_t cpe_dm_guard_give(cpe_dm_guard &guard) {
-    const int32_t status = cpe_dm_mutex_unlock(&cpe_dm_lock);
+    const int32_t status = cpe_dm_mutex_leave(&cpe_dm_lock);
     guard.held = false;
     return status;
 }
 
 cpe_dm_guard::~cpe_dm_guard() {
     if (held) {
-        cpe_dm_mutex_unlock(&cpe_dm_lock);
+        cpe_dm_mutex_leave(&cpe_dm_lock);
     }
 }
 

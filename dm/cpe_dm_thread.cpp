@@ -15,9 +15,13 @@ int32_t cpe_dm_mutex_lock(pthread_mutex_t *mutex) {
 }
 
 int32_t cpe_dm_mutex_unlock(pthread_mutex_t *mutex) {
-    if (cpe_dm_thread_check(pthread_mutex_unlock(mutex), "pthread_mutex_unlock") == 0) {
-        return 0;
+    return cpe_dm_thread_check(pthread_mutex_unlock(mutex), "pthread_mutex_unlock");
+}
+
+int32_t cpe_dm_mutex_leave(pthread_mutex_t *mutex) {
+    const int32_t status = cpe_dm_mutex_unlock(mutex);
+    if (status != 0) {
+        cpe_dm_mutex_unlock(mutex);
     }
-    pthread_mutex_unlock(mutex);
-    return -1;
+    return status;
 }

@@ -11,8 +11,11 @@ int32_t cpe_dm_thread_check(int error, const char *primitive);
 /* Returns 0, or -1 with the mutex not taken. */
 int32_t cpe_dm_mutex_lock(pthread_mutex_t *mutex);
 
-/* Returns 0, or -1 when releasing failed. A mutex that stays taken stops every thread that wants it, so a release that
- * fails is tried once more before it is reported. */
+/* Returns 0, or -1 with the mutex still taken. */
 int32_t cpe_dm_mutex_unlock(pthread_mutex_t *mutex);
+
+/* As cpe_dm_mutex_unlock, for who can do nothing about a mutex that stays taken: it would stop every thread that wants
+ * it, so a release that failed, which -1 reports, has been tried once more. */
+int32_t cpe_dm_mutex_leave(pthread_mutex_t *mutex);
 
 #endif

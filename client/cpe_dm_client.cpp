@@ -1,0 +1,138 @@
+#include "cpe_dm_client.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "cpe_dm_client_options.h"
+#include "cpe_dm_client_util.h"
+
+static const char *const menu[] = {
+    "01. CPE DM Register",
+    "02. CPE DM Deregiser",
+    "03. CPE DM Set Indication",
+    "04. CPE DM Get Indication Count",
+    "05. CPE DM Get Indication List",
+    "06. CPE DM Clear Indication List",
+    "07. CPE DM Get LTE/5G Metric Info",
+    "08. CPE DM Get LTE/5G Metric List",
+    "09. CPE DM Set LTE/5G Metric Info (Not Supported)",
+    "10. CPE DM Options Usage",
+};
+
+/* Async-signal-safe. Nothing printed can be lost here, as standard output has no buffer. */
+static void end_program(int) {
+    _exit(0);
+}
+
+static void install_sigterm_handler() {
+    struct sigaction action = {};
+    action.sa_handler = end_program;
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+static void print_menu() {
+    cpe_dm_client_print("\n\nPlease select an option to test from the items listed below.\n\n");
+    for (const char *text : menu) {
+        cpe_dm_client_print("%-53s\n", text);
+    }
+    cpe_dm_client_print("Option > ");
+}
+
+/* The next character, or EOF. A read that a signal interrupts is tried again; the characters before it are kept. */
+static int read_char() {
+    unsigned char c = 0;
+    ssize_t len = 0;
+    do {
+        len = read(STDIN_FILENO, &c, 1);
+    } while (len < 0 && errno == EINTR);
+    return len == 1 ? c : EOF;
+}
+
+/* Reads up to the next newline, which is dropped, or until the buffer is full; the rest of a longer line is the next
+ * one. False when there is nothing left to read. */
+static bool read_console_line(char *line, size_t size) {
+    size_t len = 0;
+    int c = EOF;
+    while (len < size - 1 && (c = read_char()) != EOF && c != '\n') {
+        line[len++] = static_cast<char>(c);
+    }
+    line[len] = '\0';
+    return len > 0 || c == '\n';
+}
+
+/* Parses and dispatches one line and prints its failure. A line without numbers counts as failed unless empty_ok. */
+static bool run_line(char *line, bool empty_ok) {
+    cpe_dm_client_values values = {};
+    const bool parsed = cpe_dm_client_parse(line, &values) == 0;
+    if (parsed && values.count == 0 && empty_ok) {
+        return true;
+    }
+    if (!parsed || values.count == 0) {
+        cpe_dm_client_print("CPE DEMO APP : Parsing the entered options failed - invalid options passed!!");
+        return false;
+    }
+    if (cpe_dm_client_dispatch(&values) != 0) {
+        cpe_dm_client_print("CPE DEMO APP : Processing diagnostic metric information failed!!");
+        return false;
+    }
+    return true;
+}
+
+static void run_console() {
+    char line[300];
+    print_menu();
+    while (read_console_line(line, sizeof line)) {
+        run_line(line, false);
+        print_menu();
+    }
+}
+
+/* Runs the lines of the file; false when one failed. */
+static bool run_file(FILE *file) {
+    for (;;) {
+        char *text = nullptr;
+        size_t size = 0;
+        const ssize_t len = getline(&text, &size, file);
+        const cpe_dm_client_ptr<char[]> line(text);
+        if (len <= 0) {
+            return true;
+        }
+        cpe_dm_client_print("CPE DEMO APP : %s", text);
+        if (text[len - 1] == '\n') {
+            text[len - 1] = '\0';
+        }
+        if (!run_line(text, true)) {
+            return false;
+        }
+    }
+}
+
+static void run_auto_test(const char *path) {
+    FILE *file = fopen(path, "r");
+    if (!file) {
+        cpe_dm_client_print("CPE DEMO APP : Opening auto test configuration file failed.\n");
+        return;
+    }
+    cpe_dm_client_print("CPE DEMO APP : Auto test configuration file enabled.\n");
+    const bool complete = run_file(file);
+    fclose(file);
+    if (complete) {
+        cpe_dm_client_print("CPE DEMO APP : Auto test configuration file successfully processed.\n");
+    }
+}
+
+int cpe_dm_client_run(const char *auto_test_file) {
+    install_sigterm_handler();
+    setvbuf(stdout, nullptr, _IONBF, 0);
+    cpe_dm_client_print("\n\n################### Diagnostic Monitor Client Application #########################\n\n");
+    struct stat status = {};
+    if (stat(auto_test_file, &status) == 0) {
+        run_auto_test(auto_test_file);
+    } else {
+        run_console();
+    }
+    return 0;
+}

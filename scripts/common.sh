@@ -1,0 +1,27 @@
+# What the scripts share; sourced by them, never run. Sets `root`, the project's folder.
+# shellcheck shell=bash
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+jobs=${JOBS:-2}
+
+# build PRESET [TARGET]: configure when needed and build, all targets when none is named.
+build() {
+    (cd "$root" && cmake --preset "$1" && cmake --build --preset "$1" -j "$jobs" ${2:+--target "$2"})
+}
+
+# run_tests PRESET [CTEST OPTION...]: the preset's tests; finding none is a failure. Each of ctest's tests is a program;
+# the last line says how many cases were in those.
+run_tests() {
+    local folder=$root/build/$1
+    shift
+    ctest --test-dir "$folder" -j "$jobs" --no-tests=error --output-on-failure "$@" &&
+        awk '/^\[  PASSED  \]/ { passed += $4 } /^\[  SKIPPED \] [0-9]/ { skipped += $4 }
+            END { printf "GoogleTest cases: %d passed, %d skipped\n", passed, skipped }' \
+            "$folder/Testing/Temporary/LastTest.log"
+}
+
+# all_sources [FOLDER...]: the C and C++ files of these folders (of the whole tree when none is named), one a line.
+all_sources() {
+    (cd "$root" && find "${@:-.}" \( -path ./build -o -path ./.git \) -prune -o \
+        -type f \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print | LC_ALL=C sort)
+}

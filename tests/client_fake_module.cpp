@@ -1,0 +1,233 @@
+/* The client under test: the client's code with a module that prints what reaches it and answers by rote. The program's
+ * argument is the auto-test file. */
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+#include "cpe_dm.h"
+#include "cpe_dm_client.h"
+
+static char registered;
+static cpe_dm_user_cb user_cb;
+
+/* The status of an operation: its own while the client is registered. */
+static int32_t reached(const char *operation, cpe_dm_hndl hndl, int32_t status = 0) {
+    printf(" MODULE: %s hndl[%s]\n", operation, hndl == &registered ? "registered" : hndl ? "unknown" : "0");
+    return user_cb && hndl == &registered ? status : CPE_DM_ERR_INVALID_PARAM;
+}
+
+/* Fills a record of the client, and tells whether it came zeroed: a second request for it finds it filled. */
+template <typename T> static void fill(void *record, const T &answer) {
+    const char *bytes = static_cast<const char *>(record);
+    const bool zeroed = std::all_of(bytes, bytes + sizeof(T), [](char byte) { return byte == 0; });
+    printf(" MODULE: record zeroed[%d]\n", zeroed);
+    *static_cast<T *>(record) = answer;
+}
+
+template <typename T> static void fill_cqi(void *record, uint32_t cnt) {
+    T cqi = {1, cnt, {}};
+    for (uint8_t i = 0; i < std::size(cqi.cc_cqi); i++) {
+        cqi.cc_cqi[i] = {2u + i, {static_cast<uint8_t>(10 + i), static_cast<uint8_t>(255 - i), 98, 99}};
+    }
+    fill(record, cqi);
+}
+
+/* The first answer for a record is empty, the second is not, and the third claims more than there can be. */
+static int32_t answer(cpe_dm_info *info) {
+    static uint32_t calls[CPE_DM_METRIC_CNT + 1];
+    const uint32_t id = std::min<uint32_t>(info->id, CPE_DM_METRIC_CNT);
+    const uint32_t call = calls[id]++ % 3;
+    printf(" MODULE: info_type[%u] id[%u] value_type[%u] value[%s] value_cnt[%u]\n", info->info_type, info->id,
+           info->value_type, info->value.cqi_info ? "set" : "0", info->value_cnt);
+    if (id == CPE_DM_METRIC_INVALID || id == CPE_DM_METRIC_CNT) {
+        return CPE_DM_ERR_NOT_SUPPORTED;
+    }
+    if (id == CPE_DM_METRIC_LTE_CQI) {
+        fill_cqi<cpe_dm_lte_cqi_info>(info->value.cqi_info, call * 4);
+    } else if (id == CPE_DM_METRIC_NR5G_CQI) {
+        fill_cqi<cpe_dm_nr5g_cqi_info>(info->value.cqi_info, call * 7);
+    } else if (id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST) {
+        cpe_dm_lte_cell_lock_list locks = {1, static_cast<uint8_t>(call == 2 ? 61 : call * 2), {}};
+        for (uint16_t i = 0; i < CPE_DM_LTE_CELL_LOCK_MAX; i++) {
+            locks.lte_cell_list[i] = {i, static_cast<uint16_t>(65535 - i)};
+        }
+        fill(info->value.lte_cell_lock_list, locks);
+    } else if (id == CPE_DM_METRIC_NR5G_CELL_LOCK_LIST) {
+        cpe_dm_nr5g_cell_lock_list locks = {1, 500, 600000, call != 0, call == 2 ? 33 : 2u, {}};
+        for (uint32_t i = 0; i < CPE_DM_NR5G_ARFCN_LOCK_MAX; i++) {
+            locks.arfcn_list[i] = 4294967295 - i;
+        }
+        fill(info->value.nr5g_cell_lock_list, locks);
+    } else if (id == CPE_DM_METRIC_REG_STATUS) {
+        info->value.u32_val = 4294967295;
+    } else {
+        for (int64_t i = 0; i < 3; i++) {
+            info->value.i64_list[i] = (id % 2 ? -10000000000 : 10000000000) + 10 * id + i;
+        }
+    }
+    return 0;
+}
+
+/* The record and the payload are the callback's to release. */
+static void deliver(uint32_t info_type, uint32_t id, uint32_t value_type, int64_t value, void *payload = nullptr) {
+    auto *info = static_cast<cpe_dm_info *>(calloc(1, sizeof(cpe_dm_info)));
+    info->info_type = info_type;
+    info->id = id;
+    info->value_type = value_type;
+    info->value.i64_val = value;
+    if (payload) {
+        info->value.cqi_info = payload;
+    }
+    user_cb(&registered, info, nullptr);
+}
+
+static void deliver_rsp(uint32_t id, uint32_t value_type, void *payload) {
+    deliver(CPE_DM_INFO_TYPE_ASYNC_RSP, id, value_type, 0, payload);
+}
+
+static void fill_plmns(cpe_dm_plmn *plmns, uint16_t cnt) {
+    for (uint16_t i = 0; i < cnt; i++) {
+        plmns[i] = {static_cast<uint16_t>(65535 - i), i, static_cast<uint8_t>(i % 2)};
+    }
+}
+
+/* Every neighbour lacks other values than the one before it. */
+static cpe_dm_lte_nbr_info *lte_nbrs(const cpe_dm_lte_nbr_info &values) {
+    auto *nbrs = static_cast<cpe_dm_lte_nbr_info *>(calloc(1, sizeof values));
+    *nbrs = values;
+    for (uint16_t i = 0; i < CPE_DM_LTE_NBR_MAX; i++) {
+        const uint16_t pci = static_cast<uint16_t>(65530 + i);
+        nbrs->nbr[i] = {4294967290u + i, pci, i % 2 == 0, 4294967200u + i, i > 1, i == 2 ? 7u : 2u, {}};
+        fill_plmns(nbrs->nbr[i].plmn, CPE_DM_LTE_NBR_PLMN_MAX);
+    }
+    return nbrs;
+}
+
+static cpe_dm_nr5g_nbr_info *nr5g_nbrs(uint8_t nbr_valid, uint32_t nbr_len) {
+    auto *nbrs = static_cast<cpe_dm_nr5g_nbr_info *>(calloc(1, sizeof(cpe_dm_nr5g_nbr_info)));
+    *nbrs = {nbr_valid, nbr_len, {}};
+    for (uint16_t i = 0; i < CPE_DM_NR5G_NBR_MAX; i++) {
+        const uint16_t pci = static_cast<uint16_t>(65520 + i);
+        nbrs->nbr[i] = {4294967280u + i, pci, i == 3, -156, i == 1 || i == 9, i == 1 ? 2u : 13u, {}, i > 7, i + 4u, {}};
+        fill_plmns(nbrs->nbr[i].plmn, CPE_DM_NR5G_NBR_PLMN_MAX);
+        for (uint32_t c = 0; c < CPE_DM_NR5G_NBR_CGI_MAX; c++) {
+            nbrs->nbr[i].cgi[c] = 18446744073709551615u - c;
+        }
+    }
+    return nbrs;
+}
+
+static void deliver_events() {
+    user_cb(&registered, nullptr, nullptr);
+    deliver(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS, CPE_DM_VALUE_UINT32, 4294967295);
+    for (uint32_t id = CPE_DM_IND_LTE_RSRP; id <= CPE_DM_IND_CNT + 1; id++) {
+        deliver(CPE_DM_INFO_TYPE_IND, id % (CPE_DM_IND_CNT + 1), CPE_DM_VALUE_INT64, -10000000000 - id);
+    }
+    for (uint32_t id = 0; id <= CPE_DM_IND_CNT; id++) {
+        deliver(CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_NONE, 1);
+    }
+    for (uint32_t id = 0; id <= CPE_DM_ASYNC_RSP_CNT; id++) {
+        for (uint32_t value_type : {CPE_DM_VALUE_NONE, CPE_DM_VALUE_LTE_NBR_INFO, CPE_DM_VALUE_NR5G_NBR_INFO}) {
+            deliver_rsp(id, value_type, nullptr);
+        }
+    }
+    for (const cpe_dm_lte_nbr_info &values : {cpe_dm_lte_nbr_info{1, 6, {}, 1, 4294967295, 65535, 1, -32768, 1, -20},
+                                              {0, 2, {}, 1, 1300, 7, 0, -90, 0, -11},
+                                              {1, 1, {}, 0, 1300, 7, 1, -90, 1, -11},
+                                              {1, 0, {}, 1, 1300, 7, 1, -90, 0, -11}}) {
+        deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_LTE_NBR_INFO, lte_nbrs(values));
+    }
+    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 11));
+    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 2));
+    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(0, 2));
+    /* what is not printed is released all the same, and what is no payload is left alone */
+    deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 1));
+    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_INT64, &registered);
+    for (uint32_t info_type = 0; info_type < 5; info_type++) {
+        deliver(info_type, 9, CPE_DM_VALUE_LTE_NBR_INFO, 0, lte_nbrs({}));
+        deliver(info_type, 9, CPE_DM_VALUE_NR5G_NBR_INFO, 0, nr5g_nbrs(1, 1));
+    }
+}
+
+int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_fn) {
+    printf(" MODULE: init user_data[%s]\n", user_data ? "set" : "0");
+    if (user_cb) {
+        return CPE_DM_ERR_ALREADY_INITIALIZED;
+    }
+    user_cb = user_cb_fn;
+    *hndl = &registered;
+    return 0;
+}
+
+int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
+    const int32_t status = reached("deinit", hndl);
+    user_cb = nullptr;
+    return status;
+}
+
+int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
+    int32_t status = reached("get_info_list", hndl);
+    for (int32_t i = 0; i < dm_info_list_cnt && status == 0; i++) {
+        status = answer(&dm_info_list[i]);
+    }
+    return status;
+}
+
+int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
+    const int32_t status = reached("get_info", hndl);
+    return status != 0 ? status : answer(dm_info);
+}
+
+int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
+    printf(" MODULE: info_type[%u] id[%u] value_type[%u] value[%lld]\n", dm_ind_info->info_type, dm_ind_info->id,
+           dm_ind_info->value_type, static_cast<long long>(dm_ind_info->value.i64_val));
+    return reached("set_ind_info", hndl, dm_ind_info->id >= CPE_DM_IND_CNT ? CPE_DM_ERR_NOT_SUPPORTED : 0);
+}
+
+/* Delivers the events as well. */
+int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
+    const int32_t status = reached("get_ind_cnt", hndl);
+    if (status != 0) {
+        return status;
+    }
+    deliver_events();
+    *dm_ind_cnt += 4294967295;
+    return 0;
+}
+
+int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt) {
+    printf(" MODULE: list[%s] cnt[%u]\n", dm_ind_list ? "set" : "0", dm_ind_list_cnt);
+    const int32_t status = reached("get_ind_list", hndl, dm_ind_list_cnt < 2 ? CPE_DM_ERR_LIST_TOO_SMALL : 0);
+    for (uint32_t i = 0; i < dm_ind_list_cnt && status == 0; i++) {
+        dm_ind_list[i] = i < 2 ? 2 + 5 * i : 0;
+    }
+    return status;
+}
+
+int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt) {
+    printf(" MODULE: clear");
+    for (uint32_t i = 0; i < dm_clr_ind_list_cnt; i++) {
+        printf(" %d", dm_clr_ind_list[i]);
+    }
+    printf("\n");
+    return reached("clr_ind_list", hndl);
+}
+
+extern "C" void *__real_calloc(size_t cnt, size_t size);
+
+/* There is no memory for a list of 13; one that must not be tried at all ends the program. */
+extern "C" void *__wrap_calloc(size_t cnt, size_t size) {
+    if (cnt > INT32_MAX / size) {
+        abort();
+    }
+    return cnt == 13 ? nullptr : __real_calloc(cnt, size);
+}
+
+int main(int, char **argv) {
+    struct sigaction action = {};
+    action.sa_handler = [](int) {}; /* interrupts a read */
+    sigaction(SIGUSR1, &action, nullptr);
+    return cpe_dm_client_run(argv[1]);
+}

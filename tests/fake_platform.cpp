@@ -1,0 +1,275 @@
+#include "fake_platform.h"
+
+#include "diag_msg.h"
+#include "fault.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <set>
+#include <utility>
+
+struct zeb_client {
+    zeb_client_ind_cb ind_cb;
+    zeb_client_notify_cb notify_cb;
+};
+
+struct zeb_service {
+    int unused;
+};
+
+namespace {
+
+struct answer {
+    int32_t transport;
+    std::vector<uint8_t> response;
+};
+
+/* What tests read while other threads use the platform. */
+std::mutex books;
+std::vector<fake_request> requests;
+std::string log_text;
+std::map<uint32_t, std::deque<answer>> answers;
+std::map<uint32_t, std::vector<uint8_t>> defaults;
+std::map<std::string, std::deque<int32_t>> statuses;
+uint32_t services = 1;
+/* Never released, so that a client whose release failed is still reachable at the end. */
+auto *const clients = new std::set<zeb_client *>;
+int waits_left;
+
+/* Held while a callback runs and while a client goes. */
+std::mutex delivery;
+zeb_client *client;
+zeb_client *notifier;
+const zeb_service service = {};
+
+int32_t next_status(const char *function) {
+    if (fault_hit(function)) {
+        return ZEB_INTERNAL_ERR;
+    }
+    const std::lock_guard guard(books);
+    std::deque<int32_t> &scripted = statuses[function];
+    if (scripted.empty()) {
+        return 0;
+    }
+    const int32_t status = scripted.front();
+    scripted.pop_front();
+    return status;
+}
+
+answer next_answer(uint32_t msg_id) {
+    const std::lock_guard guard(books);
+    std::deque<answer> &scripted = answers[msg_id];
+    if (scripted.empty()) {
+        return {0, defaults[msg_id]};
+    }
+    answer next = scripted.front();
+    scripted.pop_front();
+    return next;
+}
+
+zeb_client *new_client() {
+    const std::lock_guard guard(books);
+    return *clients->insert(new zeb_client{}).first;
+}
+
+std::vector<uint8_t> bytes_of(const void *data, size_t size) {
+    const auto *bytes = static_cast<const uint8_t *>(data);
+    return {bytes, bytes + size};
+}
+
+} // namespace
+
+void fake_reset() {
+    const std::lock_guard guard(books);
+    requests.clear();
+    log_text.clear();
+    answers.clear();
+    statuses.clear();
+    services = 1;
+}
+
+void fake_answer_bytes(uint32_t msg_id, int32_t transport, const void *response, size_t size) {
+    const std::lock_guard guard(books);
+    answers[msg_id].push_back({transport, bytes_of(response, size)});
+}
+
+void fake_default_bytes(uint32_t msg_id, const void *response, size_t size) {
+    const std::lock_guard guard(books);
+    defaults[msg_id] = bytes_of(response, size);
+}
+
+void fake_status(const char *function, std::vector<int32_t> next) {
+    const std::lock_guard guard(books);
+    statuses[function] = {next.begin(), next.end()};
+}
+
+void fake_services(uint32_t num_services) {
+    const std::lock_guard guard(books);
+    services = num_services;
+}
+
+std::vector<fake_request> fake_requests() {
+    const std::lock_guard guard(books);
+    return std::exchange(requests, {});
+}
+
+std::string fake_log() {
+    const std::lock_guard guard(books);
+    return std::exchange(log_text, {});
+}
+
+bool fake_indicate_bytes(uint32_t msg_id, const void *message, size_t size) {
+    const std::lock_guard guard(delivery);
+    if (client == nullptr) {
+        return false;
+    }
+    client->ind_cb(client, msg_id, message, static_cast<uint32_t>(size), nullptr);
+    return true;
+}
+
+bool fake_notify(int32_t event) {
+    const std::lock_guard guard(delivery);
+    if (notifier == nullptr || notifier->notify_cb == nullptr) {
+        return false;
+    }
+    notifier->notify_cb(notifier, &service, event, nullptr);
+    return true;
+}
+
+int fake_clients() {
+    const std::lock_guard guard(books);
+    return static_cast<int>(clients->size());
+}
+
+zeb_nas_sys_info_resp fake_sys_info(uint32_t lte_srv_status, uint16_t nr5g_pci) {
+    zeb_nas_sys_info_resp resp = {};
+    resp.info.lte_srv_status_valid = 1;
+    resp.info.lte_srv_status = lte_srv_status;
+    resp.info.lte_srv_domain = 3;
+    resp.info.lte_srv_capability = 2;
+    resp.info.nr5g_pci_valid = nr5g_pci != 0;
+    resp.info.nr5g_pci = nr5g_pci;
+    return resp;
+}
+
+void msg_sprintf(const diag_msg_desc *desc, ...) {
+    char text[600];
+    va_list args;
+    va_start(args, desc);
+    const char *argument = va_arg(args, const char *);
+    va_end(args);
+    snprintf(text, sizeof(text), "%c %s", desc->level_mask == DIAG_MSG_LEVEL_ERROR ? 'E' : 'I', argument);
+    const bool as_agreed = desc->ss_id == 65 && desc->line != 0 && strcmp(desc->fmt, "%s") == 0 &&
+                           strncmp(desc->fname, "cpe_dm_", 7) == 0 &&
+                           (desc->level_mask == DIAG_MSG_LEVEL_ERROR || desc->level_mask == DIAG_MSG_LEVEL_INFO);
+    const std::lock_guard guard(books);
+    log_text.append(as_agreed ? "" : "BAD DESCRIPTOR ").append(text).append("\n");
+    if (log_text.size() > 1000000) {
+        log_text.clear();
+    }
+}
+
+zeb_service_object nas_get_service_object_internal_v01(int32_t major, int32_t minor, int32_t library) {
+    const bool known = major == 1 && minor == 342 && library == 6;
+    return known && next_status("nas_get_service_object_internal_v01") == 0 ? &service : nullptr;
+}
+
+int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *os_params, zeb_client_handle *created) {
+    const int32_t status = next_status("zeb_client_notifier_init");
+    if (status != 0 || object != &service || os_params == nullptr) {
+        return status != 0 ? status : ZEB_INVALID_ARG_ERR;
+    }
+    waits_left = 3;
+    notifier = *created = new_client();
+    return 0;
+}
+
+int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info *info_array, uint32_t *num_entries,
+                                    uint32_t *num_services) {
+    const int32_t status = next_status("zeb_client_get_service_list");
+    // A fault that never ends would make the module wait for ever, as it should: it ends after a few waits.
+    const bool over = info_array == nullptr && waits_left == 0;
+    if (object != &service || (status != 0 && !over)) {
+        return status != 0 ? status : ZEB_INVALID_ARG_ERR;
+    }
+    const std::lock_guard guard(books);
+    *num_services = services;
+    for (uint32_t i = 0; info_array != nullptr && i < *num_entries; i++) {
+        info_array[i].service_id = 3;
+    }
+    return 0;
+}
+
+void zeb_cci_os_signal_wait(zeb_cci_os_params *, uint32_t) {
+    waits_left--;
+}
+
+int32_t zeb_client_register_notify_cb(zeb_client_handle handle, zeb_client_notify_cb callback, void *) {
+    const int32_t status = next_status("zeb_client_register_notify_cb");
+    if (status == 0) {
+        handle->notify_cb = callback;
+    }
+    return status;
+}
+
+int32_t zeb_client_init_instance(zeb_service_object object, uint32_t instance, zeb_client_ind_cb ind_cb, void *,
+                                 zeb_cci_os_params *, uint32_t timeout_ms, zeb_client_handle *created) {
+    const int32_t status = next_status("zeb_client_init_instance");
+    if (status != 0 || object != &service || instance != 65535 || timeout_ms != 50000) {
+        return status != 0 ? status : ZEB_INVALID_ARG_ERR;
+    }
+    const std::lock_guard guard(delivery);
+    client = *created = new_client();
+    client->ind_cb = ind_cb;
+    return 0;
+}
+
+int32_t zeb_client_send_msg_sync(zeb_client_handle handle, uint32_t msg_id, const void *req, uint32_t req_len,
+                                 void *resp, uint32_t resp_len, uint32_t timeout_ms) {
+    if (handle == nullptr || handle != client) {
+        return ZEB_INVALID_ARG_ERR;
+    }
+    {
+        const std::lock_guard guard(books);
+        requests.push_back({msg_id, bytes_of(req, req_len), resp_len, timeout_ms});
+    }
+    const answer next = next_answer(msg_id);
+    if (fault_hit("zeb_client_send_msg_sync")) {
+        return ZEB_TRANSPORT_ERR;
+    }
+    if (next.response.size() <= resp_len) {
+        std::copy(next.response.begin(), next.response.end(), static_cast<uint8_t *>(resp));
+    }
+    if (fault_hit("result")) {
+        *static_cast<zeb_nas_resp_header *>(resp) = {1, 47};
+    }
+    return next.transport;
+}
+
+int32_t zeb_client_message_decode(zeb_client_handle handle, zeb_message_type type, uint32_t, const void *buf,
+                                  uint32_t buf_len, void *dst, uint32_t dst_len) {
+    const int32_t status = next_status("zeb_client_message_decode");
+    if (status != 0 || handle != client || type != ZEB_MESSAGE_INDICATION || buf_len != dst_len) {
+        return status != 0 ? status : ZEB_MSG_LEN_ERR;
+    }
+    memcpy(dst, buf, buf_len);
+    return 0;
+}
+
+int32_t zeb_client_release(zeb_client_handle handle) {
+    const int32_t status = next_status("zeb_client_release");
+    if (status != 0 || handle == nullptr) {
+        return status != 0 ? status : ZEB_INVALID_ARG_ERR;
+    }
+    const std::lock_guard guard(delivery);
+    client = handle == client ? nullptr : client;
+    notifier = handle == notifier ? nullptr : notifier;
+    const std::lock_guard book(books);
+    clients->erase(handle);
+    delete handle;
+    return 0;
+}

@@ -1,0 +1,182 @@
+#include "fault.h"
+
+#include "cpe_dm_interface.h"
+
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <mutex>
+#include <set>
+#include <thread>
+
+namespace {
+
+std::mutex books;
+const char *armed_point;
+int armed_nth;
+bool armed;
+bool armed_onwards;
+int calls;
+std::vector<std::string> fired;
+std::set<void *> live;
+std::set<pthread_mutex_t *> stuck;
+std::atomic<bool> thread_waiting;
+
+bool of_module(const pthread_mutex_t *mutex) {
+    return mutex == &cpe_dm_lock || mutex == &cpe_dm_state.cmdq.mutex;
+}
+
+} // namespace
+
+extern "C" {
+void *__real_calloc(size_t count, size_t size);
+void __real_free(void *memory);
+int __real_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attr);
+int __real_pthread_mutex_lock(pthread_mutex_t *mutex);
+int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
+int __real_pthread_mutex_destroy(pthread_mutex_t *mutex);
+int __real_pthread_cond_init(pthread_cond_t *cond, const pthread_condattr_t *attr);
+int __real_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex);
+int __real_pthread_cond_signal(pthread_cond_t *cond);
+int __real_pthread_cond_broadcast(pthread_cond_t *cond);
+int __real_pthread_cond_destroy(pthread_cond_t *cond);
+int __real_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg);
+int __real_pthread_join(pthread_t thread, void **result);
+
+void *__wrap_calloc(size_t count, size_t size) {
+    if (fault_hit("calloc")) {
+        return nullptr;
+    }
+    void *memory = __real_calloc(count, size);
+    const std::lock_guard guard(books);
+    live.insert(memory);
+    return memory;
+}
+
+void __wrap_free(void *memory) {
+    {
+        const std::lock_guard guard(books);
+        live.erase(memory);
+    }
+    __real_free(memory);
+}
+
+int __wrap_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attr) {
+    {
+        const std::lock_guard guard(books);
+        stuck.erase(mutex);
+    }
+    return of_module(mutex) && fault_hit("pthread_mutex_init") ? ENOMEM : __real_pthread_mutex_init(mutex, attr);
+}
+
+int __wrap_pthread_mutex_lock(pthread_mutex_t *mutex) {
+    return of_module(mutex) && fault_hit("pthread_mutex_lock") ? EINVAL : __real_pthread_mutex_lock(mutex);
+}
+
+int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex) {
+    if (!of_module(mutex)) {
+        return __real_pthread_mutex_unlock(mutex);
+    }
+    const bool fail = fault_hit("pthread_mutex_unlock");
+    {
+        const std::lock_guard guard(books);
+        fail ? (void)stuck.insert(mutex) : (void)stuck.erase(mutex);
+    }
+    return fail ? EPERM : __real_pthread_mutex_unlock(mutex);
+}
+
+int __wrap_pthread_mutex_destroy(pthread_mutex_t *mutex) {
+    return of_module(mutex) && fault_hit("pthread_mutex_destroy") ? EBUSY : __real_pthread_mutex_destroy(mutex);
+}
+
+int __wrap_pthread_cond_init(pthread_cond_t *cond, const pthread_condattr_t *attr) {
+    return fault_hit("pthread_cond_init") ? ENOMEM : __real_pthread_cond_init(cond, attr);
+}
+
+int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
+    if (fault_hit("pthread_cond_wait")) {
+        return EINVAL;
+    }
+    const bool command_thread = cond == &cpe_dm_state.cmdq.cond;
+    thread_waiting = thread_waiting || command_thread;
+    const int error = __real_pthread_cond_wait(cond, mutex);
+    thread_waiting = thread_waiting && !command_thread;
+    return error;
+}
+
+int __wrap_pthread_cond_signal(pthread_cond_t *cond) {
+    return fault_hit("pthread_cond_signal") ? EINVAL : __real_pthread_cond_signal(cond);
+}
+
+int __wrap_pthread_cond_broadcast(pthread_cond_t *cond) {
+    return fault_hit("pthread_cond_broadcast") ? EINVAL : __real_pthread_cond_broadcast(cond);
+}
+
+int __wrap_pthread_cond_destroy(pthread_cond_t *cond) {
+    return fault_hit("pthread_cond_destroy") ? EBUSY : __real_pthread_cond_destroy(cond);
+}
+
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg) {
+    return fault_hit("pthread_create") ? EAGAIN : __real_pthread_create(thread, attr, start, arg);
+}
+
+int __wrap_pthread_join(pthread_t thread, void **result) {
+    return fault_hit("pthread_join") ? EINVAL : __real_pthread_join(thread, result);
+}
+}
+
+void fault_arm(const char *point, int nth, bool onwards) {
+    const std::lock_guard guard(books);
+    armed = true;
+    armed_point = point;
+    armed_nth = nth;
+    armed_onwards = onwards;
+    calls = 0;
+    fired.clear();
+}
+
+void fault_clear() {
+    const std::lock_guard guard(books);
+    armed = false;
+    for (pthread_mutex_t *mutex : stuck) {
+        __real_pthread_mutex_unlock(mutex);
+    }
+    stuck.clear();
+}
+
+std::vector<std::string> fault_fired() {
+    const std::lock_guard guard(books);
+    return fired;
+}
+
+bool fault_hit(const char *point) {
+    const std::lock_guard guard(books);
+    if (!armed || (armed_point != nullptr && std::string(armed_point) != point)) {
+        return false;
+    }
+    calls++;
+    const bool fail = calls == armed_nth || (armed_onwards && calls > armed_nth);
+    if (fail) {
+        fired.emplace_back(point);
+    }
+    return fail;
+}
+
+size_t fault_live_allocations() {
+    const std::lock_guard guard(books);
+    return live.size();
+}
+
+bool fault_settle(int timeout_ms) {
+    cpe_dm_cmdq &queue = cpe_dm_state.cmdq;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
+    while (std::chrono::steady_clock::now() < end) {
+        const bool idle = thread_waiting && std::atomic_ref(queue.count).load() == 0;
+        if (idle || std::atomic_ref(queue.ended).load() != 0 || std::atomic_ref(queue.running).load() == 0) {
+            return true;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(20));
+    }
+    return false;
+}

@@ -1,0 +1,498 @@
+#include "cpe_dm_interface.h"
+#include "cpe_dm_zeb_nas.h"
+#include "fake_platform.h"
+#include "fault.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <deque>
+#include <semaphore>
+#include <thread>
+
+namespace {
+
+std::deque<int> draws;
+
+std::vector<cpe_dm_info> delivered;
+
+void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
+    delivered.push_back(*info);
+    if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
+        free(info->value.lte_nbr_info);
+    }
+    free(info);
+}
+
+cpe_dm_info record(uint32_t info_type, uint32_t id, int64_t threshold = 0) {
+    cpe_dm_info info = {};
+    info.info_type = info_type;
+    info.id = id;
+    info.value_type = threshold != 0 ? CPE_DM_VALUE_INT64 : CPE_DM_VALUE_NONE;
+    info.value.i64_val = threshold;
+    return info;
+}
+
+std::vector<uint32_t> requested() {
+    std::vector<uint32_t> ids;
+    for (const fake_request &request : fake_requests()) {
+        ids.push_back(request.msg_id);
+    }
+    return ids;
+}
+
+bool logged(const std::string &text) {
+    return fake_log().find(text) != std::string::npos;
+}
+
+struct Interface : testing::Test {
+    cpe_dm_hndl handle = nullptr;
+
+    void SetUp() override {
+        fake_reset();
+        fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+        ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+        fake_reset();
+        delivered.clear();
+    }
+
+    void TearDown() override {
+        fault_clear();
+        fake_reset();
+        EXPECT_EQ(cpe_dm_deinit(handle), 0);
+        EXPECT_EQ(fault_live_allocations(), 0U);
+        EXPECT_EQ(fake_clients(), 0);
+    }
+
+    int32_t get_list(std::vector<uint32_t> ids) {
+        std::vector<cpe_dm_info> infos;
+        for (uint32_t id : ids) {
+            infos.push_back(record(CPE_DM_INFO_TYPE_REQUEST, id));
+        }
+        return cpe_dm_get_info_list(handle, infos.data(), static_cast<int32_t>(infos.size()));
+    }
+
+    int32_t get(uint32_t id) {
+        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
+        return cpe_dm_get_info(handle, &info);
+    }
+
+    int32_t set(uint32_t id, int64_t threshold) {
+        const cpe_dm_info info = record(CPE_DM_INFO_TYPE_IND, id, threshold);
+        return cpe_dm_set_ind_info(handle, &info);
+    }
+
+    /* The IDs of the indications set, in a list with room for cnt. */
+    std::vector<uint32_t> set_ids(uint32_t cnt = 7) {
+        std::vector<uint32_t> ids(cnt, 77);
+        uint32_t set = 77;
+        EXPECT_EQ(cpe_dm_get_ind_cnt(handle, &set), 0);
+        EXPECT_EQ(cpe_dm_get_ind_list(handle, ids.data(), cnt), set > cnt ? CPE_DM_ERR_LIST_TOO_SMALL : 0);
+        return ids;
+    }
+
+    template <typename T> void indicate(uint32_t msg_id, const T &message) {
+        ASSERT_TRUE(fake_indicate(msg_id, message));
+        ASSERT_TRUE(fault_settle(5000));
+    }
+};
+
+TEST_F(Interface, EntryChecks) {
+    int other = 0;
+    cpe_dm_info request = record(CPE_DM_INFO_TYPE_REQUEST, 1);
+    cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, 1);
+    uint32_t number = 0;
+    const int32_t clear = 1;
+    const struct {
+        std::function<int32_t(cpe_dm_hndl, bool args_valid)> call;
+        const char *line;
+    } cases[] = {
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_info(h, ok ? &request : nullptr); }, "dm_info["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_info(h, ok ? &request : &ind); }, "dm_info["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_info_list(h, ok ? &request : nullptr, 1); }, "dm_info_list["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_info_list(h, &request, ok); }, "dm_info_list_cnt[0]"},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_info_list(h, &request, ok ? 1 : -3); }, "_list_cnt[-3]"},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_set_ind_info(h, ok ? &ind : nullptr); }, "dm_ind_info["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_set_ind_info(h, ok ? &ind : &request); }, "dm_ind_info["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_ind_cnt(h, ok ? &number : nullptr); }, "dm_ind_cnt["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_ind_list(h, ok ? &number : nullptr, 1); }, "dm_ind_list["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_get_ind_list(h, &number, ok); }, "dm_ind_list_cnt[0]"},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_clr_ind_list(h, ok ? &clear : nullptr, 1); }, "dm_clr_ind_list["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_clr_ind_list(h, &clear, ok); }, "dm_clr_ind_list_cnt[0]"},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_set_ctrl_info(h, ok ? &ind : nullptr); }, "dm_ctrl_info["},
+        {[&](cpe_dm_hndl h, bool ok) { return cpe_dm_deinit(ok ? h : nullptr); }, "hndl[(nil)]"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.call(handle, false), CPE_DM_ERR_INVALID_PARAM) << c.line;
+        EXPECT_TRUE(logged(c.line)) << c.line;
+        for (cpe_dm_hndl wrong : {static_cast<void *>(nullptr), static_cast<void *>(&other)}) {
+            EXPECT_EQ(c.call(wrong, true), CPE_DM_ERR_INVALID_PARAM) << c.line;
+            EXPECT_EQ(fake_log().find("E Invalid params - hndl["), 0U);
+        }
+        fault_arm("pthread_mutex_lock", 1);
+        EXPECT_EQ(c.call(handle, true), CPE_DM_ERR_FAILURE);
+        fault_clear();
+        EXPECT_EQ(fake_log(), "E pthread_mutex_lock failed:\n");
+    }
+    EXPECT_TRUE(requested().empty());
+    EXPECT_EQ(cpe_dm_set_ctrl_info(handle, &ind), CPE_DM_ERR_NOT_SUPPORTED);
+    EXPECT_TRUE(logged("E Setting diagnostic control information for metric[1] - not supported!!"));
+
+    // Half-way down: the handle still matches.
+    fake_status("zeb_client_release", {-8});
+    EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
+    fake_log();
+    for (const auto &c : cases) {
+        if (std::string(c.line) != "dm_ind_list_cnt[0]") {
+            EXPECT_EQ(c.call(handle, true), CPE_DM_ERR_NOT_INITIALIZED) << c.line;
+            EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
+        }
+    }
+    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+}
+
+TEST_F(Interface, InitChecksItsArgumentsAndItsState) {
+    cpe_dm_hndl second = nullptr;
+    set(CPE_DM_IND_REG_STATUS, 0);
+    EXPECT_EQ(cpe_dm_init(nullptr, nullptr, on_event), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_EQ(cpe_dm_init(&second, nullptr, nullptr), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_TRUE(logged("user_cb_fn[(nil)]"));
+    EXPECT_EQ(cpe_dm_init(&second, nullptr, on_event), CPE_DM_ERR_ALREADY_INITIALIZED);
+    EXPECT_EQ(fake_log(), "E Diagnostic monitor module already initialized!!\n");
+    EXPECT_EQ(second, nullptr);
+    EXPECT_EQ(set_ids(1), std::vector<uint32_t>{1});
+    EXPECT_EQ(cpe_dm_deinit(handle), 0);
+    EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_INVALID_PARAM);
+    draws = {0, 0, 4711};
+    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(handle), 4711U);
+    EXPECT_EQ(set_ids(1), std::vector<uint32_t>{0});
+}
+
+/* Whichever release fails, and however often: the next initialisation and de-initialisation clean up. */
+TEST_F(Interface, DeinitFailsHalfWay) {
+    const std::vector<int32_t> cases[] = {{-8}, {0, -8}, {0, -8, -8}};
+    for (const auto &statuses : cases) {
+        fake_status("zeb_client_release", statuses);
+        EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
+        EXPECT_TRUE(logged(statuses[0] != 0 ? "E Releasing the ZEB NAS notifier handle failed with status[-8]"
+                                            : "E Releasing the ZEB NAS client handle failed with status[-8]"));
+        // Events that still come are refused, and those queued are dropped.
+        fake_indicate(ZEB_NAS_SIG_INFO_IND, zeb_nas_sig_info{});
+        EXPECT_TRUE(logged("E Diagnostic monitor module is not initialized!!"));
+        ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+        EXPECT_TRUE(logged("E ZEB NAS client module already initialized"));
+        if (statuses.size() == 3) {
+            EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
+            ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+        }
+        ASSERT_EQ(cpe_dm_deinit(handle), 0);
+        EXPECT_EQ(fake_clients(), 0);
+        ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    }
+    // A queue that cannot be stopped.
+    ASSERT_TRUE(fault_settle(5000));
+    fault_arm("pthread_cond_signal", 1, true);
+    EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
+    EXPECT_TRUE(logged("E De-initializing internal command queue for processing async commands failed"));
+    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
+    fault_clear();
+    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    EXPECT_EQ(cpe_dm_zeb_nas_client_init(), 0);
+    EXPECT_EQ(cpe_dm_zeb_nas_init(), 0);
+}
+
+TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
+    ASSERT_EQ(cpe_dm_deinit(handle), 0);
+    fake_reset();
+    const size_t before = fault_live_allocations();
+    cpe_dm_nas_cell_info cell_info = {};
+    cpe_dm_nas_sig_info sig_info = {};
+    cpe_dm_nas_tx_pwr_info tx_pwr_info = {};
+    cpe_dm_nas_cqi_info cqi_info = {};
+    cpe_dm_nas_cell_lock_list locks = {};
+    cpe_dm_nas_sys_info sys_info = {};
+    cpe_dm_nas_ind_info ind_info = {};
+    uint8_t flag = 7;
+    fault_arm("calloc", 1, true);
+    for (bool valid : {false, true}) {
+        const int32_t statuses[] = {cpe_dm_zeb_nas_get_cell_info(valid ? &cell_info : nullptr),
+                                    cpe_dm_zeb_nas_get_sig_info(valid ? &sig_info : nullptr),
+                                    cpe_dm_zeb_nas_get_tx_pwr_info(valid ? &tx_pwr_info : nullptr),
+                                    cpe_dm_zeb_nas_get_cqi_info(valid ? &cqi_info : nullptr),
+                                    cpe_dm_zeb_nas_get_cell_lock_list(valid ? &locks : nullptr),
+                                    cpe_dm_zeb_nas_get_sys_info(valid ? &sys_info : nullptr, 0),
+                                    cpe_dm_zeb_nas_register_ind(valid ? &ind_info : nullptr)};
+        for (int32_t status : statuses) {
+            EXPECT_EQ(status, valid ? CPE_DM_ERR_NOT_INITIALIZED : CPE_DM_ERR_INVALID_PARAM);
+        }
+        const std::string log = fake_log();
+        EXPECT_EQ(log.find(valid ? "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]"
+                                 : "E Invalid params - cell_info[(nil)]\nE Invalid params - sig_info[(nil)]\n"
+                                   "E Invalid params - tx_pwr_info[(nil)]\nE Invalid params - cqi_info[(nil)]\n"
+                                   "E Invalid params - cell_lock_list[(nil)]\nE Invalid params - sys_info[(nil)]\n"
+                                   "E Invalid params - ind_info[(nil)]\n"),
+                  0U);
+    }
+    EXPECT_EQ(cpe_dm_zeb_nas_release(), CPE_DM_ERR_FAILURE);
+    EXPECT_TRUE(logged("E ZEB NAS client module not yet initialized - cannot be released!"));
+    EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(0, &flag, 0, &flag), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, nullptr, 1, nullptr), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_TRUE(logged("E Invalid params - lte_scan_request[1], nr5g_scan_request[1], lte_scan_ongoing[(nil)], "
+                       "nr5g_scan_ongoing[(nil)]"));
+    EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 0, nullptr), CPE_DM_ERR_NO_MEMORY);
+    EXPECT_EQ(flag, 7);
+    EXPECT_EQ(fault_live_allocations(), before);
+    fault_clear();
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+}
+
+TEST_F(Interface, MetricsWithoutServiceRecordOrMeaning) {
+    for (uint32_t id : {0U, 35U, 4294967295U}) {
+        EXPECT_EQ(get(id), CPE_DM_ERR_NOT_SUPPORTED);
+        EXPECT_TRUE(logged("E Retrieving the diagnostic information for metric[" + std::to_string(id) + "] - not"));
+    }
+    requested();
+    for (uint32_t id : {16U, 17U, 33U, 34U}) {
+        EXPECT_EQ(get(id), CPE_DM_ERR_INVALID_PARAM);
+        EXPECT_FALSE(logged("\nE "));
+        EXPECT_EQ(requested(), std::vector<uint32_t>{ZEB_NAS_GET_SYS_INFO});
+    }
+    zeb_nas_sys_info_resp standalone = {};
+    standalone.info.nr5g_srv_status_valid = 1;
+    standalone.info.nr5g_srv_status = ZEB_NAS_SRV_STATUS_SRV;
+    const struct {
+        zeb_nas_sys_info_resp sys_info;
+        uint32_t status;
+        std::vector<uint32_t> lock_requests;
+    } cases[] = {{fake_sys_info(2, 0), 5, {0xD7}}, {fake_sys_info(2, 7), 6, {0xD7, 0x10F}}, {standalone, 7, {0x10F}}};
+    for (const auto &c : cases) {
+        indicate(ZEB_NAS_SYS_INFO_IND, c.sys_info.info);
+        cpe_dm_nas_cell_lock_list locks = {};
+        cpe_dm_nas_tx_pwr_info power = {};
+        cpe_dm_nas_cqi_info cqi = {};
+        requested();
+        EXPECT_EQ(cpe_dm_zeb_nas_get_cell_lock_list(&locks), 0);
+        EXPECT_EQ(requested(), c.lock_requests);
+        EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
+        EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
+        EXPECT_EQ(requested().size(), 2 * c.lock_requests.size());
+        fake_default(ZEB_NAS_GET_SYS_INFO, c.sys_info);
+        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, 1);
+        EXPECT_EQ(cpe_dm_get_info(handle, &info), 0);
+        EXPECT_EQ(info.value.u32_val, c.status);
+    }
+    // Standalone: the cell's PCI is that of the cell location, not of the system information.
+    requested();
+    get(CPE_DM_METRIC_NR5G_PCI);
+    EXPECT_EQ(requested(), (std::vector<uint32_t>{ZEB_NAS_GET_SYS_INFO, ZEB_NAS_GET_CELL_LOCATION_INFO}));
+    indicate(ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
+    requested();
+    cpe_dm_nas_cqi_info cqi = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), CPE_DM_ERR_FAILURE);
+    cpe_dm_nas_tx_pwr_info power = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
+    EXPECT_TRUE(requested().empty());
+    for (uint32_t id : {0U, 22U, 99U}) {
+        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
+        EXPECT_EQ(cpe_dm_fill_info(&info, &power), CPE_DM_ERR_NOT_SUPPORTED);
+        EXPECT_EQ(cpe_dm_mark_nbr_metric(id), id == 22 ? 0 : CPE_DM_ERR_NOT_SUPPORTED);
+    }
+    // An NR 5G cell whose PCI the system information does not know is not there.
+    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
+    zeb_nas_cell_location_info_resp cell = {};
+    cell.nr5g_serving_cell_info_valid = 1;
+    fake_answer(ZEB_NAS_GET_CELL_LOCATION_INFO, cell);
+    EXPECT_EQ(get(CPE_DM_METRIC_NR5G_PCI), CPE_DM_ERR_INFO_UNAVAILABLE);
+    // NR 5G RSRQ needs both flags.
+    zeb_nas_sig_info_resp sig = {};
+    sig.info.nr5g_sig_info_valid = 1;
+    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    fake_answer(ZEB_NAS_GET_SIG_INFO, sig);
+    EXPECT_EQ(get(CPE_DM_METRIC_NR5G_RSRQ), CPE_DM_ERR_INFO_UNAVAILABLE);
+}
+
+TEST_F(Interface, Lists) {
+    zeb_nas_sig_info_resp sig = {};
+    sig.info.lte_sig_info_valid = 1;
+    fake_default(ZEB_NAS_GET_SIG_INFO, sig);
+    const zeb_nas_resp_header rejected = {1, 3};
+    constexpr uint32_t rsrp = CPE_DM_METRIC_LTE_RSRP;
+    const struct {
+        std::vector<uint32_t> ids;
+        int32_t status;
+        size_t requests; /* of system information, signal information and scans */
+        bool scan_rejected;
+    } cases[] = {
+        {{rsrp, 99}, -7, 2, false},     {{99, rsrp}, 0, 2, false},
+        {{1, rsrp, rsrp}, 0, 5, false}, {{rsrp, 11, rsrp}, -17, 4, false},
+        {{24, 11, 31}, -17, 2, false},  {{24, 31}, -1, 1, true},
+        {{0, 24}, -1, 1, true},         {{24, 31, 99}, 0, 1, false},
+    };
+    for (const auto &c : cases) {
+        fake_reset();
+        if (c.scan_rejected) {
+            fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+        }
+        EXPECT_EQ(get_list(c.ids), c.status) << testing::PrintToString(c.ids);
+        EXPECT_EQ(requested().size(), c.requests) << testing::PrintToString(c.ids);
+    }
+    // The last one left its scan outstanding.
+    EXPECT_EQ(cpe_dm_state.lte_scan_ongoing + 2 * cpe_dm_state.nr5g_scan_ongoing, 1);
+    EXPECT_EQ(get_list({rsrp, 24}), CPE_DM_ERR_SCAN_ONGOING);
+    EXPECT_TRUE(logged("E Neighbor cells scan request ongoing nr5g[1]/lte[1] - wait for completion!!"));
+    EXPECT_TRUE(requested().empty());
+    EXPECT_EQ(get(25), CPE_DM_ERR_SCAN_ONGOING);
+    EXPECT_EQ(get_list({rsrp}), 0);
+    requested();
+    // The LTE result starts the NR 5G scan before it is delivered; the NR 5G result ends it all.
+    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
+    EXPECT_EQ(requested(), std::vector<uint32_t>{ZEB_NAS_PERFORM_INCREMENTAL_SCAN});
+    EXPECT_EQ(get(22), CPE_DM_ERR_SCAN_ONGOING);
+    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
+    ASSERT_EQ(delivered.size(), 2U);
+    EXPECT_EQ(delivered[0].id + 10 * delivered[1].id, 21U);
+    // A rejected request leaves no mark, a stale metric flag included.
+    cpe_dm_state.lte_nbr_cgi = 1;
+    const cpe_dm_state_record before = cpe_dm_state;
+    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+    EXPECT_EQ(get(30), CPE_DM_ERR_FAILURE);
+    EXPECT_TRUE(logged("E Performing incremental network scan failed - error[0], response[1/3]"));
+    EXPECT_EQ(memcmp(&before.lte_scan_request, &cpe_dm_state.lte_scan_request, 15), 0);
+    EXPECT_EQ(get(31), 0);
+}
+
+TEST_F(Interface, IndicationTable) {
+    const struct {
+        uint32_t id;
+        int64_t threshold;
+        int32_t status;
+        const char *log;
+    } cases[] = {{7, 1, 0, ""},
+                 {3, 70000, 0, ""},
+                 {1, 0, 0, ""},
+                 {2, 0, -2, ""},
+                 {2, -5, -2, ""},
+                 {8, 1, -7, "E Setting diagnostic indication information for metric[8] - not supported!!\n"},
+                 {0, 1, -7, "E Setting diagnostic indication information for metric[0] - not supported!!\n"}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(set(c.id, c.threshold), c.status);
+        EXPECT_EQ(fake_log(), c.log);
+    }
+    EXPECT_EQ(cpe_dm_state.ind_info.nr5g_rsrp.delta, 4464);
+    EXPECT_EQ(set_ids(5), (std::vector<uint32_t>{1, 3, 7, 0, 0}));
+    EXPECT_EQ(set_ids(2), (std::vector<uint32_t>{77, 77}));
+    EXPECT_TRUE(logged("E Indication list count [2] passed can't store the entire indication list [3]"));
+    const int32_t unknown[] = {3, 9};
+    requested();
+    EXPECT_EQ(cpe_dm_clr_ind_list(handle, unknown, 2), CPE_DM_ERR_NOT_SUPPORTED);
+    EXPECT_TRUE(logged("E Clearing diagnostic indication information for metric[9] - not supported!!"));
+    EXPECT_TRUE(requested().empty());
+    // The modem refuses: the table stays.
+    const int32_t clear[] = {3, 3, 5};
+    fault_arm("result", 1, true);
+    EXPECT_EQ(cpe_dm_clr_ind_list(handle, clear, 3), CPE_DM_ERR_FAILURE);
+    EXPECT_EQ(set(6, 9), CPE_DM_ERR_FAILURE);
+    fault_clear();
+    EXPECT_EQ(set_ids(), (std::vector<uint32_t>{1, 3, 7, 0, 0, 0, 0}));
+    fault_arm("result", 2);
+    EXPECT_EQ(cpe_dm_clr_ind_list(handle, clear, 3), 0) << "what the service answers to the thresholds does not count";
+    fault_clear();
+    EXPECT_EQ(set_ids(2), (std::vector<uint32_t>{1, 7}));
+}
+
+TEST_F(Interface, Posting) {
+    char *data = static_cast<char *>(calloc(1, 8));
+    EXPECT_EQ(cpe_dm_post_nas_msg(0, data), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_TRUE(logged("E Invalid params - zeb_msg_id[0], zeb_msg_data["));
+    EXPECT_EQ(cpe_dm_post_nas_msg(0x51, nullptr), CPE_DM_ERR_INVALID_PARAM);
+    EXPECT_EQ(cpe_dm_post_nas_msg(0x99, data), 0);
+    ASSERT_TRUE(fault_settle(5000));
+    EXPECT_TRUE(logged("E Processing of NAS message ID [153] - not supported!!"));
+    for (int nth : {1, 2}) {
+        fake_log();
+        data = static_cast<char *>(calloc(1, 8));
+        fault_arm("calloc", nth);
+        EXPECT_EQ(cpe_dm_post_nas_msg(0x99, data), nth == 1 ? CPE_DM_ERR_NO_MEMORY : CPE_DM_ERR_FAILURE);
+        fault_clear();
+        EXPECT_EQ(fake_log(), "E Memory allocation failure\n");
+    }
+    zeb_async_data empty = {0x51, nullptr};
+    cpe_dm_cmd cmd = {};
+    cpe_dm_process_nas_msg(nullptr, &empty);
+    cpe_dm_process_nas_msg(&cmd, nullptr);
+    cpe_dm_process_nas_msg(&cmd, &empty);
+    EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
+    cpe_dm_free_nas_msg(nullptr, nullptr);
+    EXPECT_TRUE(delivered.empty());
+}
+
+std::binary_semaphore entered{0};
+std::binary_semaphore go{0};
+
+/* While the queue is taken down, whoever comes waits and then finds the module down; an initialisation then proceeds.
+ */
+TEST_F(Interface, OperationsWaitForADeinit) {
+    static cpe_dm_cmd blocker = {[](cpe_dm_cmd *, void *) {
+                                     entered.release();
+                                     go.acquire();
+                                 },
+                                 nullptr, nullptr};
+    ASSERT_EQ(cpe_dm_cmdq_enq(&cpe_dm_state.cmdq, &blocker), 0);
+    entered.acquire();
+    cpe_dm_post_nas_msg(0x51, calloc(1, sizeof(zeb_nas_sig_info)));
+    std::thread deinit([this] { EXPECT_EQ(cpe_dm_deinit(handle), 0); });
+    while (std::atomic_ref(cpe_dm_state.cmdq.running).load() != 0) {
+        std::this_thread::yield();
+    }
+    std::atomic<int> returned{0};
+    cpe_dm_hndl next = nullptr;
+    std::thread operation([&] {
+        uint32_t cnt = 0;
+        EXPECT_EQ(cpe_dm_get_ind_cnt(handle, &cnt), CPE_DM_ERR_INVALID_PARAM);
+        returned++;
+    });
+    std::thread init([&] {
+        EXPECT_EQ(cpe_dm_init(&next, nullptr, on_event), 0);
+        returned++;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_EQ(returned, 0);
+    go.release();
+    for (std::thread *thread : {&deinit, &operation, &init}) {
+        thread->join();
+    }
+    handle = next;
+}
+
+/* An event that waits for the lock while the module goes down is dropped. */
+TEST_F(Interface, AnEventIsDroppedUnderTheLock) {
+    ASSERT_EQ(set(CPE_DM_IND_REG_STATUS, 0), 0);
+    ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
+    ASSERT_EQ(cpe_dm_post_nas_msg(0x4E, calloc(1, sizeof(uint32_t))), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::atomic_ref(cpe_dm_state.initialized).store(0);
+    pthread_mutex_unlock(&cpe_dm_lock);
+    ASSERT_TRUE(fault_settle(5000));
+    EXPECT_TRUE(logged("E Diagnostic monitor module is not initialized!!"));
+    EXPECT_TRUE(delivered.empty());
+    std::atomic_ref(cpe_dm_state.initialized).store(1);
+}
+
+} // namespace
+
+extern "C" {
+int __real_rand();
+int __wrap_rand();
+
+int __wrap_rand() {
+    if (draws.empty()) {
+        return __real_rand();
+    }
+    const int draw = draws.front();
+    draws.pop_front();
+    return draw;
+}
+}

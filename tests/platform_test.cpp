@@ -1,0 +1,385 @@
+// What the module may rely on in the platform, held against the stand-in.
+#include "diag_msg.h"
+#include "nas_answers.h"
+#include "zeb_service.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using text_list = std::vector<std::string>;
+const std::string LTE = "[lte]\nsrv_status = 'service'\nrsrp = -90\ntx_power = -5\ncqi = [[9]]\nlock = []\n";
+const std::string NR5G = "[nr5g]\narfcn = 7\ntx_power = -5\ncqi = [[9]]\nlock_arfcns = [7]\n";
+
+void sleep_ms(int ms) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+// A process has one modem, so each scenario is played in a child, which exits while the modem's threads run.
+void with_scenario(const std::string &toml, const std::function<void()> &body) {
+    const std::string path = testing::TempDir() + "platform_test_" + std::to_string(getpid());
+    std::ofstream(path) << toml;
+    fflush(stdout);
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("ZEB_SCENARIO", path.c_str(), 1);
+        setenv("DIAG_LOG", (path + ".log").c_str(), 1);
+        body();
+        exit(testing::Test::HasFailure() ? 1 : 0);
+    }
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0) << "in the scenario:\n" << toml;
+    std::filesystem::remove(path);
+    std::filesystem::remove(path + ".log");
+}
+
+zeb_service_object nas() {
+    return nas_get_service_object_internal_v01(1, 342, 6);
+}
+
+// What a client was told. Unguarded on purpose: that the client was released must be enough.
+struct told {
+    text_list lines;
+    bool released = false;
+    int pause_ms = 0;
+};
+
+template <typename T> T decoded(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len, int32_t &status) {
+    T message = {};
+    status = zeb_client_message_decode(client, ZEB_MESSAGE_INDICATION, id, buf, len, &message, sizeof(message));
+    return message;
+}
+
+void on_ind(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len, void *data) {
+    told &t = *static_cast<told *>(data);
+    std::string line;
+    int32_t status = -1;
+    sleep_ms(t.pause_ms);
+    EXPECT_FALSE(t.released);
+    if (id == ZEB_NAS_SYS_INFO_IND)
+        line = "sys " + std::to_string(decoded<zeb_nas_sys_info>(client, id, buf, len, status).lte_srv_status);
+    else if (id == ZEB_NAS_SIG_INFO_IND)
+        line = "sig " + std::to_string(decoded<zeb_nas_sig_info>(client, id, buf, len, status).lte_sig.rsrp);
+    else if (id == ZEB_NAS_SCAN_RESULT_IND)
+        line = "scan " + std::to_string(decoded<zeb_nas_scan_result_ind>(client, id, buf, len, status).scan_status);
+    t.lines.push_back(status == 0 ? line : "refused");
+}
+
+zeb_client_handle connect(told &t) {
+    zeb_cci_os_params os = {};
+    zeb_client_handle client = nullptr;
+    EXPECT_EQ(zeb_client_init_instance(nas(), ZEB_INSTANCE_ANY, on_ind, &t, &os, 2000, &client), ZEB_NO_ERR);
+    return client;
+}
+
+void release(told &t, zeb_client_handle client) {
+    EXPECT_EQ(zeb_client_release(client), ZEB_NO_ERR);
+    t.released = true;
+}
+
+// "result/error" of the response, or the status alone of a request that was not delivered.
+template <typename Req>
+std::string send(zeb_client_handle c, uint32_t id, const Req &req,
+                 std::vector<uint8_t> resp = std::vector<uint8_t>(8)) {
+    const auto room = static_cast<uint32_t>(resp.size());
+    const int32_t status = zeb_client_send_msg_sync(c, id, &req, sizeof(req), resp.data(), room, 300);
+    zeb_nas_resp_header header;
+    memcpy(&header, resp.data(), sizeof(header));
+    return status != 0 ? std::to_string(status) : std::to_string(header.result) + "/" + std::to_string(header.error);
+}
+
+std::string scan(zeb_client_handle client, uint8_t network_type) {
+    return send(client, 0x85, zeb_nas_incremental_scan_req{1, network_type, 1, 5, {}});
+}
+
+void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) {
+    zeb_nas_config_sig_info_req config = {};
+    config.lte_rsrp = {1, lte_rsrp_delta};
+    EXPECT_EQ(send(client, 0x03, zeb_nas_indication_register_req{1, sys_info, 1, 1, {}}), "0/0");
+    EXPECT_EQ(send(client, 0x6C, config), "0/0");
+}
+
+std::string present_groups(const scenario_state &state) {
+    zeb_nas_sys_info sys = {};
+    zeb_nas_sig_info sig = {};
+    zeb_nas_cell_location_info_resp cell = {};
+    zeb_nas_tx_rx_info_resp tx[2] = {};
+    zeb_nas_cqi_info_resp cqi[2] = {};
+    zeb_nas_lte_cell_lock_list_resp lock = {};
+    zeb_nas_nr5g_cell_lock_list_resp nr5g_lock = {};
+    nas_fill_sys_info(state, sys);
+    nas_fill_sig_info(state, 0, sig);
+    nas_fill_cell_location(state, 0, cell);
+    nas_fill_tx_rx_info(state, 8, tx[0]);
+    nas_fill_tx_rx_info(state, 12, tx[1]);
+    nas_fill_cqi_info(state, 1, cqi[0]);
+    nas_fill_cqi_info(state, 0, cqi[1]);
+    nas_fill_lte_locks(state, lock);
+    nas_fill_nr5g_locks(state, nr5g_lock);
+    std::ostringstream out;
+    out << +sys.lte_srv_status_valid << +sys.nr5g_srv_status_valid << +sys.nr5g_pci_valid << " "
+        << +sig.lte_sig_info_valid << +sig.nr5g_sig_info_valid << +sig.nr5g_rsrq_valid << " " << +cell.lte_intra_valid
+        << +cell.nr5g_serving_cell_info_valid << +cell.nr5g_arfcn_valid << " " << +tx[0].tx_valid << +tx[1].tx_valid
+        << " " << +cqi[0].lte_cc_cqi_valid << +cqi[1].nr5g_cc_cqi_valid << " " << +lock.lte_cell_list_valid
+        << +nr5g_lock.arfcn_identity_valid;
+    return out.str();
+}
+
+} // namespace
+
+TEST(Platform, DecodingIsStrict) {
+    with_scenario(LTE, [] {
+        told t;
+        const zeb_client_handle client = connect(t);
+        const zeb_nas_sys_info info = {};
+        const auto sound = zeb_encode(ZEB_MESSAGE_INDICATION, 0x4E, &info, sizeof(info));
+        const auto size = static_cast<uint32_t>(sound.size());
+        const struct {
+            zeb_message_type type;
+            uint32_t id;
+            uint32_t length;
+            uint32_t room;
+            size_t damaged; // byte of the encoding
+            int32_t expected;
+        } cases[] = {
+            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, SIZE_MAX, ZEB_NO_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1319, SIZE_MAX, ZEB_MSG_LEN_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size - 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size + 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 0, ZEB_MSG_MALFORMED_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 4, ZEB_MSG_MALFORMED_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 8, ZEB_MSG_MALFORMED_ERR},
+            {ZEB_MESSAGE_INDICATION, 0x4F, size, 1320, SIZE_MAX, ZEB_UNKNOWN_MSG_ERR},
+            {ZEB_MESSAGE_REQUEST, 0x4E, size, 1320, SIZE_MAX, ZEB_UNKNOWN_MSG_ERR},
+        };
+        for (const auto &c : cases) {
+            std::vector<uint8_t> buf = sound;
+            std::vector<uint8_t> dst(c.room, 0xAA);
+            buf.resize(c.length);
+            buf.shrink_to_fit();
+            if (c.damaged < buf.size())
+                buf[c.damaged] ^= 1;
+            EXPECT_EQ(zeb_client_message_decode(client, c.type, c.id, buf.data(), c.length, dst.data(), c.room),
+                      c.expected);
+            EXPECT_EQ(dst[0], c.expected == 0 ? 0 : 0xAA);
+        }
+    });
+}
+
+TEST(Platform, ArgumentsAreChecked) {
+    with_scenario(LTE, [] {
+        told t;
+        const zeb_client_handle stale = connect(t);
+        release(t, stale);
+        const zeb_client_handle client = connect(t);
+        zeb_client_handle notifier = nullptr;
+        zeb_client_handle none = nullptr;
+        zeb_cci_os_params os = {};
+        zeb_service_info info = {};
+        uint32_t n = 0;
+        const auto event = [](zeb_client_handle, zeb_service_object, int32_t, void *) {};
+        const zeb_service strange = {};
+        zeb_nas_sys_info_resp r = {};
+        const auto request = [&r](zeb_client_handle c, uint32_t id, const void *req, uint32_t len) {
+            return zeb_client_send_msg_sync(c, id, req, len, &r, sizeof(r), 100);
+        };
+        EXPECT_EQ(nas_get_service_object_internal_v01(1, 341, 6), nullptr);
+        const struct {
+            const char *what;
+            int32_t status;
+            int32_t expected;
+        } cases[] = {
+            {"notifier", zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR},
+            {"block in use", zeb_client_notifier_init(nas(), &os, &none), ZEB_INVALID_ARG_ERR},
+            {"strange service", zeb_client_notifier_init(&strange, &os, &none), ZEB_INVALID_ARG_ERR},
+            {"list without room", zeb_client_get_service_list(nas(), &info, nullptr, &n), ZEB_INVALID_ARG_ERR},
+            {"callback of a client", zeb_client_register_notify_cb(client, event, nullptr), ZEB_INVALID_ARG_ERR},
+            {"no such instance", zeb_client_init_instance(nas(), 9, on_ind, &t, &os, 0, &none), ZEB_SERVICE_ERR},
+            {"request", request(client, 0x4D, &n, 1), ZEB_NO_ERR},
+            {"null request", request(client, 0x4D, nullptr, 1), ZEB_INVALID_ARG_ERR},
+            {"response length", request(client, 0x4F, &n, 1), ZEB_MSG_LEN_ERR},
+            {"unknown message", request(client, 0x4E, &n, 1), ZEB_UNKNOWN_MSG_ERR},
+            {"request of a notifier", request(notifier, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR},
+            {"request of a stale handle", request(stale, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR},
+            {"release stale", zeb_client_release(stale), ZEB_INVALID_ARG_ERR},
+        };
+        for (const auto &c : cases)
+            EXPECT_EQ(c.status, c.expected) << c.what;
+        EXPECT_EQ(none, nullptr);
+    });
+}
+
+TEST(Platform, SignalRaisedBeforeTheWaitIsNotLost) {
+    with_scenario("appear_ms = 500\n", [] {
+        zeb_cci_os_params os = {};
+        zeb_client_handle notifier = nullptr;
+        uint32_t n = 0;
+        ASSERT_EQ(zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR);
+        EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_SERVICE_ERR);
+        sleep_ms(800);
+        zeb_cci_os_signal_wait(&os, 0);
+        EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_NO_ERR);
+        EXPECT_EQ(n, 1u);
+        const auto before = std::chrono::steady_clock::now();
+        zeb_cci_os_signal_wait(&os, 50); // it was lowered, so this one runs out
+        EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
+        EXPECT_EQ(zeb_client_release(notifier), ZEB_NO_ERR);
+    });
+}
+
+TEST(Platform, NoCallbackAfterRelease) {
+    with_scenario("tick_ms = 10\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
+        size_t count = 0;
+        for (int i = 0; i < 30; i++) {
+            told t;
+            t.pause_ms = i % 3 * 5;
+            const zeb_client_handle client = connect(t);
+            watch(client, 1, 1);
+            sleep_ms(25 + i % 7);
+            release(t, client);
+            count += t.lines.size();
+        }
+        EXPECT_GT(count, 10u);
+    });
+}
+
+TEST(Platform, IndicationsComeInOrderAndByThreshold) {
+    const std::string timeline = R"(
+change = [
+    { at_ms = 1500, lte = { rsrp = -94 } },
+    { at_ms = 1550, lte = { rsrp = -95, rsrq = -3 } },
+    { at_ms = 1600, lte = { rsrp = -91, srv_status = 'limited' } },
+    { at_ms = 1650, lte = { rsrp = -90, srv_status = 'service' }, nr5g = { attached = true } },
+    { at_ms = 1700, nr5g = { attached = false } },
+]
+fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
+)";
+    with_scenario(timeline + LTE, [] {
+        told all;
+        told signal;
+        all.pause_ms = 60; // slower than they come
+        const zeb_client_handle a = connect(all);
+        const zeb_client_handle b = connect(signal);
+        watch(a, 1, 5);
+        watch(b, 0, 4);
+        sleep_ms(2300);
+        release(all, a);
+        release(signal, b);
+        EXPECT_EQ(signal.lines, (text_list{"sig -94", "sig -90"}));
+        EXPECT_EQ(all.lines, (text_list{"sig -95", "sys 1", "refused", "sig -90", "sys 2"}));
+    });
+}
+
+TEST(Platform, ScansEndOneAtATimeAndFaultsStrikeInTurn) {
+    const std::string faults = R"(
+scan_delay_ms = 200
+fault = [
+    { message = 0x85, nth = 2, scan_lost = true },
+    { message = 0x4D, nth = 2, status = -8 },
+    { message = 0x4D, nth = 3, count = 2, result = 7, error = 9 },
+    { message = 0x4D, nth = 4, delay_ms = 100 },
+    { message = 0x4D, nth = 5, delay_ms = 5000 },
+]
+)";
+    with_scenario(faults + LTE, [] {
+        told first;
+        told second;
+        const zeb_client_handle a = connect(first);
+        const zeb_client_handle b = connect(second);
+        for (const char *expected : {"0/0", "-8", "7/9", "7/9", "-3", "0/0"})
+            EXPECT_EQ(send(a, 0x4D, zeb_nas_empty_req{}, std::vector<uint8_t>(1328)), expected);
+        EXPECT_EQ(scan(b, 5), "1/2");
+        EXPECT_EQ(scan(a, 4), "0/0");
+        EXPECT_EQ(scan(b, 16), "1/3");
+        sleep_ms(700);
+        EXPECT_EQ(scan(a, 16), "0/0"); // the one that is lost ends with its client
+        EXPECT_EQ(scan(b, 4), "1/3");
+        release(first, a);
+        EXPECT_EQ(scan(b, 4), "0/0");
+        sleep_ms(700);
+        release(second, b);
+        EXPECT_EQ(first.lines, text_list{"scan 0"});
+        EXPECT_EQ(second.lines, text_list{"scan 0"});
+    });
+}
+
+TEST(Platform, AnswersFollowTheTechnology) {
+    const struct {
+        std::string toml;
+        const char *groups; // present ones of: system information, signal, cell, power, CQI, locks
+    } cases[] = {
+        {LTE, "100 100 100 10 10 10"},
+        {NR5G + "srv_status = 'service'\n", "010 011 011 01 01 01"},
+        {LTE + NR5G + "attached = true\nrsrq_reported = false\n", "101 110 111 11 11 11"},
+        {"[lte]\nsrv_status = 'no_service'\n" + NR5G + "attached = true\n", "100 000 000 00 00 01"},
+    };
+    for (const auto &c : cases) {
+        scenario plan;
+        std::string error;
+        ASSERT_TRUE(scenario_parse(c.toml, "f", plan, error)) << error;
+        EXPECT_EQ(present_groups(plan.states[0]), c.groups);
+    }
+}
+
+TEST(Platform, ScenariosAreReadStrictly) {
+    scenario out;
+    std::string error;
+    for (const auto &entry : std::filesystem::directory_iterator(PLATFORM_SCENARIOS)) {
+        std::stringstream text;
+        text << std::ifstream(entry.path()).rdbuf();
+        EXPECT_TRUE(scenario_parse(text.str(), entry.path().c_str(), out, error)) << error;
+    }
+    const struct {
+        const char *toml;
+        const char *error;
+    } cases[] = {
+        {"[lte\n", "f:1: "},
+        {"[lte]\npci = 1\nPci = 1\n", "f:3: unknown key \"Pci\""},
+        {"[lte]\nearfcn = 65536\n", "f:2: value out of range 0 to 65535"},
+        {"[lte]\nrsrp = -90.0\n", "f:2: an integer is expected"},
+        {"[lte]\nsrv_status = 'fine'\n", "f:2: one of these words is expected: absent"},
+        {"[lte]\nplmn = [1, 2]\n", "f:2: 3 bytes are expected"},
+        {"[lte]\n\ncqi = [[1, 2, 3, 4, 5]]\n", "f:3: more than 4 entries"},
+        {"[nr5g]\ncgi = '0xFG'\n", "f:2: hexadecimal digits"},
+        {"change = [{ at_ms = 5 },\n{ at_ms = 5 }]\n", "f:2: a change needs an at_ms later"},
+        {"repeat_ms = 10\nchange = [{ at_ms = 10 }]\n", "f:1: repeat_ms must come after"},
+        {"[[fault]]\nmessage = 0x4D\nscan_lost = true\n", "f:1: only message 0x0085"},
+    };
+    for (const auto &c : cases) {
+        EXPECT_FALSE(scenario_parse(c.toml, "f", out, error)) << c.toml;
+        EXPECT_EQ(error.substr(0, strlen(c.error)), c.error);
+    }
+    with_scenario("lte = 5\n", [] {
+        uint32_t n = 0;
+        EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_SERVICE_ERR);
+    });
+}
+
+TEST(Platform, LogLinesStayLines) {
+    with_scenario(LTE, [] {
+        static const diag_msg_desc desc = {12, 65, DIAG_MSG_LEVEL_ERROR, "%s", "/a/b.cpp"};
+        const auto log_some = [] {
+            for (int i = 0; i < 400; i++)
+                msg_sprintf(&desc, "one\ntwo\t\n");
+        };
+        std::thread other(log_some);
+        log_some();
+        other.join();
+        std::ifstream log(getenv("DIAG_LOG"));
+        int lines = 0;
+        for (std::string line; std::getline(log, line); lines++)
+            EXPECT_TRUE(line.find("Z error ") == 23 && line.ends_with(" b.cpp:12 one\\ntwo\\x09")) << line;
+        EXPECT_EQ(lines, 800);
+    });
+}

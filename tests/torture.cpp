@@ -1,0 +1,241 @@
+/* Plays a session that uses every operation and every kind of event, once for each call that can fail with just that
+ * call failing, and prints what differs from the session without a fault: statuses, error lines and events. Then plays
+ * it with every call failing from the nth on. After each session the module must come up and go down again with nothing
+ * left behind. */
+#include "cpe_dm_interface.h"
+#include "fake_platform.h"
+#include "fault.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+namespace {
+
+cpe_dm_hndl handle;
+std::string events;
+
+void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
+    events += " event " + std::to_string(info->info_type) + "/" + std::to_string(info->id) + "/" +
+              std::to_string(info->value_type);
+    if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
+        free(info->value.lte_nbr_info);
+    }
+    free(info);
+}
+
+template <uint32_t... ids> int32_t get() {
+    static cpe_dm_lte_cqi_info cqi;
+    static cpe_dm_nr5g_cell_lock_list locks;
+    cpe_dm_info infos[] = {cpe_dm_info{CPE_DM_INFO_TYPE_REQUEST, ids, 0, {}, 0}...};
+    for (cpe_dm_info &info : infos) {
+        info.value.cqi_info = info.id == CPE_DM_METRIC_LTE_CQI ? static_cast<void *>(&cqi) : &locks;
+    }
+    return sizeof...(ids) == 1 ? cpe_dm_get_info(handle, infos) : cpe_dm_get_info_list(handle, infos, sizeof...(ids));
+}
+
+template <uint32_t id> int32_t set() {
+    cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_INT64, {}, 0};
+    info.value.i64_val = 5;
+    return cpe_dm_set_ind_info(handle, &info);
+}
+
+int32_t ind_cnt() {
+    uint32_t cnt = 0;
+    const int32_t status = cpe_dm_get_ind_cnt(handle, &cnt);
+    return status == 0 ? static_cast<int32_t>(cnt) : status;
+}
+
+int32_t ind_list() {
+    uint32_t ids[7];
+    return cpe_dm_get_ind_list(handle, ids, 7);
+}
+
+int32_t clear() {
+    const int32_t ids[] = {1, 2};
+    return cpe_dm_clr_ind_list(handle, ids, 2);
+}
+
+int32_t sig_info() {
+    static int16_t rsrp;
+    zeb_nas_sig_info info = {};
+    info.lte_sig_info_valid = info.nr5g_sig_info_valid = 1;
+    info.lte_sig.rsrp = ++rsrp;
+    info.nr5g_sig.snr = rsrp;
+    return fake_indicate(ZEB_NAS_SIG_INFO_IND, info);
+}
+
+template <uint16_t nr5g_pci> int32_t sys_info() {
+    return fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, nr5g_pci).info);
+}
+
+int32_t scan_result() {
+    return fake_indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
+}
+
+int32_t init() {
+    handle = nullptr;
+    return cpe_dm_init(&handle, nullptr, on_event);
+}
+
+int32_t deinit() {
+    return cpe_dm_deinit(handle);
+}
+
+const struct {
+    const char *name;
+    int32_t (*play)();
+} steps[] = {{"init", init},
+             {"get EARFCN", get<CPE_DM_METRIC_LTE_EARFCN>},
+             {"get PCI", get<CPE_DM_METRIC_NR5G_PCI>},
+             {"get RSRP", get<CPE_DM_METRIC_LTE_RSRP>},
+             {"get CQI", get<CPE_DM_METRIC_LTE_CQI>},
+             {"get TX power", get<CPE_DM_METRIC_LTE_TX_POWER>},
+             {"get cell locks", get<CPE_DM_METRIC_NR5G_CELL_LOCK_LIST>},
+             {"set LTE RSRP", set<CPE_DM_IND_LTE_RSRP>},
+             {"set NR 5G SINR", set<CPE_DM_IND_NR5G_SINR>},
+             {"set registration status", set<CPE_DM_IND_REG_STATUS>},
+             {"count", ind_cnt},
+             {"list", ind_list},
+             {"signal indication", sig_info},
+             {"LTE indication", sys_info<0>},
+             {"EN-DC indication", sys_info<500>},
+             {"get list", get<CPE_DM_METRIC_REG_STATUS, CPE_DM_METRIC_LTE_NBR_RSRP, CPE_DM_METRIC_NR5G_NBR_PCI>},
+             {"LTE scan result", scan_result},
+             {"NR 5G scan result", scan_result},
+             {"get neighbour", get<CPE_DM_METRIC_NR5G_NBR_CGI>},
+             {"clear", clear},
+             {"deinit", deinit}};
+constexpr size_t step_cnt = sizeof(steps) / sizeof(steps[0]);
+
+/* Only the error lines of a log, each behind a bar. */
+std::string errors(const std::string &log) {
+    std::string result;
+    for (size_t start = 0, end = 0; (end = log.find('\n', start)) != std::string::npos; start = end + 1) {
+        if (log[start] == 'E') {
+            result += " | " + log.substr(start + 2, end - start - 2);
+        }
+    }
+    return result;
+}
+
+/* What can be seen of each step. */
+std::vector<std::string> session(int settle_ms) {
+    std::vector<std::string> outcomes;
+    for (const auto &step : steps) {
+        const int32_t status = step.play();
+        fault_settle(settle_ms);
+        outcomes.push_back(std::string(step.name) + " " + std::to_string(status) + std::exchange(events, {}) +
+                           errors(fake_log()));
+        fake_requests();
+    }
+    return outcomes;
+}
+
+/* Without faults the module comes up and goes down, and then has nothing left. */
+bool recovers() {
+    fault_clear();
+    cpe_dm_deinit(handle);
+    const bool up_and_down = init() == 0 && deinit() == 0;
+    fake_reset();
+    events.clear();
+    return up_and_down && fault_live_allocations() == 0;
+}
+
+int failures;
+
+int one_at_a_time(const char *point, const std::vector<std::string> &expected) {
+    for (int n = 1;; n++) {
+        fault_arm(point, n);
+        const std::vector<std::string> outcomes = session(5000);
+        if (fault_fired().empty()) {
+            return n - 1;
+        }
+        printf("%s #%d:", point, n);
+        // Where the module did not come up, every other step is refused.
+        const bool up = outcomes[0].starts_with("init 0");
+        for (size_t i = 0; i < (up ? step_cnt : 1); i++) {
+            if (outcomes[i] != expected[i]) {
+                printf(" [%s]", outcomes[i].c_str());
+            }
+        }
+        printf("\n");
+        if (!recovers() || fake_clients() != 0) {
+            printf("!! does not recover\n");
+            failures++;
+        }
+    }
+}
+
+int from_the_nth_on() {
+    for (int n = 1;; n++) {
+        fault_arm(nullptr, n, true);
+        session(10);
+        const bool fired = !fault_fired().empty();
+        if (!recovers()) {
+            printf("!! does not recover when all fail from call %d on\n", n);
+            failures++;
+        }
+        if (!fired) {
+            return n - 1;
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    zeb_nas_cell_location_info_resp cell = {};
+    cell.lte_intra_valid = cell.nr5g_serving_cell_info_valid = 1;
+    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell);
+    zeb_nas_sig_info_resp sig = {};
+    sig.info.lte_sig_info_valid = 1;
+    fake_default(ZEB_NAS_GET_SIG_INFO, sig);
+    zeb_nas_tx_rx_info_resp tx = {};
+    tx.tx_valid = 1;
+    fake_default(ZEB_NAS_GET_TX_RX_INFO, tx);
+    zeb_nas_cqi_info_resp cqi = {};
+    cqi.lte_cc_cqi_valid = 1;
+    fake_default(ZEB_NAS_GET_CQI_INFO, cqi);
+    zeb_nas_nr5g_cell_lock_list_resp locks = {};
+    locks.cell_identity_valid = 1;
+    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, locks);
+
+    if (argc == 2 && strcmp(argv[1], "onwards") == 0) {
+        printf("%d points, all from the nth on\n", from_the_nth_on());
+        return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    const std::vector<std::string> expected = session(5000);
+    for (const std::string &outcome : expected) {
+        printf("[%s]\n", outcome.c_str());
+    }
+    const char *points[] = {"calloc",
+                            "pthread_mutex_init",
+                            "pthread_mutex_lock",
+                            "pthread_mutex_unlock",
+                            "pthread_mutex_destroy",
+                            "pthread_cond_init",
+                            "pthread_cond_wait",
+                            "pthread_cond_signal",
+                            "pthread_cond_broadcast",
+                            "pthread_cond_destroy",
+                            "pthread_create",
+                            "pthread_join",
+                            "nas_get_service_object_internal_v01",
+                            "zeb_client_notifier_init",
+                            "zeb_client_get_service_list",
+                            "zeb_client_register_notify_cb",
+                            "zeb_client_init_instance",
+                            "zeb_client_send_msg_sync",
+                            "result",
+                            "zeb_client_message_decode",
+                            "zeb_client_release"};
+    int cnt = 0;
+    for (const char *point : points) {
+        cnt += one_at_a_time(point, expected);
+    }
+    printf("%d points, one at a time\n", cnt);
+    return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
