@@ -15,6 +15,10 @@ if(CPE_DM_SANITIZER)
     add_link_options(-fsanitize=${CPE_DM_SANITIZER})
 endif()
 
+if(CPE_DM_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
 # client/ and dm/: plain code that needs libc and nothing more on the box.
 add_library(cpe_dm_plain INTERFACE)
 target_link_libraries(cpe_dm_plain INTERFACE cpe_dm_warnings)

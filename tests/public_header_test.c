@@ -1,0 +1,64 @@
+/* The public header from C: the layout of its records, the same on 32 and 64 bits, and every operation by its type. */
+#include "cpe_dm.h"
+
+#include <assert.h>
+#include <stddef.h>
+#include <stdio.h>
+#include <string.h>
+
+#define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
+#define OFFSET(type, field, bytes) static_assert(offsetof(type, field) == (bytes), #type "." #field)
+
+SIZE(cpe_dm_hndl, sizeof(void *));
+SIZE(cpe_dm_info, 184);
+OFFSET(cpe_dm_info, id, 4);
+OFFSET(cpe_dm_info, value_type, 8);
+OFFSET(cpe_dm_info, value, 16);
+OFFSET(cpe_dm_info, value_cnt, 176);
+SIZE(cpe_dm_cw_cqi, 8);
+SIZE(cpe_dm_lte_cqi_info, 8 + 7 * 8);
+SIZE(cpe_dm_nr5g_cqi_info, 8 + 12 * 8);
+SIZE(cpe_dm_lte_cell_lock_list, 2 + 60 * 4);
+SIZE(cpe_dm_nr5g_cell_lock_list, 16 + 32 * 4);
+OFFSET(cpe_dm_nr5g_cell_lock_list, arfcn_identity_valid, 8);
+SIZE(cpe_dm_plmn, 6);
+SIZE(cpe_dm_lte_nbr, 20 + 6 * 6);
+OFFSET(cpe_dm_lte_nbr, plmn, 20);
+SIZE(cpe_dm_lte_nbr_info, 8 + 5 * 56 + 20);
+OFFSET(cpe_dm_lte_nbr_info, highest_sig_valid, 288);
+OFFSET(cpe_dm_lte_nbr_info, highest_sig_rsrq, 304);
+SIZE(cpe_dm_nr5g_nbr, 192);
+OFFSET(cpe_dm_nr5g_nbr, plmn, 16);
+OFFSET(cpe_dm_nr5g_nbr, cgi, 96);
+SIZE(cpe_dm_nr5g_nbr_info, 8 + 10 * 192);
+
+static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
+    (void)hndl;
+    (void)info;
+    (void)user_data;
+}
+
+int main(void) {
+    const struct {
+        int32_t status;
+        int32_t expected;
+    } calls[] = {{cpe_dm_init(NULL, NULL, on_event), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_deinit(NULL), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_get_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_get_info_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_set_ind_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_get_ind_cnt(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_get_ind_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_clr_ind_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
+                 {cpe_dm_set_ctrl_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
+                 {strcmp(cpe_dm_metric_name(CPE_DM_METRIC_CNT), "Invalid Request"), 0},
+                 {strcmp(cpe_dm_ind_name(CPE_DM_IND_CNT), "Invalid Indication"), 0},
+                 {strcmp(cpe_dm_async_rsp_name(CPE_DM_ASYNC_RSP_CNT), "Invalid Async Response"), 0}};
+    for (size_t i = 0; i < sizeof(calls) / sizeof(calls[0]); i++) {
+        if (calls[i].status != calls[i].expected) {
+            printf("call %zu: %d instead of %d\n", i, calls[i].status, calls[i].expected);
+            return 1;
+        }
+    }
+    return 0;
+}
