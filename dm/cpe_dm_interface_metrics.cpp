@@ -208,6 +208,7 @@ int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record) {
         dm_info->value_type = CPE_DM_VALUE_CELL_LOCK_LIST;
         break;
     case RESULT_NR5G_LOCK:
+    default:
         fill_nr5g_lock(*dm_info->value.nr5g_cell_lock_list, *lock);
         dm_info->value_type = CPE_DM_VALUE_CELL_LOCK_LIST;
         break;
@@ -307,6 +308,7 @@ static int32_t get_metric(cpe_dm_info *dm_info, metric_record record, uint32_t n
         status = cpe_dm_zeb_nas_get_cqi_info(&answer.cqi_info);
         break;
     case RECORD_CELL_LOCK_LIST:
+    default:
         if (dm_info->value.lte_cell_lock_list == nullptr) {
             return CPE_DM_ERR_INVALID_PARAM;
         }
@@ -320,8 +322,9 @@ static void log_metric_not_supported(uint32_t id) {
     CPE_DM_LOG_ERROR("Retrieving the diagnostic information for metric[%u] - not supported!!", id);
 }
 
+/* The statuses in service are the highest. */
 static bool in_service(uint32_t network_status) {
-    return network_status >= CPE_DM_REG_LTE && network_status <= CPE_DM_REG_NR5G;
+    return network_status >= CPE_DM_REG_LTE;
 }
 
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {

@@ -635,8 +635,10 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
     return CPE_DM_SUCCESS;
 }
 
-static zeb_nas_threshold nas_threshold(const cpe_dm_ind_threshold &entry) {
-    return {entry.valid, entry.delta};
+/* By field: what lies between them stays zero. */
+static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_threshold &entry) {
+    threshold.valid = entry.valid;
+    threshold.delta = entry.delta;
 }
 
 /* Sends the thresholds of the table. What the service makes of them is its own affair. */
@@ -647,12 +649,12 @@ static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
         CPE_DM_LOG_ERROR("Memory allocation failed");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    req->lte_rsrp = nas_threshold(ind_info.lte_rsrp);
-    req->lte_rsrq = nas_threshold(ind_info.lte_rsrq);
-    req->lte_snr = nas_threshold(ind_info.lte_sinr);
-    req->nr5g_rsrp = nas_threshold(ind_info.nr5g_rsrp);
-    req->nr5g_rsrq = nas_threshold(ind_info.nr5g_rsrq);
-    req->nr5g_snr = nas_threshold(ind_info.nr5g_sinr);
+    nas_set_threshold(req->lte_rsrp, ind_info.lte_rsrp);
+    nas_set_threshold(req->lte_rsrq, ind_info.lte_rsrq);
+    nas_set_threshold(req->lte_snr, ind_info.lte_sinr);
+    nas_set_threshold(req->nr5g_rsrp, ind_info.nr5g_rsrp);
+    nas_set_threshold(req->nr5g_rsrq, ind_info.nr5g_rsrq);
+    nas_set_threshold(req->nr5g_snr, ind_info.nr5g_sinr);
     const int32_t error = nas_send(ZEB_NAS_CONFIG_SIG_INFO, *req, *resp);
     if (error != 0) {
         CPE_DM_LOG_ERROR("ZEB NAS signaling information request failed with status[%d]", error);
@@ -673,8 +675,8 @@ int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     req->sig_info_valid = 1;
-    req->sig_info = ind_info->lte_rsrp.valid || ind_info->lte_rsrq.valid || ind_info->lte_sinr.valid ||
-                    ind_info->nr5g_rsrp.valid || ind_info->nr5g_rsrq.valid || ind_info->nr5g_sinr.valid;
+    req->sig_info = std::any_of(std::begin(cpe_dm_threshold_rows), std::end(cpe_dm_threshold_rows),
+                                [&](const cpe_dm_threshold_row &row) { return (ind_info->*row.entry).valid != 0; });
     status = nas_register_indications(*req, *resp);
     return status != CPE_DM_SUCCESS ? status : nas_config_sig_info(*ind_info);
 }

@@ -122,6 +122,8 @@ TEST_F(Cmdq, FlushReleasesWhatIsQueuedAndGoesOn) {
     block();
     cpe_dm_cmdq_enq(queue, command(1));
     cpe_dm_cmdq_enq(queue, command(2, execute, nullptr));
+    EXPECT_EQ(cpe_dm_cmdq_enq(queue, command(4, nullptr)), -1);
+    EXPECT_EQ(fake_log(), "E cpe_dm_cmdq_enq: Bad Param cmd->execute_f NULL\n");
     EXPECT_EQ(cpe_dm_cmdq_flush(queue), 0);
     EXPECT_EQ(joined(), "f1 ");
     EXPECT_EQ(queue->count, 0);

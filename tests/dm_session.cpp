@@ -268,6 +268,8 @@ int main() {
     play_queries();
     play_indications();
     play_scans();
+    line("8 0 1");
+    line("");
     line("2");
     line("7 1");
     return fault_live_allocations() == 0 && fake_clients() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;

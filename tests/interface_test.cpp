@@ -447,6 +447,10 @@ TEST_F(Interface, OperationsWaitForADeinit) {
     while (std::atomic_ref(cpe_dm_state.cmdq.running).load() != 0) {
         std::this_thread::yield();
     }
+    uint32_t none = 0;
+    fault_arm("pthread_cond_wait", 1);
+    EXPECT_EQ(cpe_dm_get_ind_cnt(handle, &none), CPE_DM_ERR_FAILURE);
+    fault_clear();
     std::atomic<int> returned{0};
     cpe_dm_hndl next = nullptr;
     std::thread operation([&] {
@@ -465,6 +469,25 @@ TEST_F(Interface, OperationsWaitForADeinit) {
         thread->join();
     }
     handle = next;
+}
+
+/* A de-initialisation does not take the queue from under a thread that is posting. */
+TEST_F(Interface, ADeinitWaitsForPosters) {
+    ASSERT_TRUE(fault_settle(5000));
+    std::atomic<bool> down{false};
+    ASSERT_EQ(pthread_mutex_lock(&cpe_dm_state.cmdq.mutex), 0);
+    std::thread poster([] { EXPECT_EQ(cpe_dm_post_nas_msg(0x51, calloc(1, sizeof(zeb_nas_sig_info))), 0); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    std::thread deinit([&] {
+        EXPECT_EQ(cpe_dm_deinit(handle), 0);
+        down = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(down);
+    pthread_mutex_unlock(&cpe_dm_state.cmdq.mutex);
+    poster.join();
+    deinit.join();
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
 /* An event that waits for the lock while the module goes down is dropped. */
