@@ -1,13 +1,13 @@
 #include "cpe_dm_client.h"
 
+#include "cpe_dm_client_options.h"
+#include "cpe_dm_client_util.h"
+
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "cpe_dm_client_options.h"
-#include "cpe_dm_client_util.h"
 
 static const char *const menu[] = {
     "01. CPE DM Register",
@@ -23,7 +23,7 @@ static const char *const menu[] = {
 };
 
 /* Async-signal-safe. Nothing printed can be lost here, as standard output has no buffer. */
-static void end_program(int) {
+static void end_program(int /*signal*/) {
     _exit(0);
 }
 
@@ -41,7 +41,8 @@ static void print_menu() {
     cpe_dm_client_print("Option > ");
 }
 
-/* The next character, or EOF. A read that a signal interrupts is tried again; the characters before it are kept. */
+/* The next character; EOF at the end of the input, or when it cannot be read. A read that a signal interrupts is tried
+ * again; the characters before it are kept. */
 static int read_char() {
     unsigned char c = 0;
     ssize_t len = 0;
@@ -84,7 +85,7 @@ static bool run_line(char *line, bool empty_ok) {
 static void run_console() {
     char line[300];
     print_menu();
-    while (read_console_line(line, sizeof line)) {
+    while (read_console_line(line, sizeof(line))) {
         run_line(line, false);
         print_menu();
     }
@@ -96,7 +97,7 @@ static bool run_file(FILE *file) {
         char *text = nullptr;
         size_t size = 0;
         const ssize_t len = getline(&text, &size, file);
-        const cpe_dm_client_ptr<char[]> line(text);
+        const cpe_dm_client_owned<char[]> line(text);
         if (len <= 0) {
             return true;
         }
@@ -112,7 +113,7 @@ static bool run_file(FILE *file) {
 
 static void run_auto_test(const char *path) {
     FILE *file = fopen(path, "r");
-    if (!file) {
+    if (file == nullptr) {
         cpe_dm_client_print("CPE DEMO APP : Opening auto test configuration file failed.\n");
         return;
     }

@@ -1,7 +1,7 @@
-#include <algorithm>
-
 #include "cpe_dm_client_options.h"
 #include "cpe_dm_client_util.h"
+
+#include <algorithm>
 
 static void print_value(const char *what, long long value) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - %s[%lld]\n", what, value);
@@ -93,7 +93,7 @@ static void print_highest_sig(const cpe_dm_lte_nbr_info *info) {
 /* Starts the text of a neighbour response; false when it comes without its payload. */
 static bool print_nbr_start(const char *technology, const void *payload) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - %s neighbor information asynchronous response.\n", technology);
-    if (!payload) {
+    if (payload == nullptr) {
         cpe_dm_client_print(
             "CPE DEMO APP CALLBACK - %s neighbor information asynchronous response extension not valid.\n", technology);
     }
@@ -135,15 +135,15 @@ static void print_async_rsp(const cpe_dm_info *info, const cpe_dm_lte_nbr_info *
     }
 }
 
-void cpe_dm_client_callback(cpe_dm_hndl, cpe_dm_info *info, void *) {
-    if (!info) {
+void cpe_dm_client_callback(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
+    if (info == nullptr) {
         return;
     }
-    const cpe_dm_client_ptr<cpe_dm_info> owner(info);
-    /* Only the value type says that the value points to a payload, and to which. */
-    const cpe_dm_client_ptr<cpe_dm_lte_nbr_info> lte(
+    const cpe_dm_client_owned<cpe_dm_info> owner(info);
+    // Only the value type says that the value points to a payload, and to which.
+    const cpe_dm_client_owned<cpe_dm_lte_nbr_info> lte(
         info->value_type == CPE_DM_VALUE_LTE_NBR_INFO ? info->value.lte_nbr_info : nullptr);
-    const cpe_dm_client_ptr<cpe_dm_nr5g_nbr_info> nr5g(
+    const cpe_dm_client_owned<cpe_dm_nr5g_nbr_info> nr5g(
         info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO ? info->value.nr5g_nbr_info : nullptr);
     switch (info->info_type) {
     case CPE_DM_INFO_TYPE_IND:

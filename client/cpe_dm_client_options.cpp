@@ -1,12 +1,12 @@
 #include "cpe_dm_client_options.h"
 
+#include "cpe_dm_client_results.h"
+#include "cpe_dm_client_util.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-
-#include "cpe_dm_client_results.h"
-#include "cpe_dm_client_util.h"
 
 /* 0 until the first registration, and as it was after a deregistration: the module answers for a stale handle. */
 static cpe_dm_hndl client_hndl;
@@ -59,18 +59,18 @@ static int32_t print_no_memory() {
     return 0;
 }
 
-static int32_t do_register(const char *title, const cpe_dm_client_values *) {
+static int32_t do_register(const char *title, const cpe_dm_client_values * /*values*/) {
     print_start(title);
     const int32_t status = cpe_dm_init(&client_hndl, nullptr, cpe_dm_client_callback);
     return print_end(title, status, "Application registered");
 }
 
-static int32_t do_deregister(const char *title, const cpe_dm_client_values *) {
+static int32_t do_deregister(const char *title, const cpe_dm_client_values * /*values*/) {
     print_start(title);
     return print_end(title, cpe_dm_deinit(client_hndl), "Application deregistered");
 }
 
-static int32_t do_set_ind(const char *, const cpe_dm_client_values *values) {
+static int32_t do_set_ind(const char * /*title*/, const cpe_dm_client_values *values) {
     cpe_dm_info info = {};
     info.info_type = CPE_DM_INFO_TYPE_IND;
     info.id = values->value[1];
@@ -78,7 +78,7 @@ static int32_t do_set_ind(const char *, const cpe_dm_client_values *values) {
     cpe_dm_client_print("CPE DEMO APP : Set LTE/5G [%s] indication information.\n", name);
     if (values->count == 3) {
         info.value_type = CPE_DM_VALUE_INT64;
-        info.value.i64_val = values->value[2]; /* not sign-extended */
+        info.value.i64_val = values->value[2]; // not sign-extended
         cpe_dm_client_print("CPE DEMO APP : Set LTE/5G [%s] indication with value[%d].\n", name,
                             static_cast<int32_t>(values->value[2]));
     }
@@ -92,7 +92,7 @@ static int32_t do_set_ind(const char *, const cpe_dm_client_values *values) {
     return status;
 }
 
-static int32_t do_get_ind_cnt(const char *title, const cpe_dm_client_values *) {
+static int32_t do_get_ind_cnt(const char *title, const cpe_dm_client_values * /*values*/) {
     uint32_t cnt = 0;
     print_start(title);
     const int32_t status = cpe_dm_get_ind_cnt(client_hndl, &cnt);
@@ -107,7 +107,7 @@ static int32_t do_get_ind_list(const char *title, const cpe_dm_client_values *va
     print_start(title);
     const uint32_t cnt = values->value[1];
     const auto list = cpe_dm_client_alloc_list<uint32_t>(cnt);
-    if (!list) {
+    if (list == nullptr) {
         return print_no_memory();
     }
     const int32_t status = cpe_dm_get_ind_list(client_hndl, list.get(), cnt);
@@ -124,7 +124,7 @@ static int32_t do_clr_ind_list(const char *title, const cpe_dm_client_values *va
     print_start(title);
     const uint32_t cnt = values->count - 1;
     const auto list = cpe_dm_client_alloc_list<int32_t>(cnt);
-    if (!list) {
+    if (list == nullptr) {
         return print_no_memory();
     }
     for (uint32_t i = 0; i < cnt; i++) {
@@ -140,7 +140,7 @@ static void start_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results 
     cpe_dm_client_fill_request(info, id, results);
 }
 
-static int32_t do_get_info(const char *, const cpe_dm_client_values *values) {
+static int32_t do_get_info(const char * /*title*/, const cpe_dm_client_values *values) {
     cpe_dm_info info = {};
     cpe_dm_client_results results = {};
     const uint32_t id = values->value[1];
@@ -155,11 +155,11 @@ static int32_t do_get_info(const char *, const cpe_dm_client_values *values) {
     return 0;
 }
 
-static int32_t do_get_info_list(const char *, const cpe_dm_client_values *values) {
+static int32_t do_get_info_list(const char * /*title*/, const cpe_dm_client_values *values) {
     cpe_dm_client_results results = {};
     const uint32_t cnt = values->count - 1;
     const auto list = cpe_dm_client_alloc_list<cpe_dm_info>(cnt);
-    if (!list) {
+    if (list == nullptr) {
         return print_no_memory();
     }
     for (uint32_t i = 0; i < cnt; i++) {
@@ -175,7 +175,7 @@ static int32_t do_get_info_list(const char *, const cpe_dm_client_values *values
     return 0;
 }
 
-static int32_t do_set_info(const char *title, const cpe_dm_client_values *) {
+static int32_t do_set_info(const char *title, const cpe_dm_client_values * /*values*/) {
     print_start(title);
     return 0;
 }
@@ -194,7 +194,7 @@ static const char *const options_usage[] = {
 
 static void print_usage_heading(const char *heading) {
     static const char rule[] = "###################################################################################";
-    static_assert(sizeof rule - 1 == 83);
+    static_assert(sizeof(rule) - 1 == 83);
     cpe_dm_client_print("\n\n\n%s\n%s\n%s\n", rule, heading, rule);
 }
 
@@ -204,7 +204,7 @@ static void print_usage_names(const char *(*name)(uint32_t id), uint32_t cnt) {
     }
 }
 
-static int32_t do_usage(const char *, const cpe_dm_client_values *) {
+static int32_t do_usage(const char * /*title*/, const cpe_dm_client_values * /*values*/) {
     print_usage_heading("############################### CPE DM Options Usage ##############################");
     for (const char *line : options_usage) {
         cpe_dm_client_print("%s\n", line);

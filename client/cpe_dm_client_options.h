@@ -2,9 +2,9 @@
 #ifndef CPE_DM_CLIENT_OPTIONS_H
 #define CPE_DM_CLIENT_OPTIONS_H
 
-#include <cstdint>
-
 #include "cpe_dm.h"
+
+#include <cstdint>
 
 enum { CPE_DM_CLIENT_VALUE_MAX = 100 };
 

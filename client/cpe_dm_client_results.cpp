@@ -1,8 +1,8 @@
 #include "cpe_dm_client_results.h"
 
-#include <algorithm>
-
 #include "cpe_dm_client_util.h"
+
+#include <algorithm>
 
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results) {
     info->info_type = CPE_DM_INFO_TYPE_REQUEST;
@@ -100,7 +100,7 @@ void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_res
     case CPE_DM_METRIC_NR5G_CELL_LOCK_LIST:
         print_nr5g_locks(name, &results->nr5g_locks);
         break;
-    default: /* the other metrics of the serving cell; those of the neighbours have no result here */
+    default: // the other metrics of the serving cell; those of the neighbours have no result here
         if (info->id >= CPE_DM_METRIC_LTE_EARFCN && info->id <= CPE_DM_METRIC_NR5G_TX_POWER) {
             cpe_dm_client_print("[%s] - %lld\n", name, static_cast<long long>(info->value.i64_val));
         }

@@ -2,9 +2,9 @@
 #ifndef CPE_DM_CLIENT_RESULTS_H
 #define CPE_DM_CLIENT_RESULTS_H
 
-#include <cstdint>
-
 #include "cpe_dm.h"
+
+#include <cstdint>
 
 /* The records that the module fills for the metrics that need one; zeroed before a request. */
 struct cpe_dm_client_results {

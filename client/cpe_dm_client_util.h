@@ -6,26 +6,26 @@
 #include <cstdlib>
 #include <memory>
 
-/* Prints on standard output. From any thread; what one call prints stays together and goes out in one write as long as
- * standard output is unbuffered, so a line is printed by one call, line end included. */
-[[gnu::format(printf, 1, 2)]] void cpe_dm_client_print(const char *format, ...);
+/* Prints on standard output. From any thread; what one call prints stays together, so a line is printed by one call,
+ * line end included. It has been written when the call returns, as standard output is unbuffered. */
+void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-struct cpe_dm_client_free {
+struct cpe_dm_client_deleter {
     void operator()(void *memory) const {
         free(memory);
     }
 };
 
 /* Owner of what calloc or the C library allocated. */
-template <typename T> using cpe_dm_client_ptr = std::unique_ptr<T, cpe_dm_client_free>;
+template <typename T> using cpe_dm_client_owned = std::unique_ptr<T, cpe_dm_client_deleter>;
 
 /* A zeroed list, also for a cnt of 0; null when there is no memory, or when the list would take more than 2^31-1 bytes,
  * which no machine shall attempt. */
-template <typename T> cpe_dm_client_ptr<T[]> cpe_dm_client_alloc_list(uint32_t cnt) {
+template <typename T> cpe_dm_client_owned<T[]> cpe_dm_client_alloc_list(uint32_t cnt) {
     if (cnt > INT32_MAX / sizeof(T)) {
         return nullptr;
     }
-    return cpe_dm_client_ptr<T[]>(static_cast<T *>(calloc(cnt > 0 ? cnt : 1, sizeof(T))));
+    return cpe_dm_client_owned<T[]>(static_cast<T *>(calloc(cnt > 0 ? cnt : 1, sizeof(T))));
 }
 
 #endif

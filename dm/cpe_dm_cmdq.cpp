@@ -4,7 +4,6 @@
 #include "cpe_dm_thread.h"
 
 #include <atomic>
-#include <sched.h>
 
 static bool is_running(cpe_dm_cmdq *cmdq) {
     return std::atomic_ref(cmdq->running).load() != 0;
@@ -18,6 +17,15 @@ static void release_cmd(cpe_dm_cmd *cmd) {
     if (cmd->free_f != nullptr) {
         cmd->free_f(cmd, cmd->data);
     }
+}
+
+/* Releases the mutex. A failure is reported, and tried once more: a mutex that stays taken stops every producer. */
+static int32_t leave(cpe_dm_cmdq *cmdq) {
+    const int32_t status = cpe_dm_mutex_unlock(&cmdq->mutex);
+    if (status != 0) {
+        cpe_dm_mutex_unlock(&cmdq->mutex);
+    }
+    return status;
 }
 
 int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
@@ -64,6 +72,10 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
     cmdq->thread = thread;
 }
 
+static int32_t signal_thread(cpe_dm_cmdq *cmdq) {
+    return cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal");
+}
+
 /* Takes back the command that was appended last, under the mutex. */
 static void drop_last(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_node *last = cmdq->tail;
@@ -81,7 +93,7 @@ static int32_t append_and_signal(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
     }
     cmdq->tail = node;
     add_count(cmdq, 1);
-    if (cmdq->count == 1 && cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal") != 0) {
+    if (cmdq->count == 1 && signal_thread(cmdq) != 0) {
         drop_last(cmdq);
         return -1;
     }
@@ -110,7 +122,7 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
         if (status == 0) {
             drop_last(cmdq);
         }
-        cpe_dm_mutex_leave(&cmdq->mutex);
+        cpe_dm_mutex_unlock(&cmdq->mutex);
         return -1;
     }
     return status;
@@ -146,7 +158,7 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     }
     cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq);
     const int32_t waited = cmd != nullptr ? 0 : wait_for_work(cmdq);
-    const int32_t unlocked = cpe_dm_mutex_leave(&cmdq->mutex);
+    const int32_t unlocked = leave(cmdq);
     if (cmd == nullptr) {
         return waited != 0 ? waited : unlocked;
     }
@@ -176,27 +188,21 @@ void *cpe_dm_cmdthrd_main(void *cmdq) {
     return reinterpret_cast<void *>(result); // NOLINT(performance-no-int-to-ptr): a thread's exit value is a pointer
 }
 
-static bool request_stop(cpe_dm_cmdq *cmdq) {
-    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
-        return false;
-    }
-    std::atomic_ref(cmdq->running).store(0);
-    const bool signalled = cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal") == 0;
-    const bool released = cpe_dm_mutex_unlock(&cmdq->mutex) == 0 || cpe_dm_mutex_unlock(&cmdq->mutex) == 0;
-    if (!signalled || !released) {
-        std::atomic_ref(cmdq->running).store(1);
-    }
-    return signalled && released;
-}
-
 void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
     if (cmdq == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // Whoever asked will wait for the thread, so a request that failed is made once more.
-    if (!request_stop(cmdq)) {
-        request_stop(cmdq);
+    // Whoever asks will wait for the thread, so each step that fails is tried once more, and a request that the thread
+    // may not see is taken back.
+    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0 && cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
+        return;
+    }
+    std::atomic_ref(cmdq->running).store(0);
+    const bool signalled = signal_thread(cmdq) == 0 || signal_thread(cmdq) == 0;
+    const bool released = cpe_dm_mutex_unlock(&cmdq->mutex) == 0 || cpe_dm_mutex_unlock(&cmdq->mutex) == 0;
+    if (!signalled || !released) {
+        std::atomic_ref(cmdq->running).store(1);
     }
 }
 
@@ -212,13 +218,6 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
     return cpe_dm_thread_check(pthread_join(cmdq->thread, nullptr), "pthread_join");
 }
 
-/* Takes out and releases every command; the caller is the only user of the queue. */
-static void release_all(cpe_dm_cmdq *cmdq) {
-    while (cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq)) {
-        release_cmd(cmd);
-    }
-}
-
 /* Waits for the end of a thread that was asked to stop. One that cannot be joined ends all the same, and must have left
  * the record before that is cleared. */
 static void wait_for_end(cpe_dm_cmdq *cmdq) {
@@ -226,7 +225,7 @@ static void wait_for_end(cpe_dm_cmdq *cmdq) {
         return;
     }
     while (std::atomic_ref(cmdq->ended).load() == 0) {
-        sched_yield();
+        cpe_dm_pause();
     }
     pthread_detach(cmdq->thread);
 }
@@ -244,7 +243,9 @@ int32_t cpe_dm_cmdq_deinit(cpe_dm_cmdq *cmdq) {
         return -1;
     }
     wait_for_end(cmdq);
-    release_all(cmdq);
+    while (cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq)) {
+        release_cmd(cmd);
+    }
     cpe_dm_thread_check(pthread_cond_destroy(&cmdq->cond), "pthread_cond_destroy");
     cpe_dm_thread_check(pthread_mutex_destroy(&cmdq->mutex), "pthread_mutex_destroy");
     cpe_dm_dll_destroy(cmdq->head);
@@ -260,17 +261,17 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
         return -1;
     }
-    // The commands move to a queue of their own, to be released without the mutex.
-    cpe_dm_dll_node head = {};
-    cpe_dm_cmdq taken = {};
-    taken.head = &head;
-    taken.tail = &head;
-    void *data = nullptr;
-    while (cpe_dm_dll_node *node = cpe_dm_dll_dequeue(cmdq->head, &cmdq->tail, &data)) {
-        add_count(cmdq, -1);
-        taken.tail = cpe_dm_dll_enqueue(taken.tail, node, data);
+    // Cut off under the mutex, released without it.
+    cpe_dm_dll_node *node = cmdq->head->next;
+    cmdq->head->next = nullptr;
+    cmdq->tail = cmdq->head;
+    std::atomic_ref(cmdq->count).store(0);
+    const int32_t status = leave(cmdq);
+    while (node != nullptr) {
+        cpe_dm_dll_node *next = node->next;
+        release_cmd(static_cast<cpe_dm_cmd *>(node->data));
+        cpe_dm_dll_free_node(node);
+        node = next;
     }
-    const int32_t status = cpe_dm_mutex_leave(&cmdq->mutex);
-    release_all(&taken);
     return status;
 }

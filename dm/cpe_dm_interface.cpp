@@ -5,9 +5,11 @@
 #include "cpe_dm_zeb_nas.h"
 
 #include <atomic>
+#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 cpe_dm_state_record cpe_dm_state;
 pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
@@ -24,15 +26,24 @@ int32_t cpe_dm_guard_take(cpe_dm_guard &guard) {
 }
 
 int32_t cpe_dm_guard_give(cpe_dm_guard &guard) {
-    const int32_t status = cpe_dm_mutex_leave(&cpe_dm_lock);
-    guard.held = false;
-    return status;
+    guard.held = cpe_dm_mutex_unlock(&cpe_dm_lock) != 0 && cpe_dm_mutex_unlock(&cpe_dm_lock) != 0;
+    return guard.held ? -1 : 0;
 }
 
 cpe_dm_guard::~cpe_dm_guard() {
     if (held) {
-        cpe_dm_mutex_leave(&cpe_dm_lock);
+        cpe_dm_guard_give(*this);
     }
+}
+
+/* Waits for the end of a take-down. It looks again every second, so that no wake-up that failed or came too early keeps
+ * it for ever. */
+static int32_t wait_for_take_down() {
+    timespec until = {};
+    clock_gettime(CLOCK_REALTIME, &until);
+    until.tv_sec++;
+    const int error = pthread_cond_timedwait(&taken_down, &cpe_dm_lock, &until);
+    return error == ETIMEDOUT ? 0 : cpe_dm_thread_check(error, "pthread_cond_timedwait");
 }
 
 /* Takes the lock once no take-down is in progress. */
@@ -41,7 +52,7 @@ static int32_t take_settled(cpe_dm_guard &guard) {
         return CPE_DM_ERR_FAILURE;
     }
     while (taking_down) {
-        if (cpe_dm_thread_check(pthread_cond_wait(&taken_down, &cpe_dm_lock), "pthread_cond_wait") != 0) {
+        if (wait_for_take_down() != 0) {
             return CPE_DM_ERR_FAILURE;
         }
     }
@@ -71,10 +82,9 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid) {
     return CPE_DM_SUCCESS;
 }
 
-/* Zeroes the state. `initialized`, which other threads read, is 0 already. */
+/* Zeroes the state. `initialized`, which other threads read, is 0 already, and so is the queue while it is down. */
 static void clear_state() {
     cpe_dm_state.hndl = nullptr;
-    cpe_dm_state.cmdq = {};
     constexpr size_t rest = offsetof(cpe_dm_state_record, user_data);
     memset(reinterpret_cast<char *>(&cpe_dm_state) + rest, 0, sizeof(cpe_dm_state) - rest);
 }
@@ -100,7 +110,7 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
     return CPE_DM_SUCCESS;
 }
 
-/* Brings up what a registration needs, in this order; whatever fails leaves none of it up. */
+/* Brings up what a registration needs, in this order; when a step fails, those before it are undone. */
 static int32_t bring_up() {
     int32_t status = cpe_dm_zeb_nas_init();
     if (status != CPE_DM_SUCCESS) {

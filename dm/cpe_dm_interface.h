@@ -5,7 +5,10 @@
 #include "cpe_dm.h"
 #include "cpe_dm_cmdq.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <pthread.h>
 
 /* A threshold that the user set for one serving-cell metric. */
@@ -56,6 +59,12 @@ enum {
     CPE_DM_CMDQ_MAX = 100,
 };
 
+/* The row of a table whose first column is the ID, or null. */
+template <typename Row, size_t N> const Row *cpe_dm_find_row(const Row (&rows)[N], uint32_t id) {
+    const Row *row = std::find_if(std::begin(rows), std::end(rows), [id](const Row &r) { return r.id == id; });
+    return row != std::end(rows) ? row : nullptr;
+}
+
 extern cpe_dm_state_record cpe_dm_state;
 extern pthread_mutex_t cpe_dm_lock;
 
@@ -68,7 +77,7 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Takes and gives back the lock. They return 0, or -1 with the lock as it was. */
+/* Take and give back the lock. They return 0, or -1 with the lock as it was; a release that fails is tried twice. */
 int32_t cpe_dm_guard_take(cpe_dm_guard &guard);
 int32_t cpe_dm_guard_give(cpe_dm_guard &guard);
 
@@ -102,7 +111,13 @@ struct cpe_dm_field {
 /* The field of a record, widened with its sign. */
 int64_t cpe_dm_read_field(const void *record, cpe_dm_field field);
 
-/* Copies into the caller's record the metric of its id from the record that the modem's answer filled. Returns
+/* A count that came from the modem, cut to the room of its own list and of the list that it is copied to. */
+inline uint32_t cpe_dm_bounded(uint32_t count, size_t room, size_t room_of_copy = SIZE_MAX) {
+    return static_cast<uint32_t>(std::min({static_cast<size_t>(count), room, room_of_copy}));
+}
+
+/* Copies into the caller's record the metric of its id from the record that the modem's answer filled, which is of the
+ * type that holds this metric. For CQI and cell lock lists the value points to the caller's record. Returns
  * CPE_DM_ERR_INFO_UNAVAILABLE (logged) when the answer lacks it, with value_type CPE_DM_VALUE_NONE;
  * CPE_DM_ERR_NOT_SUPPORTED for an ID that no answer serves. */
 int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record);

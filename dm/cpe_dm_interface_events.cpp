@@ -2,12 +2,12 @@
 
 #include "cpe_dm_alloc.h"
 #include "cpe_dm_log.h"
+#include "cpe_dm_thread.h"
 #include "cpe_dm_zeb_nas.h"
 
 #include <algorithm>
 #include <atomic>
 #include <iterator>
-#include <sched.h>
 #include <utility>
 
 /* Threads between their look at `initialized` and the end of their use of the queue. */
@@ -15,21 +15,29 @@ static std::atomic<uint32_t> posters;
 
 void cpe_dm_wait_for_posters() {
     while (posters != 0) {
-        sched_yield();
+        cpe_dm_pause();
     }
 }
 
 /* Either the flag is seen set here, and cpe_dm_wait_for_posters waits for this thread; or it is seen clear. */
 static int32_t queue_cmd(cpe_dm_cmd *cmd) {
-    int32_t status = -1;
     posters++;
-    if (cpe_dm_is_initialized()) {
-        status = cpe_dm_cmdq_enq(&cpe_dm_state.cmdq, cmd);
-    } else {
+    const bool initialized = cpe_dm_is_initialized();
+    const int32_t status = initialized ? cpe_dm_cmdq_enq(&cpe_dm_state.cmdq, cmd) : -1;
+    posters--;
+    if (!initialized) {
         CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
     }
-    posters--;
     return status;
+}
+
+/* A zero-filled T, or null; logged. */
+template <typename T> static cpe_dm_owned<T> new_zeroed() {
+    auto record = cpe_dm_alloc<T>();
+    if (!record) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+    }
+    return record;
 }
 
 int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
@@ -38,14 +46,12 @@ int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
         return CPE_DM_ERR_INVALID_PARAM;
     }
     cpe_dm_owned<void> message(zeb_msg_data);
-    auto cmd = cpe_dm_alloc<cpe_dm_cmd>();
+    auto cmd = new_zeroed<cpe_dm_cmd>();
     if (!cmd) {
-        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    auto data = cpe_dm_alloc<zeb_async_data>();
+    auto data = new_zeroed<zeb_async_data>();
     if (!data) {
-        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_FAILURE;
     }
     *data = {zeb_msg_id, message.get()};
@@ -70,14 +76,12 @@ void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data) {
 
 /* A record for the user without a value, or null; logged. */
 static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
-    auto record = cpe_dm_alloc<cpe_dm_info>();
-    if (!record) {
-        CPE_DM_LOG_ERROR("Memory allocation failure");
-        return nullptr;
+    auto record = new_zeroed<cpe_dm_info>();
+    if (record) {
+        record->info_type = info_type;
+        record->id = id;
+        record->value_type = CPE_DM_VALUE_NONE;
     }
-    record->info_type = info_type;
-    record->id = id;
-    record->value_type = CPE_DM_VALUE_NONE;
     return record;
 }
 
@@ -120,7 +124,7 @@ static void process_reg_status(const uint32_t *reg_status) {
 /* Copies at most as many PLMNs as both lists have room for; returns their number. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
-    const uint32_t count = std::min({len, static_cast<uint32_t>(N), static_cast<uint32_t>(M)});
+    const uint32_t count = cpe_dm_bounded(len, N, M);
     for (uint32_t i = 0; i < count; i++) {
         to[i] = {from[i].plmn_mcc, from[i].plmn_mnc, from[i].plmn_mnc_includes_pcs_digit};
     }
@@ -141,7 +145,7 @@ static void copy_lte_nbr(const zeb_nas_lte_nbr &from, cpe_dm_lte_nbr &to) {
 }
 
 static void fill_lte_nbr_info(const zeb_nas_scan_result_ind &scan, cpe_dm_lte_nbr_info &info) {
-    const auto count = std::min(scan.lte.nbr_len, static_cast<uint32_t>(std::size(info.nbr)));
+    const uint32_t count = cpe_dm_bounded(scan.lte.nbr_len, std::size(scan.lte.nbr), std::size(info.nbr));
     const cpe_dm_state_record &asked = cpe_dm_state;
     if (asked.lte_nbr_rsrp || asked.lte_nbr_rsrq) {
         info.highest_sig_valid = 1;
@@ -182,13 +186,13 @@ static void copy_nr5g_nbr(const zeb_nas_nr5g_nbr &from, cpe_dm_nr5g_nbr &to) {
     }
     if (cpe_dm_state.nr5g_nbr_cgi) {
         to.cgi_valid = 1;
-        to.cgi_len = std::min(from.cgi_len, static_cast<uint32_t>(std::size(to.cgi)));
+        to.cgi_len = cpe_dm_bounded(from.cgi_len, std::size(from.cgi), std::size(to.cgi));
         std::copy_n(from.cgi, to.cgi_len, to.cgi);
     }
 }
 
 static void fill_nr5g_nbr_info(const zeb_nas_scan_result_ind &scan, cpe_dm_nr5g_nbr_info &info) {
-    const auto count = std::min(scan.nr5g.nbr_len, static_cast<uint32_t>(std::size(info.nbr)));
+    const uint32_t count = cpe_dm_bounded(scan.nr5g.nbr_len, std::size(scan.nr5g.nbr), std::size(info.nbr));
     for (uint32_t i = 0; i < count; i++) {
         copy_nr5g_nbr(scan.nr5g.nbr[i], info.nbr[i]);
     }
@@ -208,9 +212,8 @@ static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
         return;
     }
     if (scan.scan_status == 0) {
-        auto info = cpe_dm_alloc<cpe_dm_lte_nbr_info>();
+        auto info = new_zeroed<cpe_dm_lte_nbr_info>();
         if (!info) {
-            CPE_DM_LOG_ERROR("Memory allocation failure");
             return;
         }
         fill_lte_nbr_info(scan, *info);
@@ -231,9 +234,8 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
         return;
     }
     if (scan.scan_status == 0) {
-        auto info = cpe_dm_alloc<cpe_dm_nr5g_nbr_info>();
+        auto info = new_zeroed<cpe_dm_nr5g_nbr_info>();
         if (!info) {
-            CPE_DM_LOG_ERROR("Memory allocation failure");
             return;
         }
         fill_nr5g_nbr_info(scan, *info);

@@ -7,29 +7,28 @@
 #include <cstddef>
 #include <iterator>
 
-#define SIG(member, type)                                                                                              \
+#define IND_FIELD(member, type)                                                                                        \
     { offsetof(zeb_nas_sig_info, member), type }
 
 const cpe_dm_threshold_row cpe_dm_threshold_rows[CPE_DM_THRESHOLD_CNT] = {
-    {CPE_DM_IND_LTE_RSRP, &cpe_dm_nas_ind_info::lte_rsrp, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     SIG(lte_sig.rsrp, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_LTE_RSRQ, &cpe_dm_nas_ind_info::lte_rsrq, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     SIG(lte_sig.rsrq, CPE_DM_FIELD_I8)},
-    {CPE_DM_IND_LTE_SINR, &cpe_dm_nas_ind_info::lte_sinr, SIG(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     SIG(lte_sig.snr, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_RSRP, &cpe_dm_nas_ind_info::nr5g_rsrp, SIG(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
-     SIG(nr5g_sig.rsrp, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_RSRQ, &cpe_dm_nas_ind_info::nr5g_rsrq, SIG(nr5g_rsrq_valid, CPE_DM_FIELD_U8),
-     SIG(nr5g_rsrq, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_SINR, &cpe_dm_nas_ind_info::nr5g_sinr, SIG(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
-     SIG(nr5g_sig.snr, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_LTE_RSRP, &cpe_dm_nas_ind_info::lte_rsrp, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(lte_sig.rsrp, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_LTE_RSRQ, &cpe_dm_nas_ind_info::lte_rsrq, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(lte_sig.rsrq, CPE_DM_FIELD_I8)},
+    {CPE_DM_IND_LTE_SINR, &cpe_dm_nas_ind_info::lte_sinr, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(lte_sig.snr, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_RSRP, &cpe_dm_nas_ind_info::nr5g_rsrp, IND_FIELD(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(nr5g_sig.rsrp, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_RSRQ, &cpe_dm_nas_ind_info::nr5g_rsrq, IND_FIELD(nr5g_rsrq_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(nr5g_rsrq, CPE_DM_FIELD_I16)},
+    {CPE_DM_IND_NR5G_SINR, &cpe_dm_nas_ind_info::nr5g_sinr, IND_FIELD(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
+     IND_FIELD(nr5g_sig.snr, CPE_DM_FIELD_I16)},
 };
 
 /* The table's entry of an indication with a threshold, or null. */
 static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t id) {
-    const cpe_dm_threshold_row *row = std::find_if(std::begin(cpe_dm_threshold_rows), std::end(cpe_dm_threshold_rows),
-                                                   [id](const cpe_dm_threshold_row &r) { return r.id == id; });
-    return row != std::end(cpe_dm_threshold_rows) ? &(ind_info.*row->entry) : nullptr;
+    const cpe_dm_threshold_row *row = cpe_dm_find_row(cpe_dm_threshold_rows, id);
+    return row != nullptr ? &(ind_info.*row->entry) : nullptr;
 }
 
 /* Writes the IDs of the indications set, in their order; returns their number. */

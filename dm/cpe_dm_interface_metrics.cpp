@@ -30,11 +30,11 @@ enum metric_result : uint8_t {
 struct metric_row {
     uint32_t id; /* cpe_dm_metric_id */
     metric_record record;
-    uint16_t valid;      /* offset of the u8 flag that must be set */
-    uint16_t also_valid; /* of a second one; the same where there is none */
+    uint16_t valid; /* offset of the u8 flag that must be set */
     metric_result result;
     cpe_dm_field field;
-    const char *name; /* begins the line that is logged when a flag is clear */
+    const char *name;        /* begins the line that is logged when a flag is clear */
+    uint16_t also_valid = 0; /* offset of a second flag; 0: there is none */
 };
 
 #define CELL(member) offsetof(cpe_dm_nas_cell_info, member)
@@ -43,17 +43,16 @@ struct metric_row {
 #define CQI(member)  offsetof(cpe_dm_nas_cqi_info, member)
 #define LOCK(member) offsetof(cpe_dm_nas_cell_lock_list, member)
 
-#define LTE_CELL  RECORD_CELL_INFO, CELL(lte_intra_valid), CELL(lte_intra_valid)
-#define NR5G_CELL RECORD_CELL_INFO, CELL(nr5g_serving_cell_info_valid), CELL(nr5g_serving_cell_info_valid)
-#define LTE_SIG   RECORD_SIG_INFO, SIG(lte_sig_info_valid), SIG(lte_sig_info_valid)
-#define NR5G_SIG  RECORD_SIG_INFO, SIG(nr5g_sig_info_valid), SIG(nr5g_sig_info_valid)
-#define NR5G_RSRQ RECORD_SIG_INFO, SIG(nr5g_sig_info_valid), SIG(nr5g_rsrq_valid)
-#define LTE_TX    RECORD_TX_PWR_INFO, TX(lte_tx_valid), TX(lte_tx_valid)
-#define NR5G_TX   RECORD_TX_PWR_INFO, TX(nr5g_tx_valid), TX(nr5g_tx_valid)
-#define LTE_CQI   RECORD_CQI_INFO, CQI(lte_cc_cqi_valid), CQI(lte_cc_cqi_valid)
-#define NR5G_CQI  RECORD_CQI_INFO, CQI(nr5g_cc_cqi_valid), CQI(nr5g_cc_cqi_valid)
-#define LTE_LOCK  RECORD_CELL_LOCK_LIST, LOCK(lte_cell_list_valid), LOCK(lte_cell_list_valid)
-#define NR5G_LOCK RECORD_CELL_LOCK_LIST, LOCK(nr5g_cell_lock_valid), LOCK(nr5g_cell_lock_valid)
+#define LTE_CELL  RECORD_CELL_INFO, CELL(lte_intra_valid)
+#define NR5G_CELL RECORD_CELL_INFO, CELL(nr5g_serving_cell_info_valid)
+#define LTE_SIG   RECORD_SIG_INFO, SIG(lte_sig_info_valid)
+#define NR5G_SIG  RECORD_SIG_INFO, SIG(nr5g_sig_info_valid)
+#define LTE_TX    RECORD_TX_PWR_INFO, TX(lte_tx_valid)
+#define NR5G_TX   RECORD_TX_PWR_INFO, TX(nr5g_tx_valid)
+#define LTE_CQI   RECORD_CQI_INFO, CQI(lte_cc_cqi_valid)
+#define NR5G_CQI  RECORD_CQI_INFO, CQI(nr5g_cc_cqi_valid)
+#define LTE_LOCK  RECORD_CELL_LOCK_LIST, LOCK(lte_cell_list_valid)
+#define NR5G_LOCK RECORD_CELL_LOCK_LIST, LOCK(nr5g_cell_lock_valid)
 
 /* The metrics that a query answers, in the order of their IDs. */
 // clang-format off
@@ -69,7 +68,7 @@ static const metric_row metric_rows[] = {
     {CPE_DM_METRIC_LTE_RSRP, LTE_SIG, RESULT_INT64, {SIG(lte_sig.rsrp), CPE_DM_FIELD_I16}, "LTE serving cell RSRP"},
     {CPE_DM_METRIC_NR5G_RSRP, NR5G_SIG, RESULT_INT64, {SIG(nr5g_sig.rsrp), CPE_DM_FIELD_I16}, "NR 5G serving cell RSRP"},
     {CPE_DM_METRIC_LTE_RSRQ, LTE_SIG, RESULT_INT64, {SIG(lte_sig.rsrq), CPE_DM_FIELD_I8}, "LTE serving cell RSRQ"},
-    {CPE_DM_METRIC_NR5G_RSRQ, NR5G_RSRQ, RESULT_INT64, {SIG(nr5g_rsrq), CPE_DM_FIELD_I16}, "NR 5G serving cell RSRQ"},
+    {CPE_DM_METRIC_NR5G_RSRQ, NR5G_SIG, RESULT_INT64, {SIG(nr5g_rsrq), CPE_DM_FIELD_I16}, "NR 5G serving cell RSRQ", SIG(nr5g_rsrq_valid)},
     {CPE_DM_METRIC_LTE_SINR, LTE_SIG, RESULT_INT64, {SIG(lte_sig.snr), CPE_DM_FIELD_I16}, "LTE serving cell SINR"},
     {CPE_DM_METRIC_NR5G_SINR, NR5G_SIG, RESULT_INT64, {SIG(nr5g_sig.snr), CPE_DM_FIELD_I16}, "NR 5G serving cell SINR"},
     {CPE_DM_METRIC_LTE_CQI, LTE_CQI, RESULT_LTE_CQI, {}, "LTE serving cell CQI"},
@@ -103,11 +102,6 @@ static const nbr_row nbr_rows[] = {
     {CPE_DM_METRIC_NR5G_NBR_RSRP, &cpe_dm_state_record::nr5g_scan_request, &cpe_dm_state_record::nr5g_nbr_rsrp},
     {CPE_DM_METRIC_LTE_NBR_RSRQ, &cpe_dm_state_record::lte_scan_request, &cpe_dm_state_record::lte_nbr_rsrq},
 };
-
-template <typename Row, size_t N> static const Row *find_row(const Row (&rows)[N], uint32_t id) {
-    const Row *row = std::find_if(std::begin(rows), std::end(rows), [id](const Row &r) { return r.id == id; });
-    return row != std::end(rows) ? row : nullptr;
-}
 
 template <typename T> static T load(const void *record, uint16_t offset) {
     T value;
@@ -149,17 +143,18 @@ template <typename Info, size_t N>
 static void fill_cqi(Info &info, uint32_t len, const cpe_dm_nas_cc_cqi (&cc_cqi)[N]) {
     info = {};
     info.cc_cqi_valid = 1;
-    info.cc_cqi_len = std::min({len, static_cast<uint32_t>(std::size(info.cc_cqi)), static_cast<uint32_t>(N)});
+    info.cc_cqi_len = cpe_dm_bounded(len, N, std::size(info.cc_cqi));
     for (uint32_t i = 0; i < info.cc_cqi_len; i++) {
         cpe_dm_cw_cqi &to = info.cc_cqi[i];
-        to.cw_cqi_len = std::min(cc_cqi[i].cw_cqi_len, static_cast<uint32_t>(std::size(to.cw_cqi)));
+        to.cw_cqi_len = cpe_dm_bounded(cc_cqi[i].cw_cqi_len, std::size(cc_cqi[i].cw_cqi), std::size(to.cw_cqi));
         std::copy_n(cc_cqi[i].cw_cqi, to.cw_cqi_len, to.cw_cqi);
     }
 }
 
 static void fill_lte_lock(cpe_dm_lte_cell_lock_list &list, const cpe_dm_nas_cell_lock_list &nas) {
     list.lte_cell_list_valid = nas.lte_cell_list_valid;
-    list.lte_cell_list_len = std::min(nas.lte_cell_list_len, static_cast<uint8_t>(std::size(list.lte_cell_list)));
+    list.lte_cell_list_len = static_cast<uint8_t>(
+        cpe_dm_bounded(nas.lte_cell_list_len, std::size(nas.lte_cell_list), std::size(list.lte_cell_list)));
     std::copy_n(nas.lte_cell_list, list.lte_cell_list_len, list.lte_cell_list);
 }
 
@@ -171,17 +166,18 @@ static void fill_nr5g_lock(cpe_dm_nr5g_cell_lock_list &list, const cpe_dm_nas_ce
         return;
     }
     list.arfcn_identity_valid = nas.arfcn_identity_valid;
-    list.arfcn_list_len = std::min(nas.arfcn_list_len, static_cast<uint32_t>(std::size(list.arfcn_list)));
+    list.arfcn_list_len = cpe_dm_bounded(nas.arfcn_list_len, std::size(nas.arfcn_list), std::size(list.arfcn_list));
     std::copy_n(nas.arfcn_list, list.arfcn_list_len, list.arfcn_list);
 }
 
 int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record) {
     dm_info->value_type = CPE_DM_VALUE_NONE;
-    const metric_row *row = find_row(metric_rows, dm_info->id);
+    const metric_row *row = cpe_dm_find_row(metric_rows, dm_info->id);
     if (row == nullptr) {
         return CPE_DM_ERR_NOT_SUPPORTED;
     }
-    if (!load<uint8_t>(record, row->valid) || !load<uint8_t>(record, row->also_valid)) {
+    const bool also = row->also_valid == 0 || load<uint8_t>(record, row->also_valid) != 0;
+    if (!load<uint8_t>(record, row->valid) || !also) {
         CPE_DM_LOG_ERROR("%s information is not available!!", row->name);
         return CPE_DM_ERR_INFO_UNAVAILABLE;
     }
@@ -217,7 +213,7 @@ int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record) {
 }
 
 int32_t cpe_dm_mark_nbr_metric(uint32_t id) {
-    const nbr_row *row = find_row(nbr_rows, id);
+    const nbr_row *row = cpe_dm_find_row(nbr_rows, id);
     if (row == nullptr) {
         return CPE_DM_ERR_NOT_SUPPORTED;
     }
@@ -283,39 +279,46 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     return cpe_dm_fill_info(dm_info, &cell_info);
 }
 
-/* The query whose answer holds the metric, and the metric out of it. */
-static int32_t get_metric(cpe_dm_info *dm_info, metric_record record, uint32_t network_status) {
-    union {
-        cpe_dm_nas_sig_info sig_info;
-        cpe_dm_nas_tx_pwr_info tx_pwr_info;
-        cpe_dm_nas_cqi_info cqi_info;
-        cpe_dm_nas_cell_lock_list cell_lock_list;
-    } answer = {};
-    int32_t status = CPE_DM_SUCCESS;
-    switch (record) {
+/* Sends a query for a record, and takes the metric out of it. */
+template <typename Record> static int32_t get_from(cpe_dm_info *dm_info, int32_t (*query)(Record *record)) {
+    Record record = {};
+    const int32_t status = query(&record);
+    return status != CPE_DM_SUCCESS ? status : cpe_dm_fill_info(dm_info, &record);
+}
+
+/* Whether the caller has given the record that the metric fills. */
+static bool has_result_record(const cpe_dm_info &info, metric_result result) {
+    switch (result) {
+    case RESULT_LTE_CQI:
+    case RESULT_NR5G_CQI:
+        return info.value.cqi_info != nullptr;
+    case RESULT_LTE_LOCK:
+        return info.value.lte_cell_lock_list != nullptr;
+    case RESULT_NR5G_LOCK:
+        return info.value.nr5g_cell_lock_list != nullptr;
+    default:
+        return true;
+    }
+}
+
+/* Answers a metric by the query for the record that holds it. */
+static int32_t get_metric(cpe_dm_info *dm_info, const metric_row &row, uint32_t network_status) {
+    if (!has_result_record(*dm_info, row.result)) {
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    switch (row.record) {
     case RECORD_CELL_INFO:
         return get_cell_metric(dm_info, network_status);
     case RECORD_SIG_INFO:
-        status = cpe_dm_zeb_nas_get_sig_info(&answer.sig_info);
-        break;
+        return get_from(dm_info, cpe_dm_zeb_nas_get_sig_info);
     case RECORD_TX_PWR_INFO:
-        status = cpe_dm_zeb_nas_get_tx_pwr_info(&answer.tx_pwr_info);
-        break;
+        return get_from(dm_info, cpe_dm_zeb_nas_get_tx_pwr_info);
     case RECORD_CQI_INFO:
-        if (dm_info->value.cqi_info == nullptr) {
-            return CPE_DM_ERR_INVALID_PARAM;
-        }
-        status = cpe_dm_zeb_nas_get_cqi_info(&answer.cqi_info);
-        break;
+        return get_from(dm_info, cpe_dm_zeb_nas_get_cqi_info);
     case RECORD_CELL_LOCK_LIST:
     default:
-        if (dm_info->value.lte_cell_lock_list == nullptr) {
-            return CPE_DM_ERR_INVALID_PARAM;
-        }
-        status = cpe_dm_zeb_nas_get_cell_lock_list(&answer.cell_lock_list);
-        break;
+        return get_from(dm_info, cpe_dm_zeb_nas_get_cell_lock_list);
     }
-    return status != CPE_DM_SUCCESS ? status : cpe_dm_fill_info(dm_info, &answer);
 }
 
 static void log_metric_not_supported(uint32_t id) {
@@ -350,15 +353,15 @@ int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
         CPE_DM_LOG_ERROR("LTE and NR 5G service status unavailable [%u] - retry", sys_info.network_status);
         return CPE_DM_ERR_SERVICE_UNAVAILABLE;
     }
-    if (find_row(nbr_rows, dm_info->id) != nullptr) {
+    if (cpe_dm_find_row(nbr_rows, dm_info->id) != nullptr) {
         return scan_neighbours(dm_info, 1);
     }
-    const metric_row *row = find_row(metric_rows, dm_info->id);
+    const metric_row *row = cpe_dm_find_row(metric_rows, dm_info->id);
     if (row == nullptr) {
         log_metric_not_supported(dm_info->id);
         return CPE_DM_ERR_NOT_SUPPORTED;
     }
-    return get_metric(dm_info, row->record, sys_info.network_status);
+    return get_metric(dm_info, *row, sys_info.network_status);
 }
 
 /* The entry check of a list; it is made again when the lock has been let go. */
@@ -373,12 +376,12 @@ static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm
 
 static bool names_neighbours(const cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
     return std::any_of(dm_info_list, dm_info_list + dm_info_list_cnt,
-                       [](const cpe_dm_info &info) { return find_row(nbr_rows, info.id) != nullptr; });
+                       [](const cpe_dm_info &info) { return cpe_dm_find_row(nbr_rows, info.id) != nullptr; });
 }
 
 /* One record of a list that is not a neighbour metric. The lock is not held: cpe_dm_get_info takes it for itself. */
 static int32_t get_listed(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
-    if (dm_info->id == CPE_DM_METRIC_REG_STATUS || find_row(metric_rows, dm_info->id) != nullptr) {
+    if (dm_info->id == CPE_DM_METRIC_REG_STATUS || cpe_dm_find_row(metric_rows, dm_info->id) != nullptr) {
         return cpe_dm_get_info(hndl, dm_info);
     }
     log_metric_not_supported(dm_info->id);
@@ -400,7 +403,7 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
     }
     for (int32_t i = 0; i < dm_info_list_cnt; i++) {
         status = CPE_DM_SUCCESS;
-        if (find_row(nbr_rows, dm_info_list[i].id) == nullptr) {
+        if (cpe_dm_find_row(nbr_rows, dm_info_list[i].id) == nullptr) {
             status = get_listed(hndl, &dm_info_list[i]);
         }
         // A metric that does not exist is passed over.

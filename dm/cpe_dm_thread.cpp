@@ -2,6 +2,8 @@
 
 #include "cpe_dm_log.h"
 
+#include <ctime>
+
 int32_t cpe_dm_thread_check(int error, const char *primitive) {
     if (error == 0) {
         return 0;
@@ -18,10 +20,7 @@ int32_t cpe_dm_mutex_unlock(pthread_mutex_t *mutex) {
     return cpe_dm_thread_check(pthread_mutex_unlock(mutex), "pthread_mutex_unlock");
 }
 
-int32_t cpe_dm_mutex_leave(pthread_mutex_t *mutex) {
-    const int32_t status = cpe_dm_mutex_unlock(mutex);
-    if (status != 0) {
-        cpe_dm_mutex_unlock(mutex);
-    }
-    return status;
+void cpe_dm_pause() {
+    const timespec millisecond = {0, 1000000};
+    nanosleep(&millisecond, nullptr);
 }

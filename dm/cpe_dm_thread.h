@@ -14,8 +14,8 @@ int32_t cpe_dm_mutex_lock(pthread_mutex_t *mutex);
 /* Returns 0, or -1 with the mutex still taken. */
 int32_t cpe_dm_mutex_unlock(pthread_mutex_t *mutex);
 
-/* As cpe_dm_mutex_unlock, for who can do nothing about a mutex that stays taken: it would stop every thread that wants
- * it, so a release that failed, which -1 reports, has been tried once more. */
-int32_t cpe_dm_mutex_leave(pthread_mutex_t *mutex);
+/* Sleeps for a millisecond: for who waits for a thread that cannot tell when it is done. Unlike a yield it lets threads
+ * of any priority go on. */
+void cpe_dm_pause();
 
 #endif

@@ -53,10 +53,10 @@ static int32_t nas_check(const char *what, const void *record) {
     return CPE_DM_SUCCESS;
 }
 
-/* Whether a query has got its buffers. */
-static bool nas_allocated(bool buffers) {
+/* Whether the buffers have been allocated; otherwise the line is logged that the operation has for it. */
+static bool nas_allocated(bool buffers, const char *line = "Memory allocation failure") {
     if (!buffers) {
-        CPE_DM_LOG_ERROR("Memory allocation failure");
+        CPE_DM_LOG_ERROR("%s", line);
     }
     return buffers;
 }
@@ -83,11 +83,6 @@ static int32_t nas_request(uint32_t msg_id, const Req &req, Resp &resp, const ch
     return CPE_DM_SUCCESS;
 }
 
-/* A count of the service, cut to what both its own list and the list it is copied to have room for. */
-static uint32_t nas_bounded(uint32_t count, size_t room, size_t room_of_copy = SIZE_MAX) {
-    return std::min({count, static_cast<uint32_t>(room), static_cast<uint32_t>(room_of_copy)});
-}
-
 /* Registers for system information, and for signal information as req says. */
 static int32_t nas_register_indications(zeb_nas_indication_register_req &req, zeb_nas_empty_resp &resp) {
     req.sys_info_valid = 1;
@@ -102,8 +97,7 @@ int32_t cpe_dm_zeb_nas_client_init() {
     }
     auto req = cpe_dm_alloc<zeb_nas_indication_register_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!req || !resp) {
-        CPE_DM_LOG_ERROR("Memory allocation failed");
+    if (!nas_allocated(req && resp, "Memory allocation failed")) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     const zeb_service_object service = nas_service_object();
@@ -146,6 +140,7 @@ static int32_t nas_connect() {
         CPE_DM_LOG_ERROR("NAS service object is not available!");
         return CPE_DM_ERR_FAILURE;
     }
+    zeb_nas_os_params = {};
     int32_t status = zeb_client_notifier_init(service, &zeb_nas_os_params, &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
@@ -228,7 +223,7 @@ static void nas_copy_lte_serving(const zeb_nas_cell_location_info_resp &resp, cp
     to.cgi = from.cgi;
     to.earfcn = from.earfcn;
     to.pci = from.serving_cell_id;
-    const zeb_nas_intra_cell *end = from.cells + nas_bounded(from.cells_len, std::size(from.cells));
+    const zeb_nas_intra_cell *end = from.cells + cpe_dm_bounded(from.cells_len, std::size(from.cells));
     const zeb_nas_intra_cell *cell =
         std::find_if(from.cells, end, [&](const zeb_nas_intra_cell &c) { return c.pci == from.serving_cell_id; });
     if (cell != end) {
@@ -395,9 +390,9 @@ static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &r
 static uint32_t nas_copy_cqi(const char *name, const char *prefix, uint32_t len, std::span<const zeb_nas_cc_cqi> from,
                              std::span<cpe_dm_nas_cc_cqi> to) {
     CPE_DM_LOG_INFO("%s CQI info - %s_cc_cqi_len[%u]", name, prefix, len);
-    const uint32_t count = nas_bounded(len, from.size(), to.size());
+    const uint32_t count = cpe_dm_bounded(len, from.size(), to.size());
     for (uint32_t i = 0; i < count; i++) {
-        to[i].cw_cqi_len = nas_bounded(from[i].cw_cqi_len, std::size(from[i].cw_cqi), std::size(to[i].cw_cqi));
+        to[i].cw_cqi_len = cpe_dm_bounded(from[i].cw_cqi_len, std::size(from[i].cw_cqi), std::size(to[i].cw_cqi));
         for (uint32_t j = 0; j < to[i].cw_cqi_len; j++) {
             CPE_DM_LOG_INFO("%s CQI info #%d - %s_cw_cqi[%u]", name, static_cast<int32_t>(i), prefix,
                             from[i].cw_cqi[j]);
@@ -460,8 +455,8 @@ static int32_t nas_get_lte_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_l
     }
     cell_lock_list.lte_cell_list_valid = resp.lte_cell_list_valid;
     cell_lock_list.lte_cell_list_len =
-        static_cast<uint8_t>(nas_bounded(static_cast<uint8_t>(resp.lte_cell_list_len), std::size(resp.lte_cell_list),
-                                         std::size(cell_lock_list.lte_cell_list)));
+        static_cast<uint8_t>(cpe_dm_bounded(static_cast<uint8_t>(resp.lte_cell_list_len), std::size(resp.lte_cell_list),
+                                            std::size(cell_lock_list.lte_cell_list)));
     for (int32_t i = 0; i < cell_lock_list.lte_cell_list_len; i++) {
         const zeb_nas_lte_lock &lock = resp.lte_cell_list[i];
         CPE_DM_LOG_INFO("LTE multi-lock cell list #%d - pci[%hu]", i, lock.pci);
@@ -498,7 +493,7 @@ static int32_t nas_get_nr5g_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_
         cell_lock_list.nr5g_cell_lock_valid = 1;
         cell_lock_list.arfcn_identity_valid = 1;
         cell_lock_list.arfcn_list_len =
-            nas_bounded(resp->arfcn_list_len, std::size(resp->arfcn_list), std::size(cell_lock_list.arfcn_list));
+            cpe_dm_bounded(resp->arfcn_list_len, std::size(resp->arfcn_list), std::size(cell_lock_list.arfcn_list));
         for (uint32_t i = 0; i < cell_lock_list.arfcn_list_len; i++) {
             CPE_DM_LOG_INFO("NR 5G multi-lock cell list - #%d arfcn[%u]", static_cast<int32_t>(i),
                             resp->arfcn_list[i].arfcn);
@@ -645,8 +640,7 @@ static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_thr
 static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
     auto req = cpe_dm_alloc<zeb_nas_config_sig_info_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!req || !resp) {
-        CPE_DM_LOG_ERROR("Memory allocation failed");
+    if (!nas_allocated(req && resp, "Memory allocation failed")) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     nas_set_threshold(req->lte_rsrp, ind_info.lte_rsrp);
@@ -670,8 +664,7 @@ int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_indication_register_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!req || !resp) {
-        CPE_DM_LOG_ERROR("Memory allocation failed");
+    if (!nas_allocated(req && resp, "Memory allocation failed")) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     req->sig_info_valid = 1;
@@ -748,7 +741,7 @@ static void nas_sig_info_ind(const nas_indication &ind) {
 
 /* Logs the PLMNs of neighbour number index of a technology. */
 static void nas_log_plmns(const char *technology, int32_t index, std::span<const zeb_nas_plmn> plmns, uint32_t len) {
-    for (const zeb_nas_plmn &plmn : plmns.first(nas_bounded(len, plmns.size()))) {
+    for (const zeb_nas_plmn &plmn : plmns.first(cpe_dm_bounded(len, plmns.size()))) {
         CPE_DM_LOG_INFO("%s network scan indication - neighbor #%d plmn_mcc[%hu] plmn_mnc[%hu], "
                         "plmn_mnc_includes_pcs_digit[%u]",
                         technology, index, plmn.plmn_mcc, plmn.plmn_mnc, plmn.plmn_mnc_includes_pcs_digit);
@@ -758,7 +751,7 @@ static void nas_log_plmns(const char *technology, int32_t index, std::span<const
 static void nas_log_lte_scan(const zeb_nas_scan_result_ind &scan) {
     CPE_DM_LOG_INFO("LTE network scan indication - highest signal neighbor rsrp[%hi]", scan.lte.highest_sig_rsrp);
     CPE_DM_LOG_INFO("LTE network scan indication - highest signal neighbor rsrq[%hi]", scan.lte.highest_sig_rsrq);
-    const uint32_t count = nas_bounded(scan.lte.nbr_len, std::size(scan.lte.nbr));
+    const uint32_t count = cpe_dm_bounded(scan.lte.nbr_len, std::size(scan.lte.nbr));
     for (uint32_t i = 0; i < count; i++) {
         const zeb_nas_lte_nbr &nbr = scan.lte.nbr[i];
         const auto index = static_cast<int32_t>(i);
@@ -770,14 +763,14 @@ static void nas_log_lte_scan(const zeb_nas_scan_result_ind &scan) {
 }
 
 static void nas_log_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
-    const uint32_t count = nas_bounded(scan.nr5g.nbr_len, std::size(scan.nr5g.nbr));
+    const uint32_t count = cpe_dm_bounded(scan.nr5g.nbr_len, std::size(scan.nr5g.nbr));
     for (uint32_t i = 0; i < count; i++) {
         const zeb_nas_nr5g_nbr &nbr = scan.nr5g.nbr[i];
         const auto index = static_cast<int32_t>(i);
         CPE_DM_LOG_INFO("NR 5G network scan indication - neighbor #%d rsrp[%hi]", index, nbr.rsrp);
         CPE_DM_LOG_INFO("NR 5G network scan indication - neighbor #%d earfcn[%u]", index, nbr.earfcn);
         CPE_DM_LOG_INFO("NR 5G network scan indication - neighbor #%d pci[%hu]", index, nbr.pci);
-        for (uint64_t cgi : std::span(nbr.cgi).first(nas_bounded(nbr.cgi_len, std::size(nbr.cgi)))) {
+        for (uint64_t cgi : std::span(nbr.cgi).first(cpe_dm_bounded(nbr.cgi_len, std::size(nbr.cgi)))) {
             CPE_DM_LOG_INFO("NR 5G network scan indication - neighbor #%d cgi[%llu]", index,
                             static_cast<unsigned long long>(cgi));
         }

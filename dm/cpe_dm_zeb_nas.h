@@ -106,7 +106,7 @@ struct cpe_dm_nas_sys_info {
 };
 
 /* Connects: waits without limit for the service, creates the client and asks for system information indications.
- * Returns 0 as well when connected already. After a failure nothing is connected. */
+ * Returns 0 as well when connected already. After a failure neither client nor notifier is kept. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* The step of cpe_dm_zeb_nas_init that creates the client. When the service refuses the registration the client is left
@@ -148,7 +148,9 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
  * thresholds of the entries; system information always on. */
 int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info);
 
-/* Decodes an indication of the service, logs it and posts it to the command thread. */
+/* Decodes an indication of the service, logs it and posts it to the command thread: signal information and scan results
+ * as they are, of system information the network status, which becomes the module's, when it has changed. Of any other
+ * indication only the arrival is logged. */
 void cpe_dm_zeb_nas_ind_cb(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                            void *cb_data);
 

@@ -154,6 +154,20 @@ TEST_F(Cmdq, TheThreadEndsOnAnError) {
     EXPECT_EQ(joined(), "x0 f0 f1 f2 ");
 }
 
+/* A stop that the thread may not see is taken back, whatever failed, and can be asked for again. */
+TEST_F(Cmdq, AStopThatFailsIsTakenBack) {
+    for (const char *point : {"pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"}) {
+        ASSERT_TRUE(fault_settle(5000));
+        fault_arm(point, 1, true);
+        EXPECT_EQ(cpe_dm_cmdq_deinit(queue), -1) << point;
+        EXPECT_EQ(fault_fired().size(), 2U);
+        fault_clear();
+        EXPECT_EQ(cpe_dm_cmdq_enq(queue, command(1)), 0);
+        ASSERT_TRUE(fault_settle(5000));
+        EXPECT_EQ(joined(), "x1 f1 ");
+    }
+}
+
 TEST_F(Cmdq, NullQueue) {
     EXPECT_EQ(cpe_dm_cmdq_init(nullptr, 1), -1);
     EXPECT_EQ(cpe_dm_cmdq_deinit(nullptr), -1);

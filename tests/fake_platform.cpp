@@ -39,6 +39,7 @@ uint32_t services = 1;
 /* Never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
 int waits_left;
+std::function<void(uint32_t)> on_request;
 
 /* Held while a callback runs and while a client goes. */
 std::mutex delivery;
@@ -90,6 +91,7 @@ void fake_reset() {
     answers.clear();
     statuses.clear();
     services = 1;
+    on_request = nullptr;
 }
 
 void fake_answer_bytes(uint32_t msg_id, int32_t transport, const void *response, size_t size) {
@@ -110,6 +112,10 @@ void fake_status(const char *function, std::vector<int32_t> next) {
 void fake_services(uint32_t num_services) {
     const std::lock_guard guard(books);
     services = num_services;
+}
+
+void fake_on_request(std::function<void(uint32_t msg_id)> hook) {
+    on_request = std::move(hook);
 }
 
 std::vector<fake_request> fake_requests() {
@@ -180,9 +186,11 @@ zeb_service_object nas_get_service_object_internal_v01(int32_t major, int32_t mi
 
 int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *os_params, zeb_client_handle *created) {
     const int32_t status = next_status("zeb_client_notifier_init");
-    if (status != 0 || object != &service || os_params == nullptr) {
+    const zeb_cci_os_params zero = {};
+    if (status != 0 || object != &service || memcmp(os_params, &zero, sizeof(zero)) != 0) {
         return status != 0 ? status : ZEB_INVALID_ARG_ERR;
     }
+    memset(os_params, 1, sizeof(*os_params));
     waits_left = 3;
     notifier = *created = new_client();
     return 0;
@@ -236,6 +244,9 @@ int32_t zeb_client_send_msg_sync(zeb_client_handle handle, uint32_t msg_id, cons
     {
         const std::lock_guard guard(books);
         requests.push_back({msg_id, bytes_of(req, req_len), resp_len, timeout_ms});
+    }
+    if (on_request) {
+        on_request(msg_id);
     }
     const answer next = next_answer(msg_id);
     if (fault_hit("zeb_client_send_msg_sync")) {

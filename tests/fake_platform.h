@@ -37,6 +37,9 @@ template <typename T> void fake_default(uint32_t msg_id, const T &response) {
  * nas_get_service_object_internal_v01 return null. */
 void fake_status(const char *function, std::vector<int32_t> statuses);
 
+/* Called, until fake_reset, with each message that is requested, before it is answered. */
+void fake_on_request(std::function<void(uint32_t msg_id)> hook);
+
 /* The number of services that discovery finds. */
 void fake_services(uint32_t num_services);
 

@@ -38,6 +38,7 @@ int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
 int __real_pthread_mutex_destroy(pthread_mutex_t *mutex);
 int __real_pthread_cond_init(pthread_cond_t *cond, const pthread_condattr_t *attr);
 int __real_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex);
+int __real_pthread_cond_timedwait(pthread_cond_t *cond, pthread_mutex_t *mutex, const timespec *until);
 int __real_pthread_cond_signal(pthread_cond_t *cond);
 int __real_pthread_cond_broadcast(pthread_cond_t *cond);
 int __real_pthread_cond_destroy(pthread_cond_t *cond);
@@ -103,6 +104,10 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
     const int error = __real_pthread_cond_wait(cond, mutex);
     thread_waiting = thread_waiting && !command_thread;
     return error;
+}
+
+int __wrap_pthread_cond_timedwait(pthread_cond_t *cond, pthread_mutex_t *mutex, const timespec *until) {
+    return fault_hit("pthread_cond_timedwait") ? EINVAL : __real_pthread_cond_timedwait(cond, mutex, until);
 }
 
 int __wrap_pthread_cond_signal(pthread_cond_t *cond) {

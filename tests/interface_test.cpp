@@ -299,6 +299,17 @@ TEST_F(Interface, MetricsWithoutServiceRecordOrMeaning) {
         EXPECT_EQ(cpe_dm_fill_info(&info, &power), CPE_DM_ERR_NOT_SUPPORTED);
         EXPECT_EQ(cpe_dm_mark_nbr_metric(id), id == 22 ? 0 : CPE_DM_ERR_NOT_SUPPORTED);
     }
+    // The network status is looked at again before the second request.
+    for (uint16_t nr5g_pci : {uint16_t{0}, uint16_t{7}}) {
+        indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, static_cast<uint16_t>(7 - nr5g_pci)).info);
+        fake_on_request([nr5g_pci](uint32_t) { fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, nr5g_pci).info); });
+        requested();
+        EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
+        EXPECT_EQ(requested().size(), nr5g_pci != 0 ? 2U : 1U);
+        EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
+        fake_on_request(nullptr);
+        ASSERT_TRUE(fault_settle(5000));
+    }
     // An NR 5G cell whose PCI the system information does not know is not there.
     fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
     fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
@@ -354,6 +365,18 @@ TEST_F(Interface, Lists) {
     indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
     ASSERT_EQ(delivered.size(), 2U);
     EXPECT_EQ(delivered[0].id + 10 * delivered[1].id, 21U);
+    // The NR 5G scan that follows is refused: its response never comes, and the request stays.
+    EXPECT_EQ(get_list({24, 25}), 0);
+    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
+    EXPECT_EQ(get(24), CPE_DM_ERR_SCAN_ONGOING);
+    cpe_dm_state.nr5g_scan_request = 0;
+    // Another thread starts a scan while a list is on its way.
+    fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request = msg_id == ZEB_NAS_GET_SIG_INFO; });
+    EXPECT_EQ(get_list({24, rsrp}), CPE_DM_ERR_SCAN_ONGOING);
+    fake_on_request(nullptr);
+    EXPECT_EQ(cpe_dm_state.lte_nbr_pci, 0);
+    cpe_dm_state.nr5g_scan_request = 0;
     // A rejected request leaves no mark, a stale metric flag included.
     cpe_dm_state.lte_nbr_cgi = 1;
     const cpe_dm_state_record before = cpe_dm_state;
@@ -448,7 +471,7 @@ TEST_F(Interface, OperationsWaitForADeinit) {
         std::this_thread::yield();
     }
     uint32_t none = 0;
-    fault_arm("pthread_cond_wait", 1);
+    fault_arm("pthread_cond_timedwait", 1);
     EXPECT_EQ(cpe_dm_get_ind_cnt(handle, &none), CPE_DM_ERR_FAILURE);
     fault_clear();
     std::atomic<int> returned{0};
@@ -464,10 +487,14 @@ TEST_F(Interface, OperationsWaitForADeinit) {
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     EXPECT_EQ(returned, 0);
+    // They go on also when nobody wakes them.
+    fault_arm("pthread_cond_broadcast", 1);
     go.release();
     for (std::thread *thread : {&deinit, &operation, &init}) {
         thread->join();
     }
+    EXPECT_EQ(fault_fired().size(), 1U);
+    fault_clear();
     handle = next;
 }
 

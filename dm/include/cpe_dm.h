@@ -6,9 +6,10 @@
  * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
  * cpe_dm_init again only after cpe_dm_deinit.
  *
- * Threads: every operation may be called from any thread; the module serialises them with one lock. An operation that
- * sends requests to the modem may hold that lock for as long as the modem takes to answer, at most 50 s a request. An
- * operation that meets a cpe_dm_deinit in progress waits for its end.
+ * Threads: every operation may be called from any thread; the module serialises them, and the callback, with one lock.
+ * Whoever sends requests to the modem holds it for as long as the modem takes to answer, at most 50 s a request;
+ * cpe_dm_init holds it while it waits for the modem. An operation that meets a cpe_dm_deinit in progress waits for its
+ * end.
  *
  * Status: every operation returns a cpe_dm_status. What every operation but cpe_dm_init may return is
  *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current initialisation, or an argument is not as
@@ -35,7 +36,8 @@ typedef enum {
                                              missing result record, missing or too small threshold */
     CPE_DM_ERR_NO_MEMORY = -3,            /* a memory allocation failed */
     CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
-    CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response */
+    CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. One whose response
+                                             never comes blocks further ones until cpe_dm_deinit */
     CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or nothing at all */
     CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
     CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a client is registered already */
@@ -51,7 +53,7 @@ typedef enum {
 } cpe_dm_info_type;
 
 /* Metrics, with the value that a successful request leaves in the record. Signal and power values are in the units in
- * which the modem's network access service reports them: RSRP in dBm, RSRQ in dB, SINR and TX power as given.
+ * which the modem's network access service reports them; RSRP is in dBm and RSRQ in dB.
  *
  * The neighbour metrics (EARFCN to RSRQ of neighbouring cells) give no value: a request starts a network scan, and the
  * response comes to the callback, filled with what had been asked for. */
@@ -221,8 +223,8 @@ typedef struct {
     uint8_t nbr_valid; /* 1: the neighbour list was filled */
     uint32_t nbr_len;  /* valid entries of nbr */
     cpe_dm_lte_nbr nbr[CPE_DM_LTE_NBR_MAX];
-    uint8_t highest_sig_valid; /* 1: the block of the neighbour with the highest signal was filled */
-    uint32_t highest_sig_earfcn;
+    uint8_t highest_sig_valid;   /* 1: the block of the neighbour with the highest signal was filled */
+    uint32_t highest_sig_earfcn; /* of the first neighbour of the scan; this and the PCI are 0 when it found none */
     uint16_t highest_sig_pci;
     uint8_t highest_sig_rsrp_valid;
     int16_t highest_sig_rsrp; /* dBm */
@@ -294,7 +296,8 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
  * undelivered, the indications set and a scan asked for are forgotten, and the handle is invalid.
  *
  *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down; the handle then answers
- *                       CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it starts anew */
+ *                       CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it starts anew. When not
+ *                       even the lock could be had, everything is as before */
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
 
 /* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id, and for CQI
@@ -305,25 +308,29 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
  *   CPE_DM_ERR_INVALID_PARAM        also: dm_info is null or not a request, or its result record is missing
  *   CPE_DM_ERR_SERVICE_UNAVAILABLE  neither LTE nor NR 5G is in service (any metric but the registration status)
  *   CPE_DM_ERR_NOT_SUPPORTED        no such metric
- *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric; value_type is CPE_DM_VALUE_NONE
+ *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or its technology is not in service;
+ *                                   value_type is CPE_DM_VALUE_NONE
  *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric, and a scan is outstanding
- *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused
- *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed */
+ *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service meanwhile
+ *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed (CPE_DM_ERR_FAILURE in the query for EARFCN, PCI, CGI,
+ *                                   PLMN and TAC) */
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
 
 /* Retrieves dm_info_list_cnt (at least 1) metrics, each record as for cpe_dm_get_info, in order. Other operations and
  * callbacks may run between two records. The first record that fails ends the operation with its status; those before
  * it keep their values, and no scan is started. A metric that does not exist is passed over, and
- * CPE_DM_ERR_NOT_SUPPORTED returned when it was the last of the list. All neighbour metrics of the list together start
- * one scan, LTE before NR 5G; they are not tested for service.
+ * CPE_DM_ERR_NOT_SUPPORTED returned when it was the last of the list and the list starts no scan. All neighbour metrics
+ * of the list together start one scan, LTE before NR 5G, after the other records; they are not tested for service, nor
+ * their records for their info_type.
  *
- *   as cpe_dm_get_info; CPE_DM_ERR_SCAN_ONGOING when the list names a neighbour metric while a scan is outstanding,
- *   and then nothing of it is processed */
+ *   as cpe_dm_get_info; CPE_DM_ERR_SCAN_ONGOING when the list names a neighbour metric while a scan is outstanding:
+ *   nothing of it is processed then, unless another thread started that scan meanwhile */
 int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt);
 
 /* Sets one indication, or replaces its threshold. The caller sets info_type to CPE_DM_INFO_TYPE_IND, id to a
  * cpe_dm_ind_id and, for all but the registration status, value_type to CPE_DM_VALUE_INT64 and i64_val to the
- * threshold, of which the low 16 bits are used. On failure the indications are as before.
+ * threshold, of which the low 16 bits are used. On failure the indications set are as before, though the modem may have
+ * taken part of the change until the next one succeeds.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_info is null or not an indication, or its threshold is missing or below 1
  *   CPE_DM_ERR_NOT_SUPPORTED  no such indication
@@ -344,7 +351,7 @@ int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt);
 
 /* Clears the dm_clr_ind_list_cnt indications listed; those that are not set may be among them. All are cleared or, on
- * failure, none.
+ * failure, none, as for cpe_dm_set_ind_info.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt 0
  *   CPE_DM_ERR_NOT_SUPPORTED  the list names an indication that does not exist

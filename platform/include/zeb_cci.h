@@ -42,8 +42,8 @@ typedef const struct zeb_service *zeb_service_object;
 
 /* The operating-system signal of one client. Zero-filled by its owner before it is handed over. */
 typedef union {
-    uint64_t align;
     uint8_t bytes[96];
+    uint64_t align;
 } zeb_cci_os_params;
 
 /* One service instance found by discovery. */
@@ -83,10 +83,11 @@ void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms);
 /* Registers the one notification callback of a notifier; it is called for every later event. */
 int32_t zeb_client_register_notify_cb(zeb_client_handle notifier, zeb_client_notify_cb callback, void *cb_data);
 
+#define ZEB_INSTANCE_ANY 0xFFFFu
+
 /* Connects a client to a service instance (ZEB_INSTANCE_ANY: the first). Indications may arrive before the call
  * returns. os_params is not used after the call. Waits at most timeout_ms for the service. On success *client is set
  * and 0 returned; otherwise *client is untouched. */
-#define ZEB_INSTANCE_ANY 0xFFFFu
 int32_t zeb_client_init_instance(zeb_service_object service, uint32_t instance, zeb_client_ind_cb ind_cb,
                                  void *ind_cb_data, zeb_cci_os_params *os_params, uint32_t timeout_ms,
                                  zeb_client_handle *client);

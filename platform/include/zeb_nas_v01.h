@@ -16,7 +16,7 @@ extern "C" {
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version);
 
-/* Message IDs. Where a request and an indication share an ID, they share the structure named for it. */
+/* Message IDs. 0x0085 is a request, and the indication of its result. */
 enum {
     ZEB_NAS_INDICATION_REGISTER = 0x0003,
     ZEB_NAS_GET_CELL_LOCATION_INFO = 0x0043,
