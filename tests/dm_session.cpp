@@ -1,6 +1,7 @@
 /* Plays a fixed session of the client and the module against the scripted platform and prints everything that can be
  * seen of it: the client's own output, what was requested, what was logged, and the statuses. */
 #include "cpe_dm_client_options.h"
+#include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
 
@@ -61,6 +62,12 @@ static void get_all(const char *title) {
         if (id < CPE_DM_METRIC_LTE_NBR_EARFCN || id > CPE_DM_METRIC_LTE_NBR_RSRQ) {
             line("7 " + std::to_string(id));
         }
+    }
+}
+
+static void lines(std::initializer_list<const char *> texts) {
+    for (const char *text : texts) {
+        line(text);
     }
 }
 
@@ -203,9 +210,7 @@ static void play_queries() {
 static void play_indications() {
     printf("\n#### indications\n");
     indicate("signal, none set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
-    for (const char *text : {"3 7 70000", "3 1", "3 2 2", "3 3 3", "3 4 4", "3 5 5", "3 6 6", "3 7 7"}) {
-        line(text);
-    }
+    lines({"3 7 70000", "3 1", "3 2 2", "3 3 3", "3 4 4", "3 5 5", "3 6 6", "3 7 7", "5 7"});
     indicate("signal, all set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
     indicate("signal, two changed", ZEB_NAS_SIG_INFO_IND, sig_info(-91));
     zeb_nas_sig_info invalid = sig_info(-50);
@@ -260,6 +265,75 @@ static void play_scans() {
     scan("7 25", failed);
 }
 
+/* What is asked of which technology, by the network status that the system information indication has left. */
+static void play_network_statuses() {
+    printf("\n#### network statuses\n");
+    zeb_nas_sys_info_resp standalone = {};
+    standalone.info.nr5g_srv_status_valid = 1;
+    standalone.info.nr5g_srv_status = ZEB_NAS_SRV_STATUS_SRV;
+    for (const zeb_nas_sys_info_resp &sys_info : {fake_sys_info(2, 0), standalone, fake_sys_info()}) {
+        fake_default(ZEB_NAS_GET_SYS_INFO, sys_info);
+        indicate("system info", ZEB_NAS_SYS_INFO_IND, sys_info.info);
+        lines({"7 1", "7 5", "7 16", "7 20", "7 33"});
+    }
+    // An attached cell that is gone at the second look, and NR 5G signal values without RSRQ.
+    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
+    zeb_nas_sig_info_resp sig = {{}, sig_info(-95)};
+    sig.info.nr5g_rsrq_valid = 0;
+    fake_answer(ZEB_NAS_GET_SIG_INFO, sig);
+    lines({"7 5", "7 13"});
+    // The status changes between the two requests of a query, and is gone before the first.
+    for (uint16_t nr5g_pci : {uint16_t{0}, uint16_t{500}}) {
+        fake_on_request([nr5g_pci](uint32_t msg_id) {
+            if (msg_id == ZEB_NAS_GET_CQI_INFO) {
+                fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, nr5g_pci).info);
+            }
+        });
+        line("7 16");
+        fake_on_request(nullptr);
+        fault_settle(2000);
+    }
+    indicate("system info, empty", ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
+    lines({"7 16", "7 20", "7 33"});
+    indicate("system info", ZEB_NAS_SYS_INFO_IND, fake_sys_info().info);
+}
+
+static void play_lists() {
+    printf("\n#### lists\n");
+    const zeb_nas_resp_header rejected = {1, 3};
+    fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{});
+    lines({"7 0", "7 35", "8 10 99", "8 99 10", "8 1 10 10", "8 10 20 10", "8 24 20 31"});
+    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+    lines({"8 24 31", "7 30", "8 24 31 99", "8 10 24", "7 25", "8 10"});
+    // The LTE result starts the NR 5G scan; while that lasts there is no other.
+    indicate("LTE scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 1));
+    line("7 22");
+    indicate("NR 5G scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 0));
+    // Another thread starts a scan while a list is on its way.
+    fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request |= msg_id == ZEB_NAS_GET_SIG_INFO; });
+    line("8 24 10");
+    fake_on_request(nullptr);
+    cpe_dm_state.nr5g_scan_request = 0;
+    // The NR 5G scan that follows is refused: its response never comes, and the request stays.
+    line("8 24 25");
+    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
+    indicate("LTE scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(0, 1));
+    line("7 24");
+}
+
+static void play_indication_table() {
+    printf("\n#### indication table\n");
+    lines({"3 7 1", "3 3 2", "3 1", "3 2 0", "3 2", "3 8 1", "3 0 1", "4", "5 5", "5 2", "5 0", "6 3 9", "6 0"});
+    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
+    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_empty_resp{}, -8);
+    lines({"6 3 3 5", "3 6 9", "5 7"});
+    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_resp_header{1, 3});
+    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_empty_resp{}, -8);
+    lines({"6 3 3 5", "6 7", "5 7", "6 1 7", "4"});
+}
+
 int main() {
     fake_status("zeb_client_get_service_list", {-2, -2});
     fake_services(12);
@@ -268,9 +342,9 @@ int main() {
     play_queries();
     play_indications();
     play_scans();
-    line("8 0 1");
-    line("");
-    line("2");
-    line("7 1");
+    play_network_statuses();
+    play_indication_table();
+    play_lists();
+    lines({"8 0 1", "", "2", "7 1"});
     return fault_live_allocations() == 0 && fake_clients() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

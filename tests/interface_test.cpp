@@ -34,14 +34,6 @@ cpe_dm_info record(uint32_t info_type, uint32_t id, int64_t threshold = 0) {
     return info;
 }
 
-std::vector<uint32_t> requested() {
-    std::vector<uint32_t> ids;
-    for (const fake_request &request : fake_requests()) {
-        ids.push_back(request.msg_id);
-    }
-    return ids;
-}
-
 bool logged(const std::string &text) {
     return fake_log().find(text) != std::string::npos;
 }
@@ -63,19 +55,6 @@ struct Interface : testing::Test {
         EXPECT_EQ(cpe_dm_deinit(handle), 0);
         EXPECT_EQ(fault_live_allocations(), 0U);
         EXPECT_EQ(fake_clients(), 0);
-    }
-
-    int32_t get_list(std::vector<uint32_t> ids) {
-        std::vector<cpe_dm_info> infos;
-        for (uint32_t id : ids) {
-            infos.push_back(record(CPE_DM_INFO_TYPE_REQUEST, id));
-        }
-        return cpe_dm_get_info_list(handle, infos.data(), static_cast<int32_t>(infos.size()));
-    }
-
-    int32_t get(uint32_t id) {
-        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
-        return cpe_dm_get_info(handle, &info);
     }
 
     int32_t set(uint32_t id, int64_t threshold) {
@@ -135,7 +114,7 @@ TEST_F(Interface, EntryChecks) {
         fault_clear();
         EXPECT_EQ(fake_log(), "E pthread_mutex_lock failed:\n");
     }
-    EXPECT_TRUE(requested().empty());
+    EXPECT_TRUE(fake_requests().empty());
     EXPECT_EQ(cpe_dm_set_ctrl_info(handle, &ind), CPE_DM_ERR_NOT_SUPPORTED);
     EXPECT_TRUE(logged("E Setting diagnostic control information for metric[1] - not supported!!"));
 
@@ -248,182 +227,33 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-TEST_F(Interface, MetricsWithoutServiceRecordOrMeaning) {
-    for (uint32_t id : {0U, 35U, 4294967295U}) {
-        EXPECT_EQ(get(id), CPE_DM_ERR_NOT_SUPPORTED);
-        EXPECT_TRUE(logged("E Retrieving the diagnostic information for metric[" + std::to_string(id) + "] - not"));
-    }
-    requested();
+/* What an option line cannot say. */
+TEST_F(Interface, RecordsOfAnyKind) {
     for (uint32_t id : {16U, 17U, 33U, 34U}) {
-        EXPECT_EQ(get(id), CPE_DM_ERR_INVALID_PARAM);
+        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
+        EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INVALID_PARAM);
         EXPECT_FALSE(logged("\nE "));
-        EXPECT_EQ(requested(), std::vector<uint32_t>{ZEB_NAS_GET_SYS_INFO});
+        EXPECT_EQ(fake_requests().size(), 1U) << "only the system information";
     }
-    zeb_nas_sys_info_resp standalone = {};
-    standalone.info.nr5g_srv_status_valid = 1;
-    standalone.info.nr5g_srv_status = ZEB_NAS_SRV_STATUS_SRV;
-    const struct {
-        zeb_nas_sys_info_resp sys_info;
-        uint32_t status;
-        std::vector<uint32_t> lock_requests;
-    } cases[] = {{fake_sys_info(2, 0), 5, {0xD7}}, {fake_sys_info(2, 7), 6, {0xD7, 0x10F}}, {standalone, 7, {0x10F}}};
-    for (const auto &c : cases) {
-        indicate(ZEB_NAS_SYS_INFO_IND, c.sys_info.info);
-        cpe_dm_nas_cell_lock_list locks = {};
-        cpe_dm_nas_tx_pwr_info power = {};
-        cpe_dm_nas_cqi_info cqi = {};
-        requested();
-        EXPECT_EQ(cpe_dm_zeb_nas_get_cell_lock_list(&locks), 0);
-        EXPECT_EQ(requested(), c.lock_requests);
-        EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
-        EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
-        EXPECT_EQ(requested().size(), 2 * c.lock_requests.size());
-        fake_default(ZEB_NAS_GET_SYS_INFO, c.sys_info);
-        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, 1);
-        EXPECT_EQ(cpe_dm_get_info(handle, &info), 0);
-        EXPECT_EQ(info.value.u32_val, c.status);
-    }
-    // Standalone: the cell's PCI is that of the cell location, not of the system information.
-    requested();
-    get(CPE_DM_METRIC_NR5G_PCI);
-    EXPECT_EQ(requested(), (std::vector<uint32_t>{ZEB_NAS_GET_SYS_INFO, ZEB_NAS_GET_CELL_LOCATION_INFO}));
-    indicate(ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
-    requested();
-    cpe_dm_nas_cqi_info cqi = {};
-    EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), CPE_DM_ERR_FAILURE);
-    cpe_dm_nas_tx_pwr_info power = {};
-    EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
-    EXPECT_TRUE(requested().empty());
     for (uint32_t id : {0U, 22U, 99U}) {
         cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
-        EXPECT_EQ(cpe_dm_fill_info(&info, &power), CPE_DM_ERR_NOT_SUPPORTED);
+        EXPECT_EQ(cpe_dm_fill_info(&info, nullptr), CPE_DM_ERR_NOT_SUPPORTED);
         EXPECT_EQ(cpe_dm_mark_nbr_metric(id), id == 22 ? 0 : CPE_DM_ERR_NOT_SUPPORTED);
     }
-    // The network status is looked at again before the second request.
-    for (uint16_t nr5g_pci : {uint16_t{0}, uint16_t{7}}) {
-        indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, static_cast<uint16_t>(7 - nr5g_pci)).info);
-        fake_on_request([nr5g_pci](uint32_t) { fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, nr5g_pci).info); });
-        requested();
-        EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
-        EXPECT_EQ(requested().size(), nr5g_pci != 0 ? 2U : 1U);
-        EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
-        fake_on_request(nullptr);
-        ASSERT_TRUE(fault_settle(5000));
-    }
-    // An NR 5G cell whose PCI the system information does not know is not there.
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
-    zeb_nas_cell_location_info_resp cell = {};
-    cell.nr5g_serving_cell_info_valid = 1;
-    fake_answer(ZEB_NAS_GET_CELL_LOCATION_INFO, cell);
-    EXPECT_EQ(get(CPE_DM_METRIC_NR5G_PCI), CPE_DM_ERR_INFO_UNAVAILABLE);
-    // NR 5G RSRQ needs both flags.
-    zeb_nas_sig_info_resp sig = {};
-    sig.info.nr5g_sig_info_valid = 1;
-    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_answer(ZEB_NAS_GET_SIG_INFO, sig);
-    EXPECT_EQ(get(CPE_DM_METRIC_NR5G_RSRQ), CPE_DM_ERR_INFO_UNAVAILABLE);
-}
-
-TEST_F(Interface, Lists) {
-    zeb_nas_sig_info_resp sig = {};
-    sig.info.lte_sig_info_valid = 1;
-    fake_default(ZEB_NAS_GET_SIG_INFO, sig);
-    const zeb_nas_resp_header rejected = {1, 3};
-    constexpr uint32_t rsrp = CPE_DM_METRIC_LTE_RSRP;
-    const struct {
-        std::vector<uint32_t> ids;
-        int32_t status;
-        size_t requests; /* of system information, signal information and scans */
-        bool scan_rejected;
-    } cases[] = {
-        {{rsrp, 99}, -7, 2, false},     {{99, rsrp}, 0, 2, false},
-        {{1, rsrp, rsrp}, 0, 5, false}, {{rsrp, 11, rsrp}, -17, 4, false},
-        {{24, 11, 31}, -17, 2, false},  {{24, 31}, -1, 1, true},
-        {{0, 24}, -1, 1, true},         {{24, 31, 99}, 0, 1, false},
-    };
-    for (const auto &c : cases) {
-        fake_reset();
-        if (c.scan_rejected) {
-            fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-        }
-        EXPECT_EQ(get_list(c.ids), c.status) << testing::PrintToString(c.ids);
-        EXPECT_EQ(requested().size(), c.requests) << testing::PrintToString(c.ids);
-    }
-    // The last one left its scan outstanding.
-    EXPECT_EQ(cpe_dm_state.lte_scan_ongoing + 2 * cpe_dm_state.nr5g_scan_ongoing, 1);
-    EXPECT_EQ(get_list({rsrp, 24}), CPE_DM_ERR_SCAN_ONGOING);
-    EXPECT_TRUE(logged("E Neighbor cells scan request ongoing nr5g[1]/lte[1] - wait for completion!!"));
-    EXPECT_TRUE(requested().empty());
-    EXPECT_EQ(get(25), CPE_DM_ERR_SCAN_ONGOING);
-    EXPECT_EQ(get_list({rsrp}), 0);
-    requested();
-    // The LTE result starts the NR 5G scan before it is delivered; the NR 5G result ends it all.
-    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
-    EXPECT_EQ(requested(), std::vector<uint32_t>{ZEB_NAS_PERFORM_INCREMENTAL_SCAN});
-    EXPECT_EQ(get(22), CPE_DM_ERR_SCAN_ONGOING);
-    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
-    ASSERT_EQ(delivered.size(), 2U);
-    EXPECT_EQ(delivered[0].id + 10 * delivered[1].id, 21U);
-    // The NR 5G scan that follows is refused: its response never comes, and the request stays.
-    EXPECT_EQ(get_list({24, 25}), 0);
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
-    EXPECT_EQ(get(24), CPE_DM_ERR_SCAN_ONGOING);
-    cpe_dm_state.nr5g_scan_request = 0;
-    // Another thread starts a scan while a list is on its way.
-    fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request = msg_id == ZEB_NAS_GET_SIG_INFO; });
-    EXPECT_EQ(get_list({24, rsrp}), CPE_DM_ERR_SCAN_ONGOING);
-    fake_on_request(nullptr);
-    EXPECT_EQ(cpe_dm_state.lte_nbr_pci, 0);
-    cpe_dm_state.nr5g_scan_request = 0;
-    // A rejected request leaves no mark, a stale metric flag included.
-    cpe_dm_state.lte_nbr_cgi = 1;
-    const cpe_dm_state_record before = cpe_dm_state;
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    EXPECT_EQ(get(30), CPE_DM_ERR_FAILURE);
-    EXPECT_TRUE(logged("E Performing incremental network scan failed - error[0], response[1/3]"));
-    EXPECT_EQ(memcmp(&before.lte_scan_request, &cpe_dm_state.lte_scan_request, 15), 0);
-    EXPECT_EQ(get(31), 0);
-}
-
-TEST_F(Interface, IndicationTable) {
-    const struct {
-        uint32_t id;
-        int64_t threshold;
-        int32_t status;
-        const char *log;
-    } cases[] = {{7, 1, 0, ""},
-                 {3, 70000, 0, ""},
-                 {1, 0, 0, ""},
-                 {2, 0, -2, ""},
-                 {2, -5, -2, ""},
-                 {8, 1, -7, "E Setting diagnostic indication information for metric[8] - not supported!!\n"},
-                 {0, 1, -7, "E Setting diagnostic indication information for metric[0] - not supported!!\n"}};
-    for (const auto &c : cases) {
-        EXPECT_EQ(set(c.id, c.threshold), c.status);
-        EXPECT_EQ(fake_log(), c.log);
-    }
-    EXPECT_EQ(cpe_dm_state.ind_info.nr5g_rsrp.delta, 4464);
-    EXPECT_EQ(set_ids(5), (std::vector<uint32_t>{1, 3, 7, 0, 0}));
-    EXPECT_EQ(set_ids(2), (std::vector<uint32_t>{77, 77}));
-    EXPECT_TRUE(logged("E Indication list count [2] passed can't store the entire indication list [3]"));
-    const int32_t unknown[] = {3, 9};
-    requested();
-    EXPECT_EQ(cpe_dm_clr_ind_list(handle, unknown, 2), CPE_DM_ERR_NOT_SUPPORTED);
-    EXPECT_TRUE(logged("E Clearing diagnostic indication information for metric[9] - not supported!!"));
-    EXPECT_TRUE(requested().empty());
-    // The modem refuses: the table stays.
-    const int32_t clear[] = {3, 3, 5};
-    fault_arm("result", 1, true);
-    EXPECT_EQ(cpe_dm_clr_ind_list(handle, clear, 3), CPE_DM_ERR_FAILURE);
-    EXPECT_EQ(set(6, 9), CPE_DM_ERR_FAILURE);
-    fault_clear();
-    EXPECT_EQ(set_ids(), (std::vector<uint32_t>{1, 3, 7, 0, 0, 0, 0}));
-    fault_arm("result", 2);
-    EXPECT_EQ(cpe_dm_clr_ind_list(handle, clear, 3), 0) << "what the service answers to the thresholds does not count";
-    fault_clear();
-    EXPECT_EQ(set_ids(2), (std::vector<uint32_t>{1, 7}));
+    cpe_dm_state.lte_scan_request = 0;
+    cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRQ);
+    ind.value.i64_val = 70000;
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), CPE_DM_ERR_INVALID_PARAM);
+    ind.value_type = CPE_DM_VALUE_INT64;
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), 0);
+    EXPECT_EQ(cpe_dm_state.ind_info.lte_rsrq.delta, 4464);
+    ind.value.i64_val = -1;
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), CPE_DM_ERR_INVALID_PARAM);
+    uint32_t ids[] = {77, 77};
+    cpe_dm_info status = record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS);
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &status), 0);
+    EXPECT_EQ(cpe_dm_get_ind_list(handle, ids, 1), CPE_DM_ERR_LIST_TOO_SMALL);
+    EXPECT_EQ(ids[0] + ids[1], 154U) << "a list that is too small is not written";
 }
 
 TEST_F(Interface, Posting) {

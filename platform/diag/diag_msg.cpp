@@ -1,0 +1,109 @@
+#pragma GCC visibility push(default)
+#include "diag_msg.h"
+#pragma GCC visibility pop
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace {
+
+// Room for one line; a longer text is cut.
+constexpr size_t LINE_ROOM = 2048;
+
+int open_log() {
+    const char *name = getenv("DIAG_LOG"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
+    if (name == nullptr || *name == '\0') {
+        return -1;
+    }
+    if (strcmp(name, "stderr") == 0) {
+        return STDERR_FILENO;
+    }
+    const int fd = open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        fprintf(stderr, "%s: cannot be opened for the log: %s\n", name, std::generic_category().message(errno).c_str());
+    }
+    return fd;
+}
+
+const char *level_name(uint32_t level_mask) {
+    switch (level_mask) {
+    case DIAG_MSG_LEVEL_ERROR:
+        return "error";
+    case DIAG_MSG_LEVEL_INFO:
+        return "info";
+    case DIAG_MSG_LEVEL_MED:
+        return "medium";
+    case DIAG_MSG_LEVEL_LOW:
+        return "low";
+    default:
+        return "?";
+    }
+}
+
+// "2024-05-01T10:00:00.123Z error 4711 file.cpp:12 ": what stands before the text. Returns its length.
+size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
+    timespec now;
+    tm utc;
+    clock_gettime(CLOCK_REALTIME, &now);
+    gmtime_r(&now.tv_sec, &utc);
+    const char *path = desc->fname == nullptr ? "?" : desc->fname;
+    const char *slash = strrchr(path, '/');
+    size_t used = strftime(line, room, "%Y-%m-%dT%H:%M:%S", &utc);
+    const int n = snprintf(line + used, room - used, ".%03ldZ %s %ld %.128s:%u ", now.tv_nsec / 1000000L,
+                           level_name(desc->level_mask), static_cast<long>(syscall(SYS_gettid)),
+                           slash == nullptr ? path : slash + 1, static_cast<unsigned>(desc->line));
+    return used + (n > 0 ? static_cast<size_t>(n) : 0);
+}
+
+// Appends the text with its control characters made visible, so that a line stays a line. Returns the new length.
+size_t put_text(char *line, size_t used, size_t room, const char *text) {
+    size_t length = strlen(text);
+    if (length > 0 && text[length - 1] == '\n') {
+        length--;
+    }
+    for (size_t i = 0; i < length && used + 5 < room; i++) {
+        const auto c = static_cast<unsigned char>(text[i]);
+        if (c == '\n') {
+            used += static_cast<size_t>(snprintf(line + used, room - used, "\\n"));
+        } else if (c < 0x20 || c == 0x7F) {
+            used += static_cast<size_t>(snprintf(line + used, room - used, "\\x%02x", static_cast<unsigned>(c)));
+        } else {
+            line[used++] = text[i];
+        }
+    }
+    return used;
+}
+
+} // namespace
+
+void msg_sprintf(const diag_msg_desc *desc, ...) {
+    const int errno_before = errno;
+    static const int fd = open_log();
+    if (fd < 0 || desc == nullptr || desc->fmt == nullptr) {
+        return;
+    }
+    char text[LINE_ROOM];
+    va_list args;
+    va_start(args, desc);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the format is the caller's
+    const int n = vsnprintf(text, sizeof(text), desc->fmt, args);
+#pragma GCC diagnostic pop
+    va_end(args);
+
+    char line[LINE_ROOM];
+    size_t used = put_prefix(line, sizeof(line), desc);
+    used = put_text(line, used, sizeof(line), n < 0 ? "(text cannot be formatted)" : text);
+    line[used++] = '\n';
+    while (write(fd, line, used) < 0 && errno == EINTR) {
+    }
+    errno = errno_before;
+}

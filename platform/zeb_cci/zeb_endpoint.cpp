@@ -1,0 +1,137 @@
+#include "zeb_endpoint.h"
+#include "zeb_signal.h"
+
+#include <map>
+#include <utility>
+
+namespace {
+
+// Every endpoint in use. It is never destroyed: the process may exit while callbacks run.
+struct endpoint_table {
+    std::mutex lock;
+    std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
+    uintptr_t last_handle = 0;
+};
+
+endpoint_table &table() {
+    static endpoint_table *const instance = new endpoint_table;
+    return *instance;
+}
+
+// The endpoint whose callback the current thread runs.
+thread_local const zeb_endpoint *dispatching = nullptr;
+
+zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
+    endpoint_table &t = table();
+    std::lock_guard guard(t.lock);
+    // A handle is a number in a pointer's clothes, so that a stale one can never pass for a new one.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    auto *const handle = reinterpret_cast<zeb_client_handle>(t.last_handle + 16);
+    t.in_use.emplace(handle, endpoint);
+    t.last_handle += 16;
+    return handle;
+}
+
+bool table_remove(zeb_client_handle handle) {
+    endpoint_table &t = table();
+    std::lock_guard guard(t.lock);
+    return t.in_use.erase(handle) != 0;
+}
+
+void enqueue(zeb_endpoint &e, zeb_delivery delivery) {
+    std::lock_guard guard(e.lock);
+    if (e.closing || (e.os_params != nullptr && e.notify_cb == nullptr)) {
+        return;
+    }
+    e.queue.push_back(std::move(delivery));
+    e.wake.notify_one();
+}
+
+void on_indication(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded) {
+    enqueue(*static_cast<zeb_endpoint *>(owner), {msg_id, 0, std::move(encoded)});
+}
+
+void on_event(void *owner, int32_t event) {
+    zeb_endpoint &e = *static_cast<zeb_endpoint *>(owner);
+    if (e.os_params == nullptr) {
+        return;
+    }
+    zeb_signal_raise(e.os_params);
+    enqueue(e, {0, event, {}});
+}
+
+void run_callback(const zeb_endpoint &e, zeb_client_notify_cb notify_cb, void *notify_cb_data, const zeb_delivery &d) {
+    if (e.os_params != nullptr) {
+        notify_cb(e.handle, e.service, d.event, notify_cb_data);
+    } else {
+        e.ind_cb(e.handle, d.msg_id, d.encoded.data(), static_cast<uint32_t>(d.encoded.size()), e.ind_cb_data);
+    }
+}
+
+void dispatch(zeb_endpoint *e) {
+    dispatching = e;
+    std::unique_lock guard(e->lock);
+    for (;;) {
+        e->wake.wait(guard, [e] { return e->closing || !e->queue.empty(); });
+        if (e->closing) {
+            return;
+        }
+        const zeb_delivery delivery = std::move(e->queue.front());
+        e->queue.pop_front();
+        const zeb_client_notify_cb notify_cb = e->notify_cb;
+        void *const notify_cb_data = e->notify_cb_data;
+        guard.unlock();
+        run_callback(*e, notify_cb, notify_cb_data, delivery);
+        guard.lock();
+    }
+}
+
+} // namespace
+
+bool zeb_service_valid(zeb_service_object service) {
+    return service != nullptr && service->magic == ZEB_SERVICE_MAGIC;
+}
+
+// The thread starts last: a callback may use the handle at once.
+zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint) {
+    zeb_endpoint *e = endpoint.get();
+    e->peer = e->service->attach({e, on_indication, on_event});
+    try {
+        e->handle = table_add(endpoint);
+        std::lock_guard guard(e->lock);
+        e->dispatcher = zeb_start_thread([e] { dispatch(e); });
+    } catch (...) {
+        e->service->detach(e->peer);
+        table_remove(e->handle);
+        throw;
+    }
+    return e->handle;
+}
+
+std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle) {
+    endpoint_table &t = table();
+    std::lock_guard guard(t.lock);
+    const auto found = t.in_use.find(handle);
+    return found == t.in_use.end() ? nullptr : found->second;
+}
+
+int32_t zeb_client_release(zeb_client_handle client) {
+    return zeb_guarded([=] {
+        const auto e = zeb_endpoint_find(client);
+        if (!e || dispatching == e.get() || !table_remove(client)) {
+            return ZEB_INVALID_ARG_ERR;
+        }
+        e->service->detach(e->peer);
+        {
+            std::lock_guard guard(e->lock);
+            e->closing = true;
+            e->queue.clear();
+            e->wake.notify_one();
+        }
+        e->dispatcher.join();
+        if (e->os_params != nullptr) {
+            zeb_signal_close(e->os_params);
+        }
+        return ZEB_NO_ERR;
+    });
+}

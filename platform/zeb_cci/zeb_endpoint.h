@@ -1,0 +1,54 @@
+// What a client and a notifier have in common: a handle, a place at the service, and a thread for their callbacks.
+#pragma once
+
+#include "zeb_service.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+
+// One indication (a client's) or one event (a notifier's) on its way to its callback.
+struct zeb_delivery {
+    uint32_t msg_id;
+    int32_t event;
+    std::vector<uint8_t> encoded;
+};
+
+struct zeb_endpoint {
+    // Set before the endpoint is opened.
+    zeb_service_object service = nullptr;
+    zeb_client_ind_cb ind_cb = nullptr; // of a client
+    void *ind_cb_data = nullptr;
+    zeb_cci_os_params *os_params = nullptr; // of a notifier; null for a client
+
+    // Set by opening.
+    zeb_client_handle handle = nullptr;
+    uint64_t peer = 0;
+    std::thread dispatcher;
+
+    std::mutex lock; // guards what follows
+    std::condition_variable wake;
+    std::deque<zeb_delivery> queue;
+    bool closing = false;
+    zeb_client_notify_cb notify_cb = nullptr; // of a notifier
+    void *notify_cb_data = nullptr;
+};
+
+bool zeb_service_valid(zeb_service_object service);
+
+// Gives the endpoint its handle, attaches it to the service and starts its callbacks. Throws when out of memory or of
+// threads, and has then changed nothing.
+zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint);
+
+// The endpoint in use under that handle, or null. Handles are never used twice.
+std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
+
+// Runs one entry point of the library: nothing that the C++ library throws gets past it.
+template <typename F> int32_t zeb_guarded(F body) {
+    try {
+        return body();
+    } catch (...) {
+        return ZEB_INTERNAL_ERR;
+    }
+}

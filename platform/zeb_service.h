@@ -1,0 +1,69 @@
+// Between the transport and a service of the stand-in: what a service object is, and how messages travel. Private to
+// platform/; the users of the libraries see an opaque pointer.
+#pragma once
+
+#pragma GCC visibility push(default) // what the public header declares is what the library exports
+#include "zeb_cci.h"
+#pragma GCC visibility pop
+
+#include <cstddef>
+#include <functional>
+#include <span>
+#include <thread>
+#include <vector>
+
+inline constexpr uint32_t ZEB_SERVICE_MAGIC = 0x5A454253;
+
+// One message of a service definition. size is that of the decoded structure.
+struct zeb_message {
+    zeb_message_type type;
+    uint32_t id;
+    uint32_t size;
+};
+
+// Where a service delivers what nobody asked for. It calls these with its lock held, so they must neither block nor
+// call the service.
+struct zeb_sink {
+    void *owner;
+    void (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);
+    void (*event)(void *owner, int32_t event);
+};
+
+// A service object. Every operation may be called from any thread.
+struct zeb_service {
+    uint32_t magic; // ZEB_SERVICE_MAGIC
+    uint32_t service_id;
+    uint32_t instance;
+    std::span<const zeb_message> messages;
+
+    // True as soon as the service is present; false when it is still absent after timeout_ms (0: looks once).
+    bool (*wait_present)(uint32_t timeout_ms);
+
+    // Adds a peer, which may be done while the service is absent; never 0.
+    uint64_t (*attach)(const zeb_sink &sink);
+
+    // Removes a peer. Afterwards its sink is no longer called, and its pending requests end.
+    void (*detach)(uint64_t peer);
+
+    // Carries out a request of a known ID; both structures have the sizes of the definition, and resp is zero-filled.
+    int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
+};
+
+// The message of that type and ID, or null when the service does not define it.
+const zeb_message *zeb_find_message(zeb_service_object service, zeb_message_type type, uint32_t msg_id);
+
+// What goes before the decoded structure's bytes in an encoded message.
+struct zeb_wire_header {
+    uint32_t type;
+    uint32_t id;
+    uint32_t length; // bytes that follow
+};
+
+std::vector<uint8_t> zeb_encode(zeb_message_type type, uint32_t msg_id, const void *structure, uint32_t size);
+
+// The decoding behind zeb_client_message_decode.
+int32_t zeb_decode(zeb_service_object service, zeb_message_type type, uint32_t msg_id, const void *buf,
+                   uint32_t buf_len, void *dst, uint32_t dst_len);
+
+// Starts a thread that leaves the signals of the process to the threads of the program.
+std::thread zeb_start_thread(std::function<void()> body);

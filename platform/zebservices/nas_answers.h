@@ -1,0 +1,14 @@
+// The network access service's messages, filled from a state of the scenario. Every message comes zero-filled; a
+// technology that is not there leaves its groups absent. time_ms is the moment in the scenario, for values that swing.
+#pragma once
+
+#include "scenario.h"
+
+void nas_fill_sys_info(const scenario_state &state, zeb_nas_sys_info &info);
+void nas_fill_sig_info(const scenario_state &state, uint64_t time_ms, zeb_nas_sig_info &info);
+void nas_fill_cell_location(const scenario_state &state, uint64_t time_ms, zeb_nas_cell_location_info_resp &resp);
+void nas_fill_tx_rx_info(const scenario_state &state, uint32_t radio_if, zeb_nas_tx_rx_info_resp &resp);
+void nas_fill_cqi_info(const scenario_state &state, uint32_t technology, zeb_nas_cqi_info_resp &resp);
+void nas_fill_lte_locks(const scenario_state &state, zeb_nas_lte_cell_lock_list_resp &resp);
+void nas_fill_nr5g_locks(const scenario_state &state, zeb_nas_nr5g_cell_lock_list_resp &resp);
+void nas_fill_scan_result(const scenario_state &state, uint8_t network_type, zeb_nas_scan_result_ind &ind);

@@ -1,0 +1,459 @@
+#include "scenario.h"
+
+#include <algorithm>
+#include <charconv>
+#include <span>
+#include <stdexcept>
+
+// Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
+// parser and the tables that it builds can go.
+#define TOML_MAX_NESTED_VALUES 8
+#define TOML_ENABLE_FORMATTERS 0
+// The parser asserts, and in a build without assertions assumes, things that a malformed text does not keep to. Here
+// such a text is refused like any other, in every build.
+#undef NDEBUG
+#define TOML_ASSERT(expr) ((expr) ? void() : refuse_malformed())
+[[noreturn]] static void refuse_malformed() {
+    throw std::invalid_argument("the text is malformed");
+}
+#include <toml++/toml.h>
+
+namespace {
+
+constexpr size_t TEXT_MAX = 65536;
+constexpr size_t LINE_MAX_BYTES = 500;
+constexpr int64_t MS_MAX = 86400000;
+constexpr int64_t U16_MAX = 0xFFFF;
+constexpr int64_t U32_MAX = 0xFFFFFFFF;
+constexpr size_t CHANGES_MAX = 256;
+constexpr size_t FAULTS_MAX = 64;
+
+// Keeps the refusal that stands first in the file.
+struct reader {
+    size_t line = SIZE_MAX;
+    std::string reason;
+};
+
+void refuse(reader &r, size_t line, std::string reason) {
+    if (line < r.line) {
+        r.line = line;
+        r.reason = std::move(reason);
+    }
+}
+
+size_t line_of(const toml::node &node) {
+    return node.source().begin.line;
+}
+
+std::string printable(std::string_view name) {
+    std::string out;
+    for (const char c : name.substr(0, 40)) {
+        out += c >= 0x20 && c < 0x7F ? c : '?';
+    }
+    return out;
+}
+
+// One key of a table of the file and what it sets in T.
+template <typename T> struct key {
+    const char *name;
+    void (*read)(reader &r, const toml::node &node, T &out);
+};
+
+// Reads a table by its keys; a key that is not among them is refused.
+template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
+    const toml::table *table = node.as_table();
+    if (table == nullptr) {
+        return refuse(r, line_of(node), "a table is expected");
+    }
+    for (auto &&[name, value] : *table) {
+        const std::string_view word = name.str();
+        const auto found = std::find_if(keys.begin(), keys.end(), [word](const key<T> &k) { return word == k.name; });
+        if (found == keys.end()) {
+            refuse(r, name.source().begin.line, "unknown key \"" + printable(word) + "\"");
+        } else {
+            found->read(r, value, out);
+        }
+    }
+}
+
+template <typename T> void read_integer(reader &r, const toml::node &node, int64_t min, int64_t max, T &out) {
+    const auto *value = node.as_integer();
+    if (value == nullptr) {
+        return refuse(r, line_of(node), "an integer is expected");
+    }
+    if (value->get() < min || value->get() > max) {
+        return refuse(r, line_of(node), "value out of range " + std::to_string(min) + " to " + std::to_string(max));
+    }
+    out = static_cast<T>(value->get());
+}
+
+void read_bool(reader &r, const toml::node &node, bool &out) {
+    const auto *value = node.as_boolean();
+    if (value == nullptr) {
+        return refuse(r, line_of(node), "true or false is expected");
+    }
+    out = value->get();
+}
+
+// A 64-bit identity: an integer, or hexadecimal digits in a string for what an integer cannot hold.
+void read_u64(reader &r, const toml::node &node, uint64_t &out) {
+    const auto *text = node.as_string();
+    if (text == nullptr) {
+        return read_integer(r, node, 0, INT64_MAX, out);
+    }
+    const std::string &digits = text->get();
+    const char *end = digits.data() + digits.size();
+    if (digits.size() < 3 || digits.size() > 18 || !digits.starts_with("0x") ||
+        std::from_chars(digits.data() + 2, end, out, 16).ptr != end) {
+        refuse(r, line_of(node), "hexadecimal digits after 0x are expected");
+    }
+}
+
+// One of the words; out is the place of the word, counted from first.
+template <typename T>
+void read_word(reader &r, const toml::node &node, std::span<const char *const> words, int first, T &out) {
+    const auto *value = node.as_string();
+    const auto found = value == nullptr ? words.end() : std::find(words.begin(), words.end(), value->get());
+    if (found != words.end()) {
+        out = static_cast<T>(first + (found - words.begin()));
+        return;
+    }
+    std::string reason = "one of these words is expected:";
+    for (const char *word : words) {
+        reason += std::string(" ") + word;
+    }
+    refuse(r, line_of(node), reason);
+}
+
+// The list in node, or null when it is not one of at most max elements.
+const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
+    const toml::array *list = node.as_array();
+    if (list == nullptr) {
+        refuse(r, line_of(node), "a list is expected");
+    } else if (list->size() > max) {
+        refuse(r, line_of(node), "more than " + std::to_string(max) + " entries");
+        return nullptr;
+    }
+    return list;
+}
+
+// What a key of the table of T's keys does with its value, for the kinds of member there are. A member that is
+// optional comes into being.
+
+template <typename V> V &member(V &value) {
+    return value;
+}
+
+template <typename V> V &member(std::optional<V> &value) {
+    return value.emplace();
+}
+
+template <auto MEMBER, auto READ, typename T> void one(reader &r, const toml::node &node, T &out) {
+    READ(r, node, member(out.*MEMBER));
+}
+
+template <auto MEMBER, int64_t MIN, int64_t MAX, typename T> void number(reader &r, const toml::node &node, T &out) {
+    read_integer(r, node, MIN, MAX, member(out.*MEMBER));
+}
+
+template <auto MEMBER, size_t MAX, auto READ, typename T> void list(reader &r, const toml::node &node, T &out) {
+    auto &entries = member(out.*MEMBER);
+    const toml::array *elements = list_of(r, node, MAX);
+    entries.clear();
+    for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
+        READ(r, (*elements)[i], entries.emplace_back());
+    }
+}
+
+// An array of a message, with the member that counts its entries.
+template <auto MEMBER, auto COUNT, auto READ, typename T> void counted(reader &r, const toml::node &node, T &out) {
+    const toml::array *elements = list_of(r, node, std::size(out.*MEMBER));
+    for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
+        READ(r, (*elements)[i], (out.*MEMBER)[(out.*COUNT)++]);
+    }
+}
+
+template <auto MEMBER, typename T> void bytes(reader &r, const toml::node &node, T &out) {
+    const size_t count = std::size(out.*MEMBER);
+    const toml::array *elements = list_of(r, node, count);
+    if (elements != nullptr && elements->size() != count) {
+        refuse(r, line_of(node), std::to_string(count) + " bytes are expected");
+    }
+    for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
+        read_integer(r, (*elements)[i], 0, 255, (out.*MEMBER)[i]);
+    }
+}
+
+void read_srv_status(reader &r, const toml::node &node, int32_t &out) {
+    static constexpr const char *WORDS[] = {"absent",  "no_service",       "limited",
+                                            "service", "limited_regional", "power_save"};
+    read_word(r, node, WORDS, SCENARIO_ABSENT, out);
+}
+
+void read_damage(reader &r, const toml::node &node, scenario_damage &out) {
+    static constexpr const char *WORDS[] = {"truncated", "length", "id", "type"};
+    read_word(r, node, WORDS, static_cast<int>(scenario_damage::TRUNCATED), out);
+}
+
+void read_codeword(reader &r, const toml::node &node, uint8_t &out) {
+    read_integer(r, node, 0, 15, out);
+}
+
+void read_arfcn(reader &r, const toml::node &node, uint32_t &out) {
+    read_integer(r, node, 0, U32_MAX, out);
+}
+
+void read_swing(reader &r, const toml::node &node, scenario_swing &out) {
+    using T = scenario_swing;
+    static constexpr key<T> KEYS[] = {
+        {"rsrp", number<&T::rsrp, 0, 50>},
+        {"rsrq", number<&T::rsrq, 0, 20>},
+        {"snr", number<&T::snr, 0, 300>},
+        {"period_ms", number<&T::period_ms, 100, MS_MAX>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_carrier(reader &r, const toml::node &node, zeb_nas_cc_cqi &out) {
+    using T = zeb_nas_cc_cqi;
+    counted<&T::cw_cqi, &T::cw_cqi_len, read_codeword>(r, node, out);
+}
+
+void read_plmn(reader &r, const toml::node &node, zeb_nas_plmn &out) {
+    using T = zeb_nas_plmn;
+    static constexpr key<T> KEYS[] = {
+        {"mcc", number<&T::plmn_mcc, 0, 999>},
+        {"mnc", number<&T::plmn_mnc, 0, 999>},
+        {"pcs_digit", number<&T::plmn_mnc_includes_pcs_digit, 0, 1>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_intra_cell(reader &r, const toml::node &node, zeb_nas_intra_cell &out) {
+    using T = zeb_nas_intra_cell;
+    static constexpr key<T> KEYS[] = {
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"rsrq", number<&T::rsrq, -60, 20>},
+        {"rsrp", number<&T::rsrp, -200, 0>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_lte_lock(reader &r, const toml::node &node, zeb_nas_lte_lock &out) {
+    using T = zeb_nas_lte_lock;
+    static constexpr key<T> KEYS[] = {
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"earfcn", number<&T::freq, 0, U16_MAX>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_nr5g_lock(reader &r, const toml::node &node, scenario_nr5g_cell_lock &out) {
+    using T = scenario_nr5g_cell_lock;
+    static constexpr key<T> KEYS[] = {
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"arfcn", number<&T::arfcn, 0, U32_MAX>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_lte_neighbour(reader &r, const toml::node &node, scenario_lte_neighbour &out) {
+    using T = scenario_lte_neighbour;
+    static constexpr key<T> KEYS[] = {
+        {"earfcn", number<&T::earfcn, 0, U32_MAX>}, {"pci", number<&T::pci, 0, U16_MAX>},
+        {"cgi", number<&T::cgi, 0, U32_MAX>},       {"plmn", counted<&T::plmn, &T::plmn_len, read_plmn>},
+        {"rsrp", number<&T::rsrp, -200, 0>},        {"rsrq", number<&T::rsrq, -60, 20>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_nr5g_neighbour(reader &r, const toml::node &node, zeb_nas_nr5g_nbr &out) {
+    using T = zeb_nas_nr5g_nbr;
+    static constexpr key<T> KEYS[] = {
+        {"arfcn", number<&T::earfcn, 0, U32_MAX>},
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"rsrp", number<&T::rsrp, -200, 0>},
+        {"plmn", counted<&T::plmn, &T::plmn_len, read_plmn>},
+        {"cgi", counted<&T::cgi, &T::cgi_len, read_u64>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_lte(reader &r, const toml::node &node, scenario_lte &out) {
+    using T = scenario_lte;
+    static constexpr key<T> KEYS[] = {
+        {"srv_status", one<&T::srv_status, read_srv_status>},
+        {"srv_domain", number<&T::srv_domain, 0, U32_MAX>},
+        {"srv_capability", number<&T::srv_capability, 0, U32_MAX>},
+        {"plmn", bytes<&T::plmn>},
+        {"tac", number<&T::tac, 0, U16_MAX>},
+        {"cgi", number<&T::cgi, 0, U32_MAX>},
+        {"earfcn", number<&T::earfcn, 0, U16_MAX>},
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"rssi", number<&T::rssi, -128, 0>},
+        {"rsrq", number<&T::rsrq, -60, 20>},
+        {"rsrp", number<&T::rsrp, -200, 0>},
+        {"snr", number<&T::snr, -500, 500>},
+        {"swing", one<&T::swing, read_swing>},
+        {"tx_power", number<&T::tx_power, -1000, 1000>},
+        {"cqi", list<&T::cqi, ZEB_NAS_LTE_CC_MAX, read_carrier>},
+        {"lock", list<&T::lock, ZEB_NAS_LTE_LOCK_MAX, read_lte_lock>},
+        {"intra", list<&T::intra, ZEB_NAS_INTRA_CELLS_MAX - 1, read_intra_cell>},
+        {"neighbour", list<&T::neighbours, ZEB_NAS_LTE_NBR_MAX, read_lte_neighbour>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
+    using T = scenario_nr5g;
+    static constexpr key<T> KEYS[] = {
+        {"srv_status", one<&T::srv_status, read_srv_status>},
+        {"srv_domain", number<&T::srv_domain, 0, U32_MAX>},
+        {"srv_capability", number<&T::srv_capability, 0, U32_MAX>},
+        {"attached", one<&T::attached, read_bool>},
+        {"plmn", bytes<&T::plmn>},
+        {"tac", bytes<&T::tac>},
+        {"cgi", one<&T::cgi, read_u64>},
+        {"arfcn", one<&T::arfcn, read_arfcn>},
+        {"pci", number<&T::pci, 0, U16_MAX>},
+        {"rsrp", number<&T::rsrp, -200, 0>},
+        {"rsrq", number<&T::rsrq, -60, 20>},
+        {"rsrq_reported", one<&T::rsrq_reported, read_bool>},
+        {"snr", number<&T::snr, -500, 500>},
+        {"swing", one<&T::swing, read_swing>},
+        {"tx_power", number<&T::tx_power, -1000, 1000>},
+        {"cqi", list<&T::cqi, ZEB_NAS_NR5G_CC_MAX, read_carrier>},
+        {"lock_cell", one<&T::lock_cell, read_nr5g_lock>},
+        {"lock_arfcns", list<&T::lock_arfcns, ZEB_NAS_NR5G_LOCK_MAX, read_arfcn>},
+        {"neighbour", list<&T::neighbours, ZEB_NAS_NR5G_NBR_MAX, read_nr5g_neighbour>},
+    };
+    read_table<T>(r, node, KEYS, out);
+}
+
+// A change starts from the state before it, so that it needs to name only what is new.
+void read_changes(reader &r, const toml::node &node, std::vector<scenario_state> &states) {
+    using T = scenario_state;
+    static constexpr key<T> KEYS[] = {
+        {"at_ms", number<&T::at_ms, 1, MS_MAX>},
+        {"present", one<&T::present, read_bool>},
+        {"lte", one<&T::lte, read_lte>},
+        {"nr5g", one<&T::nr5g, read_nr5g>},
+    };
+    const toml::array *changes = list_of(r, node, CHANGES_MAX);
+    for (size_t i = 0; changes != nullptr && i < changes->size(); i++) {
+        const toml::node &change = (*changes)[i];
+        T state = states.back();
+        read_table<T>(r, change, KEYS, state);
+        if (state.at_ms <= states.back().at_ms) {
+            refuse(r, line_of(change), "a change needs an at_ms later than the one before it");
+        }
+        states.push_back(std::move(state));
+    }
+}
+
+void read_fault(reader &r, const toml::node &node, scenario_fault &out) {
+    using T = scenario_fault;
+    static constexpr key<T> KEYS[] = {
+        {"message", number<&T::message, 1, U16_MAX>},
+        {"nth", number<&T::nth, 1, 1000000>},
+        {"count", number<&T::count, 0, 1000000>},
+        {"status", number<&T::status, ZEB_TRANSPORT_ERR, ZEB_INTERNAL_ERR>},
+        {"result", number<&T::result, 1, U32_MAX>},
+        {"error", number<&T::error, 0, U32_MAX>},
+        {"delay_ms", number<&T::delay_ms, 1, MS_MAX>},
+        {"scan_status", number<&T::scan_status, 1, U32_MAX>},
+        {"scan_lost", one<&T::scan_lost, read_bool>},
+        {"damage", one<&T::damage, read_damage>},
+    };
+    read_table<T>(r, node, KEYS, out);
+
+    const bool request = out.status != 0 || out.result != 0 || out.delay_ms != 0;
+    const bool scan = out.scan_status != 0 || out.scan_lost;
+    const bool indication = out.damage != scenario_damage::NONE;
+    if (out.message == 0) {
+        refuse(r, line_of(node), "a fault needs a message");
+    } else if (request + scan + indication != 1) {
+        refuse(r, line_of(node), "a fault strikes either a request, a scan or an indication");
+    } else if (scan && out.message != ZEB_NAS_PERFORM_INCREMENTAL_SCAN) {
+        refuse(r, line_of(node), "only message 0x0085 starts a scan");
+    }
+    out.moment = request ? fault_moment::REQUEST : scan ? fault_moment::SCAN : fault_moment::INDICATION;
+}
+
+void read_scenario(reader &r, const toml::table &root, scenario &out) {
+    using T = scenario;
+    static constexpr key<T> KEYS[] = {
+        {"tick_ms", number<&T::tick_ms, 10, 60000>},
+        {"appear_ms", number<&T::appear_ms, 0, MS_MAX>},
+        {"scan_delay_ms", number<&T::scan_delay_ms, 1, MS_MAX>},
+        {"repeat_ms", number<&T::repeat_ms, 10, MS_MAX>},
+        {"lte", [](reader &r2, const toml::node &n, T &o) { read_lte(r2, n, o.states.front().lte); }},
+        {"nr5g", [](reader &r2, const toml::node &n, T &o) { read_nr5g(r2, n, o.states.front().nr5g); }},
+        {"change", [](reader &, const toml::node &, T &) {}}, // last, as it starts from what the others have set
+        {"fault", list<&T::faults, FAULTS_MAX, read_fault>},
+    };
+    out = {};
+    out.states.emplace_back();
+    read_table<T>(r, root, KEYS, out);
+    if (const toml::node *changes = root.get("change")) {
+        read_changes(r, *changes, out.states);
+    }
+    if (const toml::node *repeat = root.get("repeat_ms"); repeat && out.repeat_ms <= out.states.back().at_ms) {
+        refuse(r, line_of(*repeat), "repeat_ms must come after the last change");
+    }
+}
+
+bool plain(std::string_view line) {
+    return std::all_of(line.begin(), line.end(),
+                       [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; });
+}
+
+// What toml++ must not see: it is not safe with texts of any depth, nor with characters beyond ASCII.
+void check_lines(reader &r, std::string_view text) {
+    size_t line = 1;
+    if (text.size() > TEXT_MAX) {
+        return refuse(r, line, "longer than " + std::to_string(TEXT_MAX) + " bytes");
+    }
+    for (size_t start = 0; start < text.size(); line++) {
+        const size_t end = std::min(text.find('\n', start), text.size());
+        if (end - start > LINE_MAX_BYTES) {
+            return refuse(r, line, "a line longer than " + std::to_string(LINE_MAX_BYTES) + " bytes");
+        }
+        if (!plain(text.substr(start, end - start))) {
+            return refuse(r, line, "a byte that is not a printable ASCII character");
+        }
+        start = end + 1;
+    }
+}
+
+void parse(reader &r, std::string_view text, scenario &out) {
+    check_lines(r, text);
+    if (!r.reason.empty()) {
+        return;
+    }
+    try {
+        read_scenario(r, toml::parse(text), out);
+    } catch (const toml::parse_error &e) {
+        refuse(r, e.source().begin.line, std::string(e.description()));
+    }
+}
+
+} // namespace
+
+bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error) {
+    try {
+        reader r;
+        try {
+            parse(r, text, out);
+        } catch (const std::exception &e) {
+            refuse(r, 0, e.what());
+        }
+        if (r.reason.empty()) {
+            return true;
+        }
+        error = std::string(file) + ":" + std::to_string(r.line) + ": " + r.reason;
+    } catch (...) {
+        error.clear(); // not even the memory for a message
+    }
+    return false;
+}
