@@ -19,6 +19,7 @@ bool armed;
 bool armed_onwards;
 int calls;
 std::vector<std::string> fired;
+std::set<std::string> points;
 std::set<void *> live;
 std::set<pthread_mutex_t *> stuck;
 std::atomic<bool> thread_waiting;
@@ -29,21 +30,32 @@ bool of_module(const pthread_mutex_t *mutex) {
 
 } // namespace
 
+/* Takes a thread primitive over: a call that counts fails with the given error when it has to. */
+#define THREAD_PRIMITIVE(name, counts, error, params, args)                                                            \
+    int __real_##name params;                                                                                          \
+    int __wrap_##name params {                                                                                         \
+        return (counts) && fault_hit(#name) ? (error) : __real_##name args;                                            \
+    }
+
 extern "C" {
+THREAD_PRIMITIVE(pthread_mutex_lock, of_module(mutex), EINVAL, (pthread_mutex_t * mutex), (mutex))
+THREAD_PRIMITIVE(pthread_mutex_destroy, of_module(mutex), EBUSY, (pthread_mutex_t * mutex), (mutex))
+THREAD_PRIMITIVE(pthread_cond_init, true, ENOMEM, (pthread_cond_t * cond, const pthread_condattr_t *a), (cond, a))
+THREAD_PRIMITIVE(pthread_cond_timedwait, true, EINVAL,
+                 (pthread_cond_t * cond, pthread_mutex_t *mutex, const timespec *until), (cond, mutex, until))
+THREAD_PRIMITIVE(pthread_cond_signal, true, EINVAL, (pthread_cond_t * cond), (cond))
+THREAD_PRIMITIVE(pthread_cond_broadcast, true, EINVAL, (pthread_cond_t * cond), (cond))
+THREAD_PRIMITIVE(pthread_cond_destroy, true, EBUSY, (pthread_cond_t * cond), (cond))
+THREAD_PRIMITIVE(pthread_create, true, EAGAIN,
+                 (pthread_t * thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg),
+                 (thread, attr, start, arg))
+THREAD_PRIMITIVE(pthread_join, true, EINVAL, (pthread_t thread, void **result), (thread, result))
+
 void *__real_calloc(size_t count, size_t size);
 void __real_free(void *memory);
 int __real_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attr);
-int __real_pthread_mutex_lock(pthread_mutex_t *mutex);
 int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
-int __real_pthread_mutex_destroy(pthread_mutex_t *mutex);
-int __real_pthread_cond_init(pthread_cond_t *cond, const pthread_condattr_t *attr);
 int __real_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex);
-int __real_pthread_cond_timedwait(pthread_cond_t *cond, pthread_mutex_t *mutex, const timespec *until);
-int __real_pthread_cond_signal(pthread_cond_t *cond);
-int __real_pthread_cond_broadcast(pthread_cond_t *cond);
-int __real_pthread_cond_destroy(pthread_cond_t *cond);
-int __real_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg);
-int __real_pthread_join(pthread_t thread, void **result);
 
 void *__wrap_calloc(size_t count, size_t size) {
     if (fault_hit("calloc")) {
@@ -71,10 +83,6 @@ int __wrap_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t 
     return of_module(mutex) && fault_hit("pthread_mutex_init") ? ENOMEM : __real_pthread_mutex_init(mutex, attr);
 }
 
-int __wrap_pthread_mutex_lock(pthread_mutex_t *mutex) {
-    return of_module(mutex) && fault_hit("pthread_mutex_lock") ? EINVAL : __real_pthread_mutex_lock(mutex);
-}
-
 int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex) {
     if (!of_module(mutex)) {
         return __real_pthread_mutex_unlock(mutex);
@@ -87,47 +95,14 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex) {
     return fail ? EPERM : __real_pthread_mutex_unlock(mutex);
 }
 
-int __wrap_pthread_mutex_destroy(pthread_mutex_t *mutex) {
-    return of_module(mutex) && fault_hit("pthread_mutex_destroy") ? EBUSY : __real_pthread_mutex_destroy(mutex);
-}
-
-int __wrap_pthread_cond_init(pthread_cond_t *cond, const pthread_condattr_t *attr) {
-    return fault_hit("pthread_cond_init") ? ENOMEM : __real_pthread_cond_init(cond, attr);
-}
-
 int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
     if (fault_hit("pthread_cond_wait")) {
         return EINVAL;
     }
-    const bool command_thread = cond == &cpe_dm_state.cmdq.cond;
-    thread_waiting = thread_waiting || command_thread;
+    thread_waiting = true;
     const int error = __real_pthread_cond_wait(cond, mutex);
-    thread_waiting = thread_waiting && !command_thread;
+    thread_waiting = false;
     return error;
-}
-
-int __wrap_pthread_cond_timedwait(pthread_cond_t *cond, pthread_mutex_t *mutex, const timespec *until) {
-    return fault_hit("pthread_cond_timedwait") ? EINVAL : __real_pthread_cond_timedwait(cond, mutex, until);
-}
-
-int __wrap_pthread_cond_signal(pthread_cond_t *cond) {
-    return fault_hit("pthread_cond_signal") ? EINVAL : __real_pthread_cond_signal(cond);
-}
-
-int __wrap_pthread_cond_broadcast(pthread_cond_t *cond) {
-    return fault_hit("pthread_cond_broadcast") ? EINVAL : __real_pthread_cond_broadcast(cond);
-}
-
-int __wrap_pthread_cond_destroy(pthread_cond_t *cond) {
-    return fault_hit("pthread_cond_destroy") ? EBUSY : __real_pthread_cond_destroy(cond);
-}
-
-int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*start)(void *), void *arg) {
-    return fault_hit("pthread_create") ? EAGAIN : __real_pthread_create(thread, attr, start, arg);
-}
-
-int __wrap_pthread_join(pthread_t thread, void **result) {
-    return fault_hit("pthread_join") ? EINVAL : __real_pthread_join(thread, result);
 }
 }
 
@@ -139,6 +114,7 @@ void fault_arm(const char *point, int nth, bool onwards) {
     armed_onwards = onwards;
     calls = 0;
     fired.clear();
+    points.clear();
 }
 
 void fault_clear() {
@@ -155,12 +131,18 @@ std::vector<std::string> fault_fired() {
     return fired;
 }
 
+std::vector<std::string> fault_points() {
+    const std::lock_guard guard(books);
+    return {points.begin(), points.end()};
+}
+
 bool fault_hit(const char *point) {
     const std::lock_guard guard(books);
     if (!armed || (armed_point != nullptr && std::string(armed_point) != point)) {
         return false;
     }
     calls++;
+    points.insert(point);
     const bool fail = calls == armed_nth || (armed_onwards && calls > armed_nth);
     if (fail) {
         fired.emplace_back(point);

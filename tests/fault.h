@@ -17,6 +17,9 @@ void fault_clear();
 /* The points made to fail since fault_arm, in order. */
 std::vector<std::string> fault_fired();
 
+/* The points called since fault_arm. */
+std::vector<std::string> fault_points();
+
 /* One call of a point; true when it has to fail. */
 bool fault_hit(const char *point);
 

@@ -1,6 +1,6 @@
 // What the module may rely on in the platform, held against the stand-in.
 #include "diag_msg.h"
-#include "nas_answers.h"
+#include "scenario.h"
 #include "zeb_service.h"
 
 #include <algorithm>
@@ -17,8 +17,7 @@
 namespace {
 
 using text_list = std::vector<std::string>;
-const std::string LTE = "[lte]\nsrv_status = 'service'\nrsrp = -90\ntx_power = -5\ncqi = [[9]]\nlock = []\n";
-const std::string NR5G = "[nr5g]\narfcn = 7\ntx_power = -5\ncqi = [[9]]\nlock_arfcns = [7]\n";
+const std::string LTE = "[lte]\nsrv_status = 'service'\nrsrp = -90\n";
 
 void sleep_ms(int ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
@@ -108,32 +107,6 @@ void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) 
     config.lte_rsrp = {1, lte_rsrp_delta};
     EXPECT_EQ(send(client, 0x03, zeb_nas_indication_register_req{1, sys_info, 1, 1, {}}), "0/0");
     EXPECT_EQ(send(client, 0x6C, config), "0/0");
-}
-
-std::string present_groups(const scenario_state &state) {
-    zeb_nas_sys_info sys = {};
-    zeb_nas_sig_info sig = {};
-    zeb_nas_cell_location_info_resp cell = {};
-    zeb_nas_tx_rx_info_resp tx[2] = {};
-    zeb_nas_cqi_info_resp cqi[2] = {};
-    zeb_nas_lte_cell_lock_list_resp lock = {};
-    zeb_nas_nr5g_cell_lock_list_resp nr5g_lock = {};
-    nas_fill_sys_info(state, sys);
-    nas_fill_sig_info(state, 0, sig);
-    nas_fill_cell_location(state, 0, cell);
-    nas_fill_tx_rx_info(state, 8, tx[0]);
-    nas_fill_tx_rx_info(state, 12, tx[1]);
-    nas_fill_cqi_info(state, 1, cqi[0]);
-    nas_fill_cqi_info(state, 0, cqi[1]);
-    nas_fill_lte_locks(state, lock);
-    nas_fill_nr5g_locks(state, nr5g_lock);
-    std::ostringstream out;
-    out << +sys.lte_srv_status_valid << +sys.nr5g_srv_status_valid << +sys.nr5g_pci_valid << " "
-        << +sig.lte_sig_info_valid << +sig.nr5g_sig_info_valid << +sig.nr5g_rsrq_valid << " " << +cell.lte_intra_valid
-        << +cell.nr5g_serving_cell_info_valid << +cell.nr5g_arfcn_valid << " " << +tx[0].tx_valid << +tx[1].tx_valid
-        << " " << +cqi[0].lte_cc_cqi_valid << +cqi[1].nr5g_cc_cqi_valid << " " << +lock.lte_cell_list_valid
-        << +nr5g_lock.arfcn_identity_valid;
-    return out.str();
 }
 
 } // namespace
@@ -313,24 +286,6 @@ fault = [
         EXPECT_EQ(first.lines, text_list{"scan 0"});
         EXPECT_EQ(second.lines, text_list{"scan 0"});
     });
-}
-
-TEST(Platform, AnswersFollowTheTechnology) {
-    const struct {
-        std::string toml;
-        const char *groups; // present ones of: system information, signal, cell, power, CQI, locks
-    } cases[] = {
-        {LTE, "100 100 100 10 10 10"},
-        {NR5G + "srv_status = 'service'\n", "010 011 011 01 01 01"},
-        {LTE + NR5G + "attached = true\nrsrq_reported = false\n", "101 110 111 11 11 11"},
-        {"[lte]\nsrv_status = 'no_service'\n" + NR5G + "attached = true\n", "100 000 000 00 00 01"},
-    };
-    for (const auto &c : cases) {
-        scenario plan;
-        std::string error;
-        ASSERT_TRUE(scenario_parse(c.toml, "f", plan, error)) << error;
-        EXPECT_EQ(present_groups(plan.states[0]), c.groups);
-    }
 }
 
 TEST(Platform, ScenariosAreReadStrictly) {

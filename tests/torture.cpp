@@ -207,34 +207,16 @@ int main(int argc, char **argv) {
         printf("%d points, all from the nth on\n", from_the_nth_on());
         return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
     }
+    fault_arm(nullptr, 0);
     const std::vector<std::string> expected = session(5000);
+    const std::vector<std::string> points = fault_points();
+    fault_clear();
     for (const std::string &outcome : expected) {
         printf("[%s]\n", outcome.c_str());
     }
-    const char *points[] = {"calloc",
-                            "pthread_mutex_init",
-                            "pthread_mutex_lock",
-                            "pthread_mutex_unlock",
-                            "pthread_mutex_destroy",
-                            "pthread_cond_init",
-                            "pthread_cond_wait",
-                            "pthread_cond_signal",
-                            "pthread_cond_broadcast",
-                            "pthread_cond_destroy",
-                            "pthread_create",
-                            "pthread_join",
-                            "nas_get_service_object_internal_v01",
-                            "zeb_client_notifier_init",
-                            "zeb_client_get_service_list",
-                            "zeb_client_register_notify_cb",
-                            "zeb_client_init_instance",
-                            "zeb_client_send_msg_sync",
-                            "result",
-                            "zeb_client_message_decode",
-                            "zeb_client_release"};
     int cnt = 0;
-    for (const char *point : points) {
-        cnt += one_at_a_time(point, expected);
+    for (const std::string &point : points) {
+        cnt += one_at_a_time(point.c_str(), expected);
     }
     printf("%d points, one at a time\n", cnt);
     return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
