@@ -71,52 +71,26 @@ static int32_t answer(cpe_dm_info *info) {
 }
 
 /* The record and the payload are the callback's to release. */
-static void deliver(uint32_t info_type, uint32_t id, uint32_t value_type, int64_t value, void *payload = nullptr) {
+static void deliver(uint32_t info_type, uint32_t id, uint32_t value_type, int64_t value, void *record = nullptr) {
     auto *info = static_cast<cpe_dm_info *>(calloc(1, sizeof(cpe_dm_info)));
     info->info_type = info_type;
     info->id = id;
     info->value_type = value_type;
     info->value.i64_val = value;
-    if (payload) {
-        info->value.cqi_info = payload;
+    if (record != nullptr) {
+        info->value.cqi_info = record;
     }
     user_cb(&registered, info, nullptr);
 }
 
-static void deliver_rsp(uint32_t id, uint32_t value_type, void *payload) {
-    deliver(CPE_DM_INFO_TYPE_ASYNC_RSP, id, value_type, 0, payload);
+static void deliver_rsp(uint32_t id, uint32_t value_type, void *record) {
+    deliver(CPE_DM_INFO_TYPE_ASYNC_RSP, id, value_type, 0, record);
 }
 
-static void fill_plmns(cpe_dm_plmn *plmns, uint16_t cnt) {
-    for (uint16_t i = 0; i < cnt; i++) {
-        plmns[i] = {static_cast<uint16_t>(65535 - i), i, static_cast<uint8_t>(i % 2)};
-    }
-}
-
-/* Every neighbour lacks other values than the one before it. */
-static cpe_dm_lte_nbr_info *lte_nbrs(const cpe_dm_lte_nbr_info &values) {
-    auto *nbrs = static_cast<cpe_dm_lte_nbr_info *>(calloc(1, sizeof values));
-    *nbrs = values;
-    for (uint16_t i = 0; i < CPE_DM_LTE_NBR_MAX; i++) {
-        const uint16_t pci = static_cast<uint16_t>(65530 + i);
-        nbrs->nbr[i] = {4294967290u + i, pci, i % 2 == 0, 4294967200u + i, i > 1, i == 2 ? 7u : 2u, {}};
-        fill_plmns(nbrs->nbr[i].plmn, CPE_DM_LTE_NBR_PLMN_MAX);
-    }
-    return nbrs;
-}
-
-static cpe_dm_nr5g_nbr_info *nr5g_nbrs(uint8_t nbr_valid, uint32_t nbr_len) {
-    auto *nbrs = static_cast<cpe_dm_nr5g_nbr_info *>(calloc(1, sizeof(cpe_dm_nr5g_nbr_info)));
-    *nbrs = {nbr_valid, nbr_len, {}};
-    for (uint16_t i = 0; i < CPE_DM_NR5G_NBR_MAX; i++) {
-        const uint16_t pci = static_cast<uint16_t>(65520 + i);
-        nbrs->nbr[i] = {4294967280u + i, pci, i == 3, -156, i == 1 || i == 9, i == 1 ? 2u : 13u, {}, i > 7, i + 4u, {}};
-        fill_plmns(nbrs->nbr[i].plmn, CPE_DM_NR5G_NBR_PLMN_MAX);
-        for (uint32_t c = 0; c < CPE_DM_NR5G_NBR_CGI_MAX; c++) {
-            nbrs->nbr[i].cgi[c] = 18446744073709551615u - c;
-        }
-    }
-    return nbrs;
+template <typename T> static T *payload(const T &values) {
+    auto *copy = static_cast<T *>(calloc(1, sizeof(values)));
+    *copy = values;
+    return copy;
 }
 
 static void deliver_events() {
@@ -133,21 +107,30 @@ static void deliver_events() {
             deliver_rsp(id, value_type, nullptr);
         }
     }
-    for (const cpe_dm_lte_nbr_info &values : {cpe_dm_lte_nbr_info{1, 6, {}, 1, 4294967295, 65535, 1, -32768, 1, -20},
-                                              {0, 2, {}, 1, 1300, 7, 0, -90, 0, -11},
-                                              {1, 1, {}, 0, 1300, 7, 1, -90, 1, -11},
-                                              {1, 0, {}, 1, 1300, 7, 1, -90, 0, -11}}) {
-        deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_LTE_NBR_INFO, lte_nbrs(values));
+    // Neighbours that lack other values each, and counts beyond every room.
+    const cpe_dm_lte_nbr nbr = {4294967290, 65535, 1, 4294967200, 1, 2, {{65535, 7, 1}, {1, 2, 0}}};
+    const cpe_dm_lte_nbr long_nbr = {1300, 2, 0, 3, 1, 7, {}};
+    for (const cpe_dm_lte_nbr_info &values :
+         {cpe_dm_lte_nbr_info{1, 6, {nbr, long_nbr}, 1, 4294967295, 65535, 1, -32768, 1, -20},
+          cpe_dm_lte_nbr_info{0, 2, {nbr}, 1, 1300, 7, 0, -90, 0, -11},
+          cpe_dm_lte_nbr_info{1, 1, {{1, 2, 0, 3, 0, 1, {}}}, 0, 1300, 7, 1, -90, 1, -11},
+          cpe_dm_lte_nbr_info{1, 0, {nbr}, 1, 1300, 7, 1, -90, 0, -11}}) {
+        deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_LTE_NBR_INFO, payload(values));
     }
-    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 11));
-    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 2));
-    deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(0, 2));
+    const cpe_dm_nr5g_nbr full = {4294967280, 65535, 1, -156, 1, 2, {{65535, 7, 1}}, 1, 2, {18446744073709551615u, 5}};
+    const cpe_dm_nr5g_nbr long_full = {1, 2, 0, -3, 1, 13, {}, 1, 13, {}};
+    for (const cpe_dm_nr5g_nbr_info &values :
+         {cpe_dm_nr5g_nbr_info{1, 11, {full, long_full}},
+          cpe_dm_nr5g_nbr_info{1, 1, {{1, 2, 0, -3, 0, 1, {}, 0, 1, {}}}}, cpe_dm_nr5g_nbr_info{0, 2, {full}},
+          cpe_dm_nr5g_nbr_info{1, 0, {full}}}) {
+        deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(values));
+    }
     /* what is not printed is released all the same, and what is no payload is left alone */
-    deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, nr5g_nbrs(1, 1));
+    deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_INT64, &registered);
     for (uint32_t info_type = 0; info_type < 5; info_type++) {
-        deliver(info_type, 9, CPE_DM_VALUE_LTE_NBR_INFO, 0, lte_nbrs({}));
-        deliver(info_type, 9, CPE_DM_VALUE_NR5G_NBR_INFO, 0, nr5g_nbrs(1, 1));
+        deliver(info_type, 9, CPE_DM_VALUE_LTE_NBR_INFO, 0, payload(cpe_dm_lte_nbr_info{}));
+        deliver(info_type, 9, CPE_DM_VALUE_NR5G_NBR_INFO, 0, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -32,7 +31,18 @@ static void show_log(const std::string &log) {
     }
 }
 
-/* Prints what happened since the last call. Addresses differ from run to run. */
+/* Addresses stand alone between brackets, and are longer than any other number there. */
+static std::string without_addresses(std::string log) {
+    for (size_t at = log.find("[0x"); at != std::string::npos; at = log.find("[0x", at + 1)) {
+        const size_t length = log.find_first_of(" ]", at) - at - 1;
+        if (length > 7) {
+            log.replace(at + 1, length, "ADDRESS");
+        }
+    }
+    return log;
+}
+
+/* Prints what happened since the last call. */
 static void show(const char *title, int32_t status) {
     printf("== %s: %d\n", title, status);
     for (const fake_request &request : fake_requests()) {
@@ -44,7 +54,7 @@ static void show(const char *title, int32_t status) {
         }
         printf("\n");
     }
-    show_log(std::regex_replace(fake_log(), std::regex("\\[0x[0-9a-f]{5,}\\]"), "[ADDRESS]"));
+    show_log(without_addresses(fake_log()));
 }
 
 /* Performs an option line of the client. */

@@ -10,28 +10,19 @@
 #include <deque>
 #include <semaphore>
 #include <thread>
+#include <type_traits>
 
 namespace {
 
 std::deque<int> draws;
 
-std::vector<cpe_dm_info> delivered;
-
 void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
-    delivered.push_back(*info);
-    if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
-        free(info->value.lte_nbr_info);
-    }
+    ADD_FAILURE() << "no event is expected";
     free(info);
 }
 
-cpe_dm_info record(uint32_t info_type, uint32_t id, int64_t threshold = 0) {
-    cpe_dm_info info = {};
-    info.info_type = info_type;
-    info.id = id;
-    info.value_type = threshold != 0 ? CPE_DM_VALUE_INT64 : CPE_DM_VALUE_NONE;
-    info.value.i64_val = threshold;
-    return info;
+cpe_dm_info record(uint32_t info_type, uint32_t id) {
+    return {info_type, id, CPE_DM_VALUE_NONE, {}, 0};
 }
 
 bool logged(const std::string &text) {
@@ -46,7 +37,6 @@ struct Interface : testing::Test {
         fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
         fake_reset();
-        delivered.clear();
     }
 
     void TearDown() override {
@@ -55,25 +45,6 @@ struct Interface : testing::Test {
         EXPECT_EQ(cpe_dm_deinit(handle), 0);
         EXPECT_EQ(fault_live_allocations(), 0U);
         EXPECT_EQ(fake_clients(), 0);
-    }
-
-    int32_t set(uint32_t id, int64_t threshold) {
-        const cpe_dm_info info = record(CPE_DM_INFO_TYPE_IND, id, threshold);
-        return cpe_dm_set_ind_info(handle, &info);
-    }
-
-    /* The IDs of the indications set, in a list with room for cnt. */
-    std::vector<uint32_t> set_ids(uint32_t cnt = 7) {
-        std::vector<uint32_t> ids(cnt, 77);
-        uint32_t set = 77;
-        EXPECT_EQ(cpe_dm_get_ind_cnt(handle, &set), 0);
-        EXPECT_EQ(cpe_dm_get_ind_list(handle, ids.data(), cnt), set > cnt ? CPE_DM_ERR_LIST_TOO_SMALL : 0);
-        return ids;
-    }
-
-    template <typename T> void indicate(uint32_t msg_id, const T &message) {
-        ASSERT_TRUE(fake_indicate(msg_id, message));
-        ASSERT_TRUE(fault_settle(5000));
     }
 };
 
@@ -133,20 +104,20 @@ TEST_F(Interface, EntryChecks) {
 
 TEST_F(Interface, InitChecksItsArgumentsAndItsState) {
     cpe_dm_hndl second = nullptr;
-    set(CPE_DM_IND_REG_STATUS, 0);
+    cpe_dm_state.ind_info.reg_status = 1;
     EXPECT_EQ(cpe_dm_init(nullptr, nullptr, on_event), CPE_DM_ERR_INVALID_PARAM);
     EXPECT_EQ(cpe_dm_init(&second, nullptr, nullptr), CPE_DM_ERR_INVALID_PARAM);
     EXPECT_TRUE(logged("user_cb_fn[(nil)]"));
     EXPECT_EQ(cpe_dm_init(&second, nullptr, on_event), CPE_DM_ERR_ALREADY_INITIALIZED);
     EXPECT_EQ(fake_log(), "E Diagnostic monitor module already initialized!!\n");
     EXPECT_EQ(second, nullptr);
-    EXPECT_EQ(set_ids(1), std::vector<uint32_t>{1});
+    EXPECT_EQ(cpe_dm_state.ind_info.reg_status, 1);
     EXPECT_EQ(cpe_dm_deinit(handle), 0);
     EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_INVALID_PARAM);
     draws = {0, 0, 4711};
     EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     EXPECT_EQ(reinterpret_cast<uintptr_t>(handle), 4711U);
-    EXPECT_EQ(set_ids(1), std::vector<uint32_t>{0});
+    EXPECT_EQ(cpe_dm_state.ind_info.reg_status, 0);
 }
 
 /* Whichever release fails, and however often: the next initialisation and de-initialisation clean up. */
@@ -182,48 +153,43 @@ TEST_F(Interface, DeinitFailsHalfWay) {
     EXPECT_EQ(cpe_dm_zeb_nas_init(), 0);
 }
 
+template <typename Record> int32_t query(int32_t (*operation)(Record *), bool valid) {
+    static std::remove_const_t<Record> record;
+    return operation(valid ? &record : nullptr);
+}
+
 TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     ASSERT_EQ(cpe_dm_deinit(handle), 0);
     fake_reset();
-    const size_t before = fault_live_allocations();
-    cpe_dm_nas_cell_info cell_info = {};
-    cpe_dm_nas_sig_info sig_info = {};
-    cpe_dm_nas_tx_pwr_info tx_pwr_info = {};
-    cpe_dm_nas_cqi_info cqi_info = {};
-    cpe_dm_nas_cell_lock_list locks = {};
-    cpe_dm_nas_sys_info sys_info = {};
-    cpe_dm_nas_ind_info ind_info = {};
     uint8_t flag = 7;
     fault_arm("calloc", 1, true);
     for (bool valid : {false, true}) {
-        const int32_t statuses[] = {cpe_dm_zeb_nas_get_cell_info(valid ? &cell_info : nullptr),
-                                    cpe_dm_zeb_nas_get_sig_info(valid ? &sig_info : nullptr),
-                                    cpe_dm_zeb_nas_get_tx_pwr_info(valid ? &tx_pwr_info : nullptr),
-                                    cpe_dm_zeb_nas_get_cqi_info(valid ? &cqi_info : nullptr),
-                                    cpe_dm_zeb_nas_get_cell_lock_list(valid ? &locks : nullptr),
-                                    cpe_dm_zeb_nas_get_sys_info(valid ? &sys_info : nullptr, 0),
-                                    cpe_dm_zeb_nas_register_ind(valid ? &ind_info : nullptr)};
+        const int32_t statuses[] = {
+            query(cpe_dm_zeb_nas_get_cell_info, valid),      query(cpe_dm_zeb_nas_get_sig_info, valid),
+            query(cpe_dm_zeb_nas_get_tx_pwr_info, valid),    query(cpe_dm_zeb_nas_get_cqi_info, valid),
+            query(cpe_dm_zeb_nas_get_cell_lock_list, valid), query(cpe_dm_zeb_nas_register_ind, valid)};
         for (int32_t status : statuses) {
             EXPECT_EQ(status, valid ? CPE_DM_ERR_NOT_INITIALIZED : CPE_DM_ERR_INVALID_PARAM);
         }
-        const std::string log = fake_log();
-        EXPECT_EQ(log.find(valid ? "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]"
-                                 : "E Invalid params - cell_info[(nil)]\nE Invalid params - sig_info[(nil)]\n"
-                                   "E Invalid params - tx_pwr_info[(nil)]\nE Invalid params - cqi_info[(nil)]\n"
-                                   "E Invalid params - cell_lock_list[(nil)]\nE Invalid params - sys_info[(nil)]\n"
-                                   "E Invalid params - ind_info[(nil)]\n"),
-                  0U);
     }
     EXPECT_EQ(cpe_dm_zeb_nas_release(), CPE_DM_ERR_FAILURE);
-    EXPECT_TRUE(logged("E ZEB NAS client module not yet initialized - cannot be released!"));
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(0, &flag, 0, &flag), CPE_DM_ERR_INVALID_PARAM);
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, nullptr, 1, nullptr), CPE_DM_ERR_INVALID_PARAM);
-    EXPECT_TRUE(logged("E Invalid params - lte_scan_request[1], nr5g_scan_request[1], lte_scan_ongoing[(nil)], "
-                       "nr5g_scan_ongoing[(nil)]"));
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 0, nullptr), CPE_DM_ERR_NO_MEMORY);
     EXPECT_EQ(flag, 7);
-    EXPECT_EQ(fault_live_allocations(), before);
     fault_clear();
+    std::string expected;
+    for (const char *record : {"cell_info", "sig_info", "tx_pwr_info", "cqi_info", "cell_lock_list", "ind_info"}) {
+        expected += std::string("E Invalid params - ") + record + "[(nil)]\n";
+    }
+    for (int i = 0; i < 6; i++) {
+        expected += "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n";
+    }
+    const std::string log = fake_log();
+    EXPECT_EQ(log.substr(0, expected.size()), expected);
+    EXPECT_NE(log.find("E ZEB NAS client module not yet initialized - cannot be released!\nE Invalid params - "
+                       "lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["),
+              std::string::npos);
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
@@ -265,12 +231,10 @@ TEST_F(Interface, Posting) {
     ASSERT_TRUE(fault_settle(5000));
     EXPECT_TRUE(logged("E Processing of NAS message ID [153] - not supported!!"));
     for (int nth : {1, 2}) {
-        fake_log();
-        data = static_cast<char *>(calloc(1, 8));
+        void *lost = calloc(1, 8);
         fault_arm("calloc", nth);
-        EXPECT_EQ(cpe_dm_post_nas_msg(0x99, data), nth == 1 ? CPE_DM_ERR_NO_MEMORY : CPE_DM_ERR_FAILURE);
+        EXPECT_EQ(cpe_dm_post_nas_msg(0x99, lost), nth == 1 ? CPE_DM_ERR_NO_MEMORY : CPE_DM_ERR_FAILURE);
         fault_clear();
-        EXPECT_EQ(fake_log(), "E Memory allocation failure\n");
     }
     zeb_async_data empty = {0x51, nullptr};
     cpe_dm_cmd cmd = {};
@@ -279,7 +243,6 @@ TEST_F(Interface, Posting) {
     cpe_dm_process_nas_msg(&cmd, &empty);
     EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
     cpe_dm_free_nas_msg(nullptr, nullptr);
-    EXPECT_TRUE(delivered.empty());
 }
 
 std::binary_semaphore entered{0};
@@ -345,20 +308,6 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     poster.join();
     deinit.join();
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
-}
-
-/* An event that waits for the lock while the module goes down is dropped. */
-TEST_F(Interface, AnEventIsDroppedUnderTheLock) {
-    ASSERT_EQ(set(CPE_DM_IND_REG_STATUS, 0), 0);
-    ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
-    ASSERT_EQ(cpe_dm_post_nas_msg(0x4E, calloc(1, sizeof(uint32_t))), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    std::atomic_ref(cpe_dm_state.initialized).store(0);
-    pthread_mutex_unlock(&cpe_dm_lock);
-    ASSERT_TRUE(fault_settle(5000));
-    EXPECT_TRUE(logged("E Diagnostic monitor module is not initialized!!"));
-    EXPECT_TRUE(delivered.empty());
-    std::atomic_ref(cpe_dm_state.initialized).store(1);
 }
 
 } // namespace

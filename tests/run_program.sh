@@ -2,6 +2,8 @@
 # run_program.sh SCENARIO NAME COMMAND...: runs the program against the virtual modem with the lines of NAME.in, of which
 # "wait N TEXT" waits until TEXT stands in N lines of the output. Passes when the program ends with status 0 and its output
 # is, byte for byte, NAME.out.
+#
+# The log must be there too, and nothing but lines of the agreed form.
 export ZEB_SCENARIO="$1"
 name=$2
 shift 2
@@ -26,7 +28,11 @@ feed() {
     done <"$name.in"
 }
 
+export DIAG_LOG="$dir/log"
 feed | "$@" >"$dir/out"
 status=$?
 [ "$status" -eq 0 ] || echo "ended with status $status"
+form='^[0-9TZ:. -]*(info|error) +[0-9]+ +cpe_dm_[a-z_]+\.cpp:[0-9]+ [A-Za-z0-9]'
+grep -vE "$form" "$dir/log" && echo "lines of another form in the log" && status=1
+[ -s "$dir/log" ] || status=1
 diff -u "$name.out" "$dir/out" && [ "$status" -eq 0 ]

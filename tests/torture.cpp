@@ -187,22 +187,6 @@ int from_the_nth_on() {
 
 int main(int argc, char **argv) {
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    zeb_nas_cell_location_info_resp cell = {};
-    cell.lte_intra_valid = cell.nr5g_serving_cell_info_valid = 1;
-    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell);
-    zeb_nas_sig_info_resp sig = {};
-    sig.info.lte_sig_info_valid = 1;
-    fake_default(ZEB_NAS_GET_SIG_INFO, sig);
-    zeb_nas_tx_rx_info_resp tx = {};
-    tx.tx_valid = 1;
-    fake_default(ZEB_NAS_GET_TX_RX_INFO, tx);
-    zeb_nas_cqi_info_resp cqi = {};
-    cqi.lte_cc_cqi_valid = 1;
-    fake_default(ZEB_NAS_GET_CQI_INFO, cqi);
-    zeb_nas_nr5g_cell_lock_list_resp locks = {};
-    locks.cell_identity_valid = 1;
-    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, locks);
-
     if (argc == 2 && strcmp(argv[1], "onwards") == 0) {
         printf("%d points, all from the nth on\n", from_the_nth_on());
         return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
