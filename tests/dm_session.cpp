@@ -84,10 +84,8 @@ static void lines(std::initializer_list<const char *> texts) {
 static zeb_nas_cell_location_info_resp cell_location() {
     zeb_nas_cell_location_info_resp resp = {};
     resp.lte_intra_valid = 1;
-    resp.lte_intra = {{0x21, 0xF3, 0x54}, 0xFFFE, 0xFFFFFFFF, 65535, 301, 3, {}};
-    resp.lte_intra.cells[0] = {300, -11, -101, {}};
-    resp.lte_intra.cells[1] = {301, -12, -102, {}};
-    resp.lte_intra.cells[2] = {301, -13, -103, {}};
+    const zeb_nas_intra_cell other = {300, -11, -101, {}}, serving = {301, -12, -102, {}}, twin = {301, -13, -103, {}};
+    resp.lte_intra = {{0x21, 0xF3, 0x54}, 0xFFFE, 0xFFFFFFFF, 65535, 301, 3, {other, serving, twin}};
     resp.nr5g_serving_cell_info_valid = 1;
     resp.nr5g_serving = {{0x12, 0x03, 0xFF}, {0x00, 0x80, 0xFF}, 0xFEDCBA987, 501, -14, -104, -5};
     resp.nr5g_arfcn_valid = 1;
@@ -96,14 +94,7 @@ static zeb_nas_cell_location_info_resp cell_location() {
 }
 
 static zeb_nas_sig_info sig_info(int16_t level) {
-    zeb_nas_sig_info info = {};
-    info.lte_sig_info_valid = 1;
-    info.lte_sig = {-60, -10, level, 32767};
-    info.nr5g_sig_info_valid = 1;
-    info.nr5g_sig = {static_cast<int16_t>(level - 1), -1};
-    info.nr5g_rsrq_valid = 1;
-    info.nr5g_rsrq = -15;
-    return info;
+    return {1, {-60, -10, level, 32767}, 1, {static_cast<int16_t>(level - 1), -1}, 1, -15, {}};
 }
 
 /* Both technologies' CQI, for lengths beyond what there is room for as well. */
@@ -129,14 +120,7 @@ static zeb_nas_lte_cell_lock_list_resp lte_lock(uint32_t len) {
 }
 
 static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
-    zeb_nas_nr5g_cell_lock_list_resp resp = {};
-    resp.type_valid = 1;
-    resp.type = 2;
-    resp.cell_identity_valid = cell;
-    resp.pci = 502;
-    resp.arfcn = 640000;
-    resp.arfcn_identity_valid = 1;
-    resp.arfcn_list_len = len;
+    zeb_nas_nr5g_cell_lock_list_resp resp = {{}, 1, 2, cell, 502, 640000, 1, len, {}, {}};
     for (uint32_t i = 0; i < ZEB_NAS_NR5G_LOCK_MAX; i++) {
         resp.arfcn_list[i].arfcn = 4294967295 - i;
     }
@@ -144,10 +128,7 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
 }
 
 static zeb_nas_tx_rx_info_resp tx(int32_t power) {
-    zeb_nas_tx_rx_info_resp resp = {};
-    resp.tx_valid = 1;
-    resp.tx_pwr = power;
-    return resp;
+    return {{}, 1, power, {}};
 }
 
 /* Every list as long as len says, whatever its room. */
@@ -345,8 +326,7 @@ static void play_indication_table() {
 }
 
 int main() {
-    fake_status("zeb_client_get_service_list", {-2, -2});
-    fake_services(12);
+    fake_services(12, 2);
     set_answers(true);
     line("1");
     play_queries();

@@ -34,11 +34,11 @@ std::vector<fake_request> requests;
 std::string log_text;
 std::map<uint32_t, std::deque<answer>> answers;
 std::map<uint32_t, std::vector<uint8_t>> defaults;
-std::map<std::string, std::deque<int32_t>> statuses;
 uint32_t services = 1;
 /* Never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
 int waits_left;
+int late_by;
 std::function<void(uint32_t)> on_request;
 
 /* Held while a callback runs and while a client goes. */
@@ -48,17 +48,7 @@ zeb_client *notifier;
 const zeb_service service = {};
 
 int32_t next_status(const char *function) {
-    if (fault_hit(function)) {
-        return ZEB_INTERNAL_ERR;
-    }
-    const std::lock_guard guard(books);
-    std::deque<int32_t> &scripted = statuses[function];
-    if (scripted.empty()) {
-        return 0;
-    }
-    const int32_t status = scripted.front();
-    scripted.pop_front();
-    return status;
+    return fault_hit(function) ? ZEB_INTERNAL_ERR : ZEB_NO_ERR;
 }
 
 answer next_answer(uint32_t msg_id) {
@@ -89,7 +79,6 @@ void fake_reset() {
     requests.clear();
     log_text.clear();
     answers.clear();
-    statuses.clear();
     services = 1;
     on_request = nullptr;
 }
@@ -104,14 +93,9 @@ void fake_default_bytes(uint32_t msg_id, const void *response, size_t size) {
     defaults[msg_id] = bytes_of(response, size);
 }
 
-void fake_status(const char *function, std::vector<int32_t> next) {
-    const std::lock_guard guard(books);
-    statuses[function] = {next.begin(), next.end()};
-}
-
-void fake_services(uint32_t num_services) {
-    const std::lock_guard guard(books);
+void fake_services(uint32_t num_services, int late) {
     services = num_services;
+    late_by = late;
 }
 
 void fake_on_request(std::function<void(uint32_t msg_id)> hook) {
@@ -152,14 +136,7 @@ int fake_clients() {
 }
 
 zeb_nas_sys_info_resp fake_sys_info(uint32_t lte_srv_status, uint16_t nr5g_pci) {
-    zeb_nas_sys_info_resp resp = {};
-    resp.info.lte_srv_status_valid = 1;
-    resp.info.lte_srv_status = lte_srv_status;
-    resp.info.lte_srv_domain = 3;
-    resp.info.lte_srv_capability = 2;
-    resp.info.nr5g_pci_valid = nr5g_pci != 0;
-    resp.info.nr5g_pci = nr5g_pci;
-    return resp;
+    return {{}, {0, 0, 0, 0, 1, lte_srv_status, 3, 2, nr5g_pci != 0, nr5g_pci, {}}};
 }
 
 void msg_sprintf(const diag_msg_desc *desc, ...) {
@@ -201,8 +178,8 @@ int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info 
     const int32_t status = next_status("zeb_client_get_service_list");
     // A fault that never ends would make the module wait for ever, as it should: it ends after a few waits.
     const bool over = info_array == nullptr && waits_left == 0;
-    if (object != &service || (status != 0 && !over)) {
-        return status != 0 ? status : ZEB_INVALID_ARG_ERR;
+    if (object != &service || late_by-- > 0 || (status != 0 && !over)) {
+        return status != 0 ? status : ZEB_SERVICE_ERR;
     }
     const std::lock_guard guard(books);
     *num_services = services;

@@ -18,7 +18,7 @@ struct fake_request {
     uint32_t timeout_ms;
 };
 
-/* Forgets requests, log, answers and statuses. Clients stay. */
+/* Forgets requests, log and answers. Clients stay. */
 void fake_reset();
 
 /* The next answers to a message, used in order; without one the message is answered with zeros. */
@@ -33,15 +33,11 @@ template <typename T> void fake_default(uint32_t msg_id, const T &response) {
     fake_default_bytes(msg_id, &response, sizeof(T));
 }
 
-/* The status of the next calls of a platform function, used in order; then 0 again. A status other than 0 makes
- * nas_get_service_object_internal_v01 return null. */
-void fake_status(const char *function, std::vector<int32_t> statuses);
-
 /* Called, until fake_reset, with each message that is requested, before it is answered. */
 void fake_on_request(std::function<void(uint32_t msg_id)> hook);
 
-/* The number of services that discovery finds. */
-void fake_services(uint32_t num_services);
+/* The number of services that discovery finds, after it was asked in vain for `late` times. */
+void fake_services(uint32_t num_services, int late);
 
 /* What was requested and logged since the last call. A log line is its level, E or I, a blank and its text. */
 std::vector<fake_request> fake_requests();

@@ -6,22 +6,37 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <thread>
 
 namespace {
 
-std::mutex books;
-const char *armed_point;
-int armed_nth;
-bool armed;
-bool armed_onwards;
-int calls;
-std::vector<std::string> fired;
-std::set<std::string> points;
-std::set<void *> live;
-std::set<pthread_mutex_t *> stuck;
+/* Which call of which point fails. */
+struct fault_plan {
+    bool armed = false;
+    const char *point = nullptr;
+    int nth = 0;
+    bool onwards = false;
+};
+
+struct fault_books {
+    std::mutex lock;
+    fault_plan plan;
+    int calls = 0;
+    std::vector<std::string> fired;
+    std::set<std::string> points;
+    std::set<void *> live;
+    std::set<pthread_mutex_t *> stuck;
+};
+
+/* Made at the first use, which may come before this file's own variables are, and never released. */
+fault_books &books() {
+    static auto *const the_books = new fault_books;
+    return *the_books;
+}
+
 std::atomic<bool> thread_waiting;
 
 bool of_module(const pthread_mutex_t *mutex) {
@@ -62,23 +77,23 @@ void *__wrap_calloc(size_t count, size_t size) {
         return nullptr;
     }
     void *memory = __real_calloc(count, size);
-    const std::lock_guard guard(books);
-    live.insert(memory);
+    const std::lock_guard guard(books().lock);
+    books().live.insert(memory);
     return memory;
 }
 
 void __wrap_free(void *memory) {
     {
-        const std::lock_guard guard(books);
-        live.erase(memory);
+        const std::lock_guard guard(books().lock);
+        books().live.erase(memory);
     }
     __real_free(memory);
 }
 
 int __wrap_pthread_mutex_init(pthread_mutex_t *mutex, const pthread_mutexattr_t *attr) {
-    {
-        const std::lock_guard guard(books);
-        stuck.erase(mutex);
+    if (of_module(mutex)) {
+        const std::lock_guard guard(books().lock);
+        books().stuck.erase(mutex);
     }
     return of_module(mutex) && fault_hit("pthread_mutex_init") ? ENOMEM : __real_pthread_mutex_init(mutex, attr);
 }
@@ -89,8 +104,8 @@ int __wrap_pthread_mutex_unlock(pthread_mutex_t *mutex) {
     }
     const bool fail = fault_hit("pthread_mutex_unlock");
     {
-        const std::lock_guard guard(books);
-        fail ? (void)stuck.insert(mutex) : (void)stuck.erase(mutex);
+        const std::lock_guard guard(books().lock);
+        fail ? (void)books().stuck.insert(mutex) : (void)books().stuck.erase(mutex);
     }
     return fail ? EPERM : __real_pthread_mutex_unlock(mutex);
 }
@@ -107,52 +122,50 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
 }
 
 void fault_arm(const char *point, int nth, bool onwards) {
-    const std::lock_guard guard(books);
-    armed = true;
-    armed_point = point;
-    armed_nth = nth;
-    armed_onwards = onwards;
-    calls = 0;
-    fired.clear();
-    points.clear();
+    const std::lock_guard guard(books().lock);
+    books().plan = {true, point, nth, onwards};
+    books().calls = 0;
+    books().fired.clear();
+    books().points.clear();
 }
 
 void fault_clear() {
-    const std::lock_guard guard(books);
-    armed = false;
-    for (pthread_mutex_t *mutex : stuck) {
+    const std::lock_guard guard(books().lock);
+    books().plan = {};
+    for (pthread_mutex_t *mutex : books().stuck) {
         __real_pthread_mutex_unlock(mutex);
     }
-    stuck.clear();
+    books().stuck.clear();
 }
 
 std::vector<std::string> fault_fired() {
-    const std::lock_guard guard(books);
-    return fired;
+    const std::lock_guard guard(books().lock);
+    return books().fired;
 }
 
 std::vector<std::string> fault_points() {
-    const std::lock_guard guard(books);
-    return {points.begin(), points.end()};
+    const std::lock_guard guard(books().lock);
+    return {books().points.begin(), books().points.end()};
 }
 
 bool fault_hit(const char *point) {
-    const std::lock_guard guard(books);
-    if (!armed || (armed_point != nullptr && std::string(armed_point) != point)) {
+    const std::lock_guard guard(books().lock);
+    const fault_plan &plan = books().plan;
+    if (!plan.armed || (plan.point != nullptr && strcmp(plan.point, point) != 0)) {
         return false;
     }
-    calls++;
-    points.insert(point);
-    const bool fail = calls == armed_nth || (armed_onwards && calls > armed_nth);
+    const int call = ++books().calls;
+    books().points.insert(point);
+    const bool fail = call == plan.nth || (plan.onwards && call > plan.nth);
     if (fail) {
-        fired.emplace_back(point);
+        books().fired.emplace_back(point);
     }
     return fail;
 }
 
 size_t fault_live_allocations() {
-    const std::lock_guard guard(books);
-    return live.size();
+    const std::lock_guard guard(books().lock);
+    return books().live.size();
 }
 
 bool fault_settle(int timeout_ms) {

@@ -109,36 +109,29 @@ TEST(Platform, DecodingIsStrict) {
         const zeb_nas_sys_info info = {};
         const auto sound = zeb_encode(ZEB_MESSAGE_INDICATION, 0x4E, &info, sizeof(info));
         const auto size = static_cast<uint32_t>(sound.size());
-        const struct {
-            zeb_message_type type;
-            uint32_t id;
-            uint32_t length;
-            uint32_t room;
-            size_t damaged; // byte of the encoding
-            int32_t expected;
-        } cases[] = {
-            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, SIZE_MAX, ZEB_NO_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1319, SIZE_MAX, ZEB_MSG_LEN_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size - 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size + 1, 1320, SIZE_MAX, ZEB_MSG_LEN_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 0, ZEB_MSG_MALFORMED_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 4, ZEB_MSG_MALFORMED_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4E, size, 1320, 8, ZEB_MSG_MALFORMED_ERR},
-            {ZEB_MESSAGE_INDICATION, 0x4F, size, 1320, SIZE_MAX, ZEB_UNKNOWN_MSG_ERR},
-            {ZEB_MESSAGE_REQUEST, 0x4E, size, 1320, SIZE_MAX, ZEB_UNKNOWN_MSG_ERR},
-        };
-        for (const auto &c : cases) {
+        const auto decode = [&](zeb_message_type type, uint32_t id, uint32_t length, uint32_t room, size_t damaged) {
             std::vector<uint8_t> buf = sound;
-            std::vector<uint8_t> dst(c.room, 0xAA);
-            buf.resize(c.length);
+            std::vector<uint8_t> dst(room, 0xAA);
+            buf.resize(length);
             buf.shrink_to_fit();
-            if (c.damaged < buf.size())
-                buf[c.damaged] ^= 1;
-            EXPECT_EQ(zeb_client_message_decode(client, c.type, c.id, buf.data(), c.length, dst.data(), c.room),
-                      c.expected);
-            EXPECT_EQ(dst[0], c.expected == 0 ? 0 : 0xAA);
+            if (damaged < length) {
+                buf[damaged] ^= 1;
+            }
+            const int32_t status = zeb_client_message_decode(client, type, id, buf.data(), length, dst.data(), room);
+            EXPECT_EQ(dst[0], status == 0 ? 0 : 0xAA);
+            return status;
+        };
+        constexpr auto ind = ZEB_MESSAGE_INDICATION;
+        EXPECT_EQ(decode(ind, 0x4E, size, 1320, SIZE_MAX), ZEB_NO_ERR);
+        for (uint32_t length : {1u, size - 1, size + 1}) {
+            EXPECT_EQ(decode(ind, 0x4E, length, 1320, SIZE_MAX), ZEB_MSG_LEN_ERR);
         }
+        for (size_t damaged : {0u, 4u, 8u}) {
+            EXPECT_EQ(decode(ind, 0x4E, size, 1320, damaged), ZEB_MSG_MALFORMED_ERR);
+        }
+        EXPECT_EQ(decode(ind, 0x4E, size, 1319, SIZE_MAX), ZEB_MSG_LEN_ERR);
+        EXPECT_EQ(decode(ind, 0x4F, size, 1320, SIZE_MAX), ZEB_UNKNOWN_MSG_ERR);
+        EXPECT_EQ(decode(ZEB_MESSAGE_REQUEST, 0x4E, size, 1320, SIZE_MAX), ZEB_UNKNOWN_MSG_ERR);
     });
 }
 
@@ -158,23 +151,15 @@ TEST(Platform, ArgumentsAreChecked) {
             return zeb_client_send_msg_sync(c, id, req, len, &r, sizeof(r), 100);
         };
         EXPECT_EQ(nas_get_service_object_internal_v01(1, 341, 6), nullptr);
-        const struct {
-            const char *what;
-            int32_t status;
-            int32_t expected;
-        } cases[] = {
-            {"notifier", zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR},
-            {"block in use", zeb_client_notifier_init(nas(), &os, &none), ZEB_INVALID_ARG_ERR},
-            {"list without room", zeb_client_get_service_list(nas(), &info, nullptr, &n), ZEB_INVALID_ARG_ERR},
-            {"no such instance", zeb_client_init_instance(nas(), 9, on_ind, &t, &os, 0, &none), ZEB_SERVICE_ERR},
-            {"request", request(client, 0x4D, &n, 1), ZEB_NO_ERR},
-            {"unknown message", request(client, 0x4E, &n, 1), ZEB_UNKNOWN_MSG_ERR},
-            {"request of a notifier", request(notifier, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR},
-            {"request of a stale handle", request(stale, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR},
-            {"release stale", zeb_client_release(stale), ZEB_INVALID_ARG_ERR},
-        };
-        for (const auto &c : cases)
-            EXPECT_EQ(c.status, c.expected) << c.what;
+        EXPECT_EQ(zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR) << "notifier";
+        EXPECT_EQ(zeb_client_notifier_init(nas(), &os, &none), ZEB_INVALID_ARG_ERR) << "block in use";
+        EXPECT_EQ(zeb_client_get_service_list(nas(), &info, nullptr, &n), ZEB_INVALID_ARG_ERR) << "list without room";
+        EXPECT_EQ(zeb_client_init_instance(nas(), 9, on_ind, &t, &os, 0, &none), ZEB_SERVICE_ERR) << "no such instance";
+        EXPECT_EQ(request(client, 0x4D, &n, 1), ZEB_NO_ERR) << "request";
+        EXPECT_EQ(request(client, 0x4E, &n, 1), ZEB_UNKNOWN_MSG_ERR) << "unknown message";
+        EXPECT_EQ(request(notifier, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR) << "request of a notifier";
+        EXPECT_EQ(request(stale, 0x4D, &n, 1), ZEB_INVALID_ARG_ERR) << "request of a stale handle";
+        EXPECT_EQ(zeb_client_release(stale), ZEB_INVALID_ARG_ERR) << "release stale";
         EXPECT_EQ(none, nullptr);
     });
 }

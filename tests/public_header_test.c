@@ -3,7 +3,6 @@
 
 #include <assert.h>
 #include <stddef.h>
-#include <stdio.h>
 #include <string.h>
 
 #define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
@@ -39,26 +38,16 @@ static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
 }
 
 int main(void) {
-    const struct {
-        int32_t status;
-        int32_t expected;
-    } calls[] = {{cpe_dm_init(NULL, NULL, on_event), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_deinit(NULL), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_get_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_get_info_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_set_ind_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_get_ind_cnt(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_get_ind_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_clr_ind_list(NULL, NULL, 0), CPE_DM_ERR_INVALID_PARAM},
-                 {cpe_dm_set_ctrl_info(NULL, NULL), CPE_DM_ERR_INVALID_PARAM},
-                 {strcmp(cpe_dm_metric_name(CPE_DM_METRIC_CNT), "Invalid Request"), 0},
-                 {strcmp(cpe_dm_ind_name(CPE_DM_IND_CNT), "Invalid Indication"), 0},
-                 {strcmp(cpe_dm_async_rsp_name(CPE_DM_ASYNC_RSP_CNT), "Invalid Async Response"), 0}};
-    for (size_t i = 0; i < sizeof(calls) / sizeof(calls[0]); i++) {
-        if (calls[i].status != calls[i].expected) {
-            printf("call %zu: %d instead of %d\n", i, calls[i].status, calls[i].expected);
-            return 1;
-        }
+    const int32_t statuses[] = {cpe_dm_init(NULL, NULL, on_event),  cpe_dm_deinit(NULL),
+                                cpe_dm_get_info(NULL, NULL),        cpe_dm_get_info_list(NULL, NULL, 0),
+                                cpe_dm_set_ind_info(NULL, NULL),    cpe_dm_get_ind_cnt(NULL, NULL),
+                                cpe_dm_get_ind_list(NULL, NULL, 0), cpe_dm_clr_ind_list(NULL, NULL, 0),
+                                cpe_dm_set_ctrl_info(NULL, NULL)};
+    int failed = strcmp(cpe_dm_metric_name(CPE_DM_METRIC_CNT), "Invalid Request") != 0 ||
+                 strcmp(cpe_dm_ind_name(CPE_DM_IND_CNT), "Invalid Indication") != 0 ||
+                 strcmp(cpe_dm_async_rsp_name(CPE_DM_ASYNC_RSP_CNT), "Invalid Async Response") != 0;
+    for (size_t i = 0; i < sizeof(statuses) / sizeof(statuses[0]); i++) {
+        failed |= statuses[i] != CPE_DM_ERR_INVALID_PARAM;
     }
-    return 0;
+    return failed;
 }

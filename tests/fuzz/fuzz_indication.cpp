@@ -13,11 +13,8 @@
 
 static zeb_client_handle client;
 
-enum {
-    SELECT_MESSAGE = 3,
-    SELECT_STRUCTURE = 4,
-    SELECT_LTE_SCAN = 8,
-};
+/* The bits of the first byte. */
+constexpr int SELECT_MESSAGE = 3, SELECT_STRUCTURE = 4, SELECT_LTE_SCAN = 8;
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     static cpe_dm_hndl handle;
