@@ -16,19 +16,16 @@ static void show_log(const std::string &log) {
     static std::set<std::string> seen;
     std::istringstream lines(log);
     int repeated = 0;
+    const auto print_repeated = [&repeated] { repeated != 0 ? printf("I ... %d\n", std::exchange(repeated, 0)) : 0; };
     for (std::string line; std::getline(lines, line);) {
         if (line[0] == 'I' && !seen.insert(line).second) {
             repeated++;
             continue;
         }
-        if (repeated != 0) {
-            printf("I ... %d\n", std::exchange(repeated, 0));
-        }
+        print_repeated();
         printf("%s\n", line.c_str());
     }
-    if (repeated != 0) {
-        printf("I ... %d\n", repeated);
-    }
+    print_repeated();
 }
 
 /* Addresses stand alone between brackets, and are longer than any other number there. */

@@ -10,7 +10,6 @@
 
 SIZE(cpe_dm_hndl, sizeof(void *));
 SIZE(cpe_dm_info, 184);
-OFFSET(cpe_dm_info, id, 4);
 OFFSET(cpe_dm_info, value_type, 8);
 OFFSET(cpe_dm_info, value, 16);
 OFFSET(cpe_dm_info, value_cnt, 176);
@@ -24,10 +23,8 @@ SIZE(cpe_dm_plmn, 6);
 SIZE(cpe_dm_lte_nbr, 20 + 6 * 6);
 OFFSET(cpe_dm_lte_nbr, plmn, 20);
 SIZE(cpe_dm_lte_nbr_info, 8 + 5 * 56 + 20);
-OFFSET(cpe_dm_lte_nbr_info, highest_sig_valid, 288);
 OFFSET(cpe_dm_lte_nbr_info, highest_sig_rsrq, 304);
 SIZE(cpe_dm_nr5g_nbr, 192);
-OFFSET(cpe_dm_nr5g_nbr, plmn, 16);
 OFFSET(cpe_dm_nr5g_nbr, cgi, 96);
 SIZE(cpe_dm_nr5g_nbr_info, 8 + 10 * 192);
 

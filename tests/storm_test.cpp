@@ -67,7 +67,7 @@ void operate() {
     uint32_t cnt = 0;
     while (!over) {
         for (uint32_t id = CPE_DM_IND_REG_STATUS; id < CPE_DM_IND_CNT; id++) {
-            const cpe_dm_info ind = {CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_INT64, {1}, 0};
+            const cpe_dm_info ind = {CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_INT64, {.i64_val = 1}, 0};
             cpe_dm_set_ind_info(handle, &ind);
             cpe_dm_info infos[] = {{CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_LTE_NBR_RSRP, 0, {}, 0},
                                    {CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_REG_STATUS, 0, {}, 0},

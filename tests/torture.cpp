@@ -36,7 +36,7 @@ template <uint32_t... ids> int32_t get() {
 }
 
 template <uint32_t id> int32_t set() {
-    const cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_INT64, {5}, 0};
+    const cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_INT64, {.i64_val = 5}, 0};
     return cpe_dm_set_ind_info(handle, &info);
 }
 
