@@ -204,6 +204,10 @@ TEST_F(Interface, RecordsOfAnyKind) {
         EXPECT_EQ(cpe_dm_mark_nbr_metric(id), id == 22 ? 0 : CPE_DM_ERR_NOT_SUPPORTED);
     }
     cpe_dm_state.lte_scan_request = 0;
+    cpe_dm_info plmn = record(CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_LTE_PLMN);
+    const cpe_dm_nas_cell_info cell = {1, {{1, 2, 255}, 0, 0, 0, 0, 0, 0}, 0, {}};
+    EXPECT_EQ(cpe_dm_fill_info(&plmn, &cell), 0);
+    EXPECT_EQ(plmn.value_cnt, 3U);
     cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRQ);
     ind.value.i64_val = 70000;
     EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), CPE_DM_ERR_INVALID_PARAM);
