@@ -1,7 +1,7 @@
 # What every target of this project is compiled with, and what client/ and dm/ are held to on top.
 
 if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CPE_DM_SANITIZER AND NOT CPE_DM_COVERAGE)
-    add_compile_definitions(_FORTIFY_SOURCE=2)
+    add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
 add_library(cpe_dm_warnings INTERFACE)

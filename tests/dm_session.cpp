@@ -186,9 +186,7 @@ static void play_queries() {
         cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
         cells.nr5g_serving_cell_info_valid = 0;
         fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
-        for (const char *id : {"2", "3", "16", "17", "33", "34"}) {
-            line(std::string("7 ") + id);
-        }
+        lines({"7 2", "7 3", "7 16", "7 17", "7 33", "7 34"});
     }
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2));
     line("7 34");

@@ -168,6 +168,7 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
             query(cpe_dm_zeb_nas_get_cell_info, valid),      query(cpe_dm_zeb_nas_get_sig_info, valid),
             query(cpe_dm_zeb_nas_get_tx_pwr_info, valid),    query(cpe_dm_zeb_nas_get_cqi_info, valid),
             query(cpe_dm_zeb_nas_get_cell_lock_list, valid), query(cpe_dm_zeb_nas_register_ind, valid)};
+        EXPECT_EQ(cpe_dm_zeb_nas_get_sys_info(nullptr, 0), CPE_DM_ERR_INVALID_PARAM);
         for (int32_t status : statuses) {
             EXPECT_EQ(status, valid ? CPE_DM_ERR_NOT_INITIALIZED : CPE_DM_ERR_INVALID_PARAM);
         }
@@ -192,8 +193,16 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
 
 /* What an option line cannot say. */
 TEST_F(Interface, RecordsOfAnyKind) {
+    cpe_dm_nas_cqi_info cqi = {};
+    cpe_dm_nas_cell_lock_list locks = {};
+    cqi.lte_cc_cqi_valid = cqi.nr5g_cc_cqi_valid = locks.lte_cell_list_valid = locks.nr5g_cell_lock_valid = 1;
     for (uint32_t id : {16U, 17U, 33U, 34U}) {
         cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
+        alignas(cpe_dm_info) char room[256];
+        info.value.cqi_info = room;
+        EXPECT_EQ(cpe_dm_fill_info(&info, id < 20 ? static_cast<void *>(&cqi) : &locks), 0);
+        EXPECT_EQ(info.value_type, id < 20 ? CPE_DM_VALUE_CQI_INFO : CPE_DM_VALUE_CELL_LOCK_LIST);
+        info.value.cqi_info = nullptr;
         EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INVALID_PARAM);
         EXPECT_FALSE(logged("\nE "));
         EXPECT_EQ(fake_requests().size(), 1U) << "only the system information";

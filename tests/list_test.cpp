@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -53,17 +54,15 @@ int32_t same_letter(const void *key, const void *data) {
 }
 
 TEST(List, InsertAtAPosition) {
-    const struct {
-        const char *before;
-        int32_t pos;
-        const char *after;
-    } cases[] = {{"", 0, "h"},       {"", 3, "h"},       {"abc", -1, "habc"}, {"abc", 0, "habc"},
-                 {"abc", 1, "ahbc"}, {"abc", 3, "abch"}, {"abc", 10, "abch"}};
-    for (const auto &c : cases) {
-        letters list(c.before);
-        cpe_dm_dll_node *node = cpe_dm_dll_insert(list.head, nullptr, &names[7], c.pos);
-        list.tail = node->next == nullptr ? node : list.tail;
-        EXPECT_EQ(list.text(), c.after) << c.before << " " << c.pos;
+    for (std::string text : {"", "abc"}) {
+        for (int32_t pos : {-1, 0, 1, 3, 10}) {
+            letters list(text.c_str());
+            cpe_dm_dll_node *node = cpe_dm_dll_insert(list.head, nullptr, &names[7], pos);
+            list.tail = node->next == nullptr ? node : list.tail;
+            std::string expected = text;
+            expected.insert(std::min(text.size(), static_cast<size_t>(std::max(pos, 0))), "h");
+            EXPECT_EQ(list.text(), expected);
+        }
     }
 }
 
@@ -80,6 +79,8 @@ TEST(List, DequeueTakesTheFirstFromAnyNode) {
     void *untouched = names;
     EXPECT_EQ(cpe_dm_dll_dequeue(list.head, &list.tail, &untouched), nullptr);
     EXPECT_EQ(untouched, names);
+    cpe_dm_dll_enqueue(list.head, nullptr, names);
+    cpe_dm_dll_free_node(cpe_dm_dll_dequeue(list.head, nullptr, &untouched));
 }
 
 TEST(List, DeleteByKeyAndByNode) {
