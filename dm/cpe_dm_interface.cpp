@@ -97,7 +97,8 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
     if (status == 0) {
         cpe_dm_wait_for_posters();
         status = cpe_dm_cmdq_deinit(&cpe_dm_state.cmdq);
-        if (cpe_dm_guard_take(guard) != 0) {
+        // Without the lock the state could not be cleared, so it is tried for twice.
+        if (cpe_dm_guard_take(guard) != 0 && cpe_dm_guard_take(guard) != 0) {
             status = CPE_DM_ERR_FAILURE;
         }
     }
