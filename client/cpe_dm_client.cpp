@@ -53,15 +53,17 @@ static int read_char() {
 }
 
 /* Reads up to the next newline, which is dropped, or until the buffer is full; the rest of a longer line is the next
- * one. False when there is nothing left to read. */
-static bool read_console_line(char *line, size_t size) {
+ * one. False when there is nothing left to read. *ended becomes true with the end of the input, also behind a last line
+ * without a newline: a terminal would go on after it. */
+static bool read_console_line(char *line, size_t size, bool *ended) {
     size_t len = 0;
-    int c = EOF;
+    int c = 0;
     while (len < size - 1 && (c = read_char()) != EOF && c != '\n') {
         line[len++] = static_cast<char>(c);
     }
     line[len] = '\0';
-    return len > 0 || c == '\n';
+    *ended = c == EOF;
+    return len > 0 || !*ended;
 }
 
 /* Parses and dispatches one line and prints its failure. A line without numbers counts as failed unless empty_ok. */
@@ -84,8 +86,9 @@ static bool run_line(char *line, bool empty_ok) {
 
 static void run_console() {
     char line[300];
+    bool ended = false;
     print_menu();
-    while (read_console_line(line, sizeof(line))) {
+    while (!ended && read_console_line(line, sizeof(line), &ended)) {
         run_line(line, false);
         print_menu();
     }

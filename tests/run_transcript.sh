@@ -9,4 +9,5 @@ trap 'rm -f "$actual"' EXIT
 "$@" <"$input" >"$actual"
 status=$?
 [ "$status" -eq 0 ] || echo "ended with status $status"
+grep ' points, ' "$actual"
 diff -u "$expected" "$actual" && [ "$status" -eq 0 ]
