@@ -258,6 +258,9 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdq_flush Bad Param cmdq NULL\n");
         return -1;
     }
+    if (cmdq->head == nullptr) {
+        return 0;
+    }
     if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
         return -1;
     }

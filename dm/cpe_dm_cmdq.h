@@ -52,7 +52,8 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd);
 /* Takes out the oldest command; null when there is none. The caller holds the mutex, or is the only user left. */
 cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq);
 
-/* Releases every command queued, without running it. The queue stays usable. */
+/* Releases every command queued, without running it. The queue stays usable. One that is down has nothing to release.
+ */
 int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq);
 
 /* Waits for the thread to end; it must have been asked to stop. */

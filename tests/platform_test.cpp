@@ -203,6 +203,8 @@ change = [
     { at_ms = 1600, lte = { rsrp = -91, srv_status = 'limited' } },
     { at_ms = 1650, lte = { rsrp = -90, srv_status = 'service' }, nr5g = { attached = true } },
     { at_ms = 1700, nr5g = { attached = false } },
+    { at_ms = 1750, lte = { srv_status = 'no_service' } },
+    { at_ms = 1800, lte = { srv_status = 'service' } },
 ]
 fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
 )";
@@ -217,8 +219,8 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
         sleep_ms(2300);
         release(all, a);
         release(signal, b);
-        EXPECT_EQ(signal.lines, (text_list{"sig -94", "sig -90"}));
-        EXPECT_EQ(all.lines, (text_list{"sig -95", "sys 1", "refused", "sig -90", "sys 2"}));
+        EXPECT_EQ(signal.lines, (text_list{"sig -94", "sig -90", "sig -90"}));
+        EXPECT_EQ(all.lines, (text_list{"sig -95", "sys 1", "refused", "sig -90", "sys 2", "sys 0", "sys 2", "sig -90"}));
     });
 }
 
@@ -241,6 +243,9 @@ TEST(Platform, ScenariosAreReadStrictly) {
         {"change = [{ at_ms = 5 },\n{ at_ms = 5 }]\n", "f:2: a change needs an at_ms later"},
         {"repeat_ms = 10\nchange = [{ at_ms = 10 }]\n", "f:1: repeat_ms must come after"},
         {"[[fault]]\nmessage = 0x4D\nscan_lost = true\n", "f:1: only message 0x0085"},
+        {"[[fault]]\nmessage = 0x4D\ndamage = 'id'\nerror = 0\n", "f:1: a fault strikes either"},
+        {"[[fault]]\nmessage = 0x4E\nstatus = -8\n", "f:1: the service has no such request"},
+        {"[[fault]]\nmessage = 0x4D\nstatus = -8\nresult = 1\n", "f:1: a request with a status"},
     };
     for (const auto &c : cases) {
         EXPECT_FALSE(scenario_parse(c.toml, "f", out, error)) << c.toml;

@@ -73,6 +73,10 @@ int32_t scan_result() {
     return fake_indicate(ZEB_NAS_SCAN_RESULT_IND, zeb_nas_scan_result_ind{});
 }
 
+int32_t flush() {
+    return cpe_dm_cmdq_flush(&cpe_dm_state.cmdq);
+}
+
 int32_t init() {
     handle = nullptr;
     return cpe_dm_init(&handle, nullptr, on_event);
@@ -105,6 +109,7 @@ const struct {
              {"NR 5G scan result", scan_result},
              {"get neighbour", get<CPE_DM_METRIC_NR5G_NBR_CGI>},
              {"clear", clear},
+             {"flush", flush},
              {"deinit", deinit}};
 constexpr size_t step_cnt = sizeof(steps) / sizeof(steps[0]);
 
