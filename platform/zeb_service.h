@@ -21,8 +21,8 @@ struct zeb_message {
     uint32_t size;
 };
 
-// Where a service delivers what nobody asked for. It calls these with its lock held, so they must neither block nor
-// call the service.
+// Where a service delivers what nobody asked for. It calls these with its lock held, so they must neither block, nor
+// throw, nor call the service.
 struct zeb_sink {
     void *owner;
     void (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);

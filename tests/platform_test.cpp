@@ -203,8 +203,7 @@ change = [
     { at_ms = 1600, lte = { rsrp = -91, srv_status = 'limited' } },
     { at_ms = 1650, lte = { rsrp = -90, srv_status = 'service' }, nr5g = { attached = true } },
     { at_ms = 1700, nr5g = { attached = false } },
-    { at_ms = 1750, lte = { srv_status = 'no_service' } },
-    { at_ms = 1800, lte = { srv_status = 'service' } },
+    { at_ms = 1750, lte = { srv_status = 'no_service' } }, { at_ms = 1800, lte = { srv_status = 'service' } },
 ]
 fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
 )";
@@ -220,7 +219,8 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
         release(all, a);
         release(signal, b);
         EXPECT_EQ(signal.lines, (text_list{"sig -94", "sig -90", "sig -90"}));
-        EXPECT_EQ(all.lines, (text_list{"sig -95", "sys 1", "refused", "sig -90", "sys 2", "sys 0", "sys 2", "sig -90"}));
+        EXPECT_EQ(all.lines,
+                  (text_list{"sig -95", "sys 1", "refused", "sig -90", "sys 2", "sys 0", "sys 2", "sig -90"}));
     });
 }
 

@@ -85,7 +85,6 @@ size_t put_text(char *line, size_t used, size_t room, const char *text) {
 } // namespace
 
 void msg_sprintf(const diag_msg_desc *desc, ...) {
-    const int errno_before = errno;
     static const int fd = open_log();
     if (fd < 0 || desc == nullptr || desc->fmt == nullptr) {
         return;
@@ -105,5 +104,4 @@ void msg_sprintf(const diag_msg_desc *desc, ...) {
     line[used++] = '\n';
     while (write(fd, line, used) < 0 && errno == EINTR) {
     }
-    errno = errno_before;
 }

@@ -2,7 +2,8 @@
  * indications.
  *
  * Every function may be called from any thread. Statuses are 0 for success and negative otherwise. Callbacks run on
- * a thread of the framework; they may call zeb_client_message_decode, and must not release their own client. */
+ * a thread of the framework; they may call zeb_client_message_decode, and must not release a client or a
+ * notifier. */
 #ifndef ZEB_CCI_H
 #define ZEB_CCI_H
 
@@ -76,8 +77,9 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services);
 
-/* Waits until the signal in *os_params is raised, or timeout_ms have passed (0: no limit), and lowers it. A signal
- * raised before the call is not lost: the call then returns at once. */
+/* Waits until the signal in *os_params is raised, its notifier is released, or timeout_ms have passed (0: no limit),
+ * and lowers it. A signal raised before the call is not lost: the call then returns at once. So it does when no
+ * notifier uses *os_params. */
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
 /* Registers the one notification callback of a notifier; it is called for every later event. */

@@ -102,7 +102,7 @@ typedef struct {
 /* 0x006C: change of each metric after which 0x0051 is sent; a metric whose threshold is absent is not watched. */
 typedef struct {
     uint8_t valid;
-    uint16_t delta;
+    uint16_t delta; /* in the unit of the metric in 0x0051 */
 } zeb_nas_threshold;
 
 typedef struct {

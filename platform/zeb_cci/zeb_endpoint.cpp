@@ -2,6 +2,7 @@
 #include "zeb_signal.h"
 
 #include <map>
+#include <new>
 #include <utility>
 
 namespace {
@@ -43,7 +44,11 @@ void enqueue(zeb_endpoint &e, zeb_delivery delivery) {
     if (e.closing || (e.os_params != nullptr && e.notify_cb == nullptr)) {
         return;
     }
-    e.queue.push_back(std::move(delivery));
+    try {
+        e.queue.push_back(std::move(delivery));
+    } catch (const std::bad_alloc &) {
+        return;
+    }
     e.wake.notify_one();
 }
 

@@ -29,6 +29,7 @@ struct zeb_endpoint {
 
     std::mutex lock; // guards what follows
     std::condition_variable wake;
+    // Grows without limit while a callback blocks; what there is no memory for is dropped.
     std::deque<zeb_delivery> queue;
     bool closing = false;
     zeb_client_notify_cb notify_cb = nullptr; // of a notifier

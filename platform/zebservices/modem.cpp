@@ -77,7 +77,7 @@ modem *switch_on() {
         return m.release();
     }
     m->occurrences.resize(m->plan.faults.size());
-    m->present = m->plan.appear_ms == 0 && m->plan.states.front().present;
+    m->present = m->plan.appear_ms == 0;
     m->switched_on = std::chrono::steady_clock::now();
     zeb_start_thread([timed = m.get()] { run_timer(timed); }).detach();
     return m.release();
@@ -229,27 +229,19 @@ modem &the_modem() {
 }
 
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message) {
-    scenario_fault all;
+    const scenario_fault *striking = nullptr;
     for (size_t i = 0; i < m.plan.faults.size(); i++) {
         const scenario_fault &fault = m.plan.faults[i];
         if (fault.moment != moment || fault.message != message) {
             continue;
         }
         const uint32_t occurrence = ++m.occurrences[i];
-        if (occurrence < fault.nth || (fault.count != 0 && occurrence - fault.nth >= fault.count)) {
-            continue;
+        const bool strikes = occurrence >= fault.nth && (fault.count == 0 || occurrence - fault.nth < fault.count);
+        if (strikes && striking == nullptr) {
+            striking = &fault;
         }
-        all.status = all.status != 0 ? all.status : fault.status;
-        if (all.result == 0) {
-            all.result = fault.result;
-            all.error = fault.error;
-        }
-        all.delay_ms += fault.delay_ms;
-        all.scan_status = all.scan_status != 0 ? all.scan_status : fault.scan_status;
-        all.scan_lost = all.scan_lost || fault.scan_lost;
-        all.damage = all.damage != scenario_damage::NONE ? all.damage : fault.damage;
     }
-    return all;
+    return striking == nullptr ? scenario_fault{} : *striking;
 }
 
 bool modem_wait_present(uint32_t timeout_ms) {

@@ -52,7 +52,7 @@ modem &the_modem();
 
 // What the functions below have in common: the caller holds the modem's lock.
 
-// Plays everything that is due by now, in order.
+// Plays everything that is due by now, in order. Never throws: an indication that there is no memory for is lost.
 void modem_play(modem &m);
 
 // When something is due next, or UINT64_MAX.
@@ -66,7 +66,8 @@ uint64_t modem_tick_ms(const modem &m);
 // The client counts as told how things are now, so that it hears of later changes only.
 void modem_mark_told(const modem &m, modem_client &client);
 
-// The faults of that moment and message that strike this occurrence, taken together.
+// The first fault of that moment and message that strikes this occurrence, or one without effect. Every fault of that
+// moment and message counts the occurrence.
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
 // The service's operations on the modem.

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <new>
 #include <tuple>
 
 namespace {
@@ -72,9 +72,14 @@ void damage(std::vector<uint8_t> &encoded, scenario_damage how) {
 }
 
 void send_indication(modem &m, const modem_client &client, uint32_t msg_id, const void *structure, uint32_t size) {
-    std::vector<uint8_t> encoded = zeb_encode(ZEB_MESSAGE_INDICATION, msg_id, structure, size);
-    damage(encoded, modem_next_fault(m, fault_moment::INDICATION, msg_id).damage);
-    client.sink.indication(client.sink.owner, msg_id, std::move(encoded));
+    const scenario_fault fault = modem_next_fault(m, fault_moment::INDICATION, msg_id);
+    try {
+        std::vector<uint8_t> encoded = zeb_encode(ZEB_MESSAGE_INDICATION, msg_id, structure, size);
+        damage(encoded, fault.damage);
+        client.sink.indication(client.sink.owner, msg_id, std::move(encoded));
+    } catch (const std::bad_alloc &) {
+        return; // lost
+    }
 }
 
 auto content(const zeb_nas_sys_info &info) {
@@ -93,9 +98,17 @@ void tell_sys_info(modem &m, modem_client &client) {
     send_indication(m, client, ZEB_NAS_SYS_INFO_IND, &info, sizeof(info));
 }
 
+// A metric that is missing now comes up anew when it is back.
+void forget_missing(zeb_nas_sig_info &told, const zeb_nas_sig_info &info) {
+    told.lte_sig_info_valid = told.lte_sig_info_valid && info.lte_sig_info_valid;
+    told.nr5g_sig_info_valid = told.nr5g_sig_info_valid && info.nr5g_sig_info_valid;
+    told.nr5g_rsrq_valid = told.nr5g_rsrq_valid && info.nr5g_rsrq_valid;
+}
+
 void tell_sig_info(modem &m, modem_client &client) {
     zeb_nas_sig_info info = {};
     nas_fill_sig_info(modem_state(m), modem_tick_ms(m), info);
+    forget_missing(client.told_sig_info, info);
     if (!client.wants_sig_info || !worth_telling(client, info)) {
         return;
     }
@@ -108,15 +121,13 @@ void end_scan(modem &m) {
         return;
     }
     m.scan.running = false;
-    const auto client = m.clients.find(m.scan.client);
-    const auto ind = std::make_unique<zeb_nas_scan_result_ind>();
-    ind->scan_status = m.scan.status;
+    zeb_nas_scan_result_ind ind = {};
+    ind.scan_status = m.scan.status;
     if (m.scan.status == 0) {
-        nas_fill_scan_result(modem_state(m), m.scan.network_type, *ind);
+        nas_fill_scan_result(modem_state(m), m.scan.network_type, ind);
     }
-    if (client != m.clients.end()) {
-        send_indication(m, client->second, ZEB_NAS_SCAN_RESULT_IND, ind.get(), sizeof(*ind));
-    }
+    // A scan goes with its client, so the client is there.
+    send_indication(m, m.clients.at(m.scan.client), ZEB_NAS_SCAN_RESULT_IND, &ind, sizeof(ind));
 }
 
 void set_presence(modem &m, bool present) {

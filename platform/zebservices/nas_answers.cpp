@@ -148,8 +148,10 @@ void nas_fill_lte_locks(const scenario_state &state, zeb_nas_lte_cell_lock_list_
 
 void nas_fill_nr5g_locks(const scenario_state &state, zeb_nas_nr5g_cell_lock_list_resp &resp) {
     const scenario_nr5g &nr5g = state.nr5g;
-    resp.type_valid = nr5g.lock_cell || nr5g.lock_arfcns;
-    resp.type = nr5g.lock_cell ? 0 : 1;
+    if (nr5g.lock_cell || nr5g.lock_arfcns) {
+        resp.type_valid = 1;
+        resp.type = nr5g.lock_cell ? 0 : 1;
+    }
     if (nr5g.lock_cell) {
         resp.cell_identity_valid = 1;
         resp.pci = nr5g.lock_cell->pci;

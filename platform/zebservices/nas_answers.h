@@ -1,5 +1,6 @@
-// The network access service's messages, filled from a state of the scenario. Every message comes zero-filled; a
-// technology that is not there leaves its groups absent. time_ms is the moment in the scenario, for values that swing.
+// The network access service's messages, filled from a state of the scenario. Every message comes zero-filled;
+// groups that need a cell stay absent without one. Lock lists and scan results do not depend on the service status.
+// time_ms is the moment in the scenario, for values that swing.
 #pragma once
 
 #include "scenario.h"

@@ -112,7 +112,8 @@ struct scenario {
 };
 
 // Reads a scenario from TOML text of any content; file is the name for messages. On a scenario that is not right,
-// returns false with "file:line: reason" in error, and out is not to be used. Never throws.
+// returns false with "file:line: reason" in error (nothing when there is not even the memory for that), and out is not
+// to be used. Never throws.
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
 // The built-in scenario.

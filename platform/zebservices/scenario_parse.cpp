@@ -1,7 +1,9 @@
+#include "nas_messages.h"
 #include "scenario.h"
 
 #include <algorithm>
 #include <charconv>
+#include <new>
 #include <span>
 #include <stdexcept>
 
@@ -138,14 +140,14 @@ const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
 }
 
 // What a key of the table of T's keys does with its value, for the kinds of member there are. A member that is
-// optional comes into being.
+// optional comes into being, unless it is there already.
 
 template <typename V> V &member(V &value) {
     return value;
 }
 
 template <typename V> V &member(std::optional<V> &value) {
-    return value.emplace();
+    return value ? *value : value.emplace();
 }
 
 template <auto MEMBER, auto READ, typename T> void one(reader &r, const toml::node &node, T &out) {
@@ -351,6 +353,36 @@ void read_changes(reader &r, const toml::node &node, std::vector<scenario_state>
     }
 }
 
+bool in_service(zeb_message_type type, uint32_t id) {
+    return std::any_of(std::begin(NAS_MESSAGES), std::end(NAS_MESSAGES),
+                       [=](const zeb_message &message) { return message.type == type && message.id == id; });
+}
+
+// What is wrong with a fault whose keys are all right by themselves, or null.
+const char *fault_reason(const toml::table &keys, const scenario_fault &fault) {
+    const bool request = fault.moment == fault_moment::REQUEST;
+    const bool indication = fault.moment == fault_moment::INDICATION;
+    if (request && !in_service(ZEB_MESSAGE_REQUEST, fault.message)) {
+        return "the service has no such request";
+    }
+    if (indication && !in_service(ZEB_MESSAGE_INDICATION, fault.message)) {
+        return "the service has no such indication";
+    }
+    if (fault.moment == fault_moment::SCAN && fault.message != ZEB_NAS_PERFORM_INCREMENTAL_SCAN) {
+        return "only message 0x0085 starts a scan";
+    }
+    if (keys.contains("error") && !keys.contains("result")) {
+        return "error needs a result";
+    }
+    if (keys.contains("status") && (keys.contains("result") || keys.contains("delay_ms"))) {
+        return "a request with a status is lost and has neither result nor delay_ms";
+    }
+    if (keys.contains("scan_lost") && (!fault.scan_lost || keys.contains("scan_status"))) {
+        return "scan_lost is true and stands without scan_status";
+    }
+    return nullptr;
+}
+
 void read_fault(reader &r, const toml::node &node, scenario_fault &out) {
     using T = scenario_fault;
     static constexpr key<T> KEYS[] = {
@@ -367,17 +399,22 @@ void read_fault(reader &r, const toml::node &node, scenario_fault &out) {
     };
     read_table<T>(r, node, KEYS, out);
 
-    const bool request = out.status != 0 || out.result != 0 || out.delay_ms != 0;
-    const bool scan = out.scan_status != 0 || out.scan_lost;
-    const bool indication = out.damage != scenario_damage::NONE;
-    if (out.message == 0) {
+    const toml::table *keys = node.as_table();
+    if (keys == nullptr) {
+        return;
+    }
+    const bool request =
+        keys->contains("status") || keys->contains("result") || keys->contains("error") || keys->contains("delay_ms");
+    const bool scan = keys->contains("scan_status") || keys->contains("scan_lost");
+    const bool indication = keys->contains("damage");
+    out.moment = request ? fault_moment::REQUEST : scan ? fault_moment::SCAN : fault_moment::INDICATION;
+    if (!keys->contains("message")) {
         refuse(r, line_of(node), "a fault needs a message");
     } else if (request + scan + indication != 1) {
         refuse(r, line_of(node), "a fault strikes either a request, a scan or an indication");
-    } else if (scan && out.message != ZEB_NAS_PERFORM_INCREMENTAL_SCAN) {
-        refuse(r, line_of(node), "only message 0x0085 starts a scan");
+    } else if (const char *reason = fault_reason(*keys, out)) {
+        refuse(r, line_of(node), reason);
     }
-    out.moment = request ? fault_moment::REQUEST : scan ? fault_moment::SCAN : fault_moment::INDICATION;
 }
 
 void read_scenario(reader &r, const toml::table &root, scenario &out) {
@@ -442,18 +479,24 @@ void parse(reader &r, std::string_view text, scenario &out) {
 
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error) {
     try {
+        error.clear();
+        // Written while there is memory for it, in case that later there is none.
+        error = std::string(file) + ":0: out of memory";
         reader r;
         try {
             parse(r, text, out);
+        } catch (const std::bad_alloc &) {
+            return false;
         } catch (const std::exception &e) {
             refuse(r, 0, e.what());
         }
         if (r.reason.empty()) {
+            error.clear();
             return true;
         }
         error = std::string(file) + ":" + std::to_string(r.line) + ": " + r.reason;
+        return false;
     } catch (...) {
-        error.clear(); // not even the memory for a message
+        return false;
     }
-    return false;
 }
