@@ -200,6 +200,37 @@ static void fill_nr5g_nbr_info(const zeb_nas_scan_result_ind &scan, cpe_dm_nr5g_
     info.nbr_len = count;
 }
 
+static void set_payload(cpe_dm_info &record, cpe_dm_lte_nbr_info *info) {
+    record.value_type = CPE_DM_VALUE_LTE_NBR_INFO;
+    record.value.lte_nbr_info = info;
+}
+
+static void set_payload(cpe_dm_info &record, cpe_dm_nr5g_nbr_info *info) {
+    record.value_type = CPE_DM_VALUE_NR5G_NBR_INFO;
+    record.value.nr5g_nbr_info = info;
+}
+
+/* Delivers the response to a scan, with a payload when the scan succeeded. Returns false when memory lacked and nothing
+ * was delivered; logged. */
+template <typename Info>
+static bool deliver_response(uint32_t id, const zeb_nas_scan_result_ind &scan,
+                             void (*fill)(const zeb_nas_scan_result_ind &scan, Info &info)) {
+    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, id);
+    if (!record) {
+        return false;
+    }
+    if (scan.scan_status == 0) {
+        auto info = new_zeroed<Info>();
+        if (!info) {
+            return false;
+        }
+        fill(scan, *info);
+        set_payload(*record, info.release());
+    }
+    deliver(std::move(record));
+    return true;
+}
+
 static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
     cpe_dm_state_record &state = cpe_dm_state;
     state.lte_scan_request = 0;
@@ -207,44 +238,20 @@ static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
     if (state.nr5g_scan_request) {
         cpe_dm_zeb_nas_perform_incremental_scan(0, nullptr, state.nr5g_scan_request, &state.nr5g_scan_ongoing);
     }
-    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_LTE_NBR);
-    if (!record) {
-        return;
+    if (deliver_response(CPE_DM_ASYNC_RSP_LTE_NBR, scan, fill_lte_nbr_info)) {
+        state.lte_nbr_earfcn = state.lte_nbr_pci = state.lte_nbr_cgi = 0;
+        state.lte_nbr_plmn = state.lte_nbr_rsrp = state.lte_nbr_rsrq = 0;
     }
-    if (scan.scan_status == 0) {
-        auto info = new_zeroed<cpe_dm_lte_nbr_info>();
-        if (!info) {
-            return;
-        }
-        fill_lte_nbr_info(scan, *info);
-        record->value_type = CPE_DM_VALUE_LTE_NBR_INFO;
-        record->value.lte_nbr_info = info.release();
-    }
-    deliver(std::move(record));
-    state.lte_nbr_earfcn = state.lte_nbr_pci = state.lte_nbr_cgi = 0;
-    state.lte_nbr_plmn = state.lte_nbr_rsrp = state.lte_nbr_rsrq = 0;
 }
 
 static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
     cpe_dm_state_record &state = cpe_dm_state;
     state.nr5g_scan_request = 0;
     state.nr5g_scan_ongoing = 0;
-    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_NR5G_NBR);
-    if (!record) {
-        return;
+    if (deliver_response(CPE_DM_ASYNC_RSP_NR5G_NBR, scan, fill_nr5g_nbr_info)) {
+        state.nr5g_nbr_earfcn = state.nr5g_nbr_pci = state.nr5g_nbr_cgi = 0;
+        state.nr5g_nbr_plmn = state.nr5g_nbr_rsrp = 0;
     }
-    if (scan.scan_status == 0) {
-        auto info = new_zeroed<cpe_dm_nr5g_nbr_info>();
-        if (!info) {
-            return;
-        }
-        fill_nr5g_nbr_info(scan, *info);
-        record->value_type = CPE_DM_VALUE_NR5G_NBR_INFO;
-        record->value.nr5g_nbr_info = info.release();
-    }
-    deliver(std::move(record));
-    state.nr5g_nbr_earfcn = state.nr5g_nbr_pci = state.nr5g_nbr_cgi = 0;
-    state.nr5g_nbr_plmn = state.nr5g_nbr_rsrp = 0;
 }
 
 /* Under the lock. */
