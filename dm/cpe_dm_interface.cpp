@@ -1,5 +1,6 @@
 #include "cpe_dm_interface.h"
 
+#include "cpe_dm_interface_events.h"
 #include "cpe_dm_log.h"
 #include "cpe_dm_thread.h"
 #include "cpe_dm_zeb_nas.h"
@@ -14,8 +15,8 @@
 cpe_dm_state_record cpe_dm_state;
 pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 
-/* Set while the queue is taken down with the lock let go; who comes meanwhile waits. The command thread does not: it is
- * what the take-down waits for. */
+/* While it is set, nobody but the thread that set it and the command thread uses the state, though the lock is free:
+ * the command thread may need the lock to finish. */
 static std::atomic<bool> taking_down;
 static pthread_cond_t taken_down = PTHREAD_COND_INITIALIZER;
 
@@ -36,8 +37,8 @@ cpe_dm_guard::~cpe_dm_guard() {
     }
 }
 
-/* Waits for the end of a take-down. It looks again every second, so that no wake-up that failed or came too early keeps
- * it for ever. */
+/* Waits, with the lock let go, until a take-down has ended or a second has passed: a wake-up that fails is missed for
+ * no longer than that. */
 static int32_t wait_for_take_down() {
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);

@@ -1,12 +1,16 @@
-#include "cpe_dm_interface.h"
+#include "cpe_dm_interface_events.h"
 
 #include "cpe_dm_alloc.h"
+#include "cpe_dm_bounded.h"
+#include "cpe_dm_interface.h"
 #include "cpe_dm_log.h"
+#include "cpe_dm_post.h"
 #include "cpe_dm_thread.h"
 #include "cpe_dm_zeb_nas.h"
 
 #include <algorithm>
 #include <atomic>
+#include <concepts>
 #include <iterator>
 #include <utility>
 
@@ -19,7 +23,8 @@ void cpe_dm_wait_for_posters() {
     }
 }
 
-/* Either the flag is seen set here, and cpe_dm_wait_for_posters waits for this thread; or it is seen clear. */
+/* A thread counts itself before it looks at `initialized`, and uses the queue only when it has seen it set: so once
+ * `initialized` is clear and the count 0, nobody uses the queue. */
 static int32_t queue_cmd(cpe_dm_cmd *cmd) {
     posters++;
     const bool initialized = cpe_dm_is_initialized();
@@ -31,27 +36,20 @@ static int32_t queue_cmd(cpe_dm_cmd *cmd) {
     return status;
 }
 
-/* A zero-filled T, or null; logged. */
-template <typename T> static cpe_dm_owned<T> new_zeroed() {
-    auto record = cpe_dm_alloc<T>();
-    if (!record) {
-        CPE_DM_LOG_ERROR("Memory allocation failure");
-    }
-    return record;
-}
-
 int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
     if (zeb_msg_data == nullptr || zeb_msg_id == 0) {
         CPE_DM_LOG_ERROR("Invalid params - zeb_msg_id[%u], zeb_msg_data[%p]", zeb_msg_id, zeb_msg_data);
         return CPE_DM_ERR_INVALID_PARAM;
     }
     cpe_dm_owned<void> message(zeb_msg_data);
-    auto cmd = new_zeroed<cpe_dm_cmd>();
+    auto cmd = cpe_dm_alloc<cpe_dm_cmd>();
     if (!cmd) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    auto data = new_zeroed<zeb_async_data>();
+    auto data = cpe_dm_alloc<zeb_async_data>();
     if (!data) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_FAILURE;
     }
     *data = {zeb_msg_id, message.get()};
@@ -74,9 +72,9 @@ void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data) {
     free(cmd);
 }
 
-/* A record for the user without a value, or null; logged. */
+/* A record for the user without a value, or null. */
 static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
-    auto record = new_zeroed<cpe_dm_info>();
+    auto record = cpe_dm_alloc<cpe_dm_info>();
     if (record) {
         record->info_type = info_type;
         record->id = id;
@@ -90,22 +88,34 @@ static void deliver(cpe_dm_owned<cpe_dm_info> record) {
     cpe_dm_state.user_cb_fn(cpe_dm_state.hndl, record.release(), cpe_dm_state.user_data);
 }
 
-static void process_sig_info(const zeb_nas_sig_info *info) {
-    for (const cpe_dm_threshold_row &row : cpe_dm_threshold_rows) {
-        cpe_dm_ind_threshold &entry = cpe_dm_state.ind_info.*row.entry;
-        const auto value = static_cast<int32_t>(cpe_dm_read_field(info, row.value));
-        if (!entry.valid || cpe_dm_read_field(info, row.valid) != 1 || value == entry.last_value) {
-            continue;
-        }
-        auto record = new_record(CPE_DM_INFO_TYPE_IND, row.id);
-        if (!record) {
-            return;
-        }
-        record->value_type = CPE_DM_VALUE_INT64;
-        record->value.i64_val = value;
-        entry.last_value = value;
-        deliver(std::move(record));
+/* Reports a signal value of type T when its indication is set, it is valid, and it is not the last value reported. The
+ * call names the type, and the value must be of no other. Returns false when memory lacks; logged. */
+template <std::signed_integral T>
+static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std::same_as<T> auto value) {
+    if (!entry.valid || valid != 1 || value == entry.last_value) {
+        return true;
     }
+    auto record = new_record(CPE_DM_INFO_TYPE_IND, id);
+    if (!record) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return false;
+    }
+    record->value_type = CPE_DM_VALUE_INT64;
+    record->value.i64_val = value;
+    entry.last_value = value;
+    deliver(std::move(record));
+    return true;
+}
+
+/* In this order, up to the first that there is no memory for. */
+static void process_sig_info(const zeb_nas_sig_info &info) {
+    cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;
+    (void)(report<int16_t>(CPE_DM_IND_LTE_RSRP, set.lte_rsrp, info.lte_sig_info_valid, info.lte_sig.rsrp) &&
+           report<int8_t>(CPE_DM_IND_LTE_RSRQ, set.lte_rsrq, info.lte_sig_info_valid, info.lte_sig.rsrq) &&
+           report<int16_t>(CPE_DM_IND_LTE_SINR, set.lte_sinr, info.lte_sig_info_valid, info.lte_sig.snr) &&
+           report<int16_t>(CPE_DM_IND_NR5G_RSRP, set.nr5g_rsrp, info.nr5g_sig_info_valid, info.nr5g_sig.rsrp) &&
+           report<int16_t>(CPE_DM_IND_NR5G_RSRQ, set.nr5g_rsrq, info.nr5g_rsrq_valid, info.nr5g_rsrq) &&
+           report<int16_t>(CPE_DM_IND_NR5G_SINR, set.nr5g_sinr, info.nr5g_sig_info_valid, info.nr5g_sig.snr));
 }
 
 static void process_reg_status(const uint32_t *reg_status) {
@@ -114,6 +124,7 @@ static void process_reg_status(const uint32_t *reg_status) {
     }
     auto record = new_record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS);
     if (!record) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return;
     }
     record->value_type = CPE_DM_VALUE_UINT32;
@@ -200,35 +211,46 @@ static void fill_nr5g_nbr_info(const zeb_nas_scan_result_ind &scan, cpe_dm_nr5g_
     info.nbr_len = count;
 }
 
-static void set_payload(cpe_dm_info &record, cpe_dm_lte_nbr_info *info) {
-    record.value_type = CPE_DM_VALUE_LTE_NBR_INFO;
-    record.value.lte_nbr_info = info;
-}
-
-static void set_payload(cpe_dm_info &record, cpe_dm_nr5g_nbr_info *info) {
-    record.value_type = CPE_DM_VALUE_NR5G_NBR_INFO;
-    record.value.nr5g_nbr_info = info;
-}
-
-/* Delivers the response to a scan, with a payload when the scan succeeded. Returns false when memory lacked and nothing
- * was delivered; logged. */
-template <typename Info>
-static bool deliver_response(uint32_t id, const zeb_nas_scan_result_ind &scan,
-                             void (*fill)(const zeb_nas_scan_result_ind &scan, Info &info)) {
-    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, id);
+/* The response to an LTE scan, with a payload when the scan succeeded. Null when memory lacks; logged. */
+static cpe_dm_owned<cpe_dm_info> new_lte_response(const zeb_nas_scan_result_ind &scan) {
+    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_LTE_NBR);
     if (!record) {
-        return false;
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return nullptr;
     }
-    if (scan.scan_status == 0) {
-        auto info = new_zeroed<Info>();
-        if (!info) {
-            return false;
-        }
-        fill(scan, *info);
-        set_payload(*record, info.release());
+    if (scan.scan_status != 0) {
+        return record;
     }
-    deliver(std::move(record));
-    return true;
+    auto info = cpe_dm_alloc<cpe_dm_lte_nbr_info>();
+    if (!info) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return nullptr;
+    }
+    fill_lte_nbr_info(scan, *info);
+    record->value_type = CPE_DM_VALUE_LTE_NBR_INFO;
+    record->value.lte_nbr_info = info.release();
+    return record;
+}
+
+/* As for LTE. */
+static cpe_dm_owned<cpe_dm_info> new_nr5g_response(const zeb_nas_scan_result_ind &scan) {
+    auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_NR5G_NBR);
+    if (!record) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return nullptr;
+    }
+    if (scan.scan_status != 0) {
+        return record;
+    }
+    auto info = cpe_dm_alloc<cpe_dm_nr5g_nbr_info>();
+    if (!info) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return nullptr;
+    }
+    fill_nr5g_nbr_info(scan, *info);
+    record->value_type = CPE_DM_VALUE_NR5G_NBR_INFO;
+    record->value.nr5g_nbr_info = info.release();
+    return record;
 }
 
 static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
@@ -238,7 +260,8 @@ static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
     if (state.nr5g_scan_request) {
         cpe_dm_zeb_nas_perform_incremental_scan(0, nullptr, state.nr5g_scan_request, &state.nr5g_scan_ongoing);
     }
-    if (deliver_response(CPE_DM_ASYNC_RSP_LTE_NBR, scan, fill_lte_nbr_info)) {
+    if (auto record = new_lte_response(scan)) {
+        deliver(std::move(record));
         state.lte_nbr_earfcn = state.lte_nbr_pci = state.lte_nbr_cgi = 0;
         state.lte_nbr_plmn = state.lte_nbr_rsrp = state.lte_nbr_rsrq = 0;
     }
@@ -248,7 +271,8 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
     cpe_dm_state_record &state = cpe_dm_state;
     state.nr5g_scan_request = 0;
     state.nr5g_scan_ongoing = 0;
-    if (deliver_response(CPE_DM_ASYNC_RSP_NR5G_NBR, scan, fill_nr5g_nbr_info)) {
+    if (auto record = new_nr5g_response(scan)) {
+        deliver(std::move(record));
         state.nr5g_nbr_earfcn = state.nr5g_nbr_pci = state.nr5g_nbr_cgi = 0;
         state.nr5g_nbr_plmn = state.nr5g_nbr_rsrp = 0;
     }
@@ -258,7 +282,7 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
 static void process_msg(const zeb_async_data &msg) {
     switch (msg.zeb_msg_id) {
     case ZEB_NAS_SIG_INFO_IND:
-        process_sig_info(static_cast<const zeb_nas_sig_info *>(msg.zeb_msg_data));
+        process_sig_info(*static_cast<const zeb_nas_sig_info *>(msg.zeb_msg_data));
         break;
     case ZEB_NAS_SYS_INFO_IND:
         process_reg_status(static_cast<const uint32_t *>(msg.zeb_msg_data));
@@ -278,27 +302,24 @@ static void process_msg(const zeb_async_data &msg) {
     }
 }
 
-/* Whether events are still delivered; logged when not. */
-static bool delivering() {
-    const bool initialized = cpe_dm_is_initialized();
-    if (!initialized) {
-        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
-    }
-    return initialized;
-}
-
 void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data) {
     const auto *msg = static_cast<const zeb_async_data *>(data);
     if (cmd == nullptr || msg == nullptr || msg->zeb_msg_data == nullptr) {
         CPE_DM_LOG_ERROR("Invalid params - cmd[%p], zeb_async_data[%p]", static_cast<void *>(cmd), data);
         return;
     }
-    if (!delivering()) {
+    if (!cpe_dm_is_initialized()) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
         return;
     }
     cpe_dm_guard guard;
-    // Looked at again under the lock: a de-initialisation that held it meanwhile has taken the modem connection down.
-    if (cpe_dm_guard_take(guard) == 0 && delivering()) {
-        process_msg(*msg);
+    if (cpe_dm_guard_take(guard) != 0) {
+        return;
     }
+    // Looked at again under the lock: a de-initialisation that held it meanwhile has taken the modem connection down.
+    if (!cpe_dm_is_initialized()) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
+        return;
+    }
+    process_msg(*msg);
 }

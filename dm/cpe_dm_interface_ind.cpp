@@ -4,42 +4,41 @@
 #include "cpe_dm_zeb_nas.h"
 
 #include <algorithm>
-#include <cstddef>
-#include <iterator>
 
-#define IND_FIELD(member, type)                                                                                        \
-    { offsetof(zeb_nas_sig_info, member), type }
-
-const cpe_dm_threshold_row cpe_dm_threshold_rows[CPE_DM_THRESHOLD_CNT] = {
-    {CPE_DM_IND_LTE_RSRP, &cpe_dm_nas_ind_info::lte_rsrp, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(lte_sig.rsrp, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_LTE_RSRQ, &cpe_dm_nas_ind_info::lte_rsrq, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(lte_sig.rsrq, CPE_DM_FIELD_I8)},
-    {CPE_DM_IND_LTE_SINR, &cpe_dm_nas_ind_info::lte_sinr, IND_FIELD(lte_sig_info_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(lte_sig.snr, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_RSRP, &cpe_dm_nas_ind_info::nr5g_rsrp, IND_FIELD(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(nr5g_sig.rsrp, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_RSRQ, &cpe_dm_nas_ind_info::nr5g_rsrq, IND_FIELD(nr5g_rsrq_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(nr5g_rsrq, CPE_DM_FIELD_I16)},
-    {CPE_DM_IND_NR5G_SINR, &cpe_dm_nas_ind_info::nr5g_sinr, IND_FIELD(nr5g_sig_info_valid, CPE_DM_FIELD_U8),
-     IND_FIELD(nr5g_sig.snr, CPE_DM_FIELD_I16)},
+/* The indications in the order in which they are listed. */
+static const uint32_t list_order[] = {
+    CPE_DM_IND_REG_STATUS, CPE_DM_IND_LTE_RSRP,  CPE_DM_IND_LTE_RSRQ,  CPE_DM_IND_LTE_SINR,
+    CPE_DM_IND_NR5G_RSRP,  CPE_DM_IND_NR5G_RSRQ, CPE_DM_IND_NR5G_SINR,
 };
 
-/* The table's entry of an indication with a threshold, or null. */
+/* The table's entry of an indication with a threshold; null for any other ID. */
 static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t id) {
-    const cpe_dm_threshold_row *row = cpe_dm_find_row(cpe_dm_threshold_rows, id);
-    return row != nullptr ? &(ind_info.*row->entry) : nullptr;
+    switch (id) {
+    case CPE_DM_IND_LTE_RSRP:
+        return &ind_info.lte_rsrp;
+    case CPE_DM_IND_NR5G_RSRP:
+        return &ind_info.nr5g_rsrp;
+    case CPE_DM_IND_LTE_RSRQ:
+        return &ind_info.lte_rsrq;
+    case CPE_DM_IND_NR5G_RSRQ:
+        return &ind_info.nr5g_rsrq;
+    case CPE_DM_IND_LTE_SINR:
+        return &ind_info.lte_sinr;
+    case CPE_DM_IND_NR5G_SINR:
+        return &ind_info.nr5g_sinr;
+    default:
+        return nullptr;
+    }
 }
 
 /* Writes the IDs of the indications set, in their order; returns their number. */
 static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
+    cpe_dm_nas_ind_info &ind_info = cpe_dm_state.ind_info;
     uint32_t count = 0;
-    if (cpe_dm_state.ind_info.reg_status) {
-        ids[count++] = CPE_DM_IND_REG_STATUS;
-    }
-    for (const cpe_dm_threshold_row &row : cpe_dm_threshold_rows) {
-        if ((cpe_dm_state.ind_info.*row.entry).valid) {
-            ids[count++] = row.id;
+    for (uint32_t id : list_order) {
+        const cpe_dm_ind_threshold *entry = find_entry(ind_info, id);
+        if (entry != nullptr ? entry->valid : ind_info.reg_status) {
+            ids[count++] = id;
         }
     }
     return count;

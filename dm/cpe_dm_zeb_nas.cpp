@@ -1,7 +1,9 @@
 #include "cpe_dm_zeb_nas.h"
 
 #include "cpe_dm_alloc.h"
+#include "cpe_dm_bounded.h"
 #include "cpe_dm_log.h"
+#include "cpe_dm_post.h"
 
 #include <algorithm>
 #include <atomic>
@@ -19,6 +21,8 @@ enum {
 
 static zeb_client_handle zeb_nas_clnt_handle;
 static zeb_client_handle zeb_nas_notifier_handle;
+
+/* The signal of the notifier, which uses it until it is released. */
 static zeb_cci_os_params zeb_nas_os_params;
 
 /* The registration status by which queries choose between LTE and NR 5G. Written by the system information query of
@@ -53,14 +57,6 @@ static int32_t nas_check(const char *what, const void *record) {
     return CPE_DM_SUCCESS;
 }
 
-/* Whether the buffers have been allocated; otherwise the line is logged that the operation has for it. */
-static bool nas_allocated(bool buffers, const char *line = "Memory allocation failure") {
-    if (!buffers) {
-        CPE_DM_LOG_ERROR("%s", line);
-    }
-    return buffers;
-}
-
 /* Sends a request and waits for its response; returns the transport status. */
 template <typename Req, typename Resp> static int32_t nas_send(uint32_t msg_id, const Req &req, Resp &resp) {
     return zeb_client_send_msg_sync(zeb_nas_clnt_handle, msg_id, &req, sizeof(Req), &resp, sizeof(Resp),
@@ -71,23 +67,11 @@ static bool nas_failed(int32_t error, const zeb_nas_resp_header &header) {
     return error != 0 || header.result != 0;
 }
 
-/* Sends a request that the service must accept; failure begins the line that is logged when it does not. */
-template <typename Req, typename Resp>
-static int32_t nas_request(uint32_t msg_id, const Req &req, Resp &resp, const char *failure) {
-    const int32_t error = nas_send(msg_id, req, resp);
-    if (nas_failed(error, resp.header)) {
-        CPE_DM_LOG_ERROR("%s - error[%d], response[%d/%d]", failure, error, static_cast<int32_t>(resp.header.result),
-                         static_cast<int32_t>(resp.header.error));
-        return CPE_DM_ERR_FAILURE;
-    }
-    return CPE_DM_SUCCESS;
-}
-
-/* Registers for system information, and for signal information as req says. */
+/* Registers for system information, and for signal information as req says; returns the transport status. */
 static int32_t nas_register_indications(zeb_nas_indication_register_req &req, zeb_nas_empty_resp &resp) {
     req.sys_info_valid = 1;
     req.sys_info = 1;
-    return nas_request(ZEB_NAS_INDICATION_REGISTER, req, resp, "ZEB NAS indication register request failed");
+    return nas_send(ZEB_NAS_INDICATION_REGISTER, req, resp);
 }
 
 int32_t cpe_dm_zeb_nas_client_init() {
@@ -97,7 +81,8 @@ int32_t cpe_dm_zeb_nas_client_init() {
     }
     auto req = cpe_dm_alloc<zeb_nas_indication_register_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!nas_allocated(req && resp, "Memory allocation failed")) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failed");
         return CPE_DM_ERR_NO_MEMORY;
     }
     const zeb_service_object service = nas_service_object();
@@ -112,9 +97,11 @@ int32_t cpe_dm_zeb_nas_client_init() {
         CPE_DM_LOG_ERROR("ZEB NAS client initialization failed with status[%d]", status);
         return CPE_DM_ERR_FAILURE;
     }
-    const int32_t registered = nas_register_indications(*req, *resp);
-    if (registered != CPE_DM_SUCCESS) {
-        return registered;
+    const int32_t error = nas_register_indications(*req, *resp);
+    if (nas_failed(error, resp->header)) {
+        CPE_DM_LOG_ERROR("ZEB NAS indication register request failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp->header.result), static_cast<int32_t>(resp->header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     CPE_DM_LOG_INFO("ZEB NAS indication register request successful - sys_info[true]");
     CPE_DM_LOG_INFO("NAS service successfully initialized!");
@@ -131,6 +118,15 @@ static uint32_t nas_wait_for_service(zeb_service_object service) {
         status = zeb_client_get_service_list(service, nullptr, nullptr, &num_services);
     }
     return num_services;
+}
+
+/* Releases a client handle, if there is one, and forgets it once it is released. */
+static int32_t nas_release_handle(zeb_client_handle &handle) {
+    const int32_t status = handle != nullptr ? zeb_client_release(handle) : 0;
+    if (status == 0) {
+        handle = nullptr;
+    }
+    return status;
 }
 
 /* The steps of connecting, up to the first that fails. */
@@ -162,15 +158,6 @@ static int32_t nas_connect() {
         return CPE_DM_ERR_FAILURE;
     }
     return cpe_dm_zeb_nas_client_init();
-}
-
-/* Releases a client handle, if there is one, and forgets it once it is released. */
-static int32_t nas_release_handle(zeb_client_handle &handle) {
-    const int32_t status = handle != nullptr ? zeb_client_release(handle) : 0;
-    if (status == 0) {
-        handle = nullptr;
-    }
-    return status;
 }
 
 int32_t cpe_dm_zeb_nas_init() {
@@ -263,7 +250,8 @@ int32_t cpe_dm_zeb_nas_get_cell_info(cpe_dm_nas_cell_info *cell_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_empty_req>();
     auto resp = cpe_dm_alloc<zeb_nas_cell_location_info_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_FAILURE;
     }
     const int32_t error = nas_send(ZEB_NAS_GET_CELL_LOCATION_INFO, *req, *resp);
@@ -298,12 +286,15 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_empty_req>();
     auto resp = cpe_dm_alloc<zeb_nas_sig_info_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    status = nas_request(ZEB_NAS_GET_SIG_INFO, *req, *resp, "Retrieving signal info failed");
-    if (status != CPE_DM_SUCCESS) {
-        return status;
+    const int32_t error = nas_send(ZEB_NAS_GET_SIG_INFO, *req, *resp);
+    if (nas_failed(error, resp->header)) {
+        CPE_DM_LOG_ERROR("Retrieving signal info failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp->header.result), static_cast<int32_t>(resp->header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     const zeb_nas_sig_info &info = resp->info;
     *sig_info = {};
@@ -336,7 +327,13 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info) {
 static int32_t nas_request_tx_rx_info(uint32_t radio_if, zeb_nas_tx_rx_info_req &req, zeb_nas_tx_rx_info_resp &resp) {
     req.radio_if = radio_if;
     resp = {};
-    return nas_request(ZEB_NAS_GET_TX_RX_INFO, req, resp, "Retrieving TX/RX power info failed");
+    const int32_t error = nas_send(ZEB_NAS_GET_TX_RX_INFO, req, resp);
+    if (nas_failed(error, resp.header)) {
+        CPE_DM_LOG_ERROR("Retrieving TX/RX power info failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp.header.result), static_cast<int32_t>(resp.header.error));
+        return CPE_DM_ERR_FAILURE;
+    }
+    return CPE_DM_SUCCESS;
 }
 
 int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info) {
@@ -346,7 +343,8 @@ int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_tx_rx_info_req>();
     auto resp = cpe_dm_alloc<zeb_nas_tx_rx_info_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
     *tx_pwr_info = {};
@@ -382,24 +380,46 @@ static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &r
     req.technology_valid = 1;
     req.technology = technology;
     resp = {};
-    return nas_request(ZEB_NAS_GET_CQI_INFO, req, resp, "Retrieving CQI info failed");
+    const int32_t error = nas_send(ZEB_NAS_GET_CQI_INFO, req, resp);
+    if (nas_failed(error, resp.header)) {
+        CPE_DM_LOG_ERROR("Retrieving CQI info failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp.header.result), static_cast<int32_t>(resp.header.error));
+        return CPE_DM_ERR_FAILURE;
+    }
+    return CPE_DM_SUCCESS;
 }
 
-/* Logs the carriers of one technology, by its name and the prefix of its fields, and copies as many as there is room
- * for; returns their number. */
-static uint32_t nas_copy_cqi(const char *name, const char *prefix, uint32_t len, std::span<const zeb_nas_cc_cqi> from,
-                             std::span<cpe_dm_nas_cc_cqi> to) {
-    CPE_DM_LOG_INFO("%s CQI info - %s_cc_cqi_len[%u]", name, prefix, len);
-    const uint32_t count = cpe_dm_bounded(len, from.size(), to.size());
-    for (uint32_t i = 0; i < count; i++) {
-        to[i].cw_cqi_len = cpe_dm_bounded(from[i].cw_cqi_len, std::size(from[i].cw_cqi), std::size(to[i].cw_cqi));
-        for (uint32_t j = 0; j < to[i].cw_cqi_len; j++) {
-            CPE_DM_LOG_INFO("%s CQI info #%d - %s_cw_cqi[%u]", name, static_cast<int32_t>(i), prefix,
-                            from[i].cw_cqi[j]);
-            to[i].cw_cqi[j] = from[i].cw_cqi[j];
+/* Log the carriers of a technology and copy as many as there is room for. */
+static void nas_copy_lte_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_info &cqi_info) {
+    CPE_DM_LOG_INFO("LTE CQI info - lte_cc_cqi_len[%u]", resp.lte_cc_cqi_len);
+    cqi_info.lte_cc_cqi_valid = resp.lte_cc_cqi_valid;
+    cqi_info.lte_cc_cqi_len =
+        cpe_dm_bounded(resp.lte_cc_cqi_len, std::size(resp.lte_cc_cqi), std::size(cqi_info.lte_cc_cqi));
+    for (uint32_t i = 0; i < cqi_info.lte_cc_cqi_len; i++) {
+        const zeb_nas_cc_cqi &from = resp.lte_cc_cqi[i];
+        cpe_dm_nas_cc_cqi &to = cqi_info.lte_cc_cqi[i];
+        to.cw_cqi_len = cpe_dm_bounded(from.cw_cqi_len, std::size(from.cw_cqi), std::size(to.cw_cqi));
+        for (uint32_t j = 0; j < to.cw_cqi_len; j++) {
+            CPE_DM_LOG_INFO("LTE CQI info #%d - lte_cw_cqi[%u]", static_cast<int32_t>(i), from.cw_cqi[j]);
+            to.cw_cqi[j] = from.cw_cqi[j];
         }
     }
-    return count;
+}
+
+static void nas_copy_nr5g_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_info &cqi_info) {
+    CPE_DM_LOG_INFO("NR 5G CQI info - nr5g_cc_cqi_len[%u]", resp.nr5g_cc_cqi_len);
+    cqi_info.nr5g_cc_cqi_valid = resp.nr5g_cc_cqi_valid;
+    cqi_info.nr5g_cc_cqi_len =
+        cpe_dm_bounded(resp.nr5g_cc_cqi_len, std::size(resp.nr5g_cc_cqi), std::size(cqi_info.nr5g_cc_cqi));
+    for (uint32_t i = 0; i < cqi_info.nr5g_cc_cqi_len; i++) {
+        const zeb_nas_cc_cqi &from = resp.nr5g_cc_cqi[i];
+        cpe_dm_nas_cc_cqi &to = cqi_info.nr5g_cc_cqi[i];
+        to.cw_cqi_len = cpe_dm_bounded(from.cw_cqi_len, std::size(from.cw_cqi), std::size(to.cw_cqi));
+        for (uint32_t j = 0; j < to.cw_cqi_len; j++) {
+            CPE_DM_LOG_INFO("NR 5G CQI info #%d - nr5g_cw_cqi[%u]", static_cast<int32_t>(i), from.cw_cqi[j]);
+            to.cw_cqi[j] = from.cw_cqi[j];
+        }
+    }
 }
 
 int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
@@ -409,7 +429,8 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_cqi_info_req>();
     auto resp = cpe_dm_alloc<zeb_nas_cqi_info_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
     *cqi_info = {};
@@ -422,9 +443,7 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
         }
         CPE_DM_LOG_INFO("LTE CQI info - lte_cc_cqi_valid[%u]", resp->lte_cc_cqi_valid);
         if (resp->lte_cc_cqi_valid) {
-            cqi_info->lte_cc_cqi_valid = resp->lte_cc_cqi_valid;
-            cqi_info->lte_cc_cqi_len =
-                nas_copy_cqi("LTE", "lte", resp->lte_cc_cqi_len, resp->lte_cc_cqi, cqi_info->lte_cc_cqi);
+            nas_copy_lte_cqi(*resp, *cqi_info);
         }
     }
     if (nr5g_in_service()) {
@@ -434,9 +453,7 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
         }
         CPE_DM_LOG_INFO("NR 5G CQI info - nr5g_cc_cqi_valid[%u]", resp->nr5g_cc_cqi_valid);
         if (resp->nr5g_cc_cqi_valid) {
-            cqi_info->nr5g_cc_cqi_valid = resp->nr5g_cc_cqi_valid;
-            cqi_info->nr5g_cc_cqi_len =
-                nas_copy_cqi("NR 5G", "nr5g", resp->nr5g_cc_cqi_len, resp->nr5g_cc_cqi, cqi_info->nr5g_cc_cqi);
+            nas_copy_nr5g_cqi(*resp, *cqi_info);
         }
     }
     return status;
@@ -444,10 +461,11 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
 
 static int32_t nas_get_lte_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_list, const zeb_nas_empty_req &req,
                                           zeb_nas_lte_cell_lock_list_resp &resp) {
-    const int32_t status =
-        nas_request(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, req, resp, "Retrieving LTE cell lock list failed");
-    if (status != CPE_DM_SUCCESS) {
-        return status;
+    const int32_t error = nas_send(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, req, resp);
+    if (nas_failed(error, resp.header)) {
+        CPE_DM_LOG_ERROR("Retrieving LTE cell lock list failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp.header.result), static_cast<int32_t>(resp.header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     CPE_DM_LOG_INFO("LTE multi-lock cell list - lte_cell_list_valid[%d]", resp.lte_cell_list_valid);
     if (!resp.lte_cell_list_valid) {
@@ -469,13 +487,15 @@ static int32_t nas_get_lte_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_l
 static int32_t nas_get_nr5g_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_list) {
     auto req = cpe_dm_alloc<zeb_nas_empty_req>();
     auto resp = cpe_dm_alloc<zeb_nas_nr5g_cell_lock_list_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    const int32_t status =
-        nas_request(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, *req, *resp, "Retrieving NR 5G cell lock list failed");
-    if (status != CPE_DM_SUCCESS) {
-        return status;
+    const int32_t error = nas_send(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, *req, *resp);
+    if (nas_failed(error, resp->header)) {
+        CPE_DM_LOG_ERROR("Retrieving NR 5G cell lock list failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp->header.result), static_cast<int32_t>(resp->header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     CPE_DM_LOG_INFO("NR 5G multi-lock cell list - type_valid[%u], type[%u]", resp->type_valid, resp->type);
     CPE_DM_LOG_INFO("NR 5G multi-lock cell list - cell_identity_valid[%u]", resp->cell_identity_valid);
@@ -510,7 +530,8 @@ int32_t cpe_dm_zeb_nas_get_cell_lock_list(cpe_dm_nas_cell_lock_list *cell_lock_l
     }
     auto req = cpe_dm_alloc<zeb_nas_empty_req>();
     auto resp = cpe_dm_alloc<zeb_nas_lte_cell_lock_list_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
     *cell_lock_list = {};
@@ -574,12 +595,15 @@ int32_t cpe_dm_zeb_nas_get_sys_info(cpe_dm_nas_sys_info *sys_info, uint8_t updat
     }
     auto req = cpe_dm_alloc<zeb_nas_empty_req>();
     auto resp = cpe_dm_alloc<zeb_nas_sys_info_resp>();
-    if (!nas_allocated(req && resp)) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
-    status = nas_request(ZEB_NAS_GET_SYS_INFO, *req, *resp, "Retrieving system info failed");
-    if (status != CPE_DM_SUCCESS) {
-        return status;
+    const int32_t error = nas_send(ZEB_NAS_GET_SYS_INFO, *req, *resp);
+    if (nas_failed(error, resp->header)) {
+        CPE_DM_LOG_ERROR("Retrieving system info failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp->header.result), static_cast<int32_t>(resp->header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     const zeb_nas_sys_info &info = resp->info;
     *sys_info = {};
@@ -607,7 +631,8 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
         return CPE_DM_ERR_INVALID_PARAM;
     }
     auto req = cpe_dm_alloc<zeb_nas_incremental_scan_req>();
-    if (!nas_allocated(req != nullptr)) {
+    if (!req) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return CPE_DM_ERR_NO_MEMORY;
     }
     for (uint8_t *ongoing : {lte_scan_ongoing, nr5g_scan_ongoing}) {
@@ -621,16 +646,18 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
     req->scan_type = ZEB_NAS_SCAN_TYPE_INCREMENTAL;
     CPE_DM_LOG_INFO("Performing incremental network scan request - network_type [%u]", req->network_type);
     zeb_nas_empty_resp resp = {};
-    const int32_t status =
-        nas_request(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, *req, resp, "Performing incremental network scan failed");
-    if (status != CPE_DM_SUCCESS) {
-        return status;
+    const int32_t error = nas_send(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, *req, resp);
+    if (nas_failed(error, resp.header)) {
+        CPE_DM_LOG_ERROR("Performing incremental network scan failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp.header.result), static_cast<int32_t>(resp.header.error));
+        return CPE_DM_ERR_FAILURE;
     }
     *(lte_scan_request != 0 ? lte_scan_ongoing : nr5g_scan_ongoing) = 1;
     return CPE_DM_SUCCESS;
 }
 
-/* By field: what lies between them stays zero. */
+/* Sets one field at a time, because an assigned structure would bring along bytes between its fields that are not zero.
+ */
 static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_threshold &entry) {
     threshold.valid = entry.valid;
     threshold.delta = entry.delta;
@@ -640,7 +667,8 @@ static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_thr
 static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
     auto req = cpe_dm_alloc<zeb_nas_config_sig_info_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!nas_allocated(req && resp, "Memory allocation failed")) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failed");
         return CPE_DM_ERR_NO_MEMORY;
     }
     nas_set_threshold(req->lte_rsrp, ind_info.lte_rsrp);
@@ -664,14 +692,20 @@ int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info) {
     }
     auto req = cpe_dm_alloc<zeb_nas_indication_register_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
-    if (!nas_allocated(req && resp, "Memory allocation failed")) {
+    if (!req || !resp) {
+        CPE_DM_LOG_ERROR("Memory allocation failed");
         return CPE_DM_ERR_NO_MEMORY;
     }
     req->sig_info_valid = 1;
-    req->sig_info = std::any_of(std::begin(cpe_dm_threshold_rows), std::end(cpe_dm_threshold_rows),
-                                [&](const cpe_dm_threshold_row &row) { return (ind_info->*row.entry).valid != 0; });
-    status = nas_register_indications(*req, *resp);
-    return status != CPE_DM_SUCCESS ? status : nas_config_sig_info(*ind_info);
+    req->sig_info = ind_info->lte_rsrp.valid || ind_info->lte_rsrq.valid || ind_info->lte_sinr.valid ||
+                    ind_info->nr5g_rsrp.valid || ind_info->nr5g_rsrq.valid || ind_info->nr5g_sinr.valid;
+    const int32_t error = nas_register_indications(*req, *resp);
+    if (nas_failed(error, resp->header)) {
+        CPE_DM_LOG_ERROR("ZEB NAS indication register request failed - error[%d], response[%d/%d]", error,
+                         static_cast<int32_t>(resp->header.result), static_cast<int32_t>(resp->header.error));
+        return CPE_DM_ERR_FAILURE;
+    }
+    return nas_config_sig_info(*ind_info);
 }
 
 /* An indication as it came from the framework. */
@@ -682,25 +716,21 @@ struct nas_indication {
     uint32_t buf_len;
 };
 
-/* Decodes an indication into a new T. Returns null when memory lacks or the indication does not decode; failure begins
- * the line that is logged in the latter case. */
-template <typename T> static cpe_dm_owned<T> nas_decode(const nas_indication &ind, const char *failure) {
-    auto message = cpe_dm_alloc<T>();
-    if (!nas_allocated(message != nullptr)) {
-        return nullptr;
-    }
-    const int32_t error = zeb_client_message_decode(ind.client, ZEB_MESSAGE_INDICATION, ind.msg_id, ind.buf,
-                                                    ind.buf_len, message.get(), sizeof(T));
-    if (error != 0) {
-        CPE_DM_LOG_ERROR("%s indication decoding failed with status[%d]", failure, error);
-        return nullptr;
-    }
-    return message;
+/* Decodes an indication; returns the decoder's result. */
+template <typename T> static int32_t nas_decode(const nas_indication &ind, T &message) {
+    return zeb_client_message_decode(ind.client, ZEB_MESSAGE_INDICATION, ind.msg_id, ind.buf, ind.buf_len, &message,
+                                     sizeof(T));
 }
 
 static void nas_sys_info_ind(const nas_indication &ind) {
-    auto info = nas_decode<zeb_nas_sys_info>(ind, "System information change");
+    auto info = cpe_dm_alloc<zeb_nas_sys_info>();
     if (!info) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return;
+    }
+    const int32_t error = nas_decode(ind, *info);
+    if (error != 0) {
+        CPE_DM_LOG_ERROR("System information change indication decoding failed with status[%d]", error);
         return;
     }
     const uint32_t status = nas_derive_network_status(*info);
@@ -712,7 +742,8 @@ static void nas_sys_info_ind(const nas_indication &ind) {
         return;
     }
     auto posted = cpe_dm_alloc<uint32_t>();
-    if (!nas_allocated(posted != nullptr)) {
+    if (!posted) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
         return;
     }
     *posted = status;
@@ -721,8 +752,14 @@ static void nas_sys_info_ind(const nas_indication &ind) {
 }
 
 static void nas_sig_info_ind(const nas_indication &ind) {
-    auto info = nas_decode<zeb_nas_sig_info>(ind, "Signal strength change");
+    auto info = cpe_dm_alloc<zeb_nas_sig_info>();
     if (!info) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return;
+    }
+    const int32_t error = nas_decode(ind, *info);
+    if (error != 0) {
+        CPE_DM_LOG_ERROR("Signal strength change indication decoding failed with status[%d]", error);
         return;
     }
     if (info->nr5g_sig_info_valid) {
@@ -779,8 +816,14 @@ static void nas_log_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
 }
 
 static void nas_scan_result_ind(const nas_indication &ind) {
-    auto scan = nas_decode<zeb_nas_scan_result_ind>(ind, "Network scan");
+    auto scan = cpe_dm_alloc<zeb_nas_scan_result_ind>();
     if (!scan) {
+        CPE_DM_LOG_ERROR("Memory allocation failure");
+        return;
+    }
+    const int32_t error = nas_decode(ind, *scan);
+    if (error != 0) {
+        CPE_DM_LOG_ERROR("Network scan indication decoding failed with status[%d]", error);
         return;
     }
     CPE_DM_LOG_INFO("Network incremental PCI extension scan status [%u]", scan->scan_status);

@@ -12,7 +12,8 @@
 #ifndef CPE_DM_ZEB_NAS_H
 #define CPE_DM_ZEB_NAS_H
 
-#include "cpe_dm_interface.h"
+#include "cpe_dm.h"
+#include "cpe_dm_ind_table.h"
 #include "zeb_nas_v01.h"
 
 #include <cstdint>

@@ -1,4 +1,7 @@
 #include "cpe_dm_interface.h"
+#include "cpe_dm_interface_events.h"
+#include "cpe_dm_interface_metrics.h"
+#include "cpe_dm_post.h"
 #include "cpe_dm_zeb_nas.h"
 #include "fake_platform.h"
 #include "fault.h"

@@ -34,10 +34,8 @@ static void ask_for_all(bool lte_scan) {
     memset(&cpe_dm_state.lte_scan_request, 1, sizeof(cpe_dm_state) - offsetof(cpe_dm_state_record, lte_scan_request));
     cpe_dm_state.lte_scan_ongoing = lte_scan;
     cpe_dm_state.nr5g_scan_request = 0;
-    cpe_dm_state.ind_info.reg_status = 1;
-    for (const cpe_dm_threshold_row &row : cpe_dm_threshold_rows) {
-        cpe_dm_state.ind_info.*row.entry = {1, 1, 0};
-    }
+    constexpr cpe_dm_ind_threshold set = {1, 1, 0};
+    cpe_dm_state.ind_info = {1, set, set, set, set, set, set};
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
