@@ -10,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 #include <span>
+#include <utility>
 
 /* What the service definition was generated as. */
 enum {
@@ -24,6 +25,9 @@ static zeb_client_handle zeb_nas_notifier_handle;
 
 /* The signal of the notifier, which uses it until it is released. */
 static zeb_cci_os_params zeb_nas_os_params;
+
+/* A notifier of a failed connection that could not be released. As long as there is one, the signal is its own. */
+static zeb_client_handle zeb_nas_lost_notifier;
 
 /* The registration status by which queries choose between LTE and NR 5G. Written by the system information query of
  * cpe_dm_init and, on the framework's thread, by the system information indication. */
@@ -136,8 +140,13 @@ static int32_t nas_connect() {
         CPE_DM_LOG_ERROR("NAS service object is not available!");
         return CPE_DM_ERR_FAILURE;
     }
+    int32_t status = nas_release_handle(zeb_nas_lost_notifier);
+    if (status != 0) {
+        CPE_DM_LOG_ERROR("Releasing the ZEB NAS notifier handle failed with status[%d]", status);
+        return CPE_DM_ERR_FAILURE;
+    }
     zeb_nas_os_params = {};
-    int32_t status = zeb_client_notifier_init(service, &zeb_nas_os_params, &zeb_nas_notifier_handle);
+    status = zeb_client_notifier_init(service, &zeb_nas_os_params, &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
         return CPE_DM_ERR_FAILURE;
@@ -169,7 +178,9 @@ int32_t cpe_dm_zeb_nas_init() {
     if (status != CPE_DM_SUCCESS) {
         nas_release_handle(zeb_nas_notifier_handle);
         nas_release_handle(zeb_nas_clnt_handle);
-        zeb_nas_notifier_handle = nullptr;
+        if (zeb_nas_notifier_handle != nullptr) {
+            zeb_nas_lost_notifier = std::exchange(zeb_nas_notifier_handle, nullptr);
+        }
         zeb_nas_clnt_handle = nullptr;
     }
     return status;
