@@ -132,12 +132,15 @@ static void process_reg_status(const uint32_t *reg_status) {
     deliver(std::move(record));
 }
 
-/* Copies at most as many PLMNs as both lists have room for; returns their number. */
+/* Copies at most as many PLMNs as both lists have room for, by field: what lies between them stays zero. Returns their
+ * number. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
     const uint32_t count = cpe_dm_bounded(len, N, M);
     for (uint32_t i = 0; i < count; i++) {
-        to[i] = {from[i].plmn_mcc, from[i].plmn_mnc, from[i].plmn_mnc_includes_pcs_digit};
+        to[i].plmn_mcc = from[i].plmn_mcc;
+        to[i].plmn_mnc = from[i].plmn_mnc;
+        to[i].plmn_mnc_includes_pcs_digit = from[i].plmn_mnc_includes_pcs_digit;
     }
     return count;
 }
