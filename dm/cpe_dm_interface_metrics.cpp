@@ -93,6 +93,7 @@ static int32_t give_nr5g_lock(cpe_dm_info &dm_info, const cpe_dm_nas_cell_lock_l
     return CPE_DM_SUCCESS;
 }
 
+// NOLINTNEXTLINE(readability-function-cognitive-complexity): a table, a metric a row
 int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record) {
     const auto *cell = static_cast<const cpe_dm_nas_cell_info *>(record);
     const auto *sig = static_cast<const cpe_dm_nas_sig_info *>(record);
