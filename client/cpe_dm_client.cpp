@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -31,6 +32,18 @@ static void install_sigterm_handler() {
     struct sigaction action = {};
     action.sa_handler = end_program;
     sigaction(SIGTERM, &action, nullptr);
+}
+
+/* A standard descriptor that the program was started without is opened on the null device, so that no file opened later
+ * takes its number and what is printed on it. */
+static void open_missing_descriptors() {
+    int fd = -1;
+    do {
+        fd = open("/dev/null", O_RDWR);
+    } while (fd >= 0 && fd <= STDERR_FILENO);
+    if (fd > STDERR_FILENO) {
+        close(fd);
+    }
 }
 
 static void print_menu() {
@@ -129,6 +142,7 @@ static void run_auto_test(const char *path) {
 }
 
 int cpe_dm_client_run(const char *auto_test_file) {
+    open_missing_descriptors();
     install_sigterm_handler();
     setvbuf(stdout, nullptr, _IONBF, 0);
     cpe_dm_client_print("\n\n################### Diagnostic Monitor Client Application #########################\n\n");

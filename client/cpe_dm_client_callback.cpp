@@ -1,137 +1,141 @@
 #include "cpe_dm_client_options.h"
 #include "cpe_dm_client_util.h"
 
-#include <algorithm>
-
-static void print_value(const char *what, long long value) {
-    cpe_dm_client_print("CPE DEMO APP CALLBACK - %s[%lld]\n", what, value);
-}
-
-static void print_nbr_value(uint32_t nbr, const char *what, unsigned long long value) {
-    cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%u : %s[%llu]\n", nbr, what, value);
-}
-
-static void print_not_valid(const char *what, const char *name) {
-    cpe_dm_client_print("CPE DEMO APP CALLBACK - Metric information not valid for %s[%s].\n", what, name);
-}
-
-static void print_not_supported(const char *what, uint32_t id) {
-    cpe_dm_client_print("CPE DEMO APP : %s[%u] - Not Supported!!\n", what, id);
-}
-
 static void print_ind(const cpe_dm_info *info) {
-    static const char *const signals[CPE_DM_IND_CNT] = {
-        nullptr,
-        nullptr,
-        "LTE serving cell RSRP",
-        "NR 5G serving cell RSRP",
-        "LTE serving cell RRSQ",
-        "NR 5G serving cell RSRQ",
-        "LTE serving cell SINR",
-        "NR 5G serving cell SINR",
-    };
     if (info->value_type == CPE_DM_VALUE_NONE) {
-        print_not_valid("indication", cpe_dm_ind_name(info->id));
-    } else if (info->id == CPE_DM_IND_REG_STATUS) {
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Metric information not valid for indication[%s].\n",
+                            cpe_dm_ind_name(info->id));
+        return;
+    }
+    const long long value = info->value.i64_val;
+    switch (info->id) {
+    case CPE_DM_IND_REG_STATUS:
         cpe_dm_client_print("CPE DEMO APP CALLBACK - Registration status indication[%u].\n", info->value.u32_val);
-    } else if (info->id < CPE_DM_IND_CNT && signals[info->id]) {
-        cpe_dm_client_print("CPE DEMO APP CALLBACK - %s indication[%lld].\n", signals[info->id],
-                            static_cast<long long>(info->value.i64_val));
-    } else {
-        print_not_supported("Invalid indication", info->id);
+        break;
+    case CPE_DM_IND_LTE_RSRP:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - LTE serving cell RSRP indication[%lld].\n", value);
+        break;
+    case CPE_DM_IND_NR5G_RSRP:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - NR 5G serving cell RSRP indication[%lld].\n", value);
+        break;
+    case CPE_DM_IND_LTE_RSRQ:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - LTE serving cell RRSQ indication[%lld].\n", value);
+        break;
+    case CPE_DM_IND_NR5G_RSRQ:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - NR 5G serving cell RSRQ indication[%lld].\n", value);
+        break;
+    case CPE_DM_IND_LTE_SINR:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - LTE serving cell SINR indication[%lld].\n", value);
+        break;
+    case CPE_DM_IND_NR5G_SINR:
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - NR 5G serving cell SINR indication[%lld].\n", value);
+        break;
+    default:
+        cpe_dm_client_print("CPE DEMO APP : Invalid indication[%u] - Not Supported!!\n", info->id);
+        break;
     }
 }
 
-static void print_plmns(uint32_t nbr, const cpe_dm_plmn *plmns, uint32_t cnt) {
-    for (uint32_t i = 0; i < cnt; i++) {
-        print_nbr_value(nbr, "PLMN MCC", plmns[i].plmn_mcc);
-        print_nbr_value(nbr, "PLMN MNC", plmns[i].plmn_mnc);
-        print_nbr_value(nbr, "PLMN PCS", plmns[i].plmn_mnc_includes_pcs_digit);
+/* Neighbours are numbered from 0. What both technologies report of one is printed here, line by line. */
+static void print_nbr_freq(int nbr, uint32_t earfcn) {
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Frequency[%u]\n", nbr, earfcn);
+}
+
+static void print_nbr_pci(int nbr, uint16_t pci) {
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Cell ID[%u]\n", nbr, pci);
+}
+
+static void print_nbr_plmns(int nbr, const cpe_dm_plmn *plmns, int cnt) {
+    for (int i = 0; i < cnt; i++) {
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : PLMN MCC[%u]\n", nbr, plmns[i].plmn_mcc);
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : PLMN MNC[%u]\n", nbr, plmns[i].plmn_mnc);
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : PLMN PCS[%u]\n", nbr,
+                            plmns[i].plmn_mnc_includes_pcs_digit);
     }
 }
 
-static void print_lte_nbr(uint32_t i, const cpe_dm_lte_nbr *nbr) {
-    print_nbr_value(i, "Frequency", nbr->earfcn);
-    print_nbr_value(i, "Cell ID", nbr->pci);
-    if (nbr->cgi_valid) {
-        print_nbr_value(i, "Global Cell ID", nbr->cgi);
-    }
-    if (nbr->plmn_valid) {
-        print_plmns(i, nbr->plmn, std::min<uint32_t>(nbr->plmn_len, CPE_DM_LTE_NBR_PLMN_MAX));
-    }
-}
-
-static void print_nr5g_nbr(uint32_t i, const cpe_dm_nr5g_nbr *nbr) {
-    print_nbr_value(i, "Cell ID", nbr->pci);
-    print_nbr_value(i, "Frequency", nbr->earfcn);
-    if (nbr->rsrp_valid) {
-        print_value("RRSP", nbr->rsrp);
-    }
-    if (nbr->plmn_valid) {
-        print_plmns(i, nbr->plmn, std::min<uint32_t>(nbr->plmn_len, CPE_DM_NR5G_NBR_PLMN_MAX));
-    }
-    if (nbr->cgi_valid) {
-        const uint32_t cnt = std::min<uint32_t>(nbr->cgi_len, CPE_DM_NR5G_NBR_CGI_MAX);
-        for (uint32_t c = 0; c < cnt; c++) {
-            print_nbr_value(i, "CGI", nbr->cgi[c]);
-        }
-    }
+static void print_rsrp(int16_t rsrp) {
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - RRSP[%d]\n", rsrp);
 }
 
 static void print_highest_sig(const cpe_dm_lte_nbr_info *info) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - Signal information valid.\n");
-    print_value("Cell ID", info->highest_sig_pci);
-    print_value("Frequency", info->highest_sig_earfcn);
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - Cell ID[%u]\n", info->highest_sig_pci);
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - Frequency[%u]\n", info->highest_sig_earfcn);
     if (info->highest_sig_rsrp_valid) {
-        print_value("RRSP", info->highest_sig_rsrp);
+        print_rsrp(info->highest_sig_rsrp);
     }
     if (info->highest_sig_rsrq_valid) {
-        print_value("RRSQ", info->highest_sig_rsrq);
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - RRSQ[%d]\n", info->highest_sig_rsrq);
     }
 }
 
-/* Starts the text of a neighbour response; false when it comes without its payload. */
-static bool print_nbr_start(const char *technology, const void *payload) {
-    cpe_dm_client_print("CPE DEMO APP CALLBACK - %s neighbor information asynchronous response.\n", technology);
-    if (payload == nullptr) {
-        cpe_dm_client_print(
-            "CPE DEMO APP CALLBACK - %s neighbor information asynchronous response extension not valid.\n", technology);
+static void print_lte_nbr(int i, const cpe_dm_lte_nbr *nbr) {
+    print_nbr_freq(i, nbr->earfcn);
+    print_nbr_pci(i, nbr->pci);
+    if (nbr->cgi_valid) {
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Global Cell ID[%u]\n", i, nbr->cgi);
     }
-    return payload != nullptr;
+    if (nbr->plmn_valid) {
+        print_nbr_plmns(i, nbr->plmn, cpe_dm_client_bounded(nbr->plmn_len, CPE_DM_LTE_NBR_PLMN_MAX));
+    }
 }
 
 static void print_lte_nbrs(const cpe_dm_lte_nbr_info *info) {
-    if (!print_nbr_start("LTE", info)) {
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - LTE neighbor information asynchronous response.\n");
+    if (info == nullptr) {
+        cpe_dm_client_print(
+            "CPE DEMO APP CALLBACK - LTE neighbor information asynchronous response extension not valid.\n");
         return;
     }
     if (info->highest_sig_valid) {
         print_highest_sig(info);
     }
-    const uint32_t cnt = info->nbr_valid ? std::min<uint32_t>(info->nbr_len, CPE_DM_LTE_NBR_MAX) : 0;
-    for (uint32_t i = 0; i < cnt; i++) {
+    const int cnt = info->nbr_valid ? cpe_dm_client_bounded(info->nbr_len, CPE_DM_LTE_NBR_MAX) : 0;
+    for (int i = 0; i < cnt; i++) {
         print_lte_nbr(i, &info->nbr[i]);
     }
 }
 
+static void print_nr5g_nbr(int i, const cpe_dm_nr5g_nbr *nbr) {
+    print_nbr_pci(i, nbr->pci);
+    print_nbr_freq(i, nbr->earfcn);
+    if (nbr->rsrp_valid) {
+        print_rsrp(nbr->rsrp);
+    }
+    if (nbr->plmn_valid) {
+        print_nbr_plmns(i, nbr->plmn, cpe_dm_client_bounded(nbr->plmn_len, CPE_DM_NR5G_NBR_PLMN_MAX));
+    }
+    const int cgis = nbr->cgi_valid ? cpe_dm_client_bounded(nbr->cgi_len, CPE_DM_NR5G_NBR_CGI_MAX) : 0;
+    for (int c = 0; c < cgis; c++) {
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : CGI[%llu]\n", i,
+                            static_cast<unsigned long long>(nbr->cgi[c]));
+    }
+}
+
 static void print_nr5g_nbrs(const cpe_dm_nr5g_nbr_info *info) {
-    if (!print_nbr_start("NR 5G", info)) {
+    cpe_dm_client_print("CPE DEMO APP CALLBACK - NR 5G neighbor information asynchronous response.\n");
+    if (info == nullptr) {
+        cpe_dm_client_print(
+            "CPE DEMO APP CALLBACK - NR 5G neighbor information asynchronous response extension not valid.\n");
         return;
     }
-    const uint32_t cnt = info->nbr_valid ? std::min<uint32_t>(info->nbr_len, CPE_DM_NR5G_NBR_MAX) : 0;
-    for (uint32_t i = 0; i < cnt; i++) {
+    const int cnt = info->nbr_valid ? cpe_dm_client_bounded(info->nbr_len, CPE_DM_NR5G_NBR_MAX) : 0;
+    for (int i = 0; i < cnt; i++) {
         print_nr5g_nbr(i, &info->nbr[i]);
     }
 }
 
 static void print_async_rsp(const cpe_dm_info *info, const cpe_dm_lte_nbr_info *lte, const cpe_dm_nr5g_nbr_info *nr5g) {
     if (info->value_type == CPE_DM_VALUE_NONE) {
-        print_not_valid("async response", cpe_dm_async_rsp_name(info->id));
+        cpe_dm_client_print("CPE DEMO APP CALLBACK - Metric information not valid for async response[%s].\n",
+                            cpe_dm_async_rsp_name(info->id));
     } else if (info->id == CPE_DM_ASYNC_RSP_LTE_NBR) {
         print_lte_nbrs(lte);
     } else if (info->id == CPE_DM_ASYNC_RSP_NR5G_NBR) {
         print_nr5g_nbrs(nr5g);
     } else {
-        print_not_supported("Asynchronous response", info->id);
+        cpe_dm_client_print("CPE DEMO APP : Asynchronous response[%u] - Not Supported!!\n", info->id);
     }
 }
 
@@ -153,7 +157,7 @@ void cpe_dm_client_callback(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*us
         print_async_rsp(info, lte.get(), nr5g.get());
         break;
     default:
-        print_not_supported("Info type", info->info_type);
+        cpe_dm_client_print("CPE DEMO APP : Info type[%u] - Not Supported!!\n", info->info_type);
         break;
     }
 }

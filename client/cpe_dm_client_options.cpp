@@ -37,40 +37,38 @@ int32_t cpe_dm_client_parse(char *line, cpe_dm_client_values *values) {
     return 0;
 }
 
-static void print_start(const char *title) {
-    cpe_dm_client_print("CPE DEMO APP : %s.\n", title);
-}
-
-static int32_t print_failure(const char *title, int32_t status) {
-    cpe_dm_client_print("CPE DEMO APP : %s failed with status[%d].\n", title, status);
-    return status;
-}
-
-static int32_t print_end(const char *title, int32_t status, const char *success) {
-    if (status != 0) {
-        return print_failure(title, status);
-    }
-    cpe_dm_client_print("CPE DEMO APP : %s successfully.\n", success);
-    return 0;
-}
-
 static int32_t print_no_memory() {
     cpe_dm_client_print("CPE DEMO APP : Memory allocation failure for CPE DM indication list\n");
     return 0;
 }
 
-static int32_t do_register(const char *title, const cpe_dm_client_values * /*values*/) {
-    print_start(title);
+static int32_t do_register(const cpe_dm_client_values * /*values*/) {
+    cpe_dm_client_print("CPE DEMO APP : Register application.\n");
     const int32_t status = cpe_dm_init(&client_hndl, nullptr, cpe_dm_client_callback);
-    return print_end(title, status, "Application registered");
+    if (status == 0) {
+        cpe_dm_client_print("CPE DEMO APP : Application registered successfully.\n");
+    } else {
+        cpe_dm_client_print("CPE DEMO APP : Register application failed with status[%d].\n", status);
+    }
+    return status;
 }
 
-static int32_t do_deregister(const char *title, const cpe_dm_client_values * /*values*/) {
-    print_start(title);
-    return print_end(title, cpe_dm_deinit(client_hndl), "Application deregistered");
+static int32_t do_deregister(const cpe_dm_client_values * /*values*/) {
+    cpe_dm_client_print("CPE DEMO APP : Deregister application.\n");
+    const int32_t status = cpe_dm_deinit(client_hndl);
+    if (status == 0) {
+        cpe_dm_client_print("CPE DEMO APP : Application deregistered successfully.\n");
+    } else {
+        cpe_dm_client_print("CPE DEMO APP : Deregister application failed with status[%d].\n", status);
+    }
+    return status;
 }
 
-static int32_t do_set_ind(const char * /*title*/, const cpe_dm_client_values *values) {
+static int32_t do_set_ind(const cpe_dm_client_values *values) {
+    if (values->count != 2 && values->count != 3) {
+        cpe_dm_client_print("CPE DEMO APP : Set LTE/5G indication failed - invalid options passed.\n");
+        return 0;
+    }
     cpe_dm_info info = {};
     info.info_type = CPE_DM_INFO_TYPE_IND;
     info.id = values->value[1];
@@ -92,36 +90,47 @@ static int32_t do_set_ind(const char * /*title*/, const cpe_dm_client_values *va
     return status;
 }
 
-static int32_t do_get_ind_cnt(const char *title, const cpe_dm_client_values * /*values*/) {
+static int32_t do_get_ind_cnt(const cpe_dm_client_values * /*values*/) {
     uint32_t cnt = 0;
-    print_start(title);
+    cpe_dm_client_print("CPE DEMO APP : Get LTE/5G indication count.\n");
     const int32_t status = cpe_dm_get_ind_cnt(client_hndl, &cnt);
-    if (status != 0) {
-        return print_failure(title, status);
+    if (status == 0) {
+        cpe_dm_client_print("CPE DEMO APP : LTE/5G indication count - [%u].\n", cnt);
+    } else {
+        cpe_dm_client_print("CPE DEMO APP : Get LTE/5G indication count failed with status[%d].\n", status);
     }
-    cpe_dm_client_print("CPE DEMO APP : LTE/5G indication count - [%u].\n", cnt);
-    return 0;
+    return status;
 }
 
-static int32_t do_get_ind_list(const char *title, const cpe_dm_client_values *values) {
-    print_start(title);
+static int32_t do_get_ind_list(const cpe_dm_client_values *values) {
+    if (values->count < 2) {
+        cpe_dm_client_print("CPE DEMO APP : Get LTE/5G indication list failed - invalid options passed.\n");
+        return 0;
+    }
+    cpe_dm_client_print("CPE DEMO APP : Get LTE/5G indication list.\n");
     const uint32_t cnt = values->value[1];
     const auto list = cpe_dm_client_alloc_list<uint32_t>(cnt);
     if (list == nullptr) {
         return print_no_memory();
     }
     const int32_t status = cpe_dm_get_ind_list(client_hndl, list.get(), cnt);
-    if (print_end(title, status, "LTE/5G indication list retrieved") != 0) {
+    if (status != 0) {
+        cpe_dm_client_print("CPE DEMO APP : Get LTE/5G indication list failed with status[%d].\n", status);
         return status;
     }
+    cpe_dm_client_print("CPE DEMO APP : LTE/5G indication list retrieved successfully.\n");
     for (uint32_t i = 0; i < cnt; i++) {
-        cpe_dm_client_print("CPE DEMO APP : Indication #%u - [%s]\n", i, cpe_dm_ind_name(list[i]));
+        cpe_dm_client_print("CPE DEMO APP : Indication #%d - [%s]\n", static_cast<int>(i), cpe_dm_ind_name(list[i]));
     }
     return 0;
 }
 
-static int32_t do_clr_ind_list(const char *title, const cpe_dm_client_values *values) {
-    print_start(title);
+static int32_t do_clr_ind_list(const cpe_dm_client_values *values) {
+    if (values->count < 2) {
+        cpe_dm_client_print("CPE DEMO APP : Clear LTE/5G indication list failed - invalid options passed.\n");
+        return 0;
+    }
+    cpe_dm_client_print("CPE DEMO APP : Clear LTE/5G indication list.\n");
     const uint32_t cnt = values->count - 1;
     const auto list = cpe_dm_client_alloc_list<int32_t>(cnt);
     if (list == nullptr) {
@@ -130,9 +139,15 @@ static int32_t do_clr_ind_list(const char *title, const cpe_dm_client_values *va
     for (uint32_t i = 0; i < cnt; i++) {
         const uint32_t id = values->value[i + 1];
         list[i] = static_cast<int32_t>(id);
-        cpe_dm_client_print("CPE DEMO APP : Clear indication #%u - [%s]\n", i, cpe_dm_ind_name(id));
+        cpe_dm_client_print("CPE DEMO APP : Clear indication #%d - [%s]\n", static_cast<int>(i), cpe_dm_ind_name(id));
     }
-    return print_end(title, cpe_dm_clr_ind_list(client_hndl, list.get(), cnt), "LTE/5G indication list cleared");
+    const int32_t status = cpe_dm_clr_ind_list(client_hndl, list.get(), cnt);
+    if (status == 0) {
+        cpe_dm_client_print("CPE DEMO APP : LTE/5G indication list cleared successfully.\n");
+    } else {
+        cpe_dm_client_print("CPE DEMO APP : Clear LTE/5G indication list failed with status[%d].\n", status);
+    }
+    return status;
 }
 
 static void start_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results) {
@@ -140,7 +155,11 @@ static void start_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results 
     cpe_dm_client_fill_request(info, id, results);
 }
 
-static int32_t do_get_info(const char * /*title*/, const cpe_dm_client_values *values) {
+static int32_t do_get_info(const cpe_dm_client_values *values) {
+    if (values->count < 2) {
+        cpe_dm_client_print("CPE DEMO APP : Getting LTE/5G information failed - invalid options passed.\n");
+        return 0;
+    }
     cpe_dm_info info = {};
     cpe_dm_client_results results = {};
     const uint32_t id = values->value[1];
@@ -151,11 +170,15 @@ static int32_t do_get_info(const char * /*title*/, const cpe_dm_client_values *v
                             cpe_dm_metric_name(id), status);
         return status;
     }
-    cpe_dm_client_print_result(&info, &results, "");
+    cpe_dm_client_print_result(&info, &results, false);
     return 0;
 }
 
-static int32_t do_get_info_list(const char * /*title*/, const cpe_dm_client_values *values) {
+static int32_t do_get_info_list(const cpe_dm_client_values *values) {
+    if (values->count < 2) {
+        cpe_dm_client_print("CPE DEMO APP : Getting LTE/5G information list failed - invalid options passed.\n");
+        return 0;
+    }
     cpe_dm_client_results results = {};
     const uint32_t cnt = values->count - 1;
     const auto list = cpe_dm_client_alloc_list<cpe_dm_info>(cnt);
@@ -167,16 +190,17 @@ static int32_t do_get_info_list(const char * /*title*/, const cpe_dm_client_valu
     }
     const int32_t status = cpe_dm_get_info_list(client_hndl, list.get(), static_cast<int32_t>(cnt));
     if (status != 0) {
-        return print_failure("Getting LTE/5G metric list information", status);
+        cpe_dm_client_print("CPE DEMO APP : Getting LTE/5G metric list information failed with status[%d].\n", status);
+        return status;
     }
     for (uint32_t i = 0; i < cnt; i++) {
-        cpe_dm_client_print_result(&list[i], &results, "Metric ID ");
+        cpe_dm_client_print_result(&list[i], &results, true);
     }
     return 0;
 }
 
-static int32_t do_set_info(const char *title, const cpe_dm_client_values * /*values*/) {
-    print_start(title);
+static int32_t do_set_info(const cpe_dm_client_values * /*values*/) {
+    cpe_dm_client_print("CPE DEMO APP : Setting metric information NOT SUPPORTED.\n");
     return 0;
 }
 
@@ -200,11 +224,11 @@ static void print_usage_heading(const char *heading) {
 
 static void print_usage_names(const char *(*name)(uint32_t id), uint32_t cnt) {
     for (uint32_t id = 0; id < cnt; id++) {
-        cpe_dm_client_print("[%u] - %s\n", id, name(id));
+        cpe_dm_client_print("[%d] - %s\n", static_cast<int>(id), name(id));
     }
 }
 
-static int32_t do_usage(const char * /*title*/, const cpe_dm_client_values * /*values*/) {
+static int32_t do_usage(const cpe_dm_client_values * /*values*/) {
     print_usage_heading("############################### CPE DM Options Usage ##############################");
     for (const char *line : options_usage) {
         cpe_dm_client_print("%s\n", line);
@@ -217,25 +241,10 @@ static int32_t do_usage(const char * /*title*/, const cpe_dm_client_values * /*v
     return 0;
 }
 
-/* An option: its title in the messages, how many values it takes, itself included, and what it does. */
-struct client_option {
-    const char *title;
-    uint32_t min_count;
-    uint32_t max_count;
-    int32_t (*run)(const char *title, const cpe_dm_client_values *values);
-};
-
-static const client_option client_options[] = {
-    {"Register application", 1, CPE_DM_CLIENT_VALUE_MAX, do_register},
-    {"Deregister application", 1, CPE_DM_CLIENT_VALUE_MAX, do_deregister},
-    {"Set LTE/5G indication", 2, 3, do_set_ind},
-    {"Get LTE/5G indication count", 1, CPE_DM_CLIENT_VALUE_MAX, do_get_ind_cnt},
-    {"Get LTE/5G indication list", 2, CPE_DM_CLIENT_VALUE_MAX, do_get_ind_list},
-    {"Clear LTE/5G indication list", 2, CPE_DM_CLIENT_VALUE_MAX, do_clr_ind_list},
-    {"Getting LTE/5G information", 2, CPE_DM_CLIENT_VALUE_MAX, do_get_info},
-    {"Getting LTE/5G information list", 2, CPE_DM_CLIENT_VALUE_MAX, do_get_info_list},
-    {"Setting metric information NOT SUPPORTED", 1, CPE_DM_CLIENT_VALUE_MAX, do_set_info},
-    {"Options usage", 1, CPE_DM_CLIENT_VALUE_MAX, do_usage},
+/* The options, from 1 on. Each checks how many values it was given. */
+static int32_t (*const client_options[])(const cpe_dm_client_values *values) = {
+    do_register,     do_deregister, do_set_ind,       do_get_ind_cnt, do_get_ind_list,
+    do_clr_ind_list, do_get_info,   do_get_info_list, do_set_info,    do_usage,
 };
 
 int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values) {
@@ -247,10 +256,5 @@ int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values) {
         cpe_dm_client_print("CPE DEMO APP : Option ID[%d] NOT SUPPORTED.\n", static_cast<int32_t>(id));
         return 0;
     }
-    const client_option &option = client_options[id - 1];
-    if (values->count < option.min_count || values->count > option.max_count) {
-        cpe_dm_client_print("CPE DEMO APP : %s failed - invalid options passed.\n", option.title);
-        return 0;
-    }
-    return option.run(option.title, values);
+    return client_options[id - 1](values);
 }

@@ -2,8 +2,6 @@
 
 #include "cpe_dm_client_util.h"
 
-#include <algorithm>
-
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results) {
     info->info_type = CPE_DM_INFO_TYPE_REQUEST;
     info->id = id;
@@ -29,31 +27,35 @@ static void print_heading(const char *name) {
     cpe_dm_client_print("[%s] -\n", name);
 }
 
-static void print_no_lock(const char *prefix, const char *name) {
-    cpe_dm_client_print("%s[%s] - cell lock list not present\n", prefix, name);
+static void print_no_lock(const char *name) {
+    cpe_dm_client_print("[%s] - cell lock list not present\n", name);
 }
 
-static void print_lock_freq(uint32_t i, uint32_t freq) {
-    cpe_dm_client_print("Cell_Lock#%u : freq[%u]\n", i, freq);
+static void print_lock_freq(int i, uint32_t freq) {
+    cpe_dm_client_print("Cell_Lock#%d : freq[%u]\n", i, freq);
 }
 
-static void print_cqi(const char *name, const cpe_dm_cw_cqi *carriers, uint32_t cnt) {
+static void print_cqi(const char *name, const cpe_dm_cw_cqi *carriers, int cnt) {
     print_heading(name);
-    for (uint32_t i = 0; i < cnt; i++) {
-        cpe_dm_client_print("CQI#%u : cw_cqi_len [%u]\n", i, carriers[i].cw_cqi_len);
-        cpe_dm_client_print("CQI#%u : cw_cqi_0[%u], cw_cqi_1[%u]\n", i, carriers[i].cw_cqi[0], carriers[i].cw_cqi[1]);
+    for (int i = 0; i < cnt; i++) {
+        cpe_dm_client_print("CQI#%d : cw_cqi_len [%u]\n", i, carriers[i].cw_cqi_len);
+        cpe_dm_client_print("CQI#%d : cw_cqi_0[%u], cw_cqi_1[%u]\n", i, carriers[i].cw_cqi[0], carriers[i].cw_cqi[1]);
     }
 }
 
-static void print_lte_locks(const char *name, const cpe_dm_lte_cell_lock_list *locks, const char *no_lock_prefix) {
+static void print_lte_locks(const char *name, const cpe_dm_lte_cell_lock_list *locks, bool listed) {
     if (locks->lte_cell_list_len == 0) {
-        print_no_lock(no_lock_prefix, name);
+        if (listed) {
+            cpe_dm_client_print("Metric ID [%s] - cell lock list not present\n", name);
+        } else {
+            print_no_lock(name);
+        }
         return;
     }
     print_heading(name);
-    const uint32_t cnt = std::min<uint32_t>(locks->lte_cell_list_len, CPE_DM_LTE_CELL_LOCK_MAX);
-    for (uint32_t i = 0; i < cnt; i++) {
-        cpe_dm_client_print("Cell_Lock#%u : pci[%u]\n", i, locks->lte_cell_list[i].pci);
+    const int cnt = cpe_dm_client_bounded(locks->lte_cell_list_len, CPE_DM_LTE_CELL_LOCK_MAX);
+    for (int i = 0; i < cnt; i++) {
+        cpe_dm_client_print("Cell_Lock#%d : pci[%u]\n", i, locks->lte_cell_list[i].pci);
         print_lock_freq(i, locks->lte_cell_list[i].freq);
     }
 }
@@ -62,11 +64,11 @@ static void print_lte_locks(const char *name, const cpe_dm_lte_cell_lock_list *l
 static void print_nr5g_locks(const char *name, const cpe_dm_nr5g_cell_lock_list *locks) {
     print_heading(name);
     if (!locks->arfcn_identity_valid) {
-        print_no_lock("", name);
+        print_no_lock(name);
         return;
     }
-    const uint32_t cnt = std::min<uint32_t>(locks->arfcn_list_len, CPE_DM_NR5G_ARFCN_LOCK_MAX);
-    for (uint32_t i = 0; i < cnt; i++) {
+    const int cnt = cpe_dm_client_bounded(locks->arfcn_list_len, CPE_DM_NR5G_ARFCN_LOCK_MAX);
+    for (int i = 0; i < cnt; i++) {
         print_lock_freq(i, locks->arfcn_list[i]);
     }
 }
@@ -76,8 +78,7 @@ static void print_i64_list(const char *name, const int64_t *list) {
                         static_cast<long long>(list[1]), static_cast<long long>(list[2]));
 }
 
-void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results,
-                                const char *no_lte_lock_prefix) {
+void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed) {
     const char *name = cpe_dm_metric_name(info->id);
     switch (info->id) {
     case CPE_DM_METRIC_REG_STATUS:
@@ -89,13 +90,14 @@ void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_res
         print_i64_list(name, info->value.i64_list);
         break;
     case CPE_DM_METRIC_LTE_CQI:
-        print_cqi(name, results->lte_cqi.cc_cqi, std::min<uint32_t>(results->lte_cqi.cc_cqi_len, CPE_DM_LTE_CC_MAX));
+        print_cqi(name, results->lte_cqi.cc_cqi, cpe_dm_client_bounded(results->lte_cqi.cc_cqi_len, CPE_DM_LTE_CC_MAX));
         break;
     case CPE_DM_METRIC_NR5G_CQI:
-        print_cqi(name, results->nr5g_cqi.cc_cqi, std::min<uint32_t>(results->nr5g_cqi.cc_cqi_len, CPE_DM_NR5G_CC_MAX));
+        print_cqi(name, results->nr5g_cqi.cc_cqi,
+                  cpe_dm_client_bounded(results->nr5g_cqi.cc_cqi_len, CPE_DM_NR5G_CC_MAX));
         break;
     case CPE_DM_METRIC_LTE_CELL_LOCK_LIST:
-        print_lte_locks(name, &results->lte_locks, no_lte_lock_prefix);
+        print_lte_locks(name, &results->lte_locks, listed);
         break;
     case CPE_DM_METRIC_NR5G_CELL_LOCK_LIST:
         print_nr5g_locks(name, &results->nr5g_locks);

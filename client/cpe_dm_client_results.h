@@ -17,9 +17,8 @@ struct cpe_dm_client_results {
 /* Fills in the zeroed record info as a request for metric id; info may point into results afterwards. */
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results);
 
-/* Prints the result of a successful request; nothing for a metric without one. An empty LTE cell lock list is reported
- * with no_lte_lock_prefix before the metric's name. */
-void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results,
-                                const char *no_lte_lock_prefix);
+/* Prints the result of a successful request; nothing for a metric without one. listed says that the request was
+ * one of a list, which words the lack of LTE cell locks in its own way. */
+void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed);
 
 #endif

@@ -2,6 +2,7 @@
 #ifndef CPE_DM_CLIENT_UTIL_H
 #define CPE_DM_CLIENT_UTIL_H
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -9,6 +10,11 @@
 /* Prints on standard output. From any thread; what one call prints stays together, so a line is printed by one call,
  * line end included. It has been written when the call returns, as standard output is unbuffered. */
 void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
+
+/* How many of the cnt entries that a list is said to have are printed: those it has room for. */
+inline int cpe_dm_client_bounded(uint32_t cnt, uint32_t room) {
+    return static_cast<int>(std::min(cnt, room));
+}
 
 struct cpe_dm_client_deleter {
     void operator()(void *memory) const {
