@@ -1,14 +1,16 @@
 # What every target of this project is compiled with, and what client/ and dm/ are held to on top.
 
-if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CPE_DM_SANITIZER AND NOT CPE_DM_COVERAGE)
+if(CPE_DM_IS_TOP AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CPE_DM_SANITIZER AND NOT CPE_DM_COVERAGE)
     add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
 endif()
 
 add_library(cpe_dm_warnings INTERFACE)
-target_compile_options(cpe_dm_warnings INTERFACE
-    -Wall -Wextra -Werror -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align
-    -Wwrite-strings -Wnull-dereference -Wdouble-promotion -Wvla
-    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
+if(CPE_DM_WARNINGS_AS_ERRORS)
+    target_compile_options(cpe_dm_warnings INTERFACE
+        -Wall -Wextra -Werror -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align
+        -Wwrite-strings -Wnull-dereference -Wdouble-promotion -Wvla
+        $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
+endif()
 
 if(CPE_DM_SANITIZER)
     add_compile_options(-fsanitize=${CPE_DM_SANITIZER} -fno-sanitize-recover=all -fno-omit-frame-pointer)

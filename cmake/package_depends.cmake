@@ -1,0 +1,38 @@
+# Run by cpack, as part of package/cpack.cmake in the build folder: what the files of a package ask of the C and the C++
+# library, by the versions of the symbols they use. dpkg-shlibdeps says the same of programs for this machine, and knows
+# nothing of others' libraries.
+
+# cpe_dm_depends(VARIABLE FILE...): sets the variable to the Depends field of these programs and libraries.
+function(cpe_dm_depends variable)
+    execute_process(COMMAND ${CPE_DM_READELF} --version-info --wide ${ARGN} OUTPUT_VARIABLE versions
+        COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "GLIBC_[0-9.]+" symbols "${versions}")
+    list(SORT symbols COMPARE NATURAL ORDER DESCENDING)
+    list(GET symbols 0 newest)
+    string(REPLACE "GLIBC_" "" newest ${newest})
+    set(depends "libc6 (>= ${newest})")
+    # The C++ library that came with a compiler has all that the compiler's programs can ask for.
+    string(REGEX MATCHALL "GLIBCXX_3\\.4\\.[0-9]+" symbols "${versions}")
+    if(symbols)
+        list(SORT symbols COMPARE NATURAL ORDER DESCENDING)
+        list(GET symbols 0 newest)
+        string(REGEX REPLACE ".*\\." "" newest ${newest})
+        set(release 14) # of GCC, by the last number of the newest symbol
+        foreach(pair 32:13 30:12 29:11 28:10)
+            string(REPLACE ":" ";" pair ${pair})
+            list(GET pair 0 last)
+            if(newest LESS_EQUAL last)
+                list(GET pair 1 release)
+            endif()
+        endforeach()
+        string(APPEND depends ", libgcc-s1, libstdc++6 (>= ${release})")
+    endif()
+    set(${variable} ${depends} PARENT_SCOPE)
+endfunction()
+
+if(CPE_DM_CLIENT_FILES)
+    cpe_dm_depends(CPACK_DEBIAN_CLIENT_PACKAGE_DEPENDS ${CPE_DM_CLIENT_FILES})
+endif()
+if(CPE_DM_STANDIN_FILES)
+    cpe_dm_depends(CPACK_DEBIAN_STANDIN_PACKAGE_DEPENDS ${CPE_DM_STANDIN_FILES})
+endif()

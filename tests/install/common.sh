@@ -1,0 +1,36 @@
+# What these tests share; sourced by them, never run. `source` is the project's folder, `dir` one of the test's own.
+# shellcheck shell=sh
+source=$(cd "$(dirname "$0")/../.." && pwd)
+example=$source/tests/install/consumer # a folder with the CMakeLists.txt and the sources of a C program of this name
+program=$(basename "$example")
+dir=$(mktemp -d) || exit 1
+trap 'rm -rf "$dir"' EXIT
+
+fail() {
+    echo "FAILED: $*"
+    exit 1
+}
+
+# run_client LAUNCHER... CLIENT: an answer at the prompt.
+run_client() {
+    printf '%s\n' 1 '7 10' 2 | "$@" | grep '^\[LTE Serving Cell RSRP\] - -' || fail "no answer from $*"
+}
+
+# run_example LAUNCHER... PROGRAM: the example ends well, and has written a value of the virtual modem.
+run_example() {
+    timeout 60 "$@" -n 1 >"$dir/example.out" || fail "$* ended with status $?"
+    grep -e '-[0-9]' "$dir/example.out" || fail "no value from $*"
+}
+
+# must_fail TEXT COMMAND...: it fails, and says TEXT, an extended regular expression, in one line.
+must_fail() {
+    text=$1
+    shift
+    "$@" >"$dir/failed.log" 2>&1 && fail "did not fail: $*"
+    grep -E "$text" "$dir/failed.log" || { cat "$dir/failed.log" && fail "did not say $text: $*"; }
+}
+
+# build FOLDER CMAKE-OPTION...: configures into the folder and builds all of it.
+build() {
+    cmake -B "$@" -G Ninja -DCMAKE_BUILD_TYPE=Release && cmake --build "$1" -j "${JOBS:-2}"
+}
