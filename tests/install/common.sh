@@ -2,6 +2,7 @@
 # shellcheck shell=sh
 source=$(cd "$(dirname "$0")/../.." && pwd)
 example=$source/tests/install/consumer # a folder with the CMakeLists.txt and the sources of a C program of this name
+# shellcheck disable=SC2034
 program=$(basename "$example")
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
