@@ -3,12 +3,16 @@
 #include "zeb_service.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <memory>
+#include <new>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +20,27 @@
 namespace {
 
 using text_list = std::vector<std::string>;
+
+// The allocation that fails, counted down; 0: none.
+std::atomic<int> failing_new;
+
+} // namespace
+
+[[gnu::noinline]] void *operator new(size_t size) {
+    void *memory = failing_new > 0 && --failing_new == 0 ? nullptr : malloc(size);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
+[[gnu::noinline]] void operator delete(void *memory) noexcept {
+    free(memory);
+}
+
+[[gnu::noinline]] void operator delete(void *memory, size_t) noexcept {
+    free(memory);
+}
+
+namespace {
+
 const std::string LTE = "[lte]\nsrv_status = 'service'\nrsrp = -90\n";
 
 void sleep_ms(int ms) {
@@ -35,7 +60,12 @@ void with_scenario(const std::string &toml, const std::function<void()> &body) {
         exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;
-    waitpid(child, &status, 0);
+    waitpid(child, &status, WUNTRACED);
+    if (WIFSTOPPED(status)) { // a case that wants to stand still for a while
+        sleep_ms(6000);
+        kill(child, SIGCONT);
+        waitpid(child, &status, 0);
+    }
     EXPECT_EQ(status, 0) << "in the scenario:\n" << toml;
     std::filesystem::remove(path);
 }
@@ -224,6 +254,89 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
     });
 }
 
+// The value goes down its ramp, swing and all, and the timeline starts again.
+TEST(Platform, ARampIsTold) {
+    with_scenario(
+        "tick_ms = 50\nrepeat_ms = 1500\nchange = [{ at_ms = 500, lte = { rsrp = { to = -120, over_ms = 500 } } }]\n" +
+            LTE,
+        [] {
+            told t;
+            const zeb_client_handle client = connect(t);
+            watch(client, 0, 5);
+            sleep_ms(1900);
+            release(t, client);
+            ASSERT_GE(t.lines.size(), 5U);
+            EXPECT_EQ(t.lines.back(), "sig -90");
+            t.lines.pop_back();
+            EXPECT_TRUE(std::is_sorted(t.lines.begin(), t.lines.end(), [](auto &a, auto &b) {
+                return a.size() != b.size() ? a.size() < b.size() : a < b;
+            }));
+            EXPECT_EQ(t.lines.back(), "sig -120");
+        });
+    const struct {
+        scenario_value value;
+        uint64_t round_ms;
+        int32_t expected;
+    } cases[] = {{{-90}, 0, -90},
+                 {{-90, -120, 100, 300}, 100, -90},
+                 {{-90, -120, 100, 300}, 250, -105},
+                 {{-90, -120, 100, 300}, 400, -120},
+                 {{-90, -120, 100, 300}, 9999, -120},
+                 {{5, 9, 0, 4}, 3, 8}};
+    for (const auto &c : cases) {
+        EXPECT_EQ(scenario_value_at(c.value, c.round_ms), c.expected) << c.round_ms;
+    }
+}
+
+// Each allocation of the first look at the service fails once: no service object then, and one at the next try.
+TEST(Platform, RunningOutOfMemoryAtFirstIsNotForEver) {
+    with_scenario(LTE, [] {
+        const auto open_files = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+        const auto before = open_files();
+        int failed = 0;
+        uint32_t n = 0;
+        for (bool found = false; !found; failed++) {
+            failing_new = failed + 1;
+            found = nas() != nullptr;
+            failing_new = 0;
+            ASSERT_EQ(open_files(), before);
+        }
+        EXPECT_GT(failed, 10);
+        EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_NO_ERR);
+    });
+}
+
+// Whoever has released a notifier may free its signal at once, though someone was waiting for it.
+TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
+    with_scenario(LTE, [] {
+        for (int i = 0; i < 5; i++) {
+            auto os = std::make_unique<zeb_cci_os_params>();
+            zeb_client_handle notifier = nullptr;
+            ASSERT_EQ(zeb_client_notifier_init(nas(), os.get(), &notifier), ZEB_NO_ERR);
+            std::thread waiting(zeb_cci_os_signal_wait, os.get(), 0);
+            sleep_ms(100);
+            EXPECT_EQ(zeb_client_release(notifier), ZEB_NO_ERR);
+            memset(os.get(), 0xFF, sizeof(*os));
+            os.reset();
+            waiting.join();
+        }
+    });
+}
+
+// A process that stood still is not paid back what it missed.
+TEST(Platform, WhatNobodySawGoesBy) {
+    with_scenario("tick_ms = 10\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
+        told t;
+        const zeb_client_handle client = connect(t);
+        watch(client, 1, 1);
+        raise(SIGSTOP);
+        sleep_ms(200);
+        release(t, client);
+        EXPECT_GT(t.lines.size(), 1U);
+        EXPECT_LT(t.lines.size(), 100U);
+    });
+}
+
 TEST(Platform, ScenariosAreReadStrictly) {
     scenario out;
     std::string error;
@@ -238,8 +351,15 @@ TEST(Platform, ScenariosAreReadStrictly) {
     } cases[] = {
         {"[lte\n", "f:1: "},
         {"[lte]\nz = 1\na = 1\n", "f:2: unknown key \"z\""}, // the first one in the file
-        {"[lte]\nearfcn = 65536\n", "f:2: value out of range 0 to 65535"},
-        {"[lte]\nrsrp = -90.0\n", "f:2: an integer is expected"},
+        {"[lte]\nearfcn = 65536\n", "f:2: earfcn: value out of range 0 to 65535"},
+        {"[lte]\nswing = {}\nrsrp = -90.0\n", "f:3: rsrp: an integer is expected"},
+        {"[lte]\nrsrp = { to = -9, over_ms = 9 }\n", "f:2: rsrp: a ramp stands in a change, and has to and over_ms"},
+        {"[[change]]\nat_ms = 5\nlte = { rsrp = { to = -9 } }\n", "f:3: rsrp: a ramp stands in a change"},
+        {"[[change]]\nat_ms = 5\nlte = { snr = { to = 501 } }\n", "f:3: snr: value out of range -500 to 500"},
+        {"[[change]]\nat_ms = 5\nlte = { snr = { for = 5 } }\n", "f:3: unknown key \"for\""},
+        {"[[change]]\nat_ms = '500'\n", "f:2: at_ms: an integer is expected"}, // and not what comes of it
+        {"[[fault]]\nmessage = '0x004D'\nstatus = -8\n", "f:2: message: an integer is expected"},
+        {"change = 5\n", "f:1: change: a list is expected"},
         {"change = [{ at_ms = 5 },\n{ at_ms = 5 }]\n", "f:2: a change needs an at_ms later"},
         {"repeat_ms = 10\nchange = [{ at_ms = 10 }]\n", "f:1: repeat_ms must come after"},
         {"[[fault]]\nmessage = 0x4D\nscan_lost = true\n", "f:1: only message 0x0085"},

@@ -12,7 +12,8 @@ extern "C" {
 #endif
 
 /* The NAS service object for clients built against the given version of its definition, or null when this library
- * does not have that version. The object lives as long as the process. */
+ * does not have that version or there is no memory for it; the next call may have it then. The object lives as long as
+ * the process. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version);
 

@@ -9,8 +9,9 @@ namespace {
 
 // What the block itself holds. The hub's lock guards it.
 struct os_signal {
-    uint32_t user; // the number of the notifier that uses the block; 0: none
+    uint32_t in_use; // by a notifier
     uint32_t raised;
+    uint32_t waiting; // threads in a wait for it
 };
 static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signal) <= alignof(zeb_cci_os_params),
               "the signal fits into the OS-parameter block");
@@ -19,7 +20,6 @@ static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signa
 struct signal_hub {
     std::mutex lock;
     std::condition_variable changed;
-    uint32_t last_user = 0;
 };
 
 // Never destroyed, as the process may exit while someone waits; and in no need of memory, so that it is always there.
@@ -39,10 +39,10 @@ bool zeb_signal_open(zeb_cci_os_params *os_params) {
     signal_hub &h = hub();
     os_signal *s = signal_of(os_params);
     std::lock_guard guard(h.lock);
-    if (s->user != 0) {
+    if (s->in_use != 0) {
         return false;
     }
-    *s = {++h.last_user, 0};
+    *s = {1, 0, 0};
     return true;
 }
 
@@ -55,12 +55,13 @@ void zeb_signal_raise(zeb_cci_os_params *os_params) {
 
 void zeb_signal_close(zeb_cci_os_params *os_params) {
     signal_hub &h = hub();
-    std::lock_guard guard(h.lock);
-    signal_of(os_params)->user = 0;
+    os_signal *s = signal_of(os_params);
+    std::unique_lock guard(h.lock);
+    s->in_use = 0;
     h.changed.notify_all();
+    h.changed.wait(guard, [s] { return s->waiting == 0; });
 }
 
-// The block may belong to the next notifier already when a wait for the one before it wakes up.
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     if (os_params == nullptr) {
         return;
@@ -68,14 +69,14 @@ void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     signal_hub &h = hub();
     os_signal *s = signal_of(os_params);
     std::unique_lock guard(h.lock);
-    const uint32_t user = s->user;
-    const auto over = [s, user] { return user == 0 || s->user != user || s->raised != 0; };
+    const auto over = [s] { return s->in_use == 0 || s->raised != 0; };
+    s->waiting++;
     if (timeout_ms == 0) {
         h.changed.wait(guard, over);
     } else {
         h.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), over);
     }
-    if (s->user == user) {
-        s->raised = 0;
-    }
+    s->raised = 0;
+    s->waiting--;
+    h.changed.notify_all();
 }

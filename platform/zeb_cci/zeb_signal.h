@@ -9,5 +9,5 @@ bool zeb_signal_open(zeb_cci_os_params *os_params);
 // Ends the next wait, or the running one.
 void zeb_signal_raise(zeb_cci_os_params *os_params);
 
-// The block is its owner's again; a wait still in it returns.
+// Ends the waits for it. When it returns, none of them reads the block any more, which is its owner's again.
 void zeb_signal_close(zeb_cci_os_params *os_params);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <system_error>
 
 namespace {
@@ -21,22 +22,21 @@ enum : uint32_t {
 using handler = uint32_t (*)(modem &m, uint64_t peer, const void *req, void *resp);
 
 bool read_file(const char *name, std::string &text) {
-    FILE *file = fopen(name, "rbe");
-    if (file == nullptr) {
-        return false;
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(fopen(name, "rbe"), fclose);
+    if (!file) {
+        return errno == ENOMEM ? throw std::bad_alloc() : false;
     }
     char buffer[4096];
     size_t n;
     // A little more than a scenario may have is enough to refuse it.
-    while (text.size() < 100000 && (n = fread(buffer, 1, sizeof(buffer), file)) > 0) {
+    while (text.size() < 100000 && (n = fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
         text.append(buffer, n);
     }
-    const bool ok = ferror(file) == 0;
-    fclose(file);
-    return ok;
+    return ferror(file.get()) == 0;
 }
 
-// No scenario, no service: there is no other scenario to fall back to.
+// No scenario, no service: there is no other scenario to fall back to. Throws std::bad_alloc, and can then be tried
+// again.
 bool read_scenario(scenario &plan) {
     const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
     std::string text;
@@ -51,7 +51,7 @@ bool read_scenario(scenario &plan) {
         usable = scenario_parse(text, name, plan, error);
     }
     if (!usable) {
-        fprintf(stderr, "%s\n", error.c_str());
+        fprintf(stderr, "%s\nthe scenario is refused: the network access service stays absent\n", error.c_str());
     }
     return usable;
 }
@@ -125,7 +125,7 @@ uint32_t configure_signal(modem &m, uint64_t peer, const void *req, void *) {
 }
 
 uint32_t get_cell_location(modem &m, uint64_t, const void *, void *resp) {
-    nas_fill_cell_location(modem_state(m), modem_tick_ms(m), *static_cast<zeb_nas_cell_location_info_resp *>(resp));
+    nas_fill_cell_location(modem_state(m), modem_moment(m), *static_cast<zeb_nas_cell_location_info_resp *>(resp));
     return NAS_ACCEPTED;
 }
 
@@ -135,7 +135,7 @@ uint32_t get_sys_info(modem &m, uint64_t, const void *, void *resp) {
 }
 
 uint32_t get_sig_info(modem &m, uint64_t, const void *, void *resp) {
-    nas_fill_sig_info(modem_state(m), modem_tick_ms(m), static_cast<zeb_nas_sig_info_resp *>(resp)->info);
+    nas_fill_sig_info(modem_state(m), modem_moment(m), static_cast<zeb_nas_sig_info_resp *>(resp)->info);
     return NAS_ACCEPTED;
 }
 

@@ -60,8 +60,8 @@ uint64_t modem_next_due(const modem &m);
 
 const scenario_state &modem_state(const modem &m);
 
-// The time that swinging values are taken at: it moves in ticks.
-uint64_t modem_tick_ms(const modem &m);
+// The moment that measured values are taken at: it moves in ticks.
+scenario_moment modem_moment(const modem &m);
 
 // The client counts as told how things are now, so that it hears of later changes only.
 void modem_mark_told(const modem &m, modem_client &client);

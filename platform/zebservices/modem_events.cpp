@@ -10,6 +10,9 @@
 
 namespace {
 
+// Nobody who runs is later than this for what is due.
+constexpr uint64_t STOOD_STILL_MS = 5000;
+
 struct metric {
     bool valid;
     int32_t value;
@@ -107,7 +110,7 @@ void forget_missing(zeb_nas_sig_info &told, const zeb_nas_sig_info &info) {
 
 void tell_sig_info(modem &m, modem_client &client) {
     zeb_nas_sig_info info = {};
-    nas_fill_sig_info(modem_state(m), modem_tick_ms(m), info);
+    nas_fill_sig_info(modem_state(m), modem_moment(m), info);
     forget_missing(client.told_sig_info, info);
     if (!client.wants_sig_info || !worth_telling(client, info)) {
         return;
@@ -154,8 +157,17 @@ void play_moment(modem &m) {
     end_scan(m);
 }
 
+// When the timeline started last.
+uint64_t round_start(const scenario &plan, uint64_t now_ms) {
+    return plan.repeat_ms == 0 ? 0 : now_ms / plan.repeat_ms * plan.repeat_ms;
+}
+
+uint64_t last_tick(const modem &m) {
+    return m.now_ms / m.plan.tick_ms * m.plan.tick_ms;
+}
+
 uint64_t next_change(const scenario &plan, uint64_t now_ms) {
-    const uint64_t round = plan.repeat_ms == 0 ? 0 : now_ms / plan.repeat_ms * plan.repeat_ms;
+    const uint64_t round = round_start(plan, now_ms);
     for (const scenario_state &state : plan.states) {
         if (round + state.at_ms > now_ms) {
             return round + state.at_ms;
@@ -167,21 +179,23 @@ uint64_t next_change(const scenario &plan, uint64_t now_ms) {
 } // namespace
 
 const scenario_state &modem_state(const modem &m) {
-    const uint64_t time = m.plan.repeat_ms == 0 ? m.now_ms : m.now_ms % m.plan.repeat_ms;
+    const uint64_t time = m.now_ms - round_start(m.plan, m.now_ms);
     const auto later = std::upper_bound(m.plan.states.begin(), m.plan.states.end(), time,
                                         [](uint64_t t, const scenario_state &state) { return t < state.at_ms; });
     return *(later - 1);
 }
 
-uint64_t modem_tick_ms(const modem &m) {
-    return m.now_ms / m.plan.tick_ms * m.plan.tick_ms;
+scenario_moment modem_moment(const modem &m) {
+    const uint64_t tick = last_tick(m);
+    const uint64_t round = round_start(m.plan, m.now_ms);
+    return {tick, tick > round ? tick - round : 0};
 }
 
 void modem_mark_told(const modem &m, modem_client &client) {
     client.told_sys_info = {};
     client.told_sig_info = {};
     nas_fill_sys_info(modem_state(m), client.told_sys_info);
-    nas_fill_sig_info(modem_state(m), modem_tick_ms(m), client.told_sig_info);
+    nas_fill_sig_info(modem_state(m), modem_moment(m), client.told_sig_info);
 }
 
 uint64_t modem_next_due(const modem &m) {
@@ -194,7 +208,7 @@ uint64_t modem_next_due(const modem &m) {
     }
     const auto watches = [](const auto &entry) { return watches_signal(entry.second); };
     if (std::any_of(m.clients.begin(), m.clients.end(), watches)) {
-        due = std::min(due, modem_tick_ms(m) + m.plan.tick_ms);
+        due = std::min(due, last_tick(m) + m.plan.tick_ms);
     }
     return due;
 }
@@ -205,6 +219,11 @@ void modem_play(modem &m) {
     }
     const auto elapsed = std::chrono::steady_clock::now() - m.switched_on;
     const auto now = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
+    // A process that stood still saw nothing of what went by meanwhile: it finds the modem as it is now.
+    if (const uint64_t due = modem_next_due(m); due < now && now - due > STOOD_STILL_MS) {
+        m.now_ms = now;
+        play_moment(m);
+    }
     for (uint64_t due = modem_next_due(m); due <= now; due = modem_next_due(m)) {
         m.now_ms = due;
         play_moment(m);

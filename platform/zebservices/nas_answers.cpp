@@ -32,8 +32,8 @@ int32_t swing(int32_t range, uint32_t period_ms, uint64_t time_ms) {
     return phase <= 3 * range ? 2 * range - phase : phase - 4 * range;
 }
 
-int16_t value_at(int32_t value, int32_t range, const scenario_swing &s, uint64_t time_ms) {
-    return static_cast<int16_t>(value + swing(range, s.period_ms, time_ms));
+int16_t measured(const scenario_value &value, int32_t range, const scenario_swing &s, const scenario_moment &moment) {
+    return static_cast<int16_t>(scenario_value_at(value, moment.round_ms) + swing(range, s.period_ms, moment.total_ms));
 }
 
 template <typename T, size_t N> uint32_t copy_list(const std::vector<T> &from, T (&to)[N]) {
@@ -65,29 +65,30 @@ void nas_fill_sys_info(const scenario_state &state, zeb_nas_sys_info &info) {
     }
 }
 
-void nas_fill_sig_info(const scenario_state &state, uint64_t time_ms, zeb_nas_sig_info &info) {
+void nas_fill_sig_info(const scenario_state &state, const scenario_moment &moment, zeb_nas_sig_info &info) {
     const scenario_lte &lte = state.lte;
     const scenario_nr5g &nr5g = state.nr5g;
     if (lte_cell(state)) {
         info.lte_sig_info_valid = 1;
         info.lte_sig.rssi = lte.rssi;
-        info.lte_sig.rsrq = static_cast<int8_t>(value_at(lte.rsrq, lte.swing.rsrq, lte.swing, time_ms));
-        info.lte_sig.rsrp = value_at(lte.rsrp, lte.swing.rsrp, lte.swing, time_ms);
-        info.lte_sig.snr = value_at(lte.snr, lte.swing.snr, lte.swing, time_ms);
+        info.lte_sig.rsrq = static_cast<int8_t>(measured(lte.rsrq, lte.swing.rsrq, lte.swing, moment));
+        info.lte_sig.rsrp = measured(lte.rsrp, lte.swing.rsrp, lte.swing, moment);
+        info.lte_sig.snr = measured(lte.snr, lte.swing.snr, lte.swing, moment);
     }
     if (nr5g_cell(state)) {
         info.nr5g_sig_info_valid = 1;
-        info.nr5g_sig.rsrp = value_at(nr5g.rsrp, nr5g.swing.rsrp, nr5g.swing, time_ms);
-        info.nr5g_sig.snr = value_at(nr5g.snr, nr5g.swing.snr, nr5g.swing, time_ms);
+        info.nr5g_sig.rsrp = measured(nr5g.rsrp, nr5g.swing.rsrp, nr5g.swing, moment);
+        info.nr5g_sig.snr = measured(nr5g.snr, nr5g.swing.snr, nr5g.swing, moment);
     }
     if (nr5g_cell(state) && nr5g.rsrq_reported) {
         info.nr5g_rsrq_valid = 1;
-        info.nr5g_rsrq = value_at(nr5g.rsrq, nr5g.swing.rsrq, nr5g.swing, time_ms);
+        info.nr5g_rsrq = measured(nr5g.rsrq, nr5g.swing.rsrq, nr5g.swing, moment);
     }
 }
 
 // The serving cell stands last in its frequency's list of cells.
-void nas_fill_cell_location(const scenario_state &state, uint64_t time_ms, zeb_nas_cell_location_info_resp &resp) {
+void nas_fill_cell_location(const scenario_state &state, const scenario_moment &moment,
+                            zeb_nas_cell_location_info_resp &resp) {
     const scenario_lte &lte = state.lte;
     const scenario_nr5g &nr5g = state.nr5g;
     if (lte_cell(state)) {
@@ -99,8 +100,8 @@ void nas_fill_cell_location(const scenario_state &state, uint64_t time_ms, zeb_n
         resp.lte_intra.serving_cell_id = lte.pci;
         const uint32_t others = copy_list(lte.intra, resp.lte_intra.cells);
         resp.lte_intra.cells[others] = {lte.pci,
-                                        value_at(lte.rsrq, lte.swing.rsrq, lte.swing, time_ms),
-                                        value_at(lte.rsrp, lte.swing.rsrp, lte.swing, time_ms),
+                                        measured(lte.rsrq, lte.swing.rsrq, lte.swing, moment),
+                                        measured(lte.rsrp, lte.swing.rsrp, lte.swing, moment),
                                         {}};
         resp.lte_intra.cells_len = others + 1;
     }
@@ -110,9 +111,9 @@ void nas_fill_cell_location(const scenario_state &state, uint64_t time_ms, zeb_n
         memcpy(resp.nr5g_serving.tac, nr5g.tac, sizeof(nr5g.tac));
         resp.nr5g_serving.cgi = nr5g.cgi;
         resp.nr5g_serving.pci = nr5g.pci;
-        resp.nr5g_serving.rsrq = value_at(nr5g.rsrq, nr5g.swing.rsrq, nr5g.swing, time_ms);
-        resp.nr5g_serving.rsrp = value_at(nr5g.rsrp, nr5g.swing.rsrp, nr5g.swing, time_ms);
-        resp.nr5g_serving.snr = static_cast<int16_t>(value_at(nr5g.snr, nr5g.swing.snr, nr5g.swing, time_ms) / 10);
+        resp.nr5g_serving.rsrq = measured(nr5g.rsrq, nr5g.swing.rsrq, nr5g.swing, moment);
+        resp.nr5g_serving.rsrp = measured(nr5g.rsrp, nr5g.swing.rsrp, nr5g.swing, moment);
+        resp.nr5g_serving.snr = static_cast<int16_t>(measured(nr5g.snr, nr5g.swing.snr, nr5g.swing, moment) / 10);
         resp.nr5g_arfcn_valid = nr5g.arfcn.has_value();
         resp.nr5g_arfcn = nr5g.arfcn.value_or(0);
     }

@@ -1,13 +1,14 @@
 // The network access service's messages, filled from a state of the scenario. Every message comes zero-filled;
 // groups that need a cell stay absent without one. Lock lists and scan results do not depend on the service status.
-// time_ms is the moment in the scenario, for values that swing.
+// The moment is that of measured values, which swing and go up and down ramps.
 #pragma once
 
 #include "scenario.h"
 
 void nas_fill_sys_info(const scenario_state &state, zeb_nas_sys_info &info);
-void nas_fill_sig_info(const scenario_state &state, uint64_t time_ms, zeb_nas_sig_info &info);
-void nas_fill_cell_location(const scenario_state &state, uint64_t time_ms, zeb_nas_cell_location_info_resp &resp);
+void nas_fill_sig_info(const scenario_state &state, const scenario_moment &moment, zeb_nas_sig_info &info);
+void nas_fill_cell_location(const scenario_state &state, const scenario_moment &moment,
+                            zeb_nas_cell_location_info_resp &resp);
 void nas_fill_tx_rx_info(const scenario_state &state, uint32_t radio_if, zeb_nas_tx_rx_info_resp &resp);
 void nas_fill_cqi_info(const scenario_state &state, uint32_t technology, zeb_nas_cqi_info_resp &resp);
 void nas_fill_lte_locks(const scenario_state &state, zeb_nas_lte_cell_lock_list_resp &resp);

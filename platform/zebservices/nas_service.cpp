@@ -2,7 +2,17 @@
 #include "modem.h"
 #include "nas_messages.h"
 
+#include <cstdlib>
+
 namespace {
+
+// Whether there is memory to begin with. Without it the C++ library cannot even throw that there is none, and ends the
+// program.
+bool memory_left() {
+    void *volatile memory = malloc(size_t{256} * 1024);
+    free(memory);
+    return memory != nullptr;
+}
 
 constinit const zeb_service NAS_SERVICE = {
     .magic = ZEB_SERVICE_MAGIC,
@@ -20,7 +30,7 @@ constinit const zeb_service NAS_SERVICE = {
 // The modem is switched on here, so that a bad scenario is reported before anyone waits for the service.
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
-    if (idl_major_version != 1 || idl_minor_version != 342 || library_version != 6) {
+    if (idl_major_version != 1 || idl_minor_version != 342 || library_version != 6 || !memory_left()) {
         return nullptr;
     }
     try {

@@ -13,6 +13,21 @@
 // Service status of a technology that is not there at all; the others are ZEB_NAS_SRV_STATUS_...
 inline constexpr int32_t SCENARIO_ABSENT = -1;
 
+// A measured value: from_ms on it goes from `from` to `to` in a straight line, which takes over_ms, and stays there.
+struct scenario_value {
+    int32_t from;
+    int32_t to = from;
+    uint64_t from_ms = 0;
+    uint32_t over_ms = 0;
+};
+
+// A moment of the scenario: since it was switched on, which swings go by, and since its timeline started last, which
+// ramps go by.
+struct scenario_moment {
+    uint64_t total_ms;
+    uint64_t round_ms;
+};
+
 // How far measured values swing to either side of the given ones, and in which time.
 struct scenario_swing {
     int32_t rsrp = 0;
@@ -36,9 +51,9 @@ struct scenario_lte {
     uint16_t earfcn = 0;
     uint16_t pci = 0;
     int8_t rssi = -70;
-    int8_t rsrq = -10;
-    int16_t rsrp = -95;
-    int16_t snr = 100;
+    scenario_value rsrq = {-10};
+    scenario_value rsrp = {-95};
+    scenario_value snr = {100};
     scenario_swing swing;
     std::optional<int32_t> tx_power;
     std::optional<std::vector<zeb_nas_cc_cqi>> cqi;
@@ -62,10 +77,10 @@ struct scenario_nr5g {
     uint64_t cgi = 0;
     std::optional<uint32_t> arfcn;
     uint16_t pci = 0;
-    int16_t rsrp = -95;
-    int16_t rsrq = -10;
+    scenario_value rsrp = {-95};
+    scenario_value rsrq = {-10};
     bool rsrq_reported = true;
-    int16_t snr = 100;
+    scenario_value snr = {100};
     scenario_swing swing;
     std::optional<int32_t> tx_power;
     std::optional<std::vector<zeb_nas_cc_cqi>> cqi;
@@ -111,9 +126,11 @@ struct scenario {
     std::vector<scenario_fault> faults;
 };
 
+// Where a value is on its way, without its swing.
+int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
+
 // Reads a scenario from TOML text of any content; file is the name for messages. On a scenario that is not right,
-// returns false with "file:line: reason" in error (nothing when there is not even the memory for that), and out is not
-// to be used. Never throws.
+// returns false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing else.
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
 // The built-in scenario.

@@ -6,6 +6,7 @@
 #include <new>
 #include <span>
 #include <stdexcept>
+#include <utility>
 
 // Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
 // parser and the tables that it builds can go.
@@ -30,13 +31,20 @@ constexpr int64_t U32_MAX = 0xFFFFFFFF;
 constexpr size_t CHANGES_MAX = 256;
 constexpr size_t FAULTS_MAX = 64;
 
+// The start of a ramp until the time of its change is known.
+constexpr uint64_t RAMP_STARTS_HERE = UINT64_MAX;
+
 // Keeps the refusal that stands first in the file.
 struct reader {
     size_t line = SIZE_MAX;
     std::string reason;
+    size_t refusals = 0;
+    std::string_view key; // whose value is read
+    bool in_change = false;
 };
 
 void refuse(reader &r, size_t line, std::string reason) {
+    r.refusals++;
     if (line < r.line) {
         r.line = line;
         r.reason = std::move(reason);
@@ -55,6 +63,11 @@ std::string printable(std::string_view name) {
     return out;
 }
 
+// A value that is not right for its key.
+void refuse_value(reader &r, const toml::node &node, const std::string &reason) {
+    refuse(r, line_of(node), r.key.empty() ? reason : std::string(r.key) + ": " + reason);
+}
+
 // One key of a table of the file and what it sets in T.
 template <typename T> struct key {
     const char *name;
@@ -65,7 +78,7 @@ template <typename T> struct key {
 template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
     const toml::table *table = node.as_table();
     if (table == nullptr) {
-        return refuse(r, line_of(node), "a table is expected");
+        return refuse_value(r, node, "a table is expected");
     }
     for (auto &&[name, value] : *table) {
         const std::string_view word = name.str();
@@ -73,7 +86,9 @@ template <typename T> void read_table(reader &r, const toml::node &node, std::sp
         if (found == keys.end()) {
             refuse(r, name.source().begin.line, "unknown key \"" + printable(word) + "\"");
         } else {
+            const std::string_view outer = std::exchange(r.key, found->name);
             found->read(r, value, out);
+            r.key = outer;
         }
     }
 }
@@ -81,18 +96,45 @@ template <typename T> void read_table(reader &r, const toml::node &node, std::sp
 template <typename T> void read_integer(reader &r, const toml::node &node, int64_t min, int64_t max, T &out) {
     const auto *value = node.as_integer();
     if (value == nullptr) {
-        return refuse(r, line_of(node), "an integer is expected");
+        return refuse_value(r, node, "an integer is expected");
     }
     if (value->get() < min || value->get() > max) {
-        return refuse(r, line_of(node), "value out of range " + std::to_string(min) + " to " + std::to_string(max));
+        return refuse_value(r, node, "value out of range " + std::to_string(min) + " to " + std::to_string(max));
     }
     out = static_cast<T>(value->get());
+}
+
+// A measured value: a number or, in a change, a ramp. Where a ramp starts is not known here.
+void read_value(reader &r, const toml::node &node, int64_t min, int64_t max, scenario_value &out) {
+    const toml::table *ramp = node.as_table();
+    if (ramp == nullptr) {
+        int32_t value = 0;
+        read_integer(r, node, min, max, value);
+        out = {value};
+        return;
+    }
+    const size_t before = r.refusals;
+    out.over_ms = 0;
+    for (auto &&[name, value] : *ramp) {
+        const std::string_view word = name.str();
+        if (word == "to") {
+            read_integer(r, value, min, max, out.to);
+        } else if (word == "over_ms") {
+            read_integer(r, value, 1, MS_MAX, out.over_ms);
+        } else {
+            refuse(r, name.source().begin.line, "unknown key \"" + printable(word) + "\"");
+        }
+    }
+    if (r.refusals == before && !(r.in_change && ramp->contains("to") && ramp->contains("over_ms"))) {
+        refuse_value(r, node, "a ramp stands in a change, and has to and over_ms");
+    }
+    out.from_ms = RAMP_STARTS_HERE;
 }
 
 void read_bool(reader &r, const toml::node &node, bool &out) {
     const auto *value = node.as_boolean();
     if (value == nullptr) {
-        return refuse(r, line_of(node), "true or false is expected");
+        return refuse_value(r, node, "true or false is expected");
     }
     out = value->get();
 }
@@ -107,7 +149,7 @@ void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     const char *end = digits.data() + digits.size();
     if (digits.size() < 3 || digits.size() > 18 || !digits.starts_with("0x") ||
         std::from_chars(digits.data() + 2, end, out, 16).ptr != end) {
-        refuse(r, line_of(node), "hexadecimal digits after 0x are expected");
+        refuse_value(r, node, "hexadecimal digits after 0x are expected");
     }
 }
 
@@ -124,16 +166,16 @@ void read_word(reader &r, const toml::node &node, std::span<const char *const> w
     for (const char *word : words) {
         reason += std::string(" ") + word;
     }
-    refuse(r, line_of(node), reason);
+    refuse_value(r, node, reason);
 }
 
 // The list in node, or null when it is not one of at most max elements.
 const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     const toml::array *list = node.as_array();
     if (list == nullptr) {
-        refuse(r, line_of(node), "a list is expected");
+        refuse_value(r, node, "a list is expected");
     } else if (list->size() > max) {
-        refuse(r, line_of(node), "more than " + std::to_string(max) + " entries");
+        refuse_value(r, node, "more than " + std::to_string(max) + " entries");
         return nullptr;
     }
     return list;
@@ -158,6 +200,10 @@ template <auto MEMBER, int64_t MIN, int64_t MAX, typename T> void number(reader 
     read_integer(r, node, MIN, MAX, member(out.*MEMBER));
 }
 
+template <auto MEMBER, int64_t MIN, int64_t MAX, typename T> void measured(reader &r, const toml::node &node, T &out) {
+    read_value(r, node, MIN, MAX, out.*MEMBER);
+}
+
 template <auto MEMBER, size_t MAX, auto READ, typename T> void list(reader &r, const toml::node &node, T &out) {
     auto &entries = member(out.*MEMBER);
     const toml::array *elements = list_of(r, node, MAX);
@@ -179,7 +225,7 @@ template <auto MEMBER, typename T> void bytes(reader &r, const toml::node &node,
     const size_t count = std::size(out.*MEMBER);
     const toml::array *elements = list_of(r, node, count);
     if (elements != nullptr && elements->size() != count) {
-        refuse(r, line_of(node), std::to_string(count) + " bytes are expected");
+        refuse_value(r, node, std::to_string(count) + " bytes are expected");
     }
     for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
         read_integer(r, (*elements)[i], 0, 255, (out.*MEMBER)[i]);
@@ -293,9 +339,9 @@ void read_lte(reader &r, const toml::node &node, scenario_lte &out) {
         {"earfcn", number<&T::earfcn, 0, U16_MAX>},
         {"pci", number<&T::pci, 0, U16_MAX>},
         {"rssi", number<&T::rssi, -128, 0>},
-        {"rsrq", number<&T::rsrq, -60, 20>},
-        {"rsrp", number<&T::rsrp, -200, 0>},
-        {"snr", number<&T::snr, -500, 500>},
+        {"rsrq", measured<&T::rsrq, -60, 20>},
+        {"rsrp", measured<&T::rsrp, -200, 0>},
+        {"snr", measured<&T::snr, -500, 500>},
         {"swing", one<&T::swing, read_swing>},
         {"tx_power", number<&T::tx_power, -1000, 1000>},
         {"cqi", list<&T::cqi, ZEB_NAS_LTE_CC_MAX, read_carrier>},
@@ -318,10 +364,10 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
         {"cgi", one<&T::cgi, read_u64>},
         {"arfcn", one<&T::arfcn, read_arfcn>},
         {"pci", number<&T::pci, 0, U16_MAX>},
-        {"rsrp", number<&T::rsrp, -200, 0>},
-        {"rsrq", number<&T::rsrq, -60, 20>},
+        {"rsrp", measured<&T::rsrp, -200, 0>},
+        {"rsrq", measured<&T::rsrq, -60, 20>},
         {"rsrq_reported", one<&T::rsrq_reported, read_bool>},
-        {"snr", number<&T::snr, -500, 500>},
+        {"snr", measured<&T::snr, -500, 500>},
         {"swing", one<&T::swing, read_swing>},
         {"tx_power", number<&T::tx_power, -1000, 1000>},
         {"cqi", list<&T::cqi, ZEB_NAS_NR5G_CC_MAX, read_carrier>},
@@ -330,6 +376,20 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
         {"neighbour", list<&T::neighbours, ZEB_NAS_NR5G_NBR_MAX, read_nr5g_neighbour>},
     };
     read_table<T>(r, node, KEYS, out);
+}
+
+// The ramps of a change start when it comes, from where the value was then.
+void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
+    if (value.from_ms == RAMP_STARTS_HERE) {
+        value.from = scenario_value_at(before, at_ms);
+        value.from_ms = at_ms;
+    }
+}
+
+template <typename T> void start_ramps(T &cell, const T &before, uint64_t at_ms) {
+    start_ramp(cell.rsrp, before.rsrp, at_ms);
+    start_ramp(cell.rsrq, before.rsrq, at_ms);
+    start_ramp(cell.snr, before.snr, at_ms);
 }
 
 // A change starts from the state before it, so that it needs to name only what is new.
@@ -344,9 +404,12 @@ void read_changes(reader &r, const toml::node &node, std::vector<scenario_state>
     const toml::array *changes = list_of(r, node, CHANGES_MAX);
     for (size_t i = 0; changes != nullptr && i < changes->size(); i++) {
         const toml::node &change = (*changes)[i];
+        const size_t before = r.refusals;
         T state = states.back();
         read_table<T>(r, change, KEYS, state);
-        if (state.at_ms <= states.back().at_ms) {
+        start_ramps(state.lte, states.back().lte, state.at_ms);
+        start_ramps(state.nr5g, states.back().nr5g, state.at_ms);
+        if (r.refusals == before && state.at_ms <= states.back().at_ms) {
             refuse(r, line_of(change), "a change needs an at_ms later than the one before it");
         }
         states.push_back(std::move(state));
@@ -397,12 +460,12 @@ void read_fault(reader &r, const toml::node &node, scenario_fault &out) {
         {"scan_lost", one<&T::scan_lost, read_bool>},
         {"damage", one<&T::damage, read_damage>},
     };
+    const size_t before = r.refusals;
     read_table<T>(r, node, KEYS, out);
-
-    const toml::table *keys = node.as_table();
-    if (keys == nullptr) {
+    if (r.refusals != before) {
         return;
     }
+    const toml::table *keys = node.as_table();
     const bool request =
         keys->contains("status") || keys->contains("result") || keys->contains("error") || keys->contains("delay_ms");
     const bool scan = keys->contains("scan_status") || keys->contains("scan_lost");
@@ -433,9 +496,12 @@ void read_scenario(reader &r, const toml::table &root, scenario &out) {
     out.states.emplace_back();
     read_table<T>(r, root, KEYS, out);
     if (const toml::node *changes = root.get("change")) {
+        r.key = "change";
+        r.in_change = true;
         read_changes(r, *changes, out.states);
     }
-    if (const toml::node *repeat = root.get("repeat_ms"); repeat && out.repeat_ms <= out.states.back().at_ms) {
+    if (const toml::node *repeat = root.get("repeat_ms");
+        r.refusals == 0 && repeat && out.repeat_ms <= out.states.back().at_ms) {
         refuse(r, line_of(*repeat), "repeat_ms must come after the last change");
     }
 }
@@ -465,7 +531,7 @@ void check_lines(reader &r, std::string_view text) {
 
 void parse(reader &r, std::string_view text, scenario &out) {
     check_lines(r, text);
-    if (!r.reason.empty()) {
+    if (r.refusals != 0) {
         return;
     }
     try {
@@ -477,26 +543,27 @@ void parse(reader &r, std::string_view text, scenario &out) {
 
 } // namespace
 
-bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error) {
-    try {
-        error.clear();
-        // Written while there is memory for it, in case that later there is none.
-        error = std::string(file) + ":0: out of memory";
-        reader r;
-        try {
-            parse(r, text, out);
-        } catch (const std::bad_alloc &) {
-            return false;
-        } catch (const std::exception &e) {
-            refuse(r, 0, e.what());
-        }
-        if (r.reason.empty()) {
-            error.clear();
-            return true;
-        }
-        error = std::string(file) + ":" + std::to_string(r.line) + ": " + r.reason;
-        return false;
-    } catch (...) {
-        return false;
+int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms) {
+    if (round_ms <= value.from_ms) {
+        return value.over_ms == 0 ? value.to : value.from;
     }
+    const auto passed = static_cast<int64_t>(std::min<uint64_t>(round_ms - value.from_ms, value.over_ms));
+    const int64_t way = int64_t{value.to} - value.from;
+    return value.over_ms == 0 ? value.to : static_cast<int32_t>(value.from + way * passed / value.over_ms);
+}
+
+bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error) {
+    reader r;
+    try {
+        parse(r, text, out);
+    } catch (const std::bad_alloc &) {
+        throw;
+    } catch (const std::exception &e) {
+        refuse(r, 0, e.what());
+    }
+    error.clear();
+    if (r.refusals != 0) {
+        error = std::string(file) + ":" + std::to_string(r.line) + ": " + r.reason;
+    }
+    return r.refusals == 0;
 }
