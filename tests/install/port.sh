@@ -14,14 +14,19 @@ mkdir -p "$dir/source" "$dir/root/lib"
 (cd "$source" && cp -r CMakeLists.txt client cmake dm "$dir/source/")
 cp -r "$source/platform/include" "$dir/root/include"
 cp "$built"/platform/*.so "$dir/root/lib/"
+# As a compiler does that has no __FILE_NAME__.
+flags="-U__FILE_NAME__ -Wno-builtin-macro-redefined"
 configure() {
-    cmake -S "$dir/source" -B "$dir/build" -G Ninja -DCMAKE_BUILD_TYPE=Release ${toolchain:+"$toolchain"} -DCPE_DM_PLATFORM_ROOT="$1"
+    cmake -S "$dir/source" -B "$dir/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS="$flags" \
+        ${toolchain:+"$toolchain"} -DCPE_DM_PLATFORM_ROOT="$1"
 }
 
 configure "$dir/root"
 cmake --build "$dir/build" -j "${JOBS:-2}" --target cpe_dm_client
 "$source/scripts/check-needed" "$dir/build/client/cpe_dm_client"
+export DIAG_LOG="$dir/log"
 LD_LIBRARY_PATH=$dir/root/lib run_client "$@" "$dir/build/client/cpe_dm_client"
+grep -q ' cpe_dm_zeb_nas\.cpp:[0-9]' "$DIAG_LOG" || fail "the log does not name its source"
 
 # Another root takes effect in the same build folder: one whose message 0x0051 is 4 bytes longer does not compile.
 cp -r "$dir/root" "$dir/longer"
