@@ -54,6 +54,25 @@ static const char *const async_rsp_names[] = {
 };
 static_assert(std::size(async_rsp_names) == CPE_DM_ASYNC_RSP_CNT);
 
+struct status_row {
+    int32_t status; /* cpe_dm_status */
+    const char *text;
+};
+
+static const status_row status_rows[] = {
+    {CPE_DM_SUCCESS, "success"},
+    {CPE_DM_ERR_FAILURE, "the modem or a lower layer failed"},
+    {CPE_DM_ERR_INVALID_PARAM, "invalid handle or argument"},
+    {CPE_DM_ERR_NO_MEMORY, "out of memory"},
+    {CPE_DM_ERR_LIST_TOO_SMALL, "list too small for the indications set"},
+    {CPE_DM_ERR_SCAN_ONGOING, "a neighbour scan is in progress"},
+    {CPE_DM_ERR_NOT_SUPPORTED, "not supported"},
+    {CPE_DM_ERR_NOT_INITIALIZED, "not initialised"},
+    {CPE_DM_ERR_ALREADY_INITIALIZED, "a client is registered already"},
+    {CPE_DM_ERR_SERVICE_UNAVAILABLE, "neither LTE nor NR 5G is in service"},
+    {CPE_DM_ERR_INFO_UNAVAILABLE, "not reported by the modem"},
+};
+
 static const char *name_of(const char *const *names, uint32_t cnt, uint32_t id) {
     return names[id < cnt ? id : 0];
 }
@@ -68,4 +87,13 @@ const char *cpe_dm_ind_name(uint32_t id) {
 
 const char *cpe_dm_async_rsp_name(uint32_t id) {
     return name_of(async_rsp_names, CPE_DM_ASYNC_RSP_CNT, id);
+}
+
+const char *cpe_dm_strerror(int32_t status) {
+    for (const status_row &row : status_rows) {
+        if (row.status == status) {
+            return row.text;
+        }
+    }
+    return "unknown status";
 }

@@ -3,6 +3,7 @@
 
 #include <assert.h>
 #include <stddef.h>
+#include <string.h>
 
 #define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
 #define OFFSET(type, field, bytes) static_assert(offsetof(type, field) == (bytes), #type "." #field)
@@ -42,6 +43,11 @@ int main(void) {
     int failed = cpe_dm_metric_name(CPE_DM_METRIC_CNT) != cpe_dm_metric_name(0) ||
                  cpe_dm_ind_name(CPE_DM_IND_CNT) != cpe_dm_ind_name(0) ||
                  cpe_dm_async_rsp_name(CPE_DM_ASYNC_RSP_CNT) != cpe_dm_async_rsp_name(0);
+    int known = 0;
+    for (int32_t status = -20; status <= 1; status++) {
+        known += strcmp(cpe_dm_strerror(status), cpe_dm_strerror(INT32_MIN)) != 0;
+    }
+    failed |= known != 11 || strcmp(cpe_dm_strerror(CPE_DM_ERR_INFO_UNAVAILABLE), "not reported by the modem") != 0;
     for (size_t i = 0; i < sizeof(statuses) / sizeof(statuses[0]); i++) {
         failed |= statuses[i] != CPE_DM_ERR_INVALID_PARAM;
     }

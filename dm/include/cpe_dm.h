@@ -16,7 +16,17 @@
  *                               the operation asks for;
  *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way;
  *   CPE_DM_ERR_FAILURE          a system primitive failed;
- * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0. */
+ * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0.
+ *
+ * Coverage: out of it, metric requests return CPE_DM_ERR_SERVICE_UNAVAILABLE. Nothing is wrong: ask again later, or
+ * set the registration status indication and wait for it.
+ *
+ * Restart: a modem that restarts is not announced. While it is away, every operation that asks it returns
+ * CPE_DM_ERR_FAILURE, at once or when its request has run out of time; no event comes; and the response of a scan that
+ * was outstanding never will. The indications stay set in the module, but whether the modem still knows of them when it
+ * is back is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE, call cpe_dm_deinit, then
+ * cpe_dm_init, which waits until the modem is back and gives a new handle; read the registration status, of which only
+ * later changes are delivered; and set the indications again. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -57,8 +67,8 @@ typedef enum {
     CPE_DM_INFO_TYPE_IND = 3,       /* an indication: its setting, or one given to the callback */
 } cpe_dm_info_type;
 
-/* Metrics, with the value that a successful request leaves in the record. Signal and power values are in the units in
- * which the modem's network access service reports them; RSRP is in dBm and RSRQ in dB.
+/* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB
+ * (125 is 12.5 dB) and TX power in 0.1 dBm, as the modem's network access service reports them.
  *
  * The neighbour metrics (EARFCN to RSRQ of neighbouring cells) give no value: a request starts a network scan, and the
  * response comes to the callback, filled with what had been asked for. */
@@ -73,18 +83,18 @@ typedef enum {
     CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the 64 bits of the identity as they are */
     CPE_DM_METRIC_LTE_PLMN = 8,         /* INT64_LIST, 3 entries: the bytes of the PLMN ID in order, 0 to 255 each */
     CPE_DM_METRIC_NR5G_PLMN = 9,        /* as LTE */
-    CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, signed 16-bit */
-    CPE_DM_METRIC_NR5G_RSRP = 11,       /* INT64, signed 16-bit */
-    CPE_DM_METRIC_LTE_RSRQ = 12,        /* INT64, signed 8-bit */
-    CPE_DM_METRIC_NR5G_RSRQ = 13,       /* INT64, signed 16-bit */
-    CPE_DM_METRIC_LTE_SINR = 14,        /* INT64, signed 16-bit */
-    CPE_DM_METRIC_NR5G_SINR = 15,       /* INT64, signed 16-bit */
+    CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, signed 16-bit, dBm */
+    CPE_DM_METRIC_NR5G_RSRP = 11,       /* INT64, signed 16-bit, dBm */
+    CPE_DM_METRIC_LTE_RSRQ = 12,        /* INT64, signed 8-bit, dB */
+    CPE_DM_METRIC_NR5G_RSRQ = 13,       /* INT64, signed 16-bit, dB */
+    CPE_DM_METRIC_LTE_SINR = 14,        /* INT64, signed 16-bit, 0.1 dB */
+    CPE_DM_METRIC_NR5G_SINR = 15,       /* INT64, signed 16-bit, 0.1 dB */
     CPE_DM_METRIC_LTE_CQI = 16,         /* CQI_INFO: fills the caller's cpe_dm_lte_cqi_info */
     CPE_DM_METRIC_NR5G_CQI = 17,        /* CQI_INFO: fills the caller's cpe_dm_nr5g_cqi_info */
     CPE_DM_METRIC_LTE_TAC = 18,         /* INT64, unsigned 16-bit */
     CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
-    CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit */
-    CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit */
+    CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit, 0.1 dBm */
+    CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit, 0.1 dBm */
     CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE neighbours: CPE_DM_ASYNC_RSP_LTE_NBR */
     CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR 5G neighbours: CPE_DM_ASYNC_RSP_NR5G_NBR */
     CPE_DM_METRIC_LTE_NBR_PCI = 24,
@@ -103,7 +113,11 @@ typedef enum {
 
 /* Indications. Registration status needs no value when it is set, and is delivered as UINT32, the new
  * cpe_dm_reg_status. The others take a threshold (INT64, at least 1), the change after which the modem reports, and
- * are delivered as INT64, the new value in the units of the metric of the same name. */
+ * are delivered as INT64, the new value; threshold and value are in the units of the metric of the same name.
+ *
+ * The thresholds only decide when the modem reports. Each of its reports carries all its signal values, and delivers
+ * every indication set whose value differs from the one delivered last, be it by less than its own threshold. From
+ * when an indication is set, also when it is set again, 0 counts as the value delivered last. */
 typedef enum {
     CPE_DM_IND_INVALID = 0,
     CPE_DM_IND_REG_STATUS = 1,
@@ -375,6 +389,10 @@ int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info);
 const char *cpe_dm_metric_name(uint32_t id);
 const char *cpe_dm_ind_name(uint32_t id);
 const char *cpe_dm_async_rsp_name(uint32_t id);
+
+/* What a status means, in a few words without a line end: static text, also for a number that is no status. Callable at
+ * any time, from any thread, also from the callback. */
+const char *cpe_dm_strerror(int32_t status);
 
 #ifdef __cplusplus
 }
