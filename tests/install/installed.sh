@@ -5,6 +5,11 @@ set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
 
+# As the README has it, whose last command is the example.
+readme_commands 'Using the module in your own program' >"$dir/commands"
+(cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
+grep -q -e 'Z,-[0-9]' "$dir/example.out" || fail "no value from the README's example"
+
 for component in client dev standin; do
     cmake --install "$1" --prefix "$dir/first" --component "$component"
 done
