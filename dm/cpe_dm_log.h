@@ -12,9 +12,23 @@ enum {
 
 void cpe_dm_log_write(const diag_msg_desc *desc, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
+/* The source file's name without its folders, known when it is compiled. */
+#ifdef __FILE_NAME__
+#define CPE_DM_LOG_FILE __FILE_NAME__
+#else
+constexpr const char *cpe_dm_log_file(const char *path) {
+    const char *name = path;
+    for (const char *c = path; *c != '\0'; c++) {
+        name = *c == '/' ? c + 1 : name;
+    }
+    return name;
+}
+#define CPE_DM_LOG_FILE cpe_dm_log_file(__FILE__)
+#endif
+
 #define CPE_DM_LOG(level, ...)                                                                                         \
     do {                                                                                                               \
-        static const diag_msg_desc cpe_dm_log_desc = {__LINE__, CPE_DM_LOG_SS_ID, level, "%s", __FILE_NAME__};         \
+        static constexpr diag_msg_desc cpe_dm_log_desc = {__LINE__, CPE_DM_LOG_SS_ID, level, "%s", CPE_DM_LOG_FILE};   \
         cpe_dm_log_write(&cpe_dm_log_desc, __VA_ARGS__);                                                               \
     } while (0)
 

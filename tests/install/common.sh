@@ -1,7 +1,7 @@
 # What these tests share; sourced by them, never run. `source` is the project's folder, `dir` one of the test's own.
 # shellcheck shell=sh
 source=$(cd "$(dirname "$0")/../.." && pwd)
-example=$source/tests/install/consumer # a folder with the CMakeLists.txt and the sources of a C program of this name
+example=$source/examples/signal_logger
 # shellcheck disable=SC2034
 program=$(basename "$example")
 dir=$(mktemp -d) || exit 1
@@ -34,4 +34,10 @@ must_fail() {
 # build FOLDER CMAKE-OPTION...: configures into the folder and builds all of it.
 build() {
     cmake -B "$@" -G Ninja -DCMAKE_BUILD_TYPE=Release && cmake --build "$1" -j "${JOBS:-2}"
+}
+
+# readme_commands HEADING: the first block of commands below that heading of the README.
+readme_commands() {
+    awk -v heading="## $1" '$0 == heading { here = 1 } here && /^```$/ { exit } block { print } here && /^```sh$/ { block = 1 }' \
+        "$source/README.md" | grep . || fail "the README has no commands below $1"
 }

@@ -18,10 +18,9 @@ build "$dir/fetch" -S "$dir/host" -DCPE_DM_SOURCE="$source" -DEXAMPLE="$example"
 run_example "$dir/fetch/example/$program"
 
 for folder in sub fetch; do
-    grep -lE -e '-Werror|googletest|cpe_dm_client' "$dir/$folder/build.ninja" && fail "$folder has warnings as errors, tests or the client"
+    grep -E -e '-Werror|googletest|cpe_dm_client|CXX_EXECUTABLE' "$dir/$folder/build.ninja" &&
+        fail "$folder has warnings as errors, tests or the client, or links a C program as C++"
     [ ! -e "$dir/$folder/compile_commands.json" ] || fail "$folder has compile commands it did not ask for"
     cmake --install "$dir/$folder" --prefix "$dir/installed" >"$dir/install.log"
     [ ! -e "$dir/installed" ] || fail "$folder installs what it did not ask for"
-    readelf -d "$dir/$folder/example/$program" | grep 'libstdc++' && fail "a C program needs the C++ library"
 done
-exit 0

@@ -7,28 +7,34 @@ set -e
 . "$(dirname "$0")/common.sh"
 built=$1
 shift
+box=$dir/source/build/box
 toolchain=${1:+-DCMAKE_TOOLCHAIN_FILE=$1}
 [ $# -eq 0 ] || shift
 
 mkdir -p "$dir/source" "$dir/root/lib"
-(cd "$source" && cp -r CMakeLists.txt client cmake dm "$dir/source/")
+find "$source" -mindepth 1 -maxdepth 1 ! -name platform ! -name tests ! -name build ! -name '.*' \
+    -exec cp -r {} "$dir/source/" \;
 cp -r "$source/platform/include" "$dir/root/include"
 cp "$built"/platform/*.so "$dir/root/lib/"
-configure() {
-    cmake -S "$dir/source" -B "$dir/build" -G Ninja -DCMAKE_BUILD_TYPE=Release ${toolchain:+"$toolchain"} -DCPE_DM_PLATFORM_ROOT="$1"
-}
 
-configure "$dir/root"
-cmake --build "$dir/build" -j "${JOBS:-2}" --target cpe_dm_client
-"$source/scripts/check-needed" "$dir/build/client/cpe_dm_client"
-LD_LIBRARY_PATH=$dir/root/lib run_client "$@" "$dir/build/client/cpe_dm_client"
+# The README's commands, with this platform and toolchain, and as by a compiler that has no __FILE_NAME__.
+export CXXFLAGS="-U__FILE_NAME__ -Wno-builtin-macro-redefined"
+readme_commands 'Porting to a box' >"$dir/commands"
+sed -i -e "s,/path/to/platform,$dir/root," -e "s,-DCMAKE_TOOLCHAIN_FILE=.*,$toolchain," "$dir/commands"
+(cd "$dir/source" && sh -e "$dir/commands")
+
+export DIAG_LOG="$dir/log"
+LD_LIBRARY_PATH=$dir/root/lib run_client "$@" "$box/client/cpe_dm_client"
+grep -q ' cpe_dm_zeb_nas\.cpp:[0-9]' "$DIAG_LOG" || fail "the log does not name its source"
+
+configure() { cmake "$box" -DCPE_DM_PLATFORM_ROOT="$1"; }
 
 # Another root takes effect in the same build folder: one whose message 0x0051 is 4 bytes longer does not compile.
 cp -r "$dir/root" "$dir/longer"
 header=$dir/longer/include/zeb_nas_v01.h
 sed -i -e '/^static_assert/d' -e 's/reserved\[15\]/reserved[16]/' "$header"
 configure "$dir/longer"
-must_fail '0x0051.*84.*80' cmake --build "$dir/build" --target cpe_dm_archive
+must_fail '0x0051.*84.*80' cmake --build "$box" --target cpe_dm_archive
 
 # A root that is none is refused by what is missing.
 rm "$dir/longer/include/diag_msg.h" "$dir/longer/lib/libzeb_cci.so"
