@@ -40,7 +40,7 @@ lte = { srv_status = "service", rsrp = -90 }
 at_ms = 500
 present = false
 [[change]]
-at_ms = 1500
+at_ms = 2500
 present = true
 SCENARIO
 ZEB_SCENARIO=$dir/restart.toml "$@" -i 0.1 -n 10 >"$dir/rows" 2>"$dir/reports" || fail "ended with status $?"
