@@ -1,12 +1,16 @@
 # Makes a transcript of a program's whole output. Nothing of it is lost but what is the same again:
 #   - the client's banner and menu, where the menu is printed more than once: "[menu] " stands for each exact copy;
-#   - the inner entries of a numbered list (lines with a #number) that are alike but for their numbers.
+#   - the inner entries of a numbered list (lines with a #number) that are alike but for their numbers, and the inner
+#     lines of the client's announcements of a list of metrics, alike but for the names.
 # A backslash at the end of a line says that the program ended the line's text without a newline.
 { text = text $0 "\n" }
 
 # What all entries of a list have in common; other lines have nothing in common with any.
 function shape(i,   s) {
     s = line[i]
+    if (sub(/^CPE DEMO APP : Getting LTE.5G \[.*\] metric information\.$/, "Getting", s)) {
+        return s
+    }
     if (s !~ /#[0-9]/) {
         return "line " i
     }

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 #include <sstream>
 #include <utility>
@@ -16,8 +17,8 @@
 static cpe_dm_hndl handle;
 static std::string events;
 
-/* Nothing is printed, but counts as printed. */
-static bool quiet;
+/* Nothing is printed, or nothing of the log; it counts as printed all the same. */
+static bool quiet, quiet_log;
 
 /* The operations that wait for a line of their own, and what is to stand behind them. */
 static std::string titles, outcome;
@@ -68,7 +69,7 @@ static void show(const std::string &title, int32_t status, const std::string &va
     std::istringstream log(without_addresses(fake_log()));
     for (std::string text; std::getline(log, text);) {
         count[text[0] == 'E']++;
-        add(text);
+        quiet_log ? (void)seen.insert(text) : add(text);
     }
     line +=
         (count[0] != 0 ? " I" + std::to_string(count[0]) : "") + (count[1] != 0 ? " E" + std::to_string(count[1]) : "");
@@ -88,41 +89,49 @@ template <typename... Numbers> static std::string words(const char *first, Numbe
     return text;
 }
 
-template <typename T, typename Text> static std::string list_of(const T *list, size_t len, Text text) {
-    std::string result;
-    for (size_t i = 0; i < len; i++) {
-        result += (i == 0 ? " {" : "; ") + text(list[i]);
+/* A list of which len entries hold: their number, all of them or, of a long one, the first and the last. */
+template <typename T, size_t N, typename Text> static std::string list_of(const T (&list)[N], uint32_t len, Text text) {
+    std::string result = " " + std::to_string(len) + " {";
+    const size_t end = std::min<size_t>(len, N);
+    for (size_t i = 0; i < end; i++) {
+        const bool left_out = end > 3 && i > 0 && i < end - 1;
+        result += left_out ? (i == 1 ? "; ..." : "") : (i == 0 ? "" : "; ") + text(list[i]);
     }
-    return result + (len != 0 ? "}" : "");
+    return result + "}";
+}
+
+static std::string text_of_number(int64_t number) {
+    return std::to_string(number);
 }
 
 template <typename Cqi> static std::string text_of_cqi(const Cqi &cqi) {
-    return words(" cqi", cqi.cc_cqi_valid, cqi.cc_cqi_len) +
-           list_of(cqi.cc_cqi, cqi.cc_cqi_len, [](const cpe_dm_cw_cqi &cc) {
-               return words("", cc.cw_cqi_len) +
-                      list_of(cc.cw_cqi, cc.cw_cqi_len, [](uint8_t cw) { return std::to_string(cw); });
+    return words("cqi", cqi.cc_cqi_valid) + list_of(cqi.cc_cqi, cqi.cc_cqi_len, [](const cpe_dm_cw_cqi &cc) {
+               return words("", cc.cw_cqi_len, cc.cw_cqi[0], cc.cw_cqi[1], cc.cw_cqi[2], cc.cw_cqi[3]);
            });
 }
 
 static std::string text_of(const cpe_dm_nr5g_cell_lock_list &locks) {
-    return words(" lock", locks.cell_identity_valid, locks.pci, locks.arfcn, locks.arfcn_identity_valid) +
-           list_of(locks.arfcn_list, locks.arfcn_list_len, [](uint32_t arfcn) { return std::to_string(arfcn); });
+    return words("lock", locks.cell_identity_valid, locks.pci, locks.arfcn, locks.arfcn_identity_valid) +
+           list_of(locks.arfcn_list, locks.arfcn_list_len, text_of_number) + words(" last", locks.arfcn_list[31]);
 }
 
 static std::string text_of(const cpe_dm_lte_cell_lock_list &locks) {
-    return words(" lock", locks.lte_cell_list_valid) +
+    return words("lock", locks.lte_cell_list_valid) +
            list_of(locks.lte_cell_list, locks.lte_cell_list_len,
-                   [](const cpe_dm_lte_cell_lock &lock) { return words("", lock.pci, lock.freq); });
+                   [](const cpe_dm_lte_cell_lock &lock) { return words("", lock.pci, lock.freq); }) +
+           words(" last", locks.lte_cell_list[59].pci, locks.lte_cell_list[59].freq);
 }
 
+/* With a mark when the byte behind the last field is not 0. */
 template <typename Nbr> static std::string text_of_plmns(const Nbr &nbr) {
     return list_of(nbr.plmn, nbr.plmn_len, [](const cpe_dm_plmn &plmn) {
-        return words("", plmn.plmn_mcc, plmn.plmn_mnc, plmn.plmn_mnc_includes_pcs_digit);
+        const bool clean = reinterpret_cast<const uint8_t *>(&plmn)[sizeof(plmn) - 1] == 0;
+        return words(clean ? "" : "UNCLEAN", plmn.plmn_mcc, plmn.plmn_mnc, plmn.plmn_mnc_includes_pcs_digit);
     });
 }
 
 static std::string text_of(const cpe_dm_lte_nbr_info &info) {
-    return words(" best", info.highest_sig_valid, info.highest_sig_earfcn, info.highest_sig_pci,
+    return words("best", info.highest_sig_valid, info.highest_sig_earfcn, info.highest_sig_pci,
                  info.highest_sig_rsrp_valid, info.highest_sig_rsrp, info.highest_sig_rsrq_valid,
                  info.highest_sig_rsrq) +
            words(" nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_lte_nbr &nbr) {
@@ -132,7 +141,7 @@ static std::string text_of(const cpe_dm_lte_nbr_info &info) {
 }
 
 static std::string text_of(const cpe_dm_nr5g_nbr_info &info) {
-    return words(" nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_nr5g_nbr &nbr) {
+    return words("nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_nr5g_nbr &nbr) {
                return words("", nbr.earfcn, nbr.pci) + words(" rsrp", nbr.rsrp_valid, nbr.rsrp) +
                       words(" cgi", nbr.cgi_valid) +
                       list_of(nbr.cgi, nbr.cgi_len, [](uint64_t cgi) { return std::to_string(cgi); }) +
@@ -142,14 +151,14 @@ static std::string text_of(const cpe_dm_nr5g_nbr_info &info) {
 
 /* The value of a record, behind the number of its type. */
 static std::string value_of(const cpe_dm_info &info) {
-    const std::string type = " (" + std::to_string(info.value_type) + ")";
+    const std::string type = " (" + std::to_string(info.value_type) + ") ";
     switch (info.value_type) {
     case CPE_DM_VALUE_INT64:
-        return type + " " + words("", info.value.i64_val);
+        return type + words("", info.value.i64_val);
     case CPE_DM_VALUE_UINT32:
-        return type + " " + words("", info.value.u32_val);
+        return type + words("", info.value.u32_val);
     case CPE_DM_VALUE_INT64_LIST:
-        return type + list_of(info.value.i64_list, info.value_cnt, [](int64_t value) { return std::to_string(value); });
+        return type + list_of(info.value.i64_list, info.value_cnt, text_of_number);
     case CPE_DM_VALUE_CQI_INFO:
         return type + (info.id == CPE_DM_METRIC_LTE_CQI
                            ? text_of_cqi(*static_cast<const cpe_dm_lte_cqi_info *>(info.value.cqi_info))
@@ -182,7 +191,7 @@ template <typename... Ids> static void get(Ids... ids) {
         cpe_dm_lte_cell_lock_list lte_locks;
         cpe_dm_nr5g_cell_lock_list nr5g_locks;
     } records;
-    records = {};
+    memset(&records, 7, sizeof(records));
     cpe_dm_info infos[] = {{CPE_DM_INFO_TYPE_REQUEST, static_cast<uint32_t>(ids), CPE_DM_VALUE_NONE, {}, 0}...};
     for (cpe_dm_info &info : infos) {
         info.value.cqi_info = info.id == CPE_DM_METRIC_LTE_CQI              ? static_cast<void *>(&records.lte_cqi)
@@ -228,10 +237,10 @@ static void count() {
 }
 
 static void list(uint32_t room) {
-    uint32_t ids[8];
-    std::fill_n(ids, 8, 77);
+    uint32_t ids[7];
+    std::fill_n(ids, 7, 77);
     const int32_t status = cpe_dm_get_ind_list(handle, ids, room);
-    show(words("list", room), status, " =" + list_of(ids, room, [](uint32_t id) { return std::to_string(id); }));
+    show(words("list", room), status, " =" + list_of(ids, room, text_of_number));
 }
 
 static zeb_nas_cell_location_info_resp cell_location() {
@@ -475,6 +484,28 @@ static void play_scans() {
     }
 }
 
+/* Counts up to and beyond every room; 256 and more where only the low 8 bits count. */
+static void play_capacity() {
+    quiet_log = true;
+    for (uint32_t len : {0u, 5u, 256u + 2u, 4294967295u}) {
+        heading(words("counts of", len).c_str());
+        fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
+        fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
+        fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
+        zeb_nas_cell_location_info_resp cells = cell_location();
+        cells.lte_intra.cells_len = len;
+        cells.lte_intra.serving_cell_id = 0;
+        cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
+        fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
+        for (int id : {2, 16, 17, 33, 34}) {
+            get(id);
+        }
+        get(22, 26, 28, 31, 27, 29);
+        indicate("LTE result", ZEB_NAS_SCAN_RESULT_IND, scan_result(len, 1));
+        indicate("NR 5G result", ZEB_NAS_SCAN_RESULT_IND, scan_result(len, 0));
+    }
+}
+
 static void play_lists() {
     const zeb_nas_resp_header rejected = {1, 3};
     fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{});
@@ -517,7 +548,7 @@ static const struct {
     void (*play)();
 } plays[] = {
     {"start", play_start}, {"queries", play_queries}, {"statuses", play_statuses}, {"indications", play_indications},
-    {"table", play_table}, {"scans", play_scans},     {"lists", play_lists}};
+    {"table", play_table}, {"scans", play_scans},     {"lists", play_lists},       {"capacity", play_capacity}};
 
 int main(int argc, char **argv) {
     const std::string subject = argc == 2 ? argv[1] : "";

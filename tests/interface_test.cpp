@@ -90,6 +90,8 @@ TEST_F(Interface, EntryChecks) {
     EXPECT_TRUE(logged("E Setting diagnostic control information for metric[1] - not supported!!"));
 
     // Half-way down: the handle still matches.
+    cpe_dm_state.ind_info.reg_status = cpe_dm_state.ind_info.nr5g_sinr.valid = 1;
+    cpe_dm_state.lte_scan_request = cpe_dm_state.nr5g_scan_ongoing = cpe_dm_state.nr5g_nbr_rsrp = 1;
     fault_arm("zeb_client_release", 1);
     EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
     fault_clear();
@@ -99,6 +101,9 @@ TEST_F(Interface, EntryChecks) {
         EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
     }
     EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    const cpe_dm_state_record &state = cpe_dm_state;
+    EXPECT_EQ(state.ind_info.reg_status + state.ind_info.nr5g_sinr.valid, 0);
+    EXPECT_EQ(state.lte_scan_request + state.nr5g_scan_ongoing + state.nr5g_nbr_rsrp, 0);
 }
 
 TEST_F(Interface, InitChecksItsArgumentsAndItsState) {
@@ -246,6 +251,13 @@ TEST_F(Interface, Posting) {
         EXPECT_EQ(cpe_dm_post_nas_msg(0x99, lost), nth == 1 ? CPE_DM_ERR_NO_MEMORY : CPE_DM_ERR_FAILURE);
         fault_clear();
     }
+    ASSERT_TRUE(fault_settle(5000));
+    fault_arm("pthread_cond_signal", 1);
+    EXPECT_EQ(cpe_dm_post_nas_msg(0x99, calloc(1, 8)), CPE_DM_ERR_FAILURE);
+    fault_clear();
+    ASSERT_EQ(cpe_dm_deinit(handle), 0);
+    EXPECT_EQ(cpe_dm_post_nas_msg(0x99, calloc(1, 8)), CPE_DM_ERR_FAILURE);
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     zeb_async_data empty = {0x51, nullptr};
     cpe_dm_cmd cmd = {};
     cpe_dm_process_nas_msg(nullptr, &empty);
@@ -318,6 +330,23 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     poster.join();
     deinit.join();
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+}
+
+/* A notifier that could not be released keeps its memory; nothing goes on before it is released. */
+TEST_F(Interface, ANotifierKeepsItsBlockUntilItsRelease) {
+    ASSERT_EQ(cpe_dm_deinit(handle), 0);
+    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
+    for (const char *failing : {"refused", "still"}) {
+        fault_arm("zeb_client_release", 1);
+        fake_log();
+        EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE) << failing;
+        EXPECT_EQ(logged("E Releasing the ZEB NAS notifier handle failed with status[-1]\n"), *failing == 's');
+        EXPECT_EQ(fake_clients(), 1) << failing;
+        fault_clear();
+    }
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    EXPECT_EQ(fake_clients(), 2);
+    EXPECT_TRUE(fake_blocks_kept());
 }
 
 } // namespace
