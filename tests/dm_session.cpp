@@ -33,17 +33,6 @@ static void heading(const char *text) {
     printf("%s", quiet ? "" : (std::string("#### ") + text + "\n").c_str());
 }
 
-/* Addresses stand alone between brackets, and are longer than any other number there. */
-static std::string without_addresses(std::string log) {
-    for (size_t at = log.find("[0x"); at != std::string::npos; at = log.find("[0x", at + 1)) {
-        const size_t length = log.find_first_of(" ]", at) - at - 1;
-        if (length > 7) {
-            log.replace(at + 1, length, "ADDRESS");
-        }
-    }
-    return log;
-}
-
 static std::string text_of(const fake_request &request) {
     char head[80];
     snprintf(head, sizeof(head), "-> 0x%04X %zu/%u %u ms", request.msg_id, request.bytes.size(), request.resp_len,
@@ -66,7 +55,7 @@ static void show(const std::string &title, int32_t status, const std::string &va
         add(text);
     }
     int count[2] = {};
-    std::istringstream log(without_addresses(fake_log()));
+    std::istringstream log(fake_log());
     for (std::string text; std::getline(log, text);) {
         count[text[0] == 'E']++;
         quiet_log ? (void)seen.insert(text) : add(text);
@@ -446,11 +435,10 @@ static void play_table() {
     set(8, 1);
     set(0, 1);
     count();
-    for (uint32_t room : {5u, 3u, 2u, 0u}) {
+    for (uint32_t room : {5u, 3u, 2u}) {
         list(room);
     }
     clear(3, 9);
-    clear(0);
     fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
     fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_empty_resp{}, -8);
     clear(3, 3, 5);

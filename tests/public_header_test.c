@@ -7,7 +7,7 @@
 #define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
 #define OFFSET(type, field, bytes) static_assert(offsetof(type, field) == (bytes), #type "." #field)
 
-/* The numbers of the constants. */
+/* The numbers of the constants; those of the IDs stand in the transcripts of module and client. */
 static_assert(CPE_DM_SUCCESS == 0 && CPE_DM_ERR_FAILURE == -1 && CPE_DM_ERR_INVALID_PARAM == -2 &&
                   CPE_DM_ERR_NO_MEMORY == -3 && CPE_DM_ERR_LIST_TOO_SMALL == -4 && CPE_DM_ERR_SCAN_ONGOING == -5 &&
                   CPE_DM_ERR_NOT_SUPPORTED == -7 && CPE_DM_ERR_NOT_INITIALIZED == -12 &&
@@ -19,28 +19,6 @@ static_assert(CPE_DM_VALUE_NONE == 0 && CPE_DM_VALUE_INT64 == 2 && CPE_DM_VALUE_
                   CPE_DM_VALUE_INT64_LIST == 6 && CPE_DM_VALUE_CQI_INFO == 7 && CPE_DM_VALUE_CELL_LOCK_LIST == 8 &&
                   CPE_DM_VALUE_LTE_NBR_INFO == 9 && CPE_DM_VALUE_NR5G_NBR_INFO == 10,
               "value types");
-static_assert(CPE_DM_METRIC_INVALID == 0 && CPE_DM_METRIC_REG_STATUS == 1 && CPE_DM_METRIC_LTE_EARFCN == 2 &&
-                  CPE_DM_METRIC_NR5G_EARFCN == 3 && CPE_DM_METRIC_LTE_PCI == 4 && CPE_DM_METRIC_NR5G_PCI == 5 &&
-                  CPE_DM_METRIC_LTE_CGI == 6 && CPE_DM_METRIC_NR5G_CGI == 7 && CPE_DM_METRIC_LTE_PLMN == 8 &&
-                  CPE_DM_METRIC_NR5G_PLMN == 9 && CPE_DM_METRIC_LTE_RSRP == 10 && CPE_DM_METRIC_NR5G_RSRP == 11 &&
-                  CPE_DM_METRIC_LTE_RSRQ == 12 && CPE_DM_METRIC_NR5G_RSRQ == 13 && CPE_DM_METRIC_LTE_SINR == 14 &&
-                  CPE_DM_METRIC_NR5G_SINR == 15 && CPE_DM_METRIC_LTE_CQI == 16 && CPE_DM_METRIC_NR5G_CQI == 17 &&
-                  CPE_DM_METRIC_LTE_TAC == 18 && CPE_DM_METRIC_NR5G_TAC == 19 && CPE_DM_METRIC_LTE_TX_POWER == 20 &&
-                  CPE_DM_METRIC_NR5G_TX_POWER == 21 && CPE_DM_METRIC_LTE_NBR_EARFCN == 22 &&
-                  CPE_DM_METRIC_NR5G_NBR_EARFCN == 23 && CPE_DM_METRIC_LTE_NBR_PCI == 24 &&
-                  CPE_DM_METRIC_NR5G_NBR_PCI == 25 && CPE_DM_METRIC_LTE_NBR_CGI == 26 &&
-                  CPE_DM_METRIC_NR5G_NBR_CGI == 27 && CPE_DM_METRIC_LTE_NBR_PLMN == 28 &&
-                  CPE_DM_METRIC_NR5G_NBR_PLMN == 29 && CPE_DM_METRIC_LTE_NBR_RSRP == 30 &&
-                  CPE_DM_METRIC_NR5G_NBR_RSRP == 31 && CPE_DM_METRIC_LTE_NBR_RSRQ == 32 &&
-                  CPE_DM_METRIC_LTE_CELL_LOCK_LIST == 33 && CPE_DM_METRIC_NR5G_CELL_LOCK_LIST == 34 &&
-                  CPE_DM_METRIC_CNT == 35 && CPE_DM_IND_INVALID == 0 && CPE_DM_IND_REG_STATUS == 1 &&
-                  CPE_DM_IND_LTE_RSRP == 2 && CPE_DM_IND_NR5G_RSRP == 3 && CPE_DM_IND_LTE_RSRQ == 4 &&
-                  CPE_DM_IND_NR5G_RSRQ == 5 && CPE_DM_IND_LTE_SINR == 6 && CPE_DM_IND_NR5G_SINR == 7 &&
-                  CPE_DM_IND_CNT == 8 && CPE_DM_ASYNC_RSP_INVALID == 0 && CPE_DM_ASYNC_RSP_LTE_NBR == 1 &&
-                  CPE_DM_ASYNC_RSP_NR5G_NBR == 2 && CPE_DM_ASYNC_RSP_CNT == 3 && CPE_DM_REG_NONE == 1 &&
-                  CPE_DM_REG_POWER_SAVE == 2 && CPE_DM_REG_LIMITED == 3 && CPE_DM_REG_LIMITED_REG == 4 &&
-                  CPE_DM_REG_LTE == 5 && CPE_DM_REG_LTE_NR5G == 6 && CPE_DM_REG_NR5G == 7,
-              "IDs");
 
 SIZE(cpe_dm_hndl, sizeof(void *));
 SIZE(cpe_dm_info, 184);
