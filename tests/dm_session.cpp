@@ -1,4 +1,5 @@
-/* Plays a session on one subject, the program's argument, with the module on the scripted platform, and prints what can
+/* Plays the session of one subject, the program's argument, from its standard input (the table at the end has the lines
+ * there are), with the module on the scripted platform, and prints what can
  * be seen of it. The line of an operation has its status, the values it gave, the messages it sent, and how many info
  * (I) and error (E) lines it logged; operations in a row of which all that is the same share one. Below it stand the
  * events delivered, and the requests and log lines that were not printed before. */
@@ -10,9 +11,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <map>
 #include <set>
 #include <sstream>
 #include <utility>
+#include <vector>
 
 static cpe_dm_hndl handle;
 static std::string events;
@@ -30,7 +34,7 @@ static void print_pending() {
 
 static void heading(const char *text) {
     print_pending();
-    printf("%s", quiet ? "" : (std::string("#### ") + text + "\n").c_str());
+    printf("%s", quiet ? "" : (std::string(text) + "\n").c_str());
 }
 
 static std::string text_of(const fake_request &request) {
@@ -172,8 +176,14 @@ static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
     free(info);
 }
 
+using numbers = std::vector<int64_t>;
+
+static uint32_t u32(int64_t number) {
+    return static_cast<uint32_t>(number);
+}
+
 /* Gets metrics: one by itself, several as a list. */
-template <typename... Ids> static void get(Ids... ids) {
+static void get(const std::string &line, const numbers &ids) {
     static struct {
         cpe_dm_lte_cqi_info lte_cqi;
         cpe_dm_nr5g_cqi_info nr5g_cqi;
@@ -181,65 +191,75 @@ template <typename... Ids> static void get(Ids... ids) {
         cpe_dm_nr5g_cell_lock_list nr5g_locks;
     } records;
     memset(&records, 7, sizeof(records));
-    cpe_dm_info infos[] = {{CPE_DM_INFO_TYPE_REQUEST, static_cast<uint32_t>(ids), CPE_DM_VALUE_NONE, {}, 0}...};
-    for (cpe_dm_info &info : infos) {
-        info.value.cqi_info = info.id == CPE_DM_METRIC_LTE_CQI              ? static_cast<void *>(&records.lte_cqi)
-                              : info.id == CPE_DM_METRIC_NR5G_CQI           ? static_cast<void *>(&records.nr5g_cqi)
-                              : info.id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? static_cast<void *>(&records.lte_locks)
-                                                                            : &records.nr5g_locks;
+    std::vector<cpe_dm_info> infos;
+    for (int64_t id : ids) {
+        infos.push_back({CPE_DM_INFO_TYPE_REQUEST, u32(id), CPE_DM_VALUE_NONE, {}, 0});
+        infos.back().value.cqi_info = id == CPE_DM_METRIC_LTE_CQI              ? static_cast<void *>(&records.lte_cqi)
+                                      : id == CPE_DM_METRIC_NR5G_CQI           ? static_cast<void *>(&records.nr5g_cqi)
+                                      : id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? static_cast<void *>(&records.lte_locks)
+                                                                               : &records.nr5g_locks;
     }
-    const int32_t status =
-        sizeof...(ids) == 1 ? cpe_dm_get_info(handle, infos) : cpe_dm_get_info_list(handle, infos, sizeof...(ids));
+    const int32_t status = infos.size() == 1
+                               ? cpe_dm_get_info(handle, infos.data())
+                               : cpe_dm_get_info_list(handle, infos.data(), static_cast<int32_t>(infos.size()));
     std::string values;
     for (const cpe_dm_info &info : infos) {
         values += info.value_type != CPE_DM_VALUE_NONE ? value_of(info) : "";
     }
-    show(words("get", ids...), status, values);
+    show(line, status, values);
+}
+
+static void get_each(const std::string &, const numbers &ids) {
+    for (int64_t id : ids) {
+        get(words("get", id), {id});
+    }
 }
 
 /* Each metric but those of the neighbours. */
-static void get_all(const char *title) {
-    heading(title);
-    for (int id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
+static void get_all(const std::string &, const numbers &) {
+    for (int64_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         if (id < CPE_DM_METRIC_LTE_NBR_EARFCN || id > CPE_DM_METRIC_LTE_NBR_RSRQ) {
-            get(id);
+            get(words("get", id), {id});
         }
     }
 }
 
-/* Sets an indication, without a threshold when that is 0. */
-static void set(uint32_t id, int64_t threshold = 0) {
-    const uint32_t value_type = threshold != 0 ? CPE_DM_VALUE_INT64 : CPE_DM_VALUE_NONE;
-    const cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, id, value_type, {.i64_val = threshold}, 0};
-    show(words("set", id, threshold), cpe_dm_set_ind_info(handle, &info));
+/* Sets an indication, with a threshold or without. */
+static void set(const std::string &line, const numbers &args) {
+    cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, u32(args[0]), CPE_DM_VALUE_NONE, {}, 0};
+    if (args.size() > 1) {
+        info.value_type = CPE_DM_VALUE_INT64;
+        info.value.i64_val = args[1];
+    }
+    show(line, cpe_dm_set_ind_info(handle, &info));
 }
 
-template <typename... Ids> static void clear(Ids... ids) {
-    const int32_t list[] = {ids...};
-    show(words("clear", ids...), cpe_dm_clr_ind_list(handle, list, sizeof...(ids)));
+static void clear(const std::string &line, const numbers &args) {
+    const std::vector<int32_t> ids(args.begin(), args.end());
+    show(line, cpe_dm_clr_ind_list(handle, ids.data(), static_cast<uint32_t>(ids.size())));
 }
 
-static void count() {
+static void count(const std::string &line, const numbers &) {
     uint32_t number = 77;
     const int32_t status = cpe_dm_get_ind_cnt(handle, &number);
-    show("count", status, words(" =", number));
+    show(line, status, words(" =", number));
 }
 
-static void list(uint32_t room) {
+static void list(const std::string &line, const numbers &args) {
     uint32_t ids[7];
     std::fill_n(ids, 7, 77);
-    const int32_t status = cpe_dm_get_ind_list(handle, ids, room);
-    show(words("list", room), status, " =" + list_of(ids, room, text_of_number));
+    const int32_t status = cpe_dm_get_ind_list(handle, ids, u32(args[0]));
+    show(line, status, " =" + list_of(ids, u32(args[0]), text_of_number));
 }
 
-static zeb_nas_cell_location_info_resp cell_location() {
+static zeb_nas_cell_location_info_resp cell_location(bool serving_valid, bool arfcn_valid) {
     zeb_nas_cell_location_info_resp resp = {};
     resp.lte_intra_valid = 1;
     const zeb_nas_intra_cell other = {300, -11, -101, {}}, serving = {301, -12, -102, {}}, twin = {301, -13, -103, {}};
     resp.lte_intra = {{0x21, 0xF3, 0x54}, 0xFFFE, 0xFFFFFFFF, 65535, 301, 3, {other, serving, twin}};
-    resp.nr5g_serving_cell_info_valid = 1;
+    resp.nr5g_serving_cell_info_valid = serving_valid;
     resp.nr5g_serving = {{0x12, 0x03, 0xFF}, {0x00, 0x80, 0xFF}, 0xFEDCBA987, 501, -14, -104, -5};
-    resp.nr5g_arfcn_valid = 1;
+    resp.nr5g_arfcn_valid = arfcn_valid;
     resp.nr5g_arfcn = 4294967295;
     return resp;
 }
@@ -278,13 +298,10 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-static zeb_nas_tx_rx_info_resp tx(int32_t power) {
-    return {{}, 1, power, {}};
-}
-
 /* Every list as long as len says, whatever its room. */
-static zeb_nas_scan_result_ind scan_result(uint32_t len, uint8_t lte_valid) {
+static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
+    scan.scan_status = status;
     scan.lte_valid = lte_valid;
     scan.nr5g_valid = 1;
     scan.lte.nbr_len = scan.nr5g.nbr_len = len;
@@ -302,257 +319,155 @@ static zeb_nas_scan_result_ind scan_result(uint32_t len, uint8_t lte_valid) {
     return scan;
 }
 
-template <typename T> static void indicate(const char *title, uint32_t msg_id, const T &message) {
+/* LTE with an NR 5G cell; with a third number, NR 5G's own status; without any, nothing. */
+static zeb_nas_sys_info_resp sys_info(const numbers &args) {
+    zeb_nas_sys_info_resp resp = {};
+    if (!args.empty()) {
+        resp = fake_sys_info(u32(args[0]), static_cast<uint16_t>(args[1]));
+        resp.info.nr5g_srv_status_valid = args.size() > 2;
+        resp.info.nr5g_srv_status = args.size() > 2 ? u32(args[2]) : 0;
+    }
+    return resp;
+}
+
+template <typename T> static void indicate(const std::string &line, uint32_t msg_id, const T &message) {
     const bool delivered = fake_indicate(msg_id, message);
     if (!fault_settle(2000)) {
         printf("!! the command thread does not come to rest\n");
     }
-    show(title, delivered);
+    show(line, delivered);
 }
 
-static void set_answers(bool full) {
+/* With 1, everything is reported; with 0, nothing is. */
+static void set_answers(const std::string &, const numbers &args) {
+    const bool full = args[0] != 0;
+    const zeb_nas_tx_rx_info_resp tx = {{}, 1, INT32_MIN, {}};
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location() : zeb_nas_cell_location_info_resp{});
+    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location(true, true) : zeb_nas_cell_location_info_resp{});
     fake_default(ZEB_NAS_GET_SIG_INFO, full ? zeb_nas_sig_info_resp{{}, sig_info(-95)} : zeb_nas_sig_info_resp{});
-    fake_default(ZEB_NAS_GET_TX_RX_INFO, full ? tx(-2147483647 - 1) : zeb_nas_tx_rx_info_resp{});
+    fake_default(ZEB_NAS_GET_TX_RX_INFO, full ? tx : zeb_nas_tx_rx_info_resp{});
     fake_default(ZEB_NAS_GET_CQI_INFO, full ? cqi(2, 2) : zeb_nas_cqi_info_resp{});
     fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, full ? lte_lock(2) : zeb_nas_lte_cell_lock_list_resp{});
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, full ? nr5g_lock(false, 2) : zeb_nas_nr5g_cell_lock_list_resp{});
 }
 
-static void play_start() {
-    for (int32_t event : {0, 1}) {
-        show("service event", fake_notify(event));
-    }
-}
-
-static void play_queries() {
-    get_all("EN-DC, everything reported");
-    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2));
-    get(34);
-    set_answers(false);
-    get_all("EN-DC, nothing reported");
-    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info(ZEB_NAS_SRV_STATUS_LIMITED));
-    get_all("no service");
-}
-
-/* What is asked of which technology, by the network status that the system information indication has left. */
-static void play_statuses() {
-    zeb_nas_sys_info_resp standalone = {};
-    standalone.info.nr5g_srv_status_valid = 1;
-    standalone.info.nr5g_srv_status = ZEB_NAS_SRV_STATUS_SRV;
-    for (const zeb_nas_sys_info_resp &sys_info : {fake_sys_info(2, 0), standalone, fake_sys_info()}) {
-        fake_default(ZEB_NAS_GET_SYS_INFO, sys_info);
-        indicate("system info", ZEB_NAS_SYS_INFO_IND, sys_info.info);
-        for (int id : {1, 5, 16, 20, 33}) {
-            get(id);
-        }
-    }
-    heading("an NR 5G cell without its ARFCN, and an ARFCN without its cell");
-    fake_default(ZEB_NAS_GET_SYS_INFO, standalone);
-    for (const bool arfcn_valid : {false, true}) {
-        zeb_nas_cell_location_info_resp cells = cell_location();
-        cells.nr5g_arfcn_valid = arfcn_valid;
-        cells.nr5g_serving_cell_info_valid = !arfcn_valid;
-        fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
-        for (int id : {3, 5, 7, 9, 19}) {
-            get(id);
-        }
-    }
-    heading("changes on the way");
-    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    // An attached cell that is gone at the second look, and NR 5G signal values without RSRQ.
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
-    get(5);
-    zeb_nas_sig_info_resp sig = {{}, sig_info(-95)};
-    sig.info.nr5g_rsrq_valid = 0;
-    fake_answer(ZEB_NAS_GET_SIG_INFO, sig);
-    get(13);
-    // The status changes between the two requests of a query, and is gone before the first.
-    for (uint16_t nr5g_pci : {uint16_t{0}, uint16_t{500}}) {
-        fake_on_request([nr5g_pci](uint32_t msg_id) {
-            if (msg_id == ZEB_NAS_GET_CQI_INFO) {
-                fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, nr5g_pci).info);
-            }
-        });
-        get(16);
-        fake_on_request(nullptr);
-        fault_settle(2000);
-    }
-    indicate("system info, empty", ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
-    get(16);
-    get(20);
-    get(33);
-}
-
-static void play_indications() {
-    indicate("signal, none set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
-    for (uint32_t id = 2; id < CPE_DM_IND_CNT; id++) {
-        set(id, id);
-    }
-    indicate("signal, all set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
-    indicate("signal, two changed", ZEB_NAS_SIG_INFO_IND, sig_info(-91));
-    zeb_nas_sig_info invalid = sig_info(-50);
-    invalid.lte_sig_info_valid = 2;
-    invalid.nr5g_sig_info_valid = 0;
-    invalid.nr5g_rsrq = 5;
-    indicate("signal, valid in part", ZEB_NAS_SIG_INFO_IND, invalid);
-    indicate("signal, empty", ZEB_NAS_SIG_INFO_IND, zeb_nas_sig_info{});
-    set(2, 9);
-    indicate("signal, threshold set again", ZEB_NAS_SIG_INFO_IND, sig_info(-91));
-    clear(7, 6, 5, 4, 3, 2);
-    indicate("signal, all cleared", ZEB_NAS_SIG_INFO_IND, sig_info(-92));
-    heading("system information");
-    set(1);
-    for (uint32_t srv_status : {1u, 1u, 4u, 3u, 0u, 2u}) {
-        indicate("system info, LTE", ZEB_NAS_SYS_INFO_IND, fake_sys_info(srv_status, 0).info);
-    }
-    zeb_nas_sys_info info = fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, 500).info;
-    info.nr5g_srv_status_valid = 1;
-    for (uint32_t srv_status : {2u, 1u, 3u, 4u, 9u}) {
-        info.nr5g_srv_status = srv_status;
-        info.lte_srv_status = srv_status == 1 ? 2 : 0;
-        indicate("system info, NR 5G", ZEB_NAS_SYS_INFO_IND, info);
-    }
-    indicate("system info, empty", ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
-    clear(1);
-    indicate("system info, cleared", ZEB_NAS_SYS_INFO_IND, fake_sys_info().info);
-    heading("what cannot be used");
-    indicate("unknown", 0x77, zeb_nas_sys_info{});
-    for (uint32_t msg_id : {ZEB_NAS_SIG_INFO_IND, ZEB_NAS_SYS_INFO_IND, ZEB_NAS_SCAN_RESULT_IND}) {
-        indicate("damaged", msg_id, uint32_t{1});
-    }
-}
-
-static void play_table() {
-    set(7, 1);
-    set(3, 70000);
-    set(1);
-    for (int64_t refused : {0, -1}) {
-        set(2, refused);
-    }
-    set(8, 1);
-    set(0, 1);
-    count();
-    for (uint32_t room : {5u, 3u, 2u}) {
-        list(room);
-    }
-    clear(3, 9);
-    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
-    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_empty_resp{}, -8);
-    clear(3, 3, 5);
-    set(6, 9);
-    list(7);
-    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_resp_header{1, 3});
-    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_empty_resp{}, -8);
-    clear(3, 3, 5);
-    clear(7);
-    list(7);
-    clear(1, 7);
-    count();
-}
-
-static void play_scans() {
-    for (int id = CPE_DM_METRIC_LTE_NBR_EARFCN; id <= CPE_DM_METRIC_LTE_NBR_RSRQ; id++) {
-        get(id);
-        indicate("result", ZEB_NAS_SCAN_RESULT_IND,
-                 scan_result(id == CPE_DM_METRIC_LTE_NBR_EARFCN ? 2 : 1, id % 2 == 0));
-    }
-    heading("all metrics; none found, and failed");
-    get(22, 24, 26, 28, 30, 32, 23, 25, 27, 29, 31);
-    indicate("LTE result, full", ZEB_NAS_SCAN_RESULT_IND, scan_result(2, 1));
-    indicate("NR 5G result, full", ZEB_NAS_SCAN_RESULT_IND, scan_result(2, 0));
-    zeb_nas_scan_result_ind failed = scan_result(1, 1);
-    failed.scan_status = 7;
-    for (const zeb_nas_scan_result_ind &result : {scan_result(0, 1), failed}) {
-        get(24, 30, 25);
-        indicate("LTE result", ZEB_NAS_SCAN_RESULT_IND, result);
-        indicate("NR 5G result", ZEB_NAS_SCAN_RESULT_IND, result);
-    }
-}
-
-/* Counts up to and beyond every room; 256 and more where only the low 8 bits count. */
-static void play_capacity() {
+/* All lists of the answers so long; their log lines are no longer shown. */
+static void set_counts(const std::string &, const numbers &args) {
+    const uint32_t len = u32(args[0]);
     quiet_log = true;
-    for (uint32_t len : {0u, 5u, 256u + 2u, 4294967295u}) {
-        heading(words("counts of", len).c_str());
-        fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
-        fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
-        fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
-        zeb_nas_cell_location_info_resp cells = cell_location();
-        cells.lte_intra.cells_len = len;
-        cells.lte_intra.serving_cell_id = 0;
-        cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
-        fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
-        for (int id : {2, 16, 17, 33, 34}) {
-            get(id);
-        }
-        get(22, 26, 28, 31, 27, 29);
-        indicate("LTE result", ZEB_NAS_SCAN_RESULT_IND, scan_result(len, 1));
-        indicate("NR 5G result", ZEB_NAS_SCAN_RESULT_IND, scan_result(len, 0));
-    }
+    fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
+    fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
+    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
+    zeb_nas_cell_location_info_resp cells = cell_location(true, true);
+    cells.lte_intra.cells_len = len;
+    cells.lte_intra.serving_cell_id = 0;
+    cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
+    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
 }
 
-static void play_lists() {
-    const zeb_nas_resp_header rejected = {1, 3};
-    fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{});
-    get(0);
-    get(35);
-    get(10, 99);
-    get(99, 10);
-    get(1, 10, 10);
-    get(10, 20, 10);
-    get(24, 20, 31);
-    heading("scans that are refused, and outstanding");
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    get(24, 28, 31);
-    get(30);
-    indicate("LTE result of the metric asked for last", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 1));
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    get(27);
-    get(24, 31, 99);
-    get(10, 24);
-    get(25);
-    get(8, 10);
-    // The LTE result starts the NR 5G scan; while that lasts there is no other.
-    indicate("LTE result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 1));
-    get(22);
-    indicate("NR 5G result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 0));
-    // Another thread starts a scan while a list is on its way.
+static void signal_in_part(const std::string &line, const numbers &) {
+    zeb_nas_sig_info info = sig_info(-50);
+    info.lte_sig_info_valid = 2;
+    info.nr5g_sig_info_valid = 0;
+    info.nr5g_rsrq = 5;
+    indicate(line, ZEB_NAS_SIG_INFO_IND, info);
+}
+
+static void answer_without_rsrq(const std::string &, const numbers &) {
+    zeb_nas_sig_info_resp resp = {{}, sig_info(-95)};
+    resp.info.nr5g_rsrq_valid = 0;
+    fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
+}
+
+/* The status changes between the two requests of a query. */
+static void change_on_cqi(const std::string &, const numbers &args) {
+    fake_on_request([args](uint32_t msg_id) {
+        if (msg_id == ZEB_NAS_GET_CQI_INFO) {
+            fake_indicate(ZEB_NAS_SYS_INFO_IND, sys_info(args).info);
+        }
+    });
+}
+
+/* Another thread starts a scan while a list is on its way. */
+static void scan_on_signal(const std::string &, const numbers &) {
     fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request |= msg_id == ZEB_NAS_GET_SIG_INFO; });
-    get(24, 10);
+}
+
+static void end_of_hook(const std::string &, const numbers &) {
     fake_on_request(nullptr);
     cpe_dm_state.nr5g_scan_request = 0;
-    // The NR 5G scan that follows is refused: its response never comes, and the request stays.
-    get(24, 25);
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    indicate("LTE result", ZEB_NAS_SCAN_RESULT_IND, scan_result(0, 1));
-    get(24);
 }
 
-static const struct {
-    std::string subject;
-    void (*play)();
-} plays[] = {
-    {"start", play_start}, {"queries", play_queries}, {"statuses", play_statuses}, {"indications", play_indications},
-    {"table", play_table}, {"scans", play_scans},     {"lists", play_lists},       {"capacity", play_capacity}};
+/* The lines of a session: the module's operations, what the modem indicates, and what it answers from then on. */
+static const std::map<std::string, std::function<void(const std::string &line, const numbers &args)>> commands = {
+    {"get", get},
+    {"each", get_each},
+    {"all", get_all},
+    {"set", set},
+    {"clear", clear},
+    {"count", count},
+    {"list", list},
+    {"notify", [](auto &line, auto &args) { show(line, fake_notify(static_cast<int32_t>(args[0]))); }},
+    {"system", [](auto &line, auto &args) { indicate(line, ZEB_NAS_SYS_INFO_IND, sys_info(args).info); }},
+    {"signal",
+     [](auto &line, auto &args) {
+         indicate(line, ZEB_NAS_SIG_INFO_IND,
+                  args.empty() ? zeb_nas_sig_info{} : sig_info(static_cast<int16_t>(args[0])));
+     }},
+    {"signal_in_part", signal_in_part},
+    {"scan",
+     [](auto &line, auto &args) {
+         indicate(line, ZEB_NAS_SCAN_RESULT_IND,
+                  scan_result(u32(args[0]), args[1] != 0, args.size() > 2 ? u32(args[2]) : 0));
+     }},
+    {"damaged", [](auto &line, auto &args) { indicate(line, u32(args[0]), uint32_t{1}); }},
+    {"answers", set_answers},
+    {"counts", set_counts},
+    {"answer_system", [](auto &, auto &args) { fake_default(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
+    {"answer_system_once", [](auto &, auto &args) { fake_answer(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
+    {"answer_cells",
+     [](auto &, auto &args) {
+         fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(args[0] != 0, args[1] != 0));
+     }},
+    {"answer_one_lock", [](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }},
+    {"answer_no_power", [](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }},
+    {"answer_without_rsrq", answer_without_rsrq},
+    {"refuse",
+     [](auto &, auto &args) {
+         fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});
+     }},
+    {"lose", [](auto &, auto &args) { fake_answer(u32(args[0]), zeb_nas_empty_resp{}, -8); }},
+    {"change_on_cqi", change_on_cqi},
+    {"scan_on_signal", scan_on_signal},
+    {"end_of_hook", end_of_hook},
+};
+
+static void play(const std::string &line) {
+    std::istringstream words(line);
+    std::string name;
+    numbers args;
+    words >> name;
+    for (std::string word; words >> word;) {
+        args.push_back(std::stoll(word, nullptr, 0));
+    }
+    commands.at(name)(line, args);
+}
 
 int main(int argc, char **argv) {
     const std::string subject = argc == 2 ? argv[1] : "";
     fake_services(12, 2);
-    set_answers(true);
+    play("answers 1");
     quiet = subject != "start";
     show("init", cpe_dm_init(&handle, &handle, on_event));
     if (subject != "start" && subject != "queries") {
-        get_all("what another subject shows");
+        play("all");
     }
     print_pending();
     quiet = false;
-    for (const auto &p : plays) {
-        if (p.subject == subject) {
-            p.play();
-        }
+    char line[200];
+    while (fgets(line, sizeof(line), stdin) != nullptr) {
+        line[strcspn(line, "\n")] = '\0';
+        line[0] == '#' ? heading(line) : play(line);
     }
     print_pending();
     quiet = subject != "start";
