@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
@@ -169,6 +170,9 @@ static std::string value_of(const cpe_dm_info &info) {
 }
 
 static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
+    // What the module would copy of its stack unwritten is then seen in the next event.
+    volatile char stack[8192];
+    std::fill(std::begin(stack), std::end(stack), 'x');
     events += words("  event", info->info_type, info->id) + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
         free(info->value.lte_nbr_info);
