@@ -12,17 +12,22 @@
 static char registered;
 static cpe_dm_user_cb user_cb;
 
-/* The status of an operation: its own while the client is registered. */
+/* The status of an operation: its own while the client is registered. What is printed stays open for a list of IDs. */
 static int32_t reached(const char *operation, cpe_dm_hndl hndl, int32_t status = 0) {
-    printf(" MODULE: %s hndl[%s]\n", operation, hndl == &registered ? "registered" : hndl ? "unknown" : "0");
+    printf(" MODULE: %s hndl[%s]", operation, hndl == &registered ? "registered" : hndl ? "unknown" : "0");
     return user_cb && hndl == &registered ? status : CPE_DM_ERR_INVALID_PARAM;
+}
+
+static int32_t ended(int32_t status) {
+    printf("\n");
+    return status;
 }
 
 /* Fills a record of the client, and tells whether it came zeroed: a second request for it finds it filled. */
 template <typename T> static void fill(void *record, const T &answer) {
     const char *bytes = static_cast<const char *>(record);
     const bool zeroed = std::all_of(bytes, bytes + sizeof(T), [](char byte) { return byte == 0; });
-    printf(" MODULE: record zeroed[%d]\n", zeroed);
+    printf(zeroed ? "(zeroed)" : "(filled)");
     *static_cast<T *>(record) = answer;
 }
 
@@ -39,8 +44,14 @@ static int32_t answer(cpe_dm_info *info) {
     static uint32_t calls[CPE_DM_METRIC_CNT + 1];
     const uint32_t id = std::min<uint32_t>(info->id, CPE_DM_METRIC_CNT);
     const uint32_t call = calls[id]++ % 3;
-    printf(" MODULE: info_type[%u] id[%u] value_type[%u] value[%s] value_cnt[%u]\n", info->info_type, info->id,
-           info->value_type, info->value.cqi_info ? "set" : "0", info->value_cnt);
+    printf(" %u", info->id);
+    const bool record = id == CPE_DM_METRIC_LTE_CQI || id == CPE_DM_METRIC_NR5G_CQI ||
+                        id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST || id == CPE_DM_METRIC_NR5G_CELL_LOCK_LIST;
+    if (info->info_type != CPE_DM_INFO_TYPE_REQUEST || info->value_type != CPE_DM_VALUE_NONE || info->value_cnt != 0 ||
+        record != (info->value.cqi_info != nullptr)) {
+        printf("(no proper request)");
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
     if (id == CPE_DM_METRIC_INVALID || id == CPE_DM_METRIC_CNT) {
         return CPE_DM_ERR_NOT_SUPPORTED;
     }
@@ -99,11 +110,11 @@ static void deliver_events() {
     for (uint32_t id = CPE_DM_IND_LTE_RSRP; id <= CPE_DM_IND_CNT + 1; id++) {
         deliver(CPE_DM_INFO_TYPE_IND, id % (CPE_DM_IND_CNT + 1), CPE_DM_VALUE_INT64, -10000000000 - id);
     }
-    for (uint32_t id = 0; id <= CPE_DM_IND_CNT; id++) {
+    for (uint32_t id : {0u, 1u, 7u, 8u}) {
         deliver(CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_NONE, 1);
     }
     for (uint32_t id = 0; id <= CPE_DM_ASYNC_RSP_CNT; id++) {
-        for (uint32_t value_type : {CPE_DM_VALUE_NONE, CPE_DM_VALUE_LTE_NBR_INFO, CPE_DM_VALUE_NR5G_NBR_INFO}) {
+        for (uint32_t value_type : {CPE_DM_VALUE_NONE, CPE_DM_VALUE_LTE_NBR_INFO}) {
             deliver_rsp(id, value_type, nullptr);
         }
     }
@@ -129,8 +140,8 @@ static void deliver_events() {
     deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_INT64, &registered);
     for (uint32_t info_type = 0; info_type < 5; info_type++) {
-        deliver(info_type, 9, CPE_DM_VALUE_LTE_NBR_INFO, 0, payload(cpe_dm_lte_nbr_info{}));
-        deliver(info_type, 9, CPE_DM_VALUE_NR5G_NBR_INFO, 0, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
+        info_type % 2 ? deliver(info_type, 9, CPE_DM_VALUE_LTE_NBR_INFO, 0, payload(cpe_dm_lte_nbr_info{}))
+                      : deliver(info_type, 9, CPE_DM_VALUE_NR5G_NBR_INFO, 0, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     }
 }
 
@@ -145,7 +156,7 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
 }
 
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
-    const int32_t status = reached("deinit", hndl);
+    const int32_t status = ended(reached("deinit", hndl));
     user_cb = nullptr;
     return status;
 }
@@ -155,23 +166,25 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
     for (int32_t i = 0; i < dm_info_list_cnt && status == 0; i++) {
         status = answer(&dm_info_list[i]);
     }
-    return status;
+    return ended(status);
 }
 
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     const int32_t status = reached("get_info", hndl);
-    return status != 0 ? status : answer(dm_info);
+    return ended(status != 0 ? status : answer(dm_info));
 }
 
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
-    printf(" MODULE: info_type[%u] id[%u] value_type[%u] value[%lld]\n", dm_ind_info->info_type, dm_ind_info->id,
+    const int32_t status =
+        reached("set_ind_info", hndl, dm_ind_info->id >= CPE_DM_IND_CNT ? CPE_DM_ERR_NOT_SUPPORTED : 0);
+    printf(" info_type[%u] id[%u] value_type[%u] value[%lld]", dm_ind_info->info_type, dm_ind_info->id,
            dm_ind_info->value_type, static_cast<long long>(dm_ind_info->value.i64_val));
-    return reached("set_ind_info", hndl, dm_ind_info->id >= CPE_DM_IND_CNT ? CPE_DM_ERR_NOT_SUPPORTED : 0);
+    return ended(status);
 }
 
 /* Delivers the events as well. */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
-    const int32_t status = reached("get_ind_cnt", hndl);
+    const int32_t status = ended(reached("get_ind_cnt", hndl));
     if (status != 0) {
         return status;
     }
@@ -181,21 +194,20 @@ int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
 }
 
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt) {
-    printf(" MODULE: list[%s] cnt[%u]\n", dm_ind_list ? "set" : "0", dm_ind_list_cnt);
     const int32_t status = reached("get_ind_list", hndl, dm_ind_list_cnt < 2 ? CPE_DM_ERR_LIST_TOO_SMALL : 0);
+    printf(" list[%s] cnt[%u]", dm_ind_list ? "set" : "0", dm_ind_list_cnt);
     for (uint32_t i = 0; i < dm_ind_list_cnt && status == 0; i++) {
         dm_ind_list[i] = i < 2 ? 2 + 5 * i : 0;
     }
-    return status;
+    return ended(status);
 }
 
 int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt) {
-    printf(" MODULE: clear");
+    const int32_t status = reached("clr_ind_list", hndl);
     for (uint32_t i = 0; i < dm_clr_ind_list_cnt; i++) {
         printf(" %d", dm_clr_ind_list[i]);
     }
-    printf("\n");
-    return reached("clr_ind_list", hndl);
+    return ended(status);
 }
 
 /* An end by _exit loses what a coverage build has counted, unless it is told. */

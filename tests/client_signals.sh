@@ -1,6 +1,7 @@
 #!/bin/sh
 # client_signals.sh EXPECTED COMMAND...: gives the client half a line, interrupts its read, gives it the rest, and ends it
-# with SIGTERM at the next prompt. Passes when it ends with status 0 and has written EXPECTED to a pipe.
+# with SIGTERM at the next prompt. Passes when it ends with status 0 and has written EXPECTED to a pipe, as compare.sh
+# compares.
 expected=$1
 shift
 dir=$(mktemp -d) || exit 1
@@ -34,4 +35,4 @@ prompted 2
 kill -TERM "$(cat "$dir/pid")"
 wait
 echo "ended with status $(cat "$dir/status")"
-diff -u "$expected" "$dir/out" && [ "$(cat "$dir/status")" = 0 ]
+"$(dirname "$0")/compare.sh" "$expected" "$dir/out" && [ "$(cat "$dir/status")" = 0 ]

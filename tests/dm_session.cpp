@@ -1,91 +1,269 @@
-/* Plays a fixed session of the client and the module against the scripted platform and prints everything that can be
- * seen of it: the client's own output, what was requested, what was logged, and the statuses. */
-#include "cpe_dm_client_options.h"
+/* Plays the session of one subject, the program's argument, from its standard input (the table at the end has the lines
+ * there are), with the module on the scripted platform, and prints what can
+ * be seen of it. The line of an operation has its status, the values it gave, the messages it sent, and how many info
+ * (I) and error (E) lines it logged; operations in a row of which all that is the same share one. Below it stand the
+ * events delivered, and the requests and log lines that were not printed before. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <iterator>
+#include <map>
 #include <set>
 #include <sstream>
 #include <utility>
+#include <vector>
 
-/* Prints the log; of info lines that were printed before only their number. */
-static void show_log(const std::string &log) {
+static cpe_dm_hndl handle;
+static std::string events;
+
+/* Nothing is printed, or nothing of the log; it counts as printed all the same. */
+static bool quiet, quiet_log;
+
+/* The operations that wait for a line of their own, and what is to stand behind them. */
+static std::string titles, outcome;
+
+static void print_pending() {
+    printf("%s", titles.empty() || quiet ? "" : (titles + ": " + outcome).c_str());
+    titles.clear();
+}
+
+static void heading(const char *text) {
+    print_pending();
+    printf("%s", quiet ? "" : (std::string(text) + "\n").c_str());
+}
+
+static std::string text_of(const fake_request &request) {
+    char head[80];
+    snprintf(head, sizeof(head), "-> 0x%04X %zu/%u %u ms", request.msg_id, request.bytes.size(), request.resp_len,
+             request.timeout_ms);
+    std::string text = head;
+    for (size_t i = 0; i < request.bytes.size(); i++) {
+        text += request.bytes[i] != 0 ? " " + std::to_string(i) + ":" + std::to_string(request.bytes[i]) : "";
+    }
+    return text;
+}
+
+/* Shows what happened since the last call. */
+static void show(const std::string &title, int32_t status, const std::string &values = "") {
     static std::set<std::string> seen;
-    std::istringstream lines(log);
-    int repeated = 0;
-    const auto print_repeated = [&repeated] { repeated != 0 ? printf("I ... %d\n", std::exchange(repeated, 0)) : 0; };
-    for (std::string line; std::getline(lines, line);) {
-        if (line[0] == 'I' && !seen.insert(line).second) {
-            repeated++;
-            continue;
-        }
-        print_repeated();
-        printf("%s\n", line.c_str());
-    }
-    print_repeated();
-}
-
-/* Addresses stand alone between brackets, and are longer than any other number there. */
-static std::string without_addresses(std::string log) {
-    for (size_t at = log.find("[0x"); at != std::string::npos; at = log.find("[0x", at + 1)) {
-        const size_t length = log.find_first_of(" ]", at) - at - 1;
-        if (length > 7) {
-            log.replace(at + 1, length, "ADDRESS");
-        }
-    }
-    return log;
-}
-
-/* Prints what happened since the last call. */
-static void show(const char *title, int32_t status) {
-    printf("== %s: %d\n", title, status);
+    std::string line = std::to_string(status) + values, below = std::exchange(events, {});
+    const auto add = [&below](const std::string &text) { below += seen.insert(text).second ? "  " + text + "\n" : ""; };
     for (const fake_request &request : fake_requests()) {
-        printf("-> 0x%04X %zu/%u %u ms", request.msg_id, request.bytes.size(), request.resp_len, request.timeout_ms);
-        for (size_t i = 0; i < request.bytes.size(); i++) {
-            if (request.bytes[i] != 0) {
-                printf(" %zu:%u", i, request.bytes[i]);
-            }
-        }
-        printf("\n");
+        const std::string text = text_of(request);
+        line += " " + text.substr(0, 9);
+        add(text);
     }
-    show_log(without_addresses(fake_log()));
+    int count[2] = {};
+    std::istringstream log(fake_log());
+    for (std::string text; std::getline(log, text);) {
+        count[text[0] == 'E']++;
+        quiet_log ? (void)seen.insert(text) : add(text);
+    }
+    line +=
+        (count[0] != 0 ? " I" + std::to_string(count[0]) : "") + (count[1] != 0 ? " E" + std::to_string(count[1]) : "");
+    line += "\n" + below;
+    if (!titles.empty() && line == outcome) {
+        titles += ", " + title;
+        return;
+    }
+    print_pending();
+    titles = title;
+    outcome = line;
 }
 
-/* Performs an option line of the client. */
-static void line(std::string text) {
-    cpe_dm_client_values values = {};
-    const std::string title = text;
-    cpe_dm_client_parse(text.data(), &values);
-    show(title.c_str(), cpe_dm_client_dispatch(&values));
+template <typename... Numbers> static std::string words(const char *first, Numbers... numbers) {
+    std::string text = first;
+    ((text += (text.empty() ? "" : " ") + std::to_string(numbers)), ...);
+    return text;
+}
+
+/* A list of which len entries hold: their number, all of them or, of a long one, the first and the last. */
+template <typename T, size_t N, typename Text> static std::string list_of(const T (&list)[N], uint32_t len, Text text) {
+    std::string result = " " + std::to_string(len) + " {";
+    const size_t end = std::min<size_t>(len, N);
+    for (size_t i = 0; i < end; i++) {
+        const bool left_out = end > 3 && i > 0 && i < end - 1;
+        result += left_out ? (i == 1 ? "; ..." : "") : (i == 0 ? "" : "; ") + text(list[i]);
+    }
+    return result + "}";
+}
+
+static std::string text_of_number(int64_t number) {
+    return std::to_string(number);
+}
+
+template <typename Cqi> static std::string text_of_cqi(const Cqi &cqi) {
+    return words("cqi", cqi.cc_cqi_valid) + list_of(cqi.cc_cqi, cqi.cc_cqi_len, [](const cpe_dm_cw_cqi &cc) {
+               return words("", cc.cw_cqi_len, cc.cw_cqi[0], cc.cw_cqi[1], cc.cw_cqi[2], cc.cw_cqi[3]);
+           });
+}
+
+static std::string text_of(const cpe_dm_nr5g_cell_lock_list &locks) {
+    return words("lock", locks.cell_identity_valid, locks.pci, locks.arfcn, locks.arfcn_identity_valid) +
+           list_of(locks.arfcn_list, locks.arfcn_list_len, text_of_number) + words(" last", locks.arfcn_list[31]);
+}
+
+static std::string text_of(const cpe_dm_lte_cell_lock_list &locks) {
+    return words("lock", locks.lte_cell_list_valid) +
+           list_of(locks.lte_cell_list, locks.lte_cell_list_len,
+                   [](const cpe_dm_lte_cell_lock &lock) { return words("", lock.pci, lock.freq); }) +
+           words(" last", locks.lte_cell_list[59].pci, locks.lte_cell_list[59].freq);
+}
+
+/* With a mark when the byte behind the last field is not 0. */
+template <typename Nbr> static std::string text_of_plmns(const Nbr &nbr) {
+    return list_of(nbr.plmn, nbr.plmn_len, [](const cpe_dm_plmn &plmn) {
+        const bool clean = reinterpret_cast<const uint8_t *>(&plmn)[sizeof(plmn) - 1] == 0;
+        return words(clean ? "" : "UNCLEAN", plmn.plmn_mcc, plmn.plmn_mnc, plmn.plmn_mnc_includes_pcs_digit);
+    });
+}
+
+static std::string text_of(const cpe_dm_lte_nbr_info &info) {
+    return words("best", info.highest_sig_valid, info.highest_sig_earfcn, info.highest_sig_pci,
+                 info.highest_sig_rsrp_valid, info.highest_sig_rsrp, info.highest_sig_rsrq_valid,
+                 info.highest_sig_rsrq) +
+           words(" nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_lte_nbr &nbr) {
+               return words("", nbr.earfcn, nbr.pci) + words(" cgi", nbr.cgi_valid, nbr.cgi) +
+                      words(" plmn", nbr.plmn_valid) + text_of_plmns(nbr);
+           });
+}
+
+static std::string text_of(const cpe_dm_nr5g_nbr_info &info) {
+    return words("nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_nr5g_nbr &nbr) {
+               return words("", nbr.earfcn, nbr.pci) + words(" rsrp", nbr.rsrp_valid, nbr.rsrp) +
+                      words(" cgi", nbr.cgi_valid) +
+                      list_of(nbr.cgi, nbr.cgi_len, [](uint64_t cgi) { return std::to_string(cgi); }) +
+                      words(" plmn", nbr.plmn_valid) + text_of_plmns(nbr);
+           });
+}
+
+/* The value of a record, behind the number of its type. */
+static std::string value_of(const cpe_dm_info &info) {
+    const std::string type = " (" + std::to_string(info.value_type) + ") ";
+    switch (info.value_type) {
+    case CPE_DM_VALUE_INT64:
+        return type + words("", info.value.i64_val);
+    case CPE_DM_VALUE_UINT32:
+        return type + words("", info.value.u32_val);
+    case CPE_DM_VALUE_INT64_LIST:
+        return type + list_of(info.value.i64_list, info.value_cnt, text_of_number);
+    case CPE_DM_VALUE_CQI_INFO:
+        return type + (info.id == CPE_DM_METRIC_LTE_CQI
+                           ? text_of_cqi(*static_cast<const cpe_dm_lte_cqi_info *>(info.value.cqi_info))
+                           : text_of_cqi(*static_cast<const cpe_dm_nr5g_cqi_info *>(info.value.cqi_info)));
+    case CPE_DM_VALUE_CELL_LOCK_LIST:
+        return type + (info.id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? text_of(*info.value.lte_cell_lock_list)
+                                                                   : text_of(*info.value.nr5g_cell_lock_list));
+    case CPE_DM_VALUE_LTE_NBR_INFO:
+        return type + text_of(*info.value.lte_nbr_info);
+    case CPE_DM_VALUE_NR5G_NBR_INFO:
+        return type + text_of(*info.value.nr5g_nbr_info);
+    default:
+        return type;
+    }
+}
+
+static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
+    // What the module would copy of its stack unwritten is then seen in the next event.
+    volatile char stack[8192];
+    std::fill(std::begin(stack), std::end(stack), 'x');
+    events += words("  event", info->info_type, info->id) + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
+    if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
+        free(info->value.lte_nbr_info);
+    }
+    free(info);
+}
+
+using numbers = std::vector<int64_t>;
+
+static uint32_t u32(int64_t number) {
+    return static_cast<uint32_t>(number);
+}
+
+/* Gets metrics: one by itself, several as a list. */
+static void get(const std::string &line, const numbers &ids) {
+    static struct {
+        cpe_dm_lte_cqi_info lte_cqi;
+        cpe_dm_nr5g_cqi_info nr5g_cqi;
+        cpe_dm_lte_cell_lock_list lte_locks;
+        cpe_dm_nr5g_cell_lock_list nr5g_locks;
+    } records;
+    memset(&records, 7, sizeof(records));
+    std::vector<cpe_dm_info> infos;
+    for (int64_t id : ids) {
+        infos.push_back({CPE_DM_INFO_TYPE_REQUEST, u32(id), CPE_DM_VALUE_NONE, {}, 0});
+        infos.back().value.cqi_info = id == CPE_DM_METRIC_LTE_CQI              ? static_cast<void *>(&records.lte_cqi)
+                                      : id == CPE_DM_METRIC_NR5G_CQI           ? static_cast<void *>(&records.nr5g_cqi)
+                                      : id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? static_cast<void *>(&records.lte_locks)
+                                                                               : &records.nr5g_locks;
+    }
+    const int32_t status = infos.size() == 1
+                               ? cpe_dm_get_info(handle, infos.data())
+                               : cpe_dm_get_info_list(handle, infos.data(), static_cast<int32_t>(infos.size()));
+    std::string values;
+    for (const cpe_dm_info &info : infos) {
+        values += info.value_type != CPE_DM_VALUE_NONE ? value_of(info) : "";
+    }
+    show(line, status, values);
+}
+
+static void get_each(const std::string &, const numbers &ids) {
+    for (int64_t id : ids) {
+        get(words("get", id), {id});
+    }
 }
 
 /* Each metric but those of the neighbours. */
-static void get_all(const char *title) {
-    printf("\n#### %s\n", title);
-    for (int id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
+static void get_all(const std::string &, const numbers &) {
+    for (int64_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         if (id < CPE_DM_METRIC_LTE_NBR_EARFCN || id > CPE_DM_METRIC_LTE_NBR_RSRQ) {
-            line("7 " + std::to_string(id));
+            get(words("get", id), {id});
         }
     }
 }
 
-static void lines(std::initializer_list<const char *> texts) {
-    for (const char *text : texts) {
-        line(text);
+/* Sets an indication, with a threshold or without. */
+static void set(const std::string &line, const numbers &args) {
+    cpe_dm_info info = {CPE_DM_INFO_TYPE_IND, u32(args[0]), CPE_DM_VALUE_NONE, {}, 0};
+    if (args.size() > 1) {
+        info.value_type = CPE_DM_VALUE_INT64;
+        info.value.i64_val = args[1];
     }
+    show(line, cpe_dm_set_ind_info(handle, &info));
 }
 
-static zeb_nas_cell_location_info_resp cell_location() {
+static void clear(const std::string &line, const numbers &args) {
+    const std::vector<int32_t> ids(args.begin(), args.end());
+    show(line, cpe_dm_clr_ind_list(handle, ids.data(), static_cast<uint32_t>(ids.size())));
+}
+
+static void count(const std::string &line, const numbers &) {
+    uint32_t number = 77;
+    const int32_t status = cpe_dm_get_ind_cnt(handle, &number);
+    show(line, status, words(" =", number));
+}
+
+static void list(const std::string &line, const numbers &args) {
+    uint32_t ids[7];
+    std::fill_n(ids, 7, 77);
+    const int32_t status = cpe_dm_get_ind_list(handle, ids, u32(args[0]));
+    show(line, status, " =" + list_of(ids, u32(args[0]), text_of_number));
+}
+
+static zeb_nas_cell_location_info_resp cell_location(bool serving_valid, bool arfcn_valid) {
     zeb_nas_cell_location_info_resp resp = {};
     resp.lte_intra_valid = 1;
     const zeb_nas_intra_cell other = {300, -11, -101, {}}, serving = {301, -12, -102, {}}, twin = {301, -13, -103, {}};
     resp.lte_intra = {{0x21, 0xF3, 0x54}, 0xFFFE, 0xFFFFFFFF, 65535, 301, 3, {other, serving, twin}};
-    resp.nr5g_serving_cell_info_valid = 1;
+    resp.nr5g_serving_cell_info_valid = serving_valid;
     resp.nr5g_serving = {{0x12, 0x03, 0xFF}, {0x00, 0x80, 0xFF}, 0xFEDCBA987, 501, -14, -104, -5};
-    resp.nr5g_arfcn_valid = 1;
+    resp.nr5g_arfcn_valid = arfcn_valid;
     resp.nr5g_arfcn = 4294967295;
     return resp;
 }
@@ -94,7 +272,7 @@ static zeb_nas_sig_info sig_info(int16_t level) {
     return {1, {-60, -10, level, 32767}, 1, {static_cast<int16_t>(level - 1), -1}, 1, -15, {}};
 }
 
-/* Both technologies' CQI, for lengths beyond what there is room for as well. */
+/* Both technologies' CQI. */
 static zeb_nas_cqi_info_resp cqi(uint32_t carriers, uint32_t codewords) {
     zeb_nas_cqi_info_resp resp = {};
     resp.lte_cc_cqi_valid = resp.nr5g_cc_cqi_valid = 1;
@@ -124,13 +302,10 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-static zeb_nas_tx_rx_info_resp tx(int32_t power) {
-    return {{}, 1, power, {}};
-}
-
 /* Every list as long as len says, whatever its room. */
-static zeb_nas_scan_result_ind scan_result(uint32_t len, uint8_t lte_valid) {
+static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
+    scan.scan_status = status;
     scan.lte_valid = lte_valid;
     scan.nr5g_valid = 1;
     scan.lte.nbr_len = scan.nr5g.nbr_len = len;
@@ -148,188 +323,160 @@ static zeb_nas_scan_result_ind scan_result(uint32_t len, uint8_t lte_valid) {
     return scan;
 }
 
-template <typename T> static void indicate(const char *title, uint32_t msg_id, const T &message) {
+/* LTE with an NR 5G cell; with a third number, NR 5G's own status; without any, nothing. */
+static zeb_nas_sys_info_resp sys_info(const numbers &args) {
+    zeb_nas_sys_info_resp resp = {};
+    if (!args.empty()) {
+        resp = fake_sys_info(u32(args[0]), static_cast<uint16_t>(args[1]));
+        resp.info.nr5g_srv_status_valid = args.size() > 2;
+        resp.info.nr5g_srv_status = args.size() > 2 ? u32(args[2]) : 0;
+    }
+    return resp;
+}
+
+template <typename T> static void indicate(const std::string &line, uint32_t msg_id, const T &message) {
     const bool delivered = fake_indicate(msg_id, message);
     if (!fault_settle(2000)) {
         printf("!! the command thread does not come to rest\n");
     }
-    show(title, delivered);
+    show(line, delivered);
 }
 
-static void set_answers(bool full) {
+/* With 1, everything is reported; with 0, nothing is. */
+static void set_answers(const std::string &, const numbers &args) {
+    const bool full = args[0] != 0;
+    const zeb_nas_tx_rx_info_resp tx = {{}, 1, INT32_MIN, {}};
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location() : zeb_nas_cell_location_info_resp{});
+    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location(true, true) : zeb_nas_cell_location_info_resp{});
     fake_default(ZEB_NAS_GET_SIG_INFO, full ? zeb_nas_sig_info_resp{{}, sig_info(-95)} : zeb_nas_sig_info_resp{});
-    fake_default(ZEB_NAS_GET_TX_RX_INFO, full ? tx(-2147483647 - 1) : zeb_nas_tx_rx_info_resp{});
+    fake_default(ZEB_NAS_GET_TX_RX_INFO, full ? tx : zeb_nas_tx_rx_info_resp{});
     fake_default(ZEB_NAS_GET_CQI_INFO, full ? cqi(2, 2) : zeb_nas_cqi_info_resp{});
     fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, full ? lte_lock(2) : zeb_nas_lte_cell_lock_list_resp{});
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, full ? nr5g_lock(false, 2) : zeb_nas_nr5g_cell_lock_list_resp{});
 }
 
-static void play_queries() {
-    set_answers(true);
-    get_all("EN-DC, everything reported");
-    set_answers(false);
-    get_all("EN-DC, nothing reported");
-    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info(ZEB_NAS_SRV_STATUS_LIMITED));
-    get_all("no service");
-
-    printf("\n#### counts beyond every room\n");
-    set_answers(true);
-    for (uint32_t len : {0u, 5u, 256u + 61u, 4294967295u}) {
-        fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
-        fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
-        fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
-        zeb_nas_cell_location_info_resp cells = cell_location();
-        cells.lte_intra.cells_len = len;
-        cells.lte_intra.serving_cell_id = 0;
-        cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
-        cells.nr5g_serving_cell_info_valid = 0;
-        fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
-        lines({"7 2", "7 3", "7 16", "7 17", "7 33", "7 34"});
-    }
-    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2));
-    line("7 34");
-    set_answers(true);
+/* All lists of the answers so long; their log lines are no longer shown. */
+static void set_counts(const std::string &, const numbers &args) {
+    const uint32_t len = u32(args[0]);
+    quiet_log = true;
+    fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
+    fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
+    fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
+    zeb_nas_cell_location_info_resp cells = cell_location(true, true);
+    cells.lte_intra.cells_len = len;
+    cells.lte_intra.serving_cell_id = 0;
+    cells.lte_intra.cells[0].pci = cells.lte_intra.cells[1].pci = cells.lte_intra.cells[2].pci = 1;
+    fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
 }
 
-static void play_indications() {
-    printf("\n#### indications\n");
-    indicate("signal, none set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
-    lines({"3 7 70000", "3 1", "3 2 2", "3 3 3", "3 4 4", "3 5 5", "3 6 6", "3 7 7", "5 7"});
-    indicate("signal, all set", ZEB_NAS_SIG_INFO_IND, sig_info(-90));
-    indicate("signal, two changed", ZEB_NAS_SIG_INFO_IND, sig_info(-91));
-    zeb_nas_sig_info invalid = sig_info(-50);
-    invalid.lte_sig_info_valid = 2;
-    invalid.nr5g_sig_info_valid = 0;
-    invalid.nr5g_rsrq = 5;
-    indicate("signal, valid in part", ZEB_NAS_SIG_INFO_IND, invalid);
-    indicate("signal, empty", ZEB_NAS_SIG_INFO_IND, zeb_nas_sig_info{});
-    line("3 2 9");
-    indicate("signal, threshold set again", ZEB_NAS_SIG_INFO_IND, sig_info(-91));
-    for (uint32_t srv_status : {1u, 1u, 4u, 3u, 0u, 2u}) {
-        indicate("system info, LTE", ZEB_NAS_SYS_INFO_IND, fake_sys_info(srv_status, 0).info);
-    }
-    zeb_nas_sys_info info = fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, 500).info;
-    info.nr5g_srv_status_valid = 1;
-    for (uint32_t srv_status : {2u, 1u, 3u, 4u, 9u}) {
-        info.nr5g_srv_status = srv_status;
-        info.lte_srv_status = srv_status == 1 ? 2 : 0;
-        indicate("system info, NR 5G", ZEB_NAS_SYS_INFO_IND, info);
-    }
-    indicate("system info, empty", ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
-    indicate("unknown", 0x77, zeb_nas_sys_info{});
-    for (uint32_t msg_id : {ZEB_NAS_SIG_INFO_IND, ZEB_NAS_SYS_INFO_IND, ZEB_NAS_SCAN_RESULT_IND}) {
-        indicate("damaged", msg_id, uint32_t{1});
-    }
-    for (int32_t event : {0, 1}) {
-        show("service event", fake_notify(event));
-    }
-    line("6 7 6 5 4 3 2 1");
-    indicate("signal, all cleared", ZEB_NAS_SIG_INFO_IND, sig_info(-92));
-    indicate("system info, cleared", ZEB_NAS_SYS_INFO_IND, fake_sys_info().info);
+static void signal_in_part(const std::string &line, const numbers &) {
+    zeb_nas_sig_info info = sig_info(-50);
+    info.lte_sig_info_valid = 2;
+    info.nr5g_sig_info_valid = 0;
+    info.nr5g_rsrq = 5;
+    indicate(line, ZEB_NAS_SIG_INFO_IND, info);
 }
 
-/* Asks for neighbour metrics, and delivers a scan result. */
-static void scan(const std::string &text, const zeb_nas_scan_result_ind &result) {
-    line(text);
-    indicate("scan result", ZEB_NAS_SCAN_RESULT_IND, result);
+static void answer_without_rsrq(const std::string &, const numbers &) {
+    zeb_nas_sig_info_resp resp = {{}, sig_info(-95)};
+    resp.info.nr5g_rsrq_valid = 0;
+    fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
 }
 
-static void play_scans() {
-    printf("\n#### neighbour scans\n");
-    for (int id = CPE_DM_METRIC_LTE_NBR_EARFCN; id <= CPE_DM_METRIC_LTE_NBR_RSRQ; id++) {
-        scan("7 " + std::to_string(id), scan_result(2, id % 2 == 0));
-    }
-    for (uint32_t len : {0u, 4294967295u}) {
-        scan("8 22 24 26 28 30 32", scan_result(len, 1));
-        scan("8 23 25 27 29 31", scan_result(len, 0));
-    }
-    zeb_nas_scan_result_ind failed = scan_result(1, 1);
-    failed.scan_status = 7;
-    scan("7 24", failed);
-    scan("7 25", failed);
+/* The status changes between the two requests of a query. */
+static void change_on_cqi(const std::string &, const numbers &args) {
+    fake_on_request([args](uint32_t msg_id) {
+        if (msg_id == ZEB_NAS_GET_CQI_INFO) {
+            fake_indicate(ZEB_NAS_SYS_INFO_IND, sys_info(args).info);
+        }
+    });
 }
 
-/* What is asked of which technology, by the network status that the system information indication has left. */
-static void play_network_statuses() {
-    printf("\n#### network statuses\n");
-    zeb_nas_sys_info_resp standalone = {};
-    standalone.info.nr5g_srv_status_valid = 1;
-    standalone.info.nr5g_srv_status = ZEB_NAS_SRV_STATUS_SRV;
-    for (const zeb_nas_sys_info_resp &sys_info : {fake_sys_info(2, 0), standalone, fake_sys_info()}) {
-        fake_default(ZEB_NAS_GET_SYS_INFO, sys_info);
-        indicate("system info", ZEB_NAS_SYS_INFO_IND, sys_info.info);
-        lines({"7 1", "7 5", "7 16", "7 20", "7 33"});
-    }
-    // An attached cell that is gone at the second look, and NR 5G signal values without RSRQ.
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
-    fake_answer(ZEB_NAS_GET_SYS_INFO, fake_sys_info(2, 0));
-    zeb_nas_sig_info_resp sig = {{}, sig_info(-95)};
-    sig.info.nr5g_rsrq_valid = 0;
-    fake_answer(ZEB_NAS_GET_SIG_INFO, sig);
-    lines({"7 5", "7 13"});
-    // The status changes between the two requests of a query, and is gone before the first.
-    for (uint16_t nr5g_pci : {uint16_t{0}, uint16_t{500}}) {
-        fake_on_request([nr5g_pci](uint32_t msg_id) {
-            if (msg_id == ZEB_NAS_GET_CQI_INFO) {
-                fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(2, nr5g_pci).info);
-            }
-        });
-        line("7 16");
-        fake_on_request(nullptr);
-        fault_settle(2000);
-    }
-    indicate("system info, empty", ZEB_NAS_SYS_INFO_IND, zeb_nas_sys_info{});
-    lines({"7 16", "7 20", "7 33"});
-    indicate("system info", ZEB_NAS_SYS_INFO_IND, fake_sys_info().info);
-}
-
-static void play_lists() {
-    printf("\n#### lists\n");
-    const zeb_nas_resp_header rejected = {1, 3};
-    fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{});
-    lines({"7 0", "7 35", "8 10 99", "8 99 10", "8 1 10 10", "8 10 20 10", "8 24 20 31"});
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    lines({"8 24 31", "7 30", "8 24 31 99", "8 10 24", "7 25", "8 10"});
-    // The LTE result starts the NR 5G scan; while that lasts there is no other.
-    indicate("LTE scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 1));
-    line("7 22");
-    indicate("NR 5G scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(1, 0));
-    // Another thread starts a scan while a list is on its way.
+/* Another thread starts a scan while a list is on its way. */
+static void scan_on_signal(const std::string &, const numbers &) {
     fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request |= msg_id == ZEB_NAS_GET_SIG_INFO; });
-    line("8 24 10");
+}
+
+static void end_of_hook(const std::string &, const numbers &) {
     fake_on_request(nullptr);
     cpe_dm_state.nr5g_scan_request = 0;
-    // The NR 5G scan that follows is refused: its response never comes, and the request stays.
-    line("8 24 25");
-    fake_answer(ZEB_NAS_PERFORM_INCREMENTAL_SCAN, rejected);
-    indicate("LTE scan result", ZEB_NAS_SCAN_RESULT_IND, scan_result(0, 1));
-    line("7 24");
 }
 
-static void play_indication_table() {
-    printf("\n#### indication table\n");
-    lines({"3 7 1", "3 3 2", "3 1", "3 2 0", "3 2", "3 8 1", "3 0 1", "4", "5 5", "5 2", "5 0", "6 3 9", "6 0"});
-    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
-    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_empty_resp{}, -8);
-    lines({"6 3 3 5", "3 6 9", "5 7"});
-    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_resp_header{1, 3});
-    fake_answer(ZEB_NAS_CONFIG_SIG_INFO, zeb_nas_empty_resp{}, -8);
-    lines({"6 3 3 5", "6 7", "5 7", "6 1 7", "4"});
+/* The lines of a session: the module's operations, what the modem indicates, and what it answers from then on. */
+static const std::map<std::string, std::function<void(const std::string &line, const numbers &args)>> commands = {
+    {"get", get},
+    {"each", get_each},
+    {"all", get_all},
+    {"set", set},
+    {"clear", clear},
+    {"count", count},
+    {"list", list},
+    {"notify", [](auto &line, auto &args) { show(line, fake_notify(static_cast<int32_t>(args[0]))); }},
+    {"system", [](auto &line, auto &args) { indicate(line, ZEB_NAS_SYS_INFO_IND, sys_info(args).info); }},
+    {"signal",
+     [](auto &line, auto &args) {
+         indicate(line, ZEB_NAS_SIG_INFO_IND,
+                  args.empty() ? zeb_nas_sig_info{} : sig_info(static_cast<int16_t>(args[0])));
+     }},
+    {"signal_in_part", signal_in_part},
+    {"scan",
+     [](auto &line, auto &args) {
+         indicate(line, ZEB_NAS_SCAN_RESULT_IND,
+                  scan_result(u32(args[0]), args[1] != 0, args.size() > 2 ? u32(args[2]) : 0));
+     }},
+    {"damaged", [](auto &line, auto &args) { indicate(line, u32(args[0]), uint32_t{1}); }},
+    {"answers", set_answers},
+    {"counts", set_counts},
+    {"answer_system", [](auto &, auto &args) { fake_default(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
+    {"answer_system_once", [](auto &, auto &args) { fake_answer(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
+    {"answer_cells",
+     [](auto &, auto &args) {
+         fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(args[0] != 0, args[1] != 0));
+     }},
+    {"answer_one_lock", [](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }},
+    {"answer_no_power", [](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }},
+    {"answer_without_rsrq", answer_without_rsrq},
+    {"refuse",
+     [](auto &, auto &args) {
+         fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});
+     }},
+    {"lose", [](auto &, auto &args) { fake_answer(u32(args[0]), zeb_nas_empty_resp{}, -8); }},
+    {"change_on_cqi", change_on_cqi},
+    {"scan_on_signal", scan_on_signal},
+    {"end_of_hook", end_of_hook},
+};
+
+static void play(const std::string &line) {
+    std::istringstream words(line);
+    std::string name;
+    numbers args;
+    words >> name;
+    for (std::string word; words >> word;) {
+        args.push_back(std::stoll(word, nullptr, 0));
+    }
+    commands.at(name)(line, args);
 }
 
-int main() {
+int main(int argc, char **argv) {
+    const std::string subject = argc == 2 ? argv[1] : "";
     fake_services(12, 2);
-    set_answers(true);
-    line("1");
-    play_queries();
-    play_indications();
-    play_scans();
-    play_network_statuses();
-    play_indication_table();
-    play_lists();
-    lines({"8 0 1", "", "2", "7 1"});
-    return fault_live_allocations() == 0 && fake_clients() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    play("answers 1");
+    quiet = subject != "start";
+    show("init", cpe_dm_init(&handle, &handle, on_event));
+    if (subject != "start" && subject != "queries") {
+        play("all");
+    }
+    print_pending();
+    quiet = false;
+    char line[200];
+    while (fgets(line, sizeof(line), stdin) != nullptr) {
+        line[strcspn(line, "\n")] = '\0';
+        line[0] == '#' ? heading(line) : play(line);
+    }
+    print_pending();
+    quiet = subject != "start";
+    show("deinit", cpe_dm_deinit(handle));
+    print_pending();
+    const bool clean = cpe_dm_deinit(handle) == CPE_DM_ERR_INVALID_PARAM && fault_live_allocations() == 0;
+    return clean && fake_clients() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

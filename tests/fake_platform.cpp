@@ -15,6 +15,7 @@
 struct zeb_client {
     zeb_client_ind_cb ind_cb;
     zeb_client_notify_cb notify_cb;
+    const zeb_cci_os_params *block; /* a notifier's, until it is released */
 };
 
 struct zeb_service {
@@ -37,6 +38,7 @@ std::map<uint32_t, std::vector<uint8_t>> defaults;
 uint32_t services = 1;
 /* Never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
+bool blocks_kept = true;
 int waits_left;
 int late_by;
 std::function<void(uint32_t)> on_request;
@@ -65,6 +67,15 @@ answer next_answer(uint32_t msg_id) {
 zeb_client *new_client() {
     const std::lock_guard guard(books);
     return *clients->insert(new zeb_client{}).first;
+}
+
+/* Whether the blocks of all notifiers are as they left them, and the new one is none of them. */
+bool all_kept(const zeb_cci_os_params *new_block) {
+    zeb_cci_os_params used;
+    memset(&used, 1, sizeof(used));
+    return std::all_of(clients->begin(), clients->end(), [&](const zeb_client *c) {
+        return c->block == nullptr || (c->block != new_block && memcmp(c->block, &used, sizeof(used)) == 0);
+    });
 }
 
 std::vector<uint8_t> bytes_of(const void *data, size_t size) {
@@ -135,6 +146,10 @@ int fake_clients() {
     return static_cast<int>(clients->size());
 }
 
+bool fake_blocks_kept() {
+    return blocks_kept;
+}
+
 zeb_nas_sys_info_resp fake_sys_info(uint32_t lte_srv_status, uint16_t nr5g_pci) {
     return {{}, {0, 0, 0, 0, 1, lte_srv_status, 3, 2, nr5g_pci != 0, nr5g_pci, {}}};
 }
@@ -164,12 +179,14 @@ zeb_service_object nas_get_service_object_internal_v01(int32_t major, int32_t mi
 int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *os_params, zeb_client_handle *created) {
     const int32_t status = next_status("zeb_client_notifier_init");
     const zeb_cci_os_params zero = {};
+    blocks_kept = blocks_kept && all_kept(os_params);
     if (status != 0 || object != &service || memcmp(os_params, &zero, sizeof(zero)) != 0) {
         return status != 0 ? status : ZEB_INVALID_ARG_ERR;
     }
     memset(os_params, 1, sizeof(*os_params));
     waits_left = 3;
     notifier = *created = new_client();
+    notifier->block = os_params;
     return 0;
 }
 

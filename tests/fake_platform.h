@@ -56,6 +56,9 @@ bool fake_notify(int32_t event);
 /* Clients and notifiers that are not released. */
 int fake_clients();
 
+/* Whether no notifier's OS-parameter block was ever changed or handed to another one before its release. */
+bool fake_blocks_kept();
+
 /* Registration status 6: LTE in service with NR 5G cell nr5g_pci. */
 zeb_nas_sys_info_resp fake_sys_info(uint32_t lte_srv_status = ZEB_NAS_SRV_STATUS_SRV, uint16_t nr5g_pci = 500);
 

@@ -8,6 +8,19 @@
 #define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
 #define OFFSET(type, field, bytes) static_assert(offsetof(type, field) == (bytes), #type "." #field)
 
+/* The numbers of the constants; those of the IDs stand in the transcripts of module and client. */
+static_assert(CPE_DM_SUCCESS == 0 && CPE_DM_ERR_FAILURE == -1 && CPE_DM_ERR_INVALID_PARAM == -2 &&
+                  CPE_DM_ERR_NO_MEMORY == -3 && CPE_DM_ERR_LIST_TOO_SMALL == -4 && CPE_DM_ERR_SCAN_ONGOING == -5 &&
+                  CPE_DM_ERR_NOT_SUPPORTED == -7 && CPE_DM_ERR_NOT_INITIALIZED == -12 &&
+                  CPE_DM_ERR_ALREADY_INITIALIZED == -13 && CPE_DM_ERR_SERVICE_UNAVAILABLE == -16 &&
+                  CPE_DM_ERR_INFO_UNAVAILABLE == -17,
+              "statuses");
+static_assert(CPE_DM_INFO_TYPE_REQUEST == 1 && CPE_DM_INFO_TYPE_ASYNC_RSP == 2 && CPE_DM_INFO_TYPE_IND == 3, "types");
+static_assert(CPE_DM_VALUE_NONE == 0 && CPE_DM_VALUE_INT64 == 2 && CPE_DM_VALUE_UINT32 == 4 &&
+                  CPE_DM_VALUE_INT64_LIST == 6 && CPE_DM_VALUE_CQI_INFO == 7 && CPE_DM_VALUE_CELL_LOCK_LIST == 8 &&
+                  CPE_DM_VALUE_LTE_NBR_INFO == 9 && CPE_DM_VALUE_NR5G_NBR_INFO == 10,
+              "value types");
+
 SIZE(cpe_dm_hndl, sizeof(void *));
 SIZE(cpe_dm_info, 184);
 OFFSET(cpe_dm_info, value_type, 8);

@@ -1,11 +1,12 @@
 /* Plays a session that uses every operation and every kind of event, once for each call that can fail with just that
- * call failing, and prints what differs from the session without a fault: statuses, error lines and events. Then plays
- * it with every call failing from the nth on. After each session the module must come up and go down again with nothing
- * left behind. */
+ * call failing, and prints what differs from the session without a fault: statuses, error lines and events, each
+ * difference once with the calls that cause it ("..." stands for the name of the step). Then plays it with every call
+ * failing from the nth on. After each session the module must come up and go down again with nothing left behind. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -149,27 +150,55 @@ bool recovers() {
 
 int failures;
 
+/* What differs from the session without a fault, and which calls made it so: the number of the call, and the step's
+ * name where only one step differs. */
+struct difference {
+    std::string what, step, calls;
+};
+
+void note(std::vector<difference> &differences, int call, const std::vector<std::string> &outcomes,
+          const std::vector<std::string> &expected) {
+    difference found;
+    int steps_differing = 0;
+    // Where the module did not come up, every other step is refused.
+    const bool up = outcomes[0].starts_with("init 0");
+    for (size_t i = 0; i < (up ? step_cnt : 1); i++) {
+        if (outcomes[i] != expected[i]) {
+            found.what += " [" + outcomes[i] + "]";
+            found.step = steps_differing++ == 0 ? steps[i].name : "";
+        }
+    }
+    if (!found.step.empty()) {
+        found.what = " [..." + found.what.substr(2 + found.step.size());
+    }
+    auto same = std::find_if(differences.begin(), differences.end(),
+                             [&](const difference &other) { return other.what == found.what; });
+    if (same == differences.end()) {
+        same = differences.insert(same, {found.what, "", ""});
+    }
+    same->calls += (same->step != found.step ? " " + found.step : "") + " #" + std::to_string(call);
+    same->step = found.step;
+}
+
 int one_at_a_time(const char *point, const std::vector<std::string> &expected) {
-    for (int n = 1;; n++) {
+    std::vector<difference> differences;
+    int n = 1;
+    for (;; n++) {
         fault_arm(point, n);
         const std::vector<std::string> outcomes = session(5000);
         if (fault_fired().empty()) {
-            return n - 1;
+            break;
         }
-        printf("%s #%d:", point, n);
-        // Where the module did not come up, every other step is refused.
-        const bool up = outcomes[0].starts_with("init 0");
-        for (size_t i = 0; i < (up ? step_cnt : 1); i++) {
-            if (outcomes[i] != expected[i]) {
-                printf(" [%s]", outcomes[i].c_str());
-            }
-        }
-        printf("\n");
+        note(differences, n, outcomes, expected);
         if (!recovers() || fake_clients() != 0) {
-            printf("!! does not recover\n");
+            printf("!! does not recover from %s #%d\n", point, n);
             failures++;
         }
     }
+    for (const difference &d : differences) {
+        printf("%s%s:%s\n", point, d.calls.c_str(), d.what.c_str());
+    }
+    return n - 1;
 }
 
 int from_the_nth_on() {

@@ -1,0 +1,59 @@
+# Makes a transcript of a program's whole output. Nothing of it is lost but what is the same again:
+#   - the client's banner and menu, where the menu is printed more than once: "[menu] " stands for each exact copy;
+#   - the inner entries of a numbered list (lines with a #number) that are alike but for their numbers, and the inner
+#     lines of the client's announcements of a list of metrics, alike but for the names.
+# A backslash at the end of a line says that the program ended the line's text without a newline.
+{ text = text $0 "\n" }
+
+# What all entries of a list have in common; other lines have nothing in common with any.
+function shape(i,   s) {
+    s = line[i]
+    if (sub(/^CPE DEMO APP : Getting LTE.5G \[.*\] metric information\.$/, "Getting", s)) {
+        return s
+    }
+    if (s !~ /#[0-9]/) {
+        return "line " i
+    }
+    gsub(/-?[0-9]+/, "N", s)
+    return s
+}
+
+# How many lines from i on repeat the shapes of the first p of them, in whole groups.
+function alike(i, p,   n) {
+    for (n = p; i + n <= lines && shape(i + n) == shape(i + n - p); n++) {
+    }
+    return n - n % p
+}
+
+END {
+    text = substr(text, 1, length(text) - length("[end]\n"))
+    if (text !~ /\n$/) {
+        text = text "\\\n"
+    }
+    at = index(text, "\n\nPlease select")
+    prompt = index(text, "Option > ")
+    menu = at && prompt > at ? substr(text, at, prompt + length("Option > ") - at) : ""
+    single = menu != "" && !index(substr(text, prompt + 1), menu)
+    if (!single && match(text, /^\n\n#+ [^\n]* #+\n\n/)) {
+        text = substr(text, RLENGTH + 1)
+    }
+    while (menu != "" && !single && (at = index(text, menu))) {
+        before = substr(text, 1, at - 1)
+        text = before (before ~ /[^\n]$/ ? "\\\n" : "") "[menu] " substr(text, at + length(menu))
+    }
+    lines = split(text, line, "\n") - 1
+    for (i = 1; i <= lines; i++) {
+        for (p = 1; p <= 3; p++) {
+            n = alike(i, p)
+            if (n >= 2 * p + 3) {
+                for (j = i; j < i + p; j++) {
+                    print line[j]
+                }
+                printf "... %d lines\n", n - 2 * p
+                i += n - p
+                break
+            }
+        }
+        print line[i]
+    }
+}
