@@ -114,7 +114,7 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
     if (count > cmdq->max) {
         CPE_DM_LOG_INFO("Command queue exceeds configured maximum! %d > %d\n", count, cmdq->max);
     }
-    // The heap is not entered under the mutex: here it would keep the command thread waiting, there the producers.
+    // Nodes are allocated here, and released by the command thread, without the mutex: nobody waits for the heap.
     cpe_dm_owned<cpe_dm_dll_node> node(cpe_dm_dll_init(nullptr));
     if (!node) {
         CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
