@@ -40,8 +40,9 @@ expect() {
     shift 4
     printf '%b' "$job" >a.job
     : >sent
-    "${@:-env}" "${shell[@]}" "$source/scripts/job" "${flags[@]}" a.job "${player[@]}" >out 2>err
-    actual=$?
+    # Through a pipe, so that whatever is left running holds the case up.
+    "${@:-env}" "${shell[@]}" "$source/scripts/job" "${flags[@]}" a.job "${player[@]}" 2>&1 >out | cat >err
+    actual=${PIPESTATUS[0]}
     cases=$((cases + 1))
     if [ $actual -ne "$status" ] || ! grep -F "job: a.job${line:+:$line}: " err | grep -qF -- "$why"; then
         echo "${shell[*]}: ${job}: status $actual, wanted $status${line:+ at line $line}: $why"
