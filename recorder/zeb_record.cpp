@@ -77,7 +77,7 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
         return ZEB_INTERNAL_ERR;
     }
     zeb_record_call call = zeb_record_before();
-    zeb_record_client *entry = zeb_record_on() ? zeb_record_client_add(0) : nullptr;
+    zeb_record_client *entry = call.on ? zeb_record_client_add(0) : nullptr;
     const int32_t status = platform(service, os_params, notifier);
     zeb_record_after(&call);
     const uint32_t number = status == 0 && entry != nullptr ? entry->number.load() : 0;
@@ -157,7 +157,7 @@ int32_t zeb_client_init_instance(zeb_service_object service, uint32_t instance, 
         return ZEB_INTERNAL_ERR;
     }
     zeb_record_call call = zeb_record_before();
-    zeb_record_client *entry = zeb_record_on() && ind_cb != nullptr ? zeb_record_client_add(0) : nullptr;
+    zeb_record_client *entry = call.on && ind_cb != nullptr ? zeb_record_client_add(0) : nullptr;
     if (entry != nullptr) {
         entry->ind_cb = ind_cb;
         entry->cb_data = ind_cb_data;

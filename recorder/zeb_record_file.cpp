@@ -26,7 +26,6 @@ enum {
     LIMIT_DEFAULT = 16 * 1024 * 1024,
     PROMPT_US = 10000, /* a disk that keeps a thread longer is slow */
     SYNC_US = 500000,  /* from one fdatasync to the next */
-    ROUNDS_MAX = 2,    /* a thread of the program's hands over no more often in a row */
     FD_MIN = 64,       /* so that the program's own descriptors keep their numbers */
 };
 
@@ -42,8 +41,9 @@ static struct stat file_status;
 
 /* Guards what follows; held for memory operations only, never for one of the file. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t work_came; /* for the recorder's thread; by the monotonic clock */
-static char texts[2][ROOM];      /* one is filled while the other is written */
+static pthread_cond_t work_came;    /* for the recorder's thread; both by the monotonic clock */
+static pthread_cond_t text_written; /* for who waits until another has handed over */
+static char texts[2][ROOM];         /* one is filled while the other is written */
 static char *text = texts[0];
 static uint32_t used;      /* bytes of text, of whole lines */
 static uint32_t used_line; /* and with the line at work; more than ROOM: it does not fit */
@@ -147,29 +147,25 @@ static bool record_write(const char *bytes, size_t len) {
     return true;
 }
 
-/* Hands all lines to the kernel: the recorder's thread until there are none, another until the disk is slow or it has
- * done so for others long enough. Called with the lock, which is given up meanwhile; returns false when the lock was
- * not to be had again. */
-static bool record_flush(bool own_thread) {
-    uint32_t rounds = 0;
+/* Hands all lines to the kernel, while no other thread does. Called with the lock, which is given up meanwhile; returns
+ * false when it was not to be had again. */
+static bool record_flush() {
+    const char *bytes = text;
+    const uint32_t len = used;
+    text = text == texts[0] ? texts[1] : texts[0];
+    used = 0;
     writing = true;
-    do {
-        const char *bytes = text;
-        const uint32_t len = used;
-        text = text == texts[0] ? texts[1] : texts[0];
-        used = 0;
-        record_unlock();
-        const uint64_t began = now_us(CLOCK_MONOTONIC);
-        const bool written = record_write(bytes, len);
-        const bool prompt = now_us(CLOCK_MONOTONIC) - began <= PROMPT_US;
-        if (!record_lock()) {
-            return false;
-        }
-        unsynced = unsynced || written;
-        used = written ? used : 0;
-        slow = !prompt || (used > 0 && ++rounds == ROUNDS_MAX);
-    } while (used > 0 && (own_thread || !slow));
+    record_unlock();
+    const uint64_t began = now_us(CLOCK_MONOTONIC);
+    const bool written = record_write(bytes, len);
+    const bool prompt = now_us(CLOCK_MONOTONIC) - began <= PROMPT_US;
+    if (!record_lock()) {
+        return false;
+    }
     writing = false;
+    slow = !prompt;
+    unsynced = unsynced || written;
+    pthread_cond_broadcast(&text_written);
     return true;
 }
 
@@ -187,7 +183,7 @@ static void *record_thread(void * /*unused*/) {
     while (error == 0 || error == ETIMEDOUT) {
         error = 0;
         if (slow && used > 0 && !writing) {
-            if (!record_flush(true)) {
+            if (!record_flush()) {
                 return nullptr;
             }
         } else if (!unsynced) {
@@ -253,7 +249,7 @@ static bool record_asked() {
     return true;
 }
 
-static void record_first_line() {
+static bool record_first_line() {
     utsname machine = {};
     tm utc = {};
     char start[sizeof("2026-11-23T01:02:03Z")] = "";
@@ -264,7 +260,8 @@ static void record_first_line() {
     }
     start_us = now_us(CLOCK_MONOTONIC);
     line_print("zeb-recording 1 start=%s machine=%s\n", start, machine.machine);
-    recorded = used = used_line;
+    recorded = used = used_line <= ROOM ? used_line : 0;
+    return record_check("no first line, nothing is recorded", used == 0 ? EIO : 0);
 }
 
 static void record_off_in_child() {
@@ -282,14 +279,15 @@ static void record_start() {
     sigset_t previous;
     pthread_t thread;
     sigfillset(&all);
-    if (!record_open() || !record_check("pthread_condattr_init", pthread_condattr_init(&monotonic)) ||
+    if (!record_open() || !record_first_line() ||
+        !record_check("pthread_condattr_init", pthread_condattr_init(&monotonic)) ||
         !record_check("pthread_condattr_setclock", pthread_condattr_setclock(&monotonic, CLOCK_MONOTONIC)) ||
         !record_check("pthread_cond_init", pthread_cond_init(&work_came, &monotonic)) ||
+        !record_check("pthread_cond_init", pthread_cond_init(&text_written, &monotonic)) ||
         !record_check("pthread_atfork", pthread_atfork(nullptr, nullptr, record_off_in_child)) ||
         !record_check("pthread_sigmask", pthread_sigmask(SIG_SETMASK, &all, &previous))) {
         return;
     }
-    record_first_line();
     const int error = pthread_create(&thread, nullptr, record_thread, nullptr);
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
     if (record_check("no thread, nothing is recorded", error)) {
@@ -299,11 +297,12 @@ static void record_start() {
     }
 }
 
-bool zeb_record_on() {
+/* Starts the recording at the first call. */
+static bool record_on() {
     if (state == NOT_STARTED) {
         int cancel_state = 0;
         pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
-        pthread_once(&once, record_start);
+        record_check("pthread_once", pthread_once(&once, record_start));
         pthread_setcancelstate(cancel_state, &cancel_state);
     }
     return state == RECORDING;
@@ -311,18 +310,19 @@ bool zeb_record_on() {
 
 zeb_record_call zeb_record_before() {
     const int error = errno;
-    const uint64_t began = zeb_record_on() ? record_time() : 0;
+    const bool on = record_on();
+    const uint64_t began = on ? record_time() : 0;
     errno = error;
-    return {began, 0, error};
+    return {on, began, 0, error};
 }
 
 void zeb_record_after(zeb_record_call *call) {
     call->error = errno;
-    call->took = zeb_record_on() ? record_time() - call->began : 0;
+    call->took = call->on ? record_time() - call->began : 0;
 }
 
 bool zeb_record_begin(const zeb_record_call *call, const char *format, ...) {
-    bool begun = zeb_record_on() && record_lock();
+    bool begun = call->on && record_lock();
     if (begun && state != RECORDING) {
         record_unlock();
         begun = false;
@@ -369,6 +369,22 @@ void zeb_record_count(const char *key, const uint32_t *count) {
     }
 }
 
+/* Sees to it that the lines so far are with the kernel, or will be. Called with the lock, which is given up. */
+static void record_hand_over() {
+    const timespec until = record_timespec(now_us(CLOCK_MONOTONIC) + PROMPT_US);
+    const bool synced = !unsynced;
+    int error = 0;
+    while (writing && !slow && error == 0) {
+        error = pthread_cond_timedwait(&text_written, &lock, &until);
+    }
+    slow = slow || writing;
+    if (slow || used == 0 || record_flush()) {
+        error = slow || synced ? pthread_cond_signal(&work_came) : 0;
+        record_unlock();
+        record_check("pthread_cond_signal", error);
+    }
+}
+
 void zeb_record_end(const zeb_record_call *call, zeb_record_line line) {
     if (line == ZEB_RECORD_CALL) {
         line_print(" took=%" PRIu64, call->took);
@@ -380,7 +396,7 @@ void zeb_record_end(const zeb_record_call *call, zeb_record_line line) {
         used_line = used;
         line_print("%" PRIu64 " end reason=limit\n", record_time());
     }
-    if (fits) {
+    if (used_line <= ROOM) {
         recorded += used_line - used;
         used = used_line;
     }
@@ -389,14 +405,9 @@ void zeb_record_end(const zeb_record_call *call, zeb_record_line line) {
     }
     int cancel_state = 0;
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancel_state);
-    const bool synced = !unsynced;
-    if (slow || writing || used == 0 || record_flush(false)) {
-        const int error = slow || synced ? pthread_cond_signal(&work_came) : 0;
-        record_unlock();
-        record_check("pthread_cond_signal", error);
-    }
+    record_hand_over();
     if (!fits) {
-        record_fail("the disk is too slow, recording ends", 0);
+        record_fail("no room for a line, recording ends", 0);
     }
     pthread_setcancelstate(cancel_state, &cancel_state);
     errno = call->error;

@@ -1,11 +1,11 @@
 /* The recording: a text of one line an event, written to the file that ZEB_RECORD names.
  *
  * A line is handed to the kernel by the thread that has it, before the call returns or the callback runs: so nothing is
- * lost when the program ends by a signal right after. The kernel takes it into its cache, and a thread of the
- * recorder's own sees to it that it is on the disk half a second later. No thread waits for another: while one hands
- * lines over it takes along those of the others. When the kernel has kept a thread for more than 10 ms because the disk
- * is slow, the recorder's thread does the handing over until the disk is prompt again, and calls go on at once; what
- * waits in memory then is lost if the program ends. When more waits than there is room for, the recording ends.
+ * lost when the program ends by a signal right after. The kernel takes it into its cache, in microseconds, and a thread
+ * of the recorder's own sees to it that it is on the disk half a second later. But a disk that is slow keeps a call
+ * once at most: as soon as handing over has taken more than 10 ms, the recorder's thread does it, until the disk is
+ * prompt again, and nobody waits for it or for whoever is still at it. What is in memory then is lost if the program
+ * ends, and when more comes than there is room for, the recording ends.
  *
  * Whatever fails ends the recording with one line on standard error, and is not seen by the program otherwise: errno is
  * kept, no signal comes of it (SIGXFSZ, SIGPIPE), and standard error is not waited for. Every function may be called
@@ -21,15 +21,14 @@ enum {
 
 /* A call or a callback that is on its way. */
 struct zeb_record_call {
+    bool on;        /* it is to be recorded */
     uint64_t began; /* microseconds since the recording's start */
     uint64_t took;
     int error; /* errno as the call has left it */
 };
 
-/* Whether lines are being recorded. The first call starts the recording if ZEB_RECORD asks for one. */
-bool zeb_record_on();
-
-/* To be called right before and right after the platform's function. */
+/* To be called right before and right after the platform's function. The first call starts the recording if ZEB_RECORD
+ * asks for one. */
 zeb_record_call zeb_record_before();
 void zeb_record_after(zeb_record_call *call);
 
