@@ -378,11 +378,8 @@ const recording_entry *find_answer(player &p, const zeb_call &call, bool &repeat
         (entry != nullptr ? p.count.decoded : p.count.not_decoded)++;
     }
     if (entry == nullptr && call.kind != zeb_call_kind::WAIT) {
-        fprintf(stderr,
-                "%s:%zu: after this line: %s, message 0x%04x, was never recorded and is lost
-                ", p.file.c_str(),
-                p.position,
-                CALL_NAMES[static_cast<size_t>(call.kind)], call.numbers[0]);
+        fprintf(stderr, "%s:%zu: after this line: %s, message 0x%04x, was never recorded and is lost\n", p.file.c_str(),
+                p.position, CALL_NAMES[static_cast<size_t>(call.kind)], call.numbers[0]);
     }
     return entry;
 }
