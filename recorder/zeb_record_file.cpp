@@ -24,9 +24,9 @@ enum {
     END_ROOM = 48,     /* for the line that ends a full recording */
     FIRST_LINE_MAX = 160,
     LIMIT_DEFAULT = 16 * 1024 * 1024,
-    PROMPT_US = 10000, /* a disk that keeps a thread longer is slow */
-    SYNC_US = 500000,  /* from one fdatasync to the next */
-    FD_MIN = 64,       /* so that the program's own descriptors keep their numbers */
+    PROMPT_US = 100000, /* a disk that keeps a thread longer is slow */
+    SYNC_US = 500000,   /* from one fdatasync to the next */
+    FD_MIN = 64,        /* so that the program's own descriptors keep their numbers */
 };
 
 enum record_state { NOT_STARTED, RECORDING, OFF };
@@ -65,9 +65,9 @@ static uint64_t record_time() {
 /* Neither blocks on a standard error that nobody empties, nor meets a signal from one that nobody reads. */
 void zeb_record_say(const char *subject, const char *reason, int error) {
     char line[512];
-    const int len = error != 0
-                        ? snprintf(line, sizeof(line), "zeb_record: %s: %s: %s\n", subject, reason, strerror(error))
-                        : snprintf(line, sizeof(line), "zeb_record: %s: %s\n", subject, reason);
+    const char *text_of_error = error != 0 ? strerror(error) : ""; // NOLINT(concurrency-mt-unsafe): constant texts
+    const int len = snprintf(line, sizeof(line), "zeb_record: %s: %s%s%s\n", subject, reason, error != 0 ? ": " : "",
+                             text_of_error);
     pollfd standard_error = {STDERR_FILENO, POLLOUT, 0};
     if (len > 0 && poll(&standard_error, 1, 0) == 1 && standard_error.revents == POLLOUT) {
         const ssize_t ignored = write(STDERR_FILENO, line, std::min(static_cast<size_t>(len), sizeof(line) - 1));
@@ -228,8 +228,8 @@ static void *record_thread(void * /*unused*/) {
 
 /* Takes ZEB_RECORD and ZEB_RECORD_LIMIT; returns false when there is nothing to record or that is not to be. */
 static bool record_asked() {
-    const char *name = getenv("ZEB_RECORD");
-    const char *bytes = getenv("ZEB_RECORD_LIMIT");
+    const char *name = getenv("ZEB_RECORD"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
+    const char *bytes = getenv("ZEB_RECORD_LIMIT"); // NOLINT(concurrency-mt-unsafe): as above
     if (name == nullptr || *name == '\0') {
         return false;
     }

@@ -3,7 +3,7 @@
  * A line is handed to the kernel by the thread that has it, before the call returns or the callback runs: so nothing is
  * lost when the program ends by a signal right after. The kernel takes it into its cache, in microseconds, and a thread
  * of the recorder's own sees to it that it is on the disk half a second later. But a disk that is slow keeps a call
- * once at most: as soon as handing over has taken more than 10 ms, the recorder's thread does it, until the disk is
+ * once at most: as soon as handing over has taken more than 100 ms, the recorder's thread does it, until the disk is
  * prompt again, and nobody waits for it or for whoever is still at it. What is in memory then is lost if the program
  * ends, and when more comes than there is room for, the recording ends.
  *
