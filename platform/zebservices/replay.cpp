@@ -1,286 +1,22 @@
-// What was recorded is a sequence of lines. One thread, the conductor, plays them: it answers the program's calls and
-// delivers indications and events, one thing at a time, so that their order is that of the lines.
+// The recording as a service: what answers a call, and what is said of differences.
 #include "replay.h"
-#include "recording.h"
+#include "player.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cmath>
-#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
-#include <map>
 #include <memory>
-#include <mutex>
-#include <sys/syscall.h>
 #include <system_error>
-#include <unistd.h>
-#include <unordered_map>
 
 namespace {
-
-// Real time, in microseconds.
-constexpr double QUIET_US = 20000;      // this much of a recorded pause is always kept
-constexpr double REST_US = 100000;      // how long after that the program's threads may take to come to rest
-constexpr double LOOK_US = 100000;      // how long nobody looks at the clock at most
-constexpr double LOOK_MAX_US = 250000;  // what counts of a longer time: the process was stopped, by a debugger say
-constexpr double CALLBACK_US = 1000000; // a callback that takes longer no longer holds the rest up
-constexpr double AHEAD_US = 100000;     // a call waits this long for what was recorded before it
-
-// Time of the recording.
-constexpr double PATIENCE_US = 10000000; // how long a delivery waits for a call that was recorded before it
 
 constexpr const char *CALL_NAMES[] = {"service object", "notifier", "service list", "wait",   "watch",
                                       "client",         "request",  "decoding",     "release"};
 
-// An indication or event, and what it waits for.
-struct delivery {
-    const recording_entry *entry;
-    size_t after;  // the line of the last call before it
-    double gap_us; // the time since the line before it
-};
-
-// A client or notifier of the recording, and the peer that plays it.
-struct role {
-    std::vector<delivery> deliveries;
-    size_t next = 0;
-    uint64_t peer = 0;    // 0: not yet, or released
-    double offset_us = 0; // on the clock, what begins at 0 in the recording
-};
-
-// The calls that were recorded with the same key.
-struct answers {
-    std::vector<const recording_entry *> entries;
-    size_t next = 0;
-};
-
-// A call that waits for its answer.
-struct pending_call {
-    const recording_entry *entry;
-    uint64_t peer;
-    double ready_us; // on the clock
-    bool in_callback;
-    bool done = false;
-    bool ended = false; // its peer was released
-};
-
-struct counts {
-    size_t as_recorded = 0, out_of_order = 0, repeated = 0, lost = 0; // requests
-    size_t delivered = 0;
-    size_t decoded = 0, not_decoded = 0;
-};
-
-struct player {
-    std::string file;
-    double speed = 1;
-    std::vector<recording_entry> entries;
-    size_t delivery_count = 0;
-    std::vector<const recording_entry *> requests; // in the order in which they were made
-
-    std::mutex lock; // guards what follows
-    std::condition_variable conductor;
-    std::condition_variable answered;
-    std::unordered_map<std::string, answers> by_key;
-    std::unordered_map<const recording_entry *, double> gaps_us;
-    std::unordered_map<const recording_entry *, size_t> request_index;
-    std::map<uint32_t, role> roles;
-    std::map<uint64_t, zeb_sink> peers;
-    uint64_t last_peer = 0;
-    std::vector<pending_call *> pending;
-
-    std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
-    double awake_us = 0;    // real time that the process was not stopped
-    double clock_us = 0;    // time of the recording; stands still while it waits for a call
-    double shift_us = 0;    // the offset of the last client or notifier
-    double stalled_us = 0;  // how long the clock has been standing
-    bool impatient = false; // it has stood long enough; until the next call
-    double activity_us = 0; // awake_us when the last thing was done
-    bool was_delivery = false;
-    uint64_t delivering = 0; // the peer whose callback runs
-    size_t position = 0;     // the highest line of a call that was answered
-    size_t next_request = 0;
-    bool differed = false;
-    counts count;
-};
-
 player *the_player = nullptr;
-
-double rate(const player &p) {
-    return p.speed > 0 ? p.speed : 1;
-}
-
-double due_us(const role &r, const delivery &d) {
-    return static_cast<double>(d.entry->begin_us) + r.offset_us;
-}
-
-// The delivery with the lowest line of those whose client or notifier is there.
-const delivery *next_delivery(player &p, role *&of) {
-    const delivery *next = nullptr;
-    for (auto &[number, r] : p.roles) {
-        if (r.peer != 0 && r.next < r.deliveries.size() &&
-            (next == nullptr || r.deliveries[r.next].entry->line < next->entry->line)) {
-            next = &r.deliveries[r.next];
-            of = &r;
-        }
-    }
-    return next;
-}
-
-bool callback_runs(const player &p) {
-    return p.delivering != 0 && p.awake_us - p.activity_us < CALLBACK_US;
-}
-
-// Sets the clocks. A delivery never overtakes a call that was recorded before it, but does not wait for it for ever.
-void look(player &p) {
-    const auto now = std::chrono::steady_clock::now();
-    const double passed = std::chrono::duration<double, std::micro>(now - p.looked).count();
-    p.looked = now;
-    const double awake = std::min(passed, LOOK_MAX_US);
-    p.awake_us += awake;
-    double moves = awake * rate(p);
-    role *r = nullptr;
-    const delivery *d = next_delivery(p, r);
-    if (d != nullptr && d->after > p.position && p.pending.empty() && !callback_runs(p) && !p.impatient) {
-        const double room = std::max(0.0, due_us(*r, *d) - p.clock_us);
-        p.stalled_us += std::max(0.0, moves - room);
-        moves = std::min(moves, room);
-        if (p.stalled_us > PATIENCE_US) {
-            p.impatient = true;
-            fprintf(stderr, "%s:%zu: goes on without the calls before this line, which do not come\n", p.file.c_str(),
-                    d->entry->line);
-        }
-    }
-    p.clock_us += moves;
-}
-
-// Whether all other threads of the process sleep, so that what was begun before has been done. Where that cannot be
-// seen, they do.
-bool at_rest() {
-    DIR *tasks = opendir("/proc/self/task");
-    if (tasks == nullptr) {
-        return true;
-    }
-    const long self = syscall(SYS_gettid);
-    bool rest = true;
-    while (const dirent *task = readdir(tasks)) { // NOLINT(concurrency-mt-unsafe): the folder is this thread's own
-        const long id = strtol(task->d_name, nullptr, 10);
-        char text[512];
-        char name[64];
-        snprintf(name, sizeof(name), "/proc/self/task/%ld/stat", id);
-        FILE *stat = id == 0 || id == self ? nullptr : fopen(name, "re");
-        if (stat != nullptr) {
-            text[fread(text, 1, sizeof(text) - 1, stat)] = '\0';
-            fclose(stat);
-            const char *state = strrchr(text, ')');
-            rest = rest && (state == nullptr || (strncmp(state, ") R", 3) != 0 && strncmp(state, ") D", 3) != 0));
-        }
-    }
-    closedir(tasks);
-    return rest;
-}
-
-// How long it still takes until what was done last counts as over, for a line that came so long after it.
-double unsettled_us(const player &p, double gap_us) {
-    const double quiet = p.awake_us - p.activity_us;
-    const double kept = std::min(gap_us, QUIET_US);
-    if (quiet < kept) {
-        return kept - quiet;
-    }
-    return quiet < kept + REST_US && !at_rest() ? 1000 : 0;
-}
-
-void deliver(player &p, role &r, const delivery &d) {
-    const recording_entry &e = *d.entry;
-    const zeb_sink &sink = p.peers.at(r.peer);
-    bool runs = false;
-    r.next++;
-    try {
-        if (e.kind == recording_kind::EVENT) {
-            runs = sink.event(sink.owner, e.status);
-        } else {
-            std::vector<uint8_t> bytes(e.in.head.begin(), e.in.head.end());
-            bytes.resize(e.in.length);
-            runs = sink.indication(sink.owner, e.numbers[0], std::move(bytes));
-        }
-    } catch (const std::bad_alloc &) {
-        runs = false; // lost
-    }
-    p.count.delivered += runs;
-    p.delivering = runs ? r.peer : 0;
-    p.activity_us = p.awake_us;
-    p.was_delivery = true;
-    if (p.speed == 0) {
-        p.clock_us = std::max(p.clock_us, due_us(r, d));
-    }
-}
-
-void answer(player &p, pending_call &call) {
-    const recording_entry &e = *call.entry;
-    call.done = true;
-    std::erase(p.pending, &call);
-    if (e.line > p.position) {
-        p.position = e.line;
-        p.stalled_us = 0;
-        p.impatient = false;
-    }
-    p.activity_us = p.awake_us;
-    p.was_delivery = false;
-    if (p.speed == 0) {
-        p.clock_us = std::max(p.clock_us, static_cast<double>(e.begin_us + e.took_us) + p.shift_us);
-    }
-    p.answered.notify_all();
-}
-
-// Does what comes next, or returns how long that may take.
-double play(player &p) {
-    const bool in_callback = callback_runs(p);
-    pending_call *call = nullptr;
-    for (pending_call *c : p.pending) {
-        if ((c->in_callback || !in_callback) && (call == nullptr || c->entry->line < call->entry->line)) {
-            call = c;
-        }
-    }
-    role *r = nullptr;
-    const delivery *d = in_callback ? nullptr : next_delivery(p, r);
-    const double factor = rate(p);
-    double wait = LOOK_US;
-    const double first = p.speed > 0 && call != nullptr ? std::max(call->ready_us, p.clock_us) : 0;
-    const bool before_call = d != nullptr && call != nullptr && !call->in_callback &&
-                             d->entry->line < call->entry->line &&
-                             (p.speed == 0 || due_us(*r, *d) <= first + AHEAD_US * factor);
-    if (call != nullptr && !before_call) {
-        wait = p.speed > 0 ? (call->ready_us - p.clock_us) / factor : 0;
-        if (p.was_delivery && !call->in_callback) {
-            wait = std::max(wait, unsettled_us(p, p.gaps_us.at(call->entry)));
-        }
-        if (wait <= 0) {
-            answer(p, *call);
-        }
-    } else if (d != nullptr && (before_call || d->after <= p.position || p.impatient)) {
-        wait = p.speed > 0 ? (due_us(*r, *d) - p.clock_us) / factor : 0;
-        if (wait <= 0) {
-            wait = unsettled_us(p, d->gap_us);
-        }
-        if (wait <= 0) {
-            deliver(p, *r, *d);
-        }
-    }
-    return wait;
-}
-
-void conduct(player *p) {
-    std::unique_lock guard(p->lock);
-    for (;;) {
-        look(*p);
-        const double wait = play(*p);
-        if (wait > 0) {
-            p->conductor.wait_for(guard, std::chrono::duration<double, std::micro>(std::min(wait, LOOK_US)));
-        }
-    }
-}
 
 // Whether the call was recorded as one of the given client or notifier, which the libraries then knew.
 bool takes_part(const recording_entry &e) {
@@ -407,7 +143,7 @@ void fill(const recording_entry &entry, const zeb_call &call) {
 
 int32_t answer_call(player &p, const zeb_call &call) {
     std::unique_lock guard(p.lock);
-    look(p);
+    player_look(p);
     bool repeated = false;
     const recording_entry *entry = find_answer(p, call, repeated);
     if (entry == nullptr) {
@@ -442,7 +178,7 @@ int32_t replay_answer(const zeb_call &call) {
 void replay_returned(uint64_t peer) {
     player &p = *the_player;
     std::lock_guard guard(p.lock);
-    look(p);
+    player_look(p);
     if (p.delivering == peer) {
         p.delivering = 0;
         p.activity_us = p.awake_us;
@@ -571,7 +307,7 @@ bool start() {
     }
     prepare(*p);
     p->looked = std::chrono::steady_clock::now();
-    zeb_start_thread([conducted = p.get()] { conduct(conducted); }).detach();
+    zeb_start_thread([conducted = p.get()] { player_conduct(conducted); }).detach();
     the_player = p.release();
     if (atexit(sum_up) != 0) {
         fprintf(stderr, "%s: nothing will be summed up at the end\n", the_player->file.c_str());
