@@ -6,6 +6,7 @@
 #include "zeb_cci.h"
 #pragma GCC visibility pop
 
+#include <array>
 #include <cstddef>
 #include <functional>
 #include <span>
@@ -22,11 +23,37 @@ struct zeb_message {
 };
 
 // Where a service delivers what nobody asked for. It calls these with its lock held, so they must neither block, nor
-// throw, nor call the service.
+// throw, nor call the service. They return whether a callback is going to run for it.
 struct zeb_sink {
     void *owner;
-    void (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);
-    void (*event)(void *owner, int32_t event);
+    bool (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);
+    bool (*event)(void *owner, int32_t event);
+};
+
+enum class zeb_call_kind { OBJECT, NOTIFIER, LIST, WAIT, WATCH, CLIENT, SEND, DECODE, RELEASE };
+
+// A call of the libraries, as it is put to a recording.
+struct zeb_call {
+    zeb_call_kind kind;
+    uint64_t peer = 0;                    // the client or notifier that it is about; 0: none
+    std::array<uint32_t, 3> numbers = {}; // OBJECT: the versions; WAIT: the timeout; SEND, DECODE: message ID, type
+    const void *in = nullptr;             // SEND: the request; DECODE: the encoded message
+    uint32_t in_len = 0;
+    void *out = nullptr; // SEND: the response; DECODE: the destination; LIST: the array
+    uint32_t out_len = 0;
+    uint32_t *entries = nullptr; // LIST
+    uint32_t *services = nullptr;
+    bool in_callback = false; // the call is made from a callback
+};
+
+// What answers the calls in the place of the libraries while a recording is played.
+struct zeb_replay {
+    // Returns what the call returned when it was recorded, with out, entries and services as they were then. A wait
+    // that was not recorded gives a status other than 0.
+    int32_t (*answer)(const zeb_call &call);
+
+    // The callback for the last delivery to that peer has returned.
+    void (*returned)(uint64_t peer);
 };
 
 // A service object. Every operation may be called from any thread.
@@ -47,6 +74,10 @@ struct zeb_service {
 
     // Carries out a request of a known ID; both structures have the sizes of the definition, and resp is zero-filled.
     int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
+
+    // Not null: a recording is played. The libraries then judge nothing but their handles and pointers, and the service
+    // counts as present.
+    const zeb_replay *replay = nullptr;
 };
 
 // The message of that type and ID, or null when the service does not define it.

@@ -1,6 +1,7 @@
 #include "zeb_endpoint.h"
 #include "zeb_signal.h"
 
+#include <algorithm>
 #include <map>
 #include <new>
 #include <utility>
@@ -39,30 +40,31 @@ bool table_remove(zeb_client_handle handle) {
     return t.in_use.erase(handle) != 0;
 }
 
-void enqueue(zeb_endpoint &e, zeb_delivery delivery) {
+bool enqueue(zeb_endpoint &e, zeb_delivery delivery) {
     std::lock_guard guard(e.lock);
     if (e.closing || (e.os_params != nullptr && e.notify_cb == nullptr)) {
-        return;
+        return false;
     }
     try {
         e.queue.push_back(std::move(delivery));
     } catch (const std::bad_alloc &) {
-        return;
+        return false;
     }
     e.wake.notify_one();
+    return true;
 }
 
-void on_indication(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded) {
-    enqueue(*static_cast<zeb_endpoint *>(owner), {msg_id, 0, std::move(encoded)});
+bool on_indication(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded) {
+    return enqueue(*static_cast<zeb_endpoint *>(owner), {msg_id, 0, std::move(encoded)});
 }
 
-void on_event(void *owner, int32_t event) {
+bool on_event(void *owner, int32_t event) {
     zeb_endpoint &e = *static_cast<zeb_endpoint *>(owner);
     if (e.os_params == nullptr) {
-        return;
+        return false;
     }
     zeb_signal_raise(e.os_params);
-    enqueue(e, {0, event, {}});
+    return enqueue(e, {0, event, {}});
 }
 
 void run_callback(const zeb_endpoint &e, zeb_client_notify_cb notify_cb, void *notify_cb_data, const zeb_delivery &d) {
@@ -87,7 +89,25 @@ void dispatch(zeb_endpoint *e) {
         void *const notify_cb_data = e->notify_cb_data;
         guard.unlock();
         run_callback(*e, notify_cb, notify_cb_data, delivery);
+        if (e->service->replay != nullptr) {
+            e->service->replay->returned(e->peer);
+        }
         guard.lock();
+    }
+}
+
+// What is left to do for an endpoint that is no longer in the table.
+void close_endpoint(zeb_endpoint &e) {
+    e.service->detach(e.peer);
+    {
+        std::lock_guard guard(e.lock);
+        e.closing = true;
+        e.queue.clear();
+        e.wake.notify_one();
+    }
+    e.dispatcher.join();
+    if (e.os_params != nullptr) {
+        zeb_signal_close(e.os_params);
     }
 }
 
@@ -120,23 +140,56 @@ std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle) {
     return found == t.in_use.end() ? nullptr : found->second;
 }
 
+int32_t zeb_replay_answer(zeb_service_object service, zeb_call call) {
+    call.in_callback = dispatching != nullptr;
+    return service->replay->answer(call);
+}
+
+int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> &endpoint, zeb_client_handle *handle) {
+    const zeb_client_handle opened = zeb_endpoint_open(endpoint);
+    const int32_t status = zeb_replay_answer(endpoint->service, {.kind = kind, .peer = endpoint->peer});
+    if (status != ZEB_NO_ERR) {
+        table_remove(opened);
+        close_endpoint(*endpoint);
+        return status;
+    }
+    *handle = opened;
+    return ZEB_NO_ERR;
+}
+
+bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms) {
+    std::shared_ptr<zeb_endpoint> notifier;
+    {
+        endpoint_table &t = table();
+        std::lock_guard guard(t.lock);
+        const auto found = std::find_if(t.in_use.begin(), t.in_use.end(),
+                                        [=](const auto &entry) { return entry.second->os_params == os_params; });
+        if (found == t.in_use.end() || found->second->service->replay == nullptr) {
+            return false;
+        }
+        notifier = found->second;
+    }
+    return zeb_replay_answer(notifier->service,
+                             {.kind = zeb_call_kind::WAIT, .peer = notifier->peer, .numbers = {timeout_ms}}) ==
+           ZEB_NO_ERR;
+}
+
 int32_t zeb_client_release(zeb_client_handle client) {
-    return zeb_guarded([=] {
+    return zeb_guarded([=]() -> int32_t {
         const auto e = zeb_endpoint_find(client);
-        if (!e || dispatching == e.get() || !table_remove(client)) {
+        if (!e || dispatching == e.get()) {
             return ZEB_INVALID_ARG_ERR;
         }
-        e->service->detach(e->peer);
-        {
-            std::lock_guard guard(e->lock);
-            e->closing = true;
-            e->queue.clear();
-            e->wake.notify_one();
+        if (e->service->replay != nullptr) {
+            const int32_t status = zeb_replay_answer(e->service, {.kind = zeb_call_kind::RELEASE, .peer = e->peer});
+            if (status != ZEB_NO_ERR) {
+                return status;
+            }
         }
-        e->dispatcher.join();
-        if (e->os_params != nullptr) {
-            zeb_signal_close(e->os_params);
+        if (!table_remove(client)) {
+            return ZEB_INVALID_ARG_ERR;
         }
+        close_endpoint(*e);
         return ZEB_NO_ERR;
     });
 }

@@ -45,6 +45,16 @@ zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoin
 // The endpoint in use under that handle, or null. Handles are never used twice.
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
 
+// Puts a call to the recording that the service plays.
+int32_t zeb_replay_answer(zeb_service_object service, zeb_call call);
+
+// Opens an endpoint whose creation was recorded, and gives its handle when it succeeded then.
+int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> &endpoint, zeb_client_handle *handle);
+
+// Waits as long as the wait with the signal of a notifier took when it was recorded. False, at once, when there was
+// none.
+bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms);
+
 // Runs one entry point of the library: nothing that the C++ library throws gets past it.
 template <typename F> int32_t zeb_guarded(F body) {
     try {

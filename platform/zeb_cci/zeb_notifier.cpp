@@ -4,7 +4,7 @@
 
 int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *os_params,
                                  zeb_client_handle *notifier) {
-    return zeb_guarded([=] {
+    return zeb_guarded([=]() -> int32_t {
         if (!zeb_service_valid(service) || os_params == nullptr || notifier == nullptr) {
             return ZEB_INVALID_ARG_ERR;
         }
@@ -15,6 +15,9 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
             return ZEB_INVALID_ARG_ERR;
         }
         try {
+            if (service->replay != nullptr) {
+                return zeb_replay_open(zeb_call_kind::NOTIFIER, e, notifier);
+            }
             *notifier = zeb_endpoint_open(e);
         } catch (...) {
             zeb_signal_close(os_params);
@@ -26,10 +29,18 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
 
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services) {
-    return zeb_guarded([=] {
+    return zeb_guarded([=]() -> int32_t {
         if (!zeb_service_valid(service) || num_services == nullptr ||
             (info_array != nullptr && num_entries == nullptr)) {
             return ZEB_INVALID_ARG_ERR;
+        }
+        if (service->replay != nullptr) {
+            const uint32_t room = info_array == nullptr ? 0 : *num_entries;
+            return zeb_replay_answer(service, {.kind = zeb_call_kind::LIST,
+                                               .out = info_array,
+                                               .out_len = room * static_cast<uint32_t>(sizeof(zeb_service_info)),
+                                               .entries = num_entries,
+                                               .services = num_services});
         }
         if (!service->wait_present(0)) {
             return ZEB_SERVICE_ERR;
@@ -44,17 +55,27 @@ int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info
 }
 
 int32_t zeb_client_register_notify_cb(zeb_client_handle notifier, zeb_client_notify_cb callback, void *cb_data) {
-    return zeb_guarded([=] {
+    return zeb_guarded([=]() -> int32_t {
         const auto e = zeb_endpoint_find(notifier);
         if (!e || e->os_params == nullptr || callback == nullptr) {
             return ZEB_INVALID_ARG_ERR;
         }
-        std::lock_guard guard(e->lock);
-        if (e->notify_cb != nullptr) {
-            return ZEB_INVALID_ARG_ERR;
+        {
+            std::lock_guard guard(e->lock);
+            if (e->notify_cb != nullptr) {
+                return ZEB_INVALID_ARG_ERR;
+            }
+            e->notify_cb = callback;
+            e->notify_cb_data = cb_data;
         }
-        e->notify_cb = callback;
-        e->notify_cb_data = cb_data;
+        if (e->service->replay != nullptr) {
+            const int32_t status = zeb_replay_answer(e->service, {.kind = zeb_call_kind::WATCH, .peer = e->peer});
+            if (status != ZEB_NO_ERR) {
+                std::lock_guard guard(e->lock);
+                e->notify_cb = nullptr;
+                return status;
+            }
+        }
         return ZEB_NO_ERR;
     });
 }

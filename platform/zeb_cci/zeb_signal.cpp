@@ -1,4 +1,5 @@
 #include "zeb_signal.h"
+#include "zeb_endpoint.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -63,7 +64,7 @@ void zeb_signal_close(zeb_cci_os_params *os_params) {
 }
 
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
-    if (os_params == nullptr) {
+    if (os_params == nullptr || zeb_replay_wait(os_params, timeout_ms)) {
         return;
     }
     signal_hub &h = hub();

@@ -1,6 +1,7 @@
-// The network access service as an object: its messages and the modem behind it.
+// The network access service as an object: its messages and the modem behind it, or a recording.
 #include "modem.h"
 #include "nas_messages.h"
+#include "replay.h"
 
 #include <cstdlib>
 
@@ -30,7 +31,15 @@ constinit const zeb_service NAS_SERVICE = {
 // The modem is switched on here, so that a bad scenario is reported before anyone waits for the service.
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
-    if (idl_major_version != 1 || idl_minor_version != 342 || library_version != 6 || !memory_left()) {
+    if (!memory_left()) {
+        return nullptr;
+    }
+    if (replay_wanted()) {
+        return replay_service_object({static_cast<uint32_t>(idl_major_version),
+                                      static_cast<uint32_t>(idl_minor_version),
+                                      static_cast<uint32_t>(library_version)});
+    }
+    if (idl_major_version != 1 || idl_minor_version != 342 || library_version != 6) {
         return nullptr;
     }
     try {

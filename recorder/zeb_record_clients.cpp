@@ -1,0 +1,71 @@
+#include "zeb_record_clients.h"
+
+#include "zeb_record_file.h"
+
+#include <algorithm>
+
+static zeb_record_client clients[ZEB_RECORD_CLIENTS_MAX];
+static std::atomic<uint32_t> last_number;
+static std::atomic<bool> overflow_said;
+
+zeb_record_client *zeb_record_client_add(uint32_t number) {
+    for (zeb_record_client &entry : clients) {
+        bool used = false;
+        if (entry.used.compare_exchange_strong(used, true)) {
+            entry.handle = nullptr;
+            entry.own_number = number == 0;
+            entry.number = number == 0 ? ++last_number : number;
+            entry.ind_cb = nullptr;
+            entry.notify_cb = nullptr;
+            entry.cb_data = nullptr;
+            return &entry;
+        }
+    }
+    if (!overflow_said.exchange(true)) {
+        zeb_record_say("clients", "too many at a time, some go unrecorded", 0);
+    }
+    return nullptr;
+}
+
+static void client_drop(zeb_record_client *entry) {
+    entry->handle = nullptr;
+    entry->used = false;
+}
+
+void zeb_record_client_undo(zeb_record_client *entry) {
+    if (entry == nullptr) {
+        return;
+    }
+    uint32_t number = entry->number;
+    if (entry->own_number) {
+        last_number.compare_exchange_strong(number, number - 1);
+    }
+    client_drop(entry);
+}
+
+/* A handle may be given out again while the recorder still has it under its old number; the newest is right. */
+uint32_t zeb_record_client_number(zeb_client_handle handle) {
+    uint32_t number = 0;
+    for (const zeb_record_client &entry : clients) {
+        if (handle != nullptr && entry.handle == handle) {
+            number = std::max<uint32_t>(number, entry.number);
+        }
+    }
+    return number;
+}
+
+uint32_t zeb_record_client_entries(zeb_client_handle handle) {
+    uint32_t entries = 0;
+    for (uint32_t i = 0; i < ZEB_RECORD_CLIENTS_MAX; i++) {
+        entries |= uint32_t{handle != nullptr && clients[i].handle == handle} << i;
+    }
+    return entries;
+}
+
+void zeb_record_client_release(uint32_t entries) {
+    for (uint32_t i = 0; i < ZEB_RECORD_CLIENTS_MAX; i++) {
+        if ((entries >> i & 1) != 0) {
+            client_drop(&clients[i]);
+        }
+    }
+}

@@ -1,0 +1,78 @@
+#!/bin/sh
+# run_replay.sh RECORD PLAY: records the session of tests/replay with the client of the build folder RECORD, and plays it
+# with that of PLAY, at the speed of life and as fast as it goes. Passes when both plays print and log what was recorded,
+# line by line, but for times, thread numbers and addresses, and count no difference. A client for ARM runs under
+# emulation. Ends with status 77, skipped, when a build is not there.
+here=$(cd "$(dirname "$0")/replay" && pwd)
+dir=$(mktemp -d) || exit 1
+trap 'rm -rf "$dir"' EXIT
+for program in "$1/client/cpe_dm_client" "$1/recorder/libzeb_record.so" "$2/client/cpe_dm_client"; do
+    [ -e "$program" ] || { echo "not built: $program" && exit 77; }
+done
+
+# wait_for FILE N TEXT: until the text stands in N lines of the file.
+wait_for() {
+    for _ in $(seq 600); do
+        [ "$(grep -c "$3" "$1")" -ge "$2" ] && return
+        sleep 0.05
+    done
+    echo "did not see $2 times: $3" >&2
+}
+
+# Lines "wait N TEXT" wait for the output, "log N TEXT" for the log.
+feed() {
+    while read -r word count text; do
+        case $word in
+        wait) wait_for "$1.out" "$count" "$text" ;;
+        log) wait_for "$1.log" "$count" "$text" ;;
+        *) echo "$word${count:+ $count}${text:+ $text}" ;;
+        esac
+    done <"$here/session.in"
+}
+
+# session NAME BUILD [VARIABLE=VALUE...]: a session with its output in NAME.out, NAME.err and NAME.log.
+session() {
+    name=$dir/$1
+    program=$2/client/cpe_dm_client
+    shift 2
+    if [ "$(od -An -tu1 -j4 -N1 "$program")" -eq 1 ]; then
+        emulator="qemu-arm -L /usr/arm-linux-gnueabihf"
+        for variable; do
+            emulator="$emulator -E $variable"
+        done
+        set --
+    fi
+    : >"$name.out" && : >"$name.log"
+    feed "$name" | env DIAG_LOG="$name.log" "$@" ${emulator:-} "$program" >"$name.out" 2>"$name.err" || exit 1
+    emulator=
+    sed -E 's/^[^ ]+ ([a-z]+) +[0-9]+ /\1 /; s/0x[0-9a-f]{5,}/ADDRESS/g' "$name.log" >"$name.lines"
+}
+
+# Whether everything is in the recording, and the input kept ahead of the scenario's changes.
+complete() {
+    for text in 'event=1' 'event=0' 'id=0x0085 buf=' 'id=0x0051 status=-6' 'id=0x004e buf=' 'status=-2 timeout' 'status=-8' \
+        'resp=[0-9]*:01000000' 'wait timeout'; do
+        grep -q "$text" "$dir/recording" || return
+    done
+    awk '/id=0x0051 buf/ { changed = 1 } /id=0x0133/ && changed { late = 1 } END { exit late }' "$dir/recording"
+}
+
+for _ in 1 2 3 4 5; do
+    rm -f "$dir/recording"
+    # What a sanitizer has of its own comes after what is preloaded.
+    session recorded "$1" ZEB_SCENARIO="$here/session.toml" ZEB_RECORD="$dir/recording" \
+        ASAN_OPTIONS="$ASAN_OPTIONS:verify_asan_link_order=0" LD_PRELOAD="$1/recorder/libzeb_record.so"
+    complete && break
+    echo "recorded too slowly for the scenario"
+done
+complete || exit 1
+status=0
+for speed in 1 0; do
+    session "played$speed" "$2" ZEB_RECORDING="$dir/recording" ZEB_SPEED=$speed
+    for form in out lines; do
+        diff -u "$dir/recorded.$form" "$dir/played$speed.$form" || status=1
+    done
+    grep 'requests: [0-9]* as recorded, 0 out of order, 0 repeated, 0 never recorded, 0 not made; .* 0 not delivered; .* 0 never' \
+        "$dir/played$speed.err" || { cat "$dir/played$speed.err" && status=1; }
+done
+exit $status
