@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -143,7 +144,7 @@ void crowd() {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; i++) {
         threads.emplace_back([&params, &cookie] {
-            uint8_t req[2000], resp[1000];
+            uint8_t req[2000], resp[1000] = {};
             zeb_client_handle client = nullptr;
             memset(req, 0xEE, sizeof(req));
             zeb_client_init_instance(nullptr, 0, on_ind, &cookie, &params, 0, &client);
@@ -170,6 +171,17 @@ void play_end(const std::string &way) {
     } else if (way == "close") {
         dup2(open("/dev/zero", O_WRONLY), 64);
         session();
+    } else if (way == "stuck") {
+        record_fault.slow_us = 1500000;
+        std::thread other([] { nas_get_service_object_internal_v01(1, 0, 0); });
+        usleep(100000);
+        record_fault.slow_us = 0;
+        const auto start = std::chrono::steady_clock::now();
+        session();
+        fprintf(stderr, "zeb_record: calls beside a stuck one %s\n",
+                std::chrono::steady_clock::now() - start < std::chrono::seconds(1) ? "go on" : "wait");
+        other.join();
+        usleep(200000);
     } else {
         kill(getpid(), way == "segv" ? SIGSEGV : SIGKILL);
     }

@@ -50,10 +50,11 @@ for limit in 16M 207 208 500 700 5000; do
 done
 
 echo '#### ends'
-for end in segv kill fork close; do
+for end in segv kill fork close stuck; do
     rm -f "$rec"
     "$@" "$end" >/dev/null 2>"$dir/err"
     echo "$end: $(wc -l <"$rec") lines" "$(masked "$dir/err" | grep zeb_record)"
+    sed -n 52p "$rec" | masked # the one that got stuck keeps its place
 done
 rm "$rec"
 "$@" slow | tail -n 1
