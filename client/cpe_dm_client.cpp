@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -41,24 +42,45 @@ static void print_menu() {
     cpe_dm_client_print("Option > ");
 }
 
-/* The next character; EOF at the end of the input, or when it cannot be read. A read that a signal interrupts is tried
- * again; the characters before it are kept. */
-static int read_char() {
-    unsigned char c = 0;
+/* What has been read of the console and not used yet. */
+struct console_input {
+    char block[4096];
+    size_t next;
+    size_t end;
+};
+
+/* Reads the next block. False at the end of the input, or when it cannot be read. A read that a signal interrupts is
+ * tried again, and one that would block, where whoever shares the descriptor has made it so, waits. */
+static bool read_block(console_input &input) {
     ssize_t len = 0;
-    do {
-        len = read(STDIN_FILENO, &c, 1);
-    } while (len < 0 && errno == EINTR);
-    return len == 1 ? c : EOF;
+    while ((len = read(STDIN_FILENO, input.block, sizeof(input.block))) < 0) {
+        if (errno == EAGAIN) {
+            pollfd readable = {STDIN_FILENO, POLLIN, 0};
+            poll(&readable, 1, -1);
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    input.next = 0;
+    input.end = static_cast<size_t>(len);
+    return len > 0;
+}
+
+/* The next character, or EOF. */
+static int read_char(console_input &input) {
+    if (input.next == input.end && !read_block(input)) {
+        return EOF;
+    }
+    return static_cast<unsigned char>(input.block[input.next++]);
 }
 
 /* Reads up to the next newline, which is dropped, or until the buffer is full; the rest of a longer line is the next
  * one. False when there is nothing left to read. *ended becomes true with the end of the input, also behind a last line
  * without a newline: a terminal would go on after it. */
-static bool read_console_line(char *line, size_t size, bool *ended) {
+static bool read_console_line(console_input &input, char *line, size_t size, bool *ended) {
     size_t len = 0;
     int c = 0;
-    while (len < size - 1 && (c = read_char()) != EOF && c != '\n') {
+    while (len < size - 1 && (c = read_char(input)) != EOF && c != '\n') {
         line[len++] = static_cast<char>(c);
     }
     line[len] = '\0';
@@ -85,10 +107,11 @@ static bool run_line(char *line, bool empty_ok) {
 }
 
 static void run_console() {
+    console_input input = {};
     char line[300];
     bool ended = false;
     print_menu();
-    while (!ended && read_console_line(line, sizeof(line), &ended)) {
+    while (!ended && read_console_line(input, line, sizeof(line), &ended)) {
         run_line(line, false);
         print_menu();
     }

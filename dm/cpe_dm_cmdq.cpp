@@ -1,5 +1,6 @@
 #include "cpe_dm_cmdq.h"
 
+#include "cpe_dm_alloc.h"
 #include "cpe_dm_log.h"
 #include "cpe_dm_thread.h"
 
@@ -9,8 +10,9 @@ static bool is_running(cpe_dm_cmdq *cmdq) {
     return std::atomic_ref(cmdq->running).load() != 0;
 }
 
-static void add_count(cpe_dm_cmdq *cmdq, int32_t change) {
-    std::atomic_ref(cmdq->count).fetch_add(change);
+/* Under the mutex, so nobody else writes; atomic for who reads without it. */
+static void set_count(cpe_dm_cmdq *cmdq, int32_t count) {
+    std::atomic_ref(cmdq->count).store(count, std::memory_order_relaxed);
 }
 
 static void release_cmd(cpe_dm_cmd *cmd) {
@@ -76,28 +78,27 @@ static int32_t signal_thread(cpe_dm_cmdq *cmdq) {
     return cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal");
 }
 
-/* Takes back the command that was appended last, under the mutex. */
-static void drop_last(cpe_dm_cmdq *cmdq) {
-    cpe_dm_dll_node *last = cmdq->tail;
-    cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, last);
-    cpe_dm_dll_free_node(last);
-    add_count(cmdq, -1);
+/* Appends under the mutex. */
+static void append(cpe_dm_cmdq *cmdq, cpe_dm_dll_node *node, cpe_dm_cmd *cmd) {
+    cmdq->tail = cpe_dm_dll_enqueue(cmdq->tail, node, cmd);
+    set_count(cmdq, cmdq->count + 1);
 }
 
-/* Appends under the mutex, and wakes the thread when the queue was empty. */
-static int32_t append_and_signal(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
-    cpe_dm_dll_node *node = cpe_dm_dll_enqueue(cmdq->tail, nullptr, cmd);
-    if (node == nullptr) {
-        CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
-        return -1;
+/* Takes back the command that was appended last, under the mutex. Its node is the caller's again. */
+static void drop_last(cpe_dm_cmdq *cmdq) {
+    cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, cmdq->tail);
+    set_count(cmdq, cmdq->count - 1);
+}
+
+/* Takes the oldest command out, under the mutex. Its node, now the caller's, is returned; null when there is none. */
+static cpe_dm_dll_node *unlink_first(cpe_dm_cmdq *cmdq, cpe_dm_cmd **cmd) {
+    void *data = nullptr;
+    cpe_dm_dll_node *node = cpe_dm_dll_dequeue(cmdq->head, &cmdq->tail, &data);
+    if (node != nullptr) {
+        set_count(cmdq, cmdq->count - 1);
     }
-    cmdq->tail = node;
-    add_count(cmdq, 1);
-    if (cmdq->count == 1 && signal_thread(cmdq) != 0) {
-        drop_last(cmdq);
-        return -1;
-    }
-    return 0;
+    *cmd = static_cast<cpe_dm_cmd *>(data);
+    return node;
 }
 
 int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
@@ -113,17 +114,30 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
     if (count > cmdq->max) {
         CPE_DM_LOG_INFO("Command queue exceeds configured maximum! %d > %d\n", count, cmdq->max);
     }
+    // Nodes are allocated here, and released by the command thread, without the mutex: nobody waits for the heap.
+    cpe_dm_owned<cpe_dm_dll_node> node(cpe_dm_dll_init(nullptr));
+    if (!node) {
+        CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
+        return -1;
+    }
     if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
         return -1;
     }
-    const int32_t status = append_and_signal(cmdq, cmd);
+    append(cmdq, node.get(), cmd);
+    int32_t status = cmdq->count == 1 ? signal_thread(cmdq) : 0;
+    if (status != 0) {
+        drop_last(cmdq);
+    }
     if (cpe_dm_mutex_unlock(&cmdq->mutex) != 0) {
         // The mutex is still held, so the command can be taken back before the failure is reported.
         if (status == 0) {
             drop_last(cmdq);
         }
         cpe_dm_mutex_unlock(&cmdq->mutex);
-        return -1;
+        status = -1;
+    }
+    if (status == 0) {
+        (void)node.release();
     }
     return status;
 }
@@ -133,13 +147,9 @@ cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdq_deq: Bad Param cmdq NULL");
         return nullptr;
     }
-    void *cmd = nullptr;
-    cpe_dm_dll_node *node = cpe_dm_dll_dequeue(cmdq->head, &cmdq->tail, &cmd);
-    if (node != nullptr) {
-        add_count(cmdq, -1);
-        cpe_dm_dll_free_node(node);
-    }
-    return static_cast<cpe_dm_cmd *>(cmd);
+    cpe_dm_cmd *cmd = nullptr;
+    cpe_dm_dll_free_node(unlink_first(cmdq, &cmd));
+    return cmd;
 }
 
 /* Waits under the mutex for a command or a stop request. A stop request is made under the mutex too, so one that comes
@@ -156,12 +166,14 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
         return -1;
     }
-    cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq);
-    const int32_t waited = cmd != nullptr ? 0 : wait_for_work(cmdq);
+    cpe_dm_cmd *cmd = nullptr;
+    cpe_dm_dll_node *node = unlink_first(cmdq, &cmd);
+    const int32_t waited = node != nullptr ? 0 : wait_for_work(cmdq);
     const int32_t unlocked = leave(cmdq);
-    if (cmd == nullptr) {
+    if (node == nullptr) {
         return waited != 0 ? waited : unlocked;
     }
+    cpe_dm_dll_free_node(node);
     int32_t status = unlocked;
     if (status == 0 && cmd->execute_f == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_main: NULL for cmd->execute_f");
@@ -193,8 +205,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // Whoever asks will wait for the thread, so each step that fails is tried once more, and a request that the thread
-    // may not see is taken back.
+    // running stays 0 only if the thread is certain to see it, as whoever asked will then wait for the thread to end.
+    // Each step that fails is tried once more.
     if (cpe_dm_mutex_lock(&cmdq->mutex) != 0 && cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
         return;
     }
@@ -218,8 +230,7 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
     return cpe_dm_thread_check(pthread_join(cmdq->thread, nullptr), "pthread_join");
 }
 
-/* Waits for the end of a thread that was asked to stop. One that cannot be joined ends all the same, and must have left
- * the record before that is cleared. */
+/* Returns when the thread, which was asked to stop, will not touch the record again, be it joined or not. */
 static void wait_for_end(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_cmdq_join_thread(cmdq) == 0) {
         return;
@@ -268,7 +279,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_node *node = cmdq->head->next;
     cmdq->head->next = nullptr;
     cmdq->tail = cmdq->head;
-    std::atomic_ref(cmdq->count).store(0);
+    set_count(cmdq, 0);
     const int32_t status = leave(cmdq);
     while (node != nullptr) {
         cpe_dm_dll_node *next = node->next;

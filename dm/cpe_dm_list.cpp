@@ -91,15 +91,8 @@ static bool tail_consistent(cpe_dm_dll_node *const *tail) {
     return tail != nullptr && *tail != nullptr && (*tail)->next == nullptr;
 }
 
-/* Returns false, with nothing changed, when node is the tail and has got a successor since the tail was checked: a
- * comparison routine that links nodes can do that. */
-static bool unlink_node(cpe_dm_dll_node **tail, cpe_dm_dll_node *node, const char *operation) {
+static void unlink_node(cpe_dm_dll_node **tail, cpe_dm_dll_node *node) {
     if (node == *tail) {
-        if (node->next != nullptr) {
-            CPE_DM_LOG_ERROR("%s: already tail! node->next:[0x%" PRIxPTR "]", operation,
-                             reinterpret_cast<uintptr_t>(node->next));
-            return false;
-        }
         *tail = node->prev;
     } else {
         node->next->prev = node->prev;
@@ -107,7 +100,6 @@ static bool unlink_node(cpe_dm_dll_node **tail, cpe_dm_dll_node *node, const cha
     node->prev->next = node->next;
     node->next = nullptr;
     node->prev = nullptr;
-    return true;
 }
 
 cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail, const void *key,
@@ -116,16 +108,30 @@ cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail
         return nullptr;
     }
     cpe_dm_dll_node *node = cpe_dm_dll_search(head, key, cmp);
-    if (node == nullptr || !unlink_node(tail, node, "cpe_dm_dll_delete")) {
+    if (node == nullptr) {
         return nullptr;
     }
+    // A comparison routine that links nodes can give the tail a successor.
+    if (node == *tail && node->next != nullptr) {
+        CPE_DM_LOG_ERROR("cpe_dm_dll_delete: already tail! node->next:[0x%" PRIxPTR "]",
+                         reinterpret_cast<uintptr_t>(node->next));
+        return nullptr;
+    }
+    unlink_node(tail, node);
     return node;
 }
 
 void cpe_dm_dll_delete_node(const cpe_dm_dll_node *head, cpe_dm_dll_node **tail, cpe_dm_dll_node *node) {
-    if (head != nullptr && node != nullptr && tail_consistent(tail)) {
-        unlink_node(tail, node, "cpe_dm_dll_delete_node");
+    if (head == nullptr || node == nullptr || !tail_consistent(tail)) {
+        return;
     }
+    // Only another thread, which has no business here, can have given the tail a successor since it was checked.
+    if (node == *tail && node->next != nullptr) {
+        CPE_DM_LOG_ERROR("cpe_dm_dll_delete_node: already tail! node->next:[0x%" PRIxPTR "]",
+                         reinterpret_cast<uintptr_t>(node->next));
+        return;
+    }
+    unlink_node(tail, node);
 }
 
 cpe_dm_dll_node *cpe_dm_dll_next(const cpe_dm_dll_node *node, void **data) {

@@ -1,10 +1,16 @@
 #!/bin/sh
 # client_signals.sh EXPECTED COMMAND...: gives the client half a line, interrupts its read, gives it the rest, and ends it
-# with SIGTERM at the next prompt. Passes when it ends with status 0 and has written EXPECTED to a pipe.
+# with SIGTERM at the next prompt. Passes when it ends with status 0 and has written EXPECTED to a pipe. So it does once
+# more with an input that does not block.
 expected=$1
 shift
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
+if [ -z "$prepare" ]; then
+    prepare=: "$0" "$expected" "$@" || exit
+    prepare='dd iflag=nonblock count=0'
+fi
+export prepare
 mkfifo "$dir/in"
 
 # Waits until the client has prompted $1 times.
@@ -20,7 +26,7 @@ prompted() {
 
 {
     # shellcheck disable=SC2016
-    sh -c 'echo $$ >"$0/pid"; exec "$@"' "$dir" "$@" <"$dir/in"
+    sh -c 'echo $$ >"$0/pid"; $prepare 2>/dev/null; exec "$@"' "$dir" "$@" <"$dir/in"
     echo $? >"$dir/status"
 } | cat >"$dir/out" &
 exec 3>"$dir/in"
