@@ -6,6 +6,7 @@
 
 struct zeb_client {
     zeb_client_ind_cb ind_cb;
+    void *ind_cb_data;
 };
 
 struct zeb_service {
@@ -102,7 +103,7 @@ bench_answer bench_answer_to(uint32_t msg_id) {
 }
 
 void bench_indicate(uint32_t msg_id, const void *message, uint32_t size) {
-    client.ind_cb(&client, msg_id, message, size, nullptr);
+    client.ind_cb(&client, msg_id, message, size, client.ind_cb_data);
 }
 
 void msg_sprintf(const diag_msg_desc *, ...) {}
@@ -127,9 +128,10 @@ int32_t zeb_client_register_notify_cb(zeb_client_handle, zeb_client_notify_cb, v
     return 0;
 }
 
-int32_t zeb_client_init_instance(zeb_service_object, uint32_t, zeb_client_ind_cb ind_cb, void *, zeb_cci_os_params *,
-                                 uint32_t, zeb_client_handle *created) {
+int32_t zeb_client_init_instance(zeb_service_object, uint32_t, zeb_client_ind_cb ind_cb, void *ind_cb_data,
+                                 zeb_cci_os_params *, uint32_t, zeb_client_handle *created) {
     client.ind_cb = ind_cb;
+    client.ind_cb_data = ind_cb_data;
     *created = &client;
     return 0;
 }

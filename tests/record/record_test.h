@@ -8,7 +8,7 @@ struct record_fault_plan {
     std::atomic<int> calls;
     int nth; // which call fails
     bool onwards;
-    int slow_us;                 // how long each write takes
+    std::atomic<int> slow_us;    // how long each write takes
     std::atomic<int> slow_calls; // writes of the main thread
 };
 

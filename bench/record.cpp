@@ -1,0 +1,101 @@
+/* What recording costs: a query, and an indication up to the user's callback, on a platform that costs nothing, with
+ * the recorder at work and with it asleep. A process has one recording, so every round is a process of its own. */
+#include "bench.h"
+#include "cpe_dm.h"
+#include "platform.h"
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <sched.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+enum {
+    CALLS = 10000,
+};
+
+cpe_dm_hndl handle;
+std::atomic<int> delivered;
+
+double queries() {
+    const auto start = bench_clock::now();
+    for (int i = 0; i < CALLS; i++) {
+        cpe_dm_info info = {CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_LTE_RSRP, 0, {}, 0};
+        cpe_dm_get_info(handle, &info);
+    }
+    return bench_ns_since(start) / static_cast<double>(CALLS);
+}
+
+double events() {
+    const auto start = bench_clock::now();
+    for (int i = 0; i < CALLS; i++) {
+        zeb_nas_sig_info info = {};
+        info.lte_sig_info_valid = 1;
+        info.lte_sig.rsrp = i % 2 != 0 ? -93 : -94;
+        bench_indicate(ZEB_NAS_SIG_INFO_IND, &info, sizeof(info));
+    }
+    while (delivered < CALLS) {
+        sched_yield();
+    }
+    return bench_ns_since(start) / static_cast<double>(CALLS);
+}
+
+double measure(double (*round)()) {
+    const cpe_dm_info rsrp = {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 1}, 0};
+    const auto on_event = [](cpe_dm_hndl, cpe_dm_info *info, void *) {
+        free(info);
+        delivered++;
+    };
+    if (cpe_dm_init(&handle, nullptr, on_event) != CPE_DM_SUCCESS ||
+        cpe_dm_set_ind_info(handle, &rsrp) != CPE_DM_SUCCESS) {
+        return 0;
+    }
+    return round();
+}
+
+double in_a_process(double (*round)(), bool recorded) {
+    std::string name = "/tmp/bench_record_XXXXXX";
+    int ends[2];
+    double ns = 0;
+    const int file = mkstemp(name.data());
+    if (file < 0 || pipe(ends) != 0) {
+        return 0;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+        setenv("ZEB_RECORD", recorded ? name.c_str() : "", 1);
+        ns = measure(round);
+        _exit(write(ends[1], &ns, sizeof(ns)) == sizeof(ns) ? 0 : 1);
+    }
+    close(ends[1]);
+    if (read(ends[0], &ns, sizeof(ns)) != sizeof(ns) || ns == 0 ||
+        recorded != (lseek(file, 0, SEEK_END) > CALLS * 100)) {
+        fprintf(stderr, "bench: a round of the recorder has failed\n");
+        exit(1);
+    }
+    close(ends[0]);
+    close(file);
+    waitpid(child, nullptr, 0);
+    unlink(name.c_str());
+    return ns;
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    const struct {
+        const char *what;
+        double (*round)();
+    } rows[] = {{"`cpe_dm_get_info`, signal, 2 requests, recorded", queries},
+                {"signal indication to user's callback, recorded", events}};
+    for (const auto &row : rows) {
+        bench_compare(
+            row.what, "not recorded", BENCH_TIME, "-", [&row] { return in_a_process(row.round, true); },
+            [&row] { return in_a_process(row.round, false); }, 21);
+    }
+    return bench_run(argc, argv);
+}
