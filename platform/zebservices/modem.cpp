@@ -3,11 +3,8 @@
 #include "nas_answers.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
-#include <system_error>
 
 namespace {
 
@@ -21,35 +18,14 @@ enum : uint32_t {
 
 using handler = uint32_t (*)(modem &m, uint64_t peer, const void *req, void *resp);
 
-bool read_file(const char *name, std::string &text) {
-    const std::unique_ptr<FILE, int (*)(FILE *)> file(fopen(name, "rbe"), fclose);
-    if (!file) {
-        return errno == ENOMEM ? throw std::bad_alloc() : false;
-    }
-    char buffer[4096];
-    size_t n;
-    // A little more than a scenario may have is enough to refuse it.
-    while (text.size() < 100000 && (n = fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
-        text.append(buffer, n);
-    }
-    return ferror(file.get()) == 0;
-}
-
 // No scenario, no service: there is no other scenario to fall back to. Throws std::bad_alloc, and can then be tried
 // again.
 bool read_scenario(scenario &plan) {
     const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
-    std::string text;
     std::string error;
-    bool usable;
-    if (name == nullptr || *name == '\0') {
-        usable = scenario_parse(scenario_default_text, "(built-in scenario)", plan, error);
-    } else if (!read_file(name, text)) {
-        usable = false;
-        error = std::string(name) + ":0: cannot be read: " + std::generic_category().message(errno);
-    } else {
-        usable = scenario_parse(text, name, plan, error);
-    }
+    const bool usable = name == nullptr || *name == '\0'
+                            ? scenario_parse(scenario_default_text, "(built-in scenario)", plan, error)
+                            : scenario_read(name, plan, error);
     if (!usable) {
         fprintf(stderr, "%s\nthe scenario is refused: the network access service stays absent\n", error.c_str());
     }

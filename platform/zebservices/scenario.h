@@ -133,5 +133,8 @@ int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
 // returns false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing else.
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
+// The same for the content of a file. One that cannot be read is refused as well.
+bool scenario_read(const char *file, scenario &out, std::string &error);
+
 // The built-in scenario.
 extern const char scenario_default_text[];
