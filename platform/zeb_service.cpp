@@ -1,7 +1,11 @@
 #include "zeb_service.h"
 
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <memory>
+#include <new>
 #include <utility>
 
 const zeb_message *zeb_find_message(zeb_service_object service, zeb_message_type type, uint32_t msg_id) {
@@ -37,6 +41,19 @@ int32_t zeb_decode(zeb_service_object service, zeb_message_type type, uint32_t m
     }
     memcpy(dst, static_cast<const uint8_t *>(buf) + sizeof(header), message->size);
     return ZEB_NO_ERR;
+}
+
+int zeb_read_file(const char *name, size_t enough, std::string &text) {
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(fopen(name, "rbe"), fclose);
+    if (file == nullptr) {
+        return errno == ENOMEM ? throw std::bad_alloc() : errno;
+    }
+    char buffer[4096];
+    size_t n;
+    while (text.size() <= enough && (n = fread(buffer, 1, sizeof(buffer), file.get())) > 0) {
+        text.append(buffer, n);
+    }
+    return ferror(file.get()) != 0 ? errno : 0;
 }
 
 std::thread zeb_start_thread(std::function<void()> body) {

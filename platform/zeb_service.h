@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <functional>
 #include <span>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -95,6 +96,10 @@ std::vector<uint8_t> zeb_encode(zeb_message_type type, uint32_t msg_id, const vo
 // The decoding behind zeb_client_message_decode.
 int32_t zeb_decode(zeb_service_object service, zeb_message_type type, uint32_t msg_id, const void *buf,
                    uint32_t buf_len, void *dst, uint32_t dst_len);
+
+// Appends a file's content to text, or a little more than `enough` of it. Returns 0, or the errno of what went wrong; of a
+// lack of memory it says so by std::bad_alloc.
+int zeb_read_file(const char *name, size_t enough, std::string &text);
 
 // Starts a thread that leaves the signals of the process to the threads of the program.
 std::thread zeb_start_thread(std::function<void()> body);

@@ -3,7 +3,6 @@
 #include "player.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -272,25 +271,10 @@ bool read_speed(double &speed) {
 }
 
 bool read_recording(player &p) {
-    FILE *file = fopen(p.file.c_str(), "rbe");
     std::string text;
-    bool ok = file != nullptr;
-    if (ok) {
-        char buffer[4096];
-        size_t n;
-        // A little more than a recording may have is enough to refuse it.
-        while (text.size() <= RECORDING_FILE_MAX && (n = fread(buffer, 1, sizeof(buffer), file)) > 0) {
-            text.append(buffer, n);
-        }
-        ok = ferror(file) == 0;
-    }
-    const int error = errno;
-    if (file != nullptr) {
-        fclose(file);
-    }
     std::string reason;
-    if (!ok) {
-        reason = p.file + ":0: cannot be read: " + std::generic_category().message(error);
+    if (const int failure = zeb_read_file(p.file.c_str(), RECORDING_FILE_MAX, text); failure != 0) {
+        reason = p.file + ":0: cannot be read: " + std::generic_category().message(failure);
     } else if (recording_parse(text, p.file.c_str(), p.entries, reason)) {
         return true;
     }

@@ -6,6 +6,7 @@
 #include <new>
 #include <span>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 // Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
@@ -542,6 +543,15 @@ void parse(reader &r, std::string_view text, scenario &out) {
 }
 
 } // namespace
+
+bool scenario_read(const char *file, scenario &out, std::string &error) {
+    std::string text;
+    if (const int failure = zeb_read_file(file, TEXT_MAX, text); failure != 0) {
+        error = std::string(file) + ":0: cannot be read: " + std::generic_category().message(failure);
+        return false;
+    }
+    return scenario_parse(text, file, out, error);
+}
 
 int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms) {
     if (round_ms <= value.from_ms) {
