@@ -97,8 +97,8 @@ std::vector<uint8_t> zeb_encode(zeb_message_type type, uint32_t msg_id, const vo
 int32_t zeb_decode(zeb_service_object service, zeb_message_type type, uint32_t msg_id, const void *buf,
                    uint32_t buf_len, void *dst, uint32_t dst_len);
 
-// Appends a file's content to text, or a little more than `enough` of it. Returns 0, or the errno of what went wrong; of a
-// lack of memory it says so by std::bad_alloc.
+// Appends a file's content to text, or a little more than `enough` of it. Returns 0, or the errno of what went wrong;
+// of a lack of memory it says so by std::bad_alloc.
 int zeb_read_file(const char *name, size_t enough, std::string &text);
 
 // Starts a thread that leaves the signals of the process to the threads of the program.
