@@ -25,8 +25,8 @@ endif()
 add_library(cpe_dm_plain INTERFACE)
 target_link_libraries(cpe_dm_plain INTERFACE cpe_dm_warnings)
 target_compile_options(cpe_dm_plain INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-# As delivered it is to be small: nothing here gains from more than -O2, and what a program does not call is left out.
-target_compile_options(cpe_dm_plain INTERFACE $<$<NOT:$<CONFIG:Debug>>:-O2 -ffunction-sections -fdata-sections>)
+# As delivered it is to be small: what takes time here is the C library's, and what a program does not call is left out.
+target_compile_options(cpe_dm_plain INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Os -ffunction-sections -fdata-sections>)
 target_link_options(cpe_dm_plain INTERFACE $<$<NOT:$<CONFIG:Debug>>:LINKER:--gc-sections>)
 if(CPE_DM_COVERAGE)
     target_compile_options(cpe_dm_plain INTERFACE --coverage -fprofile-update=atomic)
