@@ -165,8 +165,8 @@ static void run_auto_test(const char *path) {
 }
 
 int cpe_dm_client_run(const char *auto_test_file) {
-    open_missing_descriptors();
     install_sigterm_handler();
+    open_missing_descriptors();
     setvbuf(stdout, nullptr, _IONBF, 0);
     cpe_dm_client_print("\n\n################### Diagnostic Monitor Client Application #########################\n\n");
     struct stat status = {};

@@ -1,5 +1,5 @@
-# cmake --install, in three components: `client`, `dev` (header, library, CMake package, pkg-config file) and `standin`
-# (the platform's libraries for the desk, with headers and scenarios).
+# cmake --install, in components: `client`, `dev` (header, library, CMake package, pkg-config file) and `standin` (the
+# platform's libraries for the desk, with headers and scenarios); `recorder` is installed in its own folder.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 

@@ -10,7 +10,8 @@ static bool is_running(cpe_dm_cmdq *cmdq) {
     return std::atomic_ref(cmdq->running).load() != 0;
 }
 
-/* Under the mutex, so nobody else writes; atomic for who reads without it. */
+/* Called with the mutex held, so a store is enough; atomic because cpe_dm_cmdq_enq reads the count without the mutex.
+ */
 static void set_count(cpe_dm_cmdq *cmdq, int32_t count) {
     std::atomic_ref(cmdq->count).store(count, std::memory_order_relaxed);
 }

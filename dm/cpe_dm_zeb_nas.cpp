@@ -20,8 +20,8 @@ enum {
     NAS_SERVICE_INFO_MAX = 10,
 };
 
-/* What the module relies on in the platform's headers it is built with. A structure of another size is refused by the
- * compiler, which then names `message`, `bytes_here` and `bytes_expected`. */
+/* The sizes that the module expects of the platform's structures. Another size does not compile; the error names the
+ * structure, its size here and the size expected. */
 template <typename message, size_t bytes_here, size_t bytes_expected> struct nas_bytes {
     static_assert(bytes_here == bytes_expected, "the platform's headers give this message another size than expected");
     static constexpr bool agreed = true;
@@ -54,7 +54,8 @@ static zeb_client_handle zeb_nas_notifier_handle;
 /* The signal of the notifier, which uses it until it is released. */
 static zeb_cci_os_params zeb_nas_os_params;
 
-/* A notifier of a failed connection that could not be released. As long as there is one, the signal is its own. */
+/* A notifier that a failed connection could not release. It still uses zeb_nas_os_params, so no other notifier may be
+ * created while there is one. */
 static zeb_client_handle zeb_nas_lost_notifier;
 
 /* The registration status by which queries choose between LTE and NR 5G. Written by the system information query of
@@ -177,6 +178,9 @@ static int32_t nas_connect() {
     status = zeb_client_notifier_init(service, &zeb_nas_os_params, &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
+        // Whatever was stored all the same is no notifier that could own the signal.
+        nas_release_handle(zeb_nas_notifier_handle);
+        zeb_nas_notifier_handle = nullptr;
         return CPE_DM_ERR_FAILURE;
     }
     uint32_t num_services = nas_wait_for_service(service);
@@ -695,8 +699,7 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
     return CPE_DM_SUCCESS;
 }
 
-/* Sets one field at a time, because an assigned structure would bring along bytes between its fields that are not zero.
- */
+/* Field by field, as an assigned structure could bring bytes between its fields from the stack into the request. */
 static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_threshold &entry) {
     threshold.valid = entry.valid;
     threshold.delta = entry.delta;

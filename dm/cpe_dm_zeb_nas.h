@@ -107,7 +107,8 @@ struct cpe_dm_nas_sys_info {
 };
 
 /* Connects: waits without limit for the service, creates the client and asks for system information indications.
- * Returns 0 as well when connected already. After a failure neither client nor notifier is kept. */
+ * Returns 0 as well when connected already. After a failure there is no connection; a notifier that could not be
+ * released is released by the next call, which fails as long as that fails. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* The step of cpe_dm_zeb_nas_init that creates the client. When the service refuses the registration the client is left

@@ -26,7 +26,8 @@
  * was outstanding never will. The indications stay set in the module, but whether the modem still knows of them when it
  * is back is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE, call cpe_dm_deinit, then
  * cpe_dm_init, which waits until the modem is back and gives a new handle; read the registration status, of which only
- * later changes are delivered; and set the indications again. */
+ * later changes are delivered; and set the indications again. A restart that falls between two operations shows
+ * nowhere: who depends on events sets the indications again after any CPE_DM_ERR_FAILURE, and from time to time. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -302,7 +303,8 @@ typedef struct {
 typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
 /* Registers the one client and connects to the modem. Blocks, without limit, until the modem's network access service
- * is present. On success stores the new handle in *hndl. user_data may be null; it is handed to every callback.
+ * is present; nothing but the end of the process ends that wait, and other operations wait for it. On success stores
+ * the new handle in *hndl. user_data may be null; it is handed to every callback.
  *
  *   CPE_DM_ERR_INVALID_PARAM        hndl or user_cb_fn is null
  *   CPE_DM_ERR_ALREADY_INITIALIZED  a client is registered; it stays as it is

@@ -162,6 +162,18 @@ static int32_t get(uint32_t metric, cpe_dm_info *info) {
     return cpe_dm_get_info(hndl, info);
 }
 
+/* Sets all indications, and tells where the modem is registered now: of that only later changes come. */
+static void set_indications(void) {
+    set_indication(CPE_DM_IND_REG_STATUS, 0);
+    cpe_dm_info info;
+    if (get(CPE_DM_METRIC_REG_STATUS, &info) == CPE_DM_SUCCESS) {
+        tell_registration(info.value.u32_val);
+    }
+    for (size_t i = 0; i < VALUE_CNT; i++) {
+        set_indication(values[i].ind, values[i].threshold);
+    }
+}
+
 /* Registers, waiting for the modem when it is away, tells where it is registered now, and sets all indications. */
 static int32_t connect_modem(void) {
     connecting = 1;
@@ -175,14 +187,7 @@ static int32_t connect_modem(void) {
         tell("cannot register: %s", cpe_dm_strerror(status));
         return status;
     }
-    set_indication(CPE_DM_IND_REG_STATUS, 0);
-    cpe_dm_info info;
-    if (get(CPE_DM_METRIC_REG_STATUS, &info) == CPE_DM_SUCCESS) {
-        tell_registration(info.value.u32_val);
-    }
-    for (size_t i = 0; i < VALUE_CNT; i++) {
-        set_indication(values[i].ind, values[i].threshold);
-    }
+    set_indications();
     return CPE_DM_SUCCESS;
 }
 
@@ -260,6 +265,10 @@ static int log_rows(FILE *csv, int64_t interval_ms, long rows) {
         }
         last_status = status;
         const int answered = status == CPE_DM_SUCCESS || status == CPE_DM_ERR_SERVICE_UNAVAILABLE;
+        // A modem that has restarted meanwhile may not know of them any more.
+        if (answered && failures > 0) {
+            set_indications();
+        }
         failures = answered ? 0 : failures + 1;
         if (rows > 0 && row >= rows) {
             return 1;
