@@ -4,7 +4,7 @@
 #include "cpe_dm_client_callback.h"
 #include "cpe_dm_interface.h"
 #include "cpe_dm_zeb_nas.h"
-#include "zeb_service.h"
+#include "zeb_wire.h"
 
 #include <atomic>
 #include <cstdio>
