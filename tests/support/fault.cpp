@@ -211,6 +211,11 @@ std::vector<std::string> fault_points() {
     return {books().points.begin(), books().points.end()};
 }
 
+int fault_calls() {
+    const std::lock_guard guard(books().lock);
+    return books().calls;
+}
+
 bool fault_hit(const char *point) {
     if (!armed) {
         return false;

@@ -25,6 +25,9 @@ std::vector<std::string> fault_fired();
 /* The points called since fault_arm. */
 std::vector<std::string> fault_points();
 
+/* How many calls of the point have begun since fault_arm, which then has named it. */
+int fault_calls();
+
 /* One call of a point; true when it has to fail. */
 bool fault_hit(const char *point);
 
