@@ -364,13 +364,14 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-/* Every list as long as len says, whatever its room. */
+/* Every list as long as len says, whatever its room; beside a list of LTE that of NR 5G is shorter. */
 static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
     scan.scan_status = status;
     scan.lte_valid = lte_valid;
     scan.nr5g_valid = 1;
-    scan.lte.nbr_len = scan.nr5g.nbr_len = len;
+    scan.lte.nbr_len = len;
+    scan.nr5g.nbr_len = lte_valid ? len / 2 : len;
     scan.lte.highest_sig_rsrp = -88;
     scan.lte.highest_sig_rsrq = -9;
     for (uint16_t i = 0; i < ZEB_NAS_LTE_NBR_MAX; i++) {
