@@ -114,7 +114,7 @@ static void deliver_events() {
     for (uint32_t id = CPE_DM_IND_LTE_RSRP; id <= CPE_DM_IND_CNT + 1; id++) {
         deliver(CPE_DM_INFO_TYPE_IND, id % (CPE_DM_IND_CNT + 1), CPE_DM_VALUE_INT64, -10000000000 - id);
     }
-    for (uint32_t id : {0u, 1u, 7u, 8u}) {
+    for (uint32_t id : {0u, 1u, 7u, 1000u}) {
         deliver(CPE_DM_INFO_TYPE_IND, id, CPE_DM_VALUE_NONE, 1);
     }
     for (uint32_t id = 0; id <= CPE_DM_ASYNC_RSP_CNT; id++) {

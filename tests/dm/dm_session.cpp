@@ -399,7 +399,7 @@ static zeb_nas_sys_info_resp sys_info(const numbers &args) {
 
 template <typename T> static void indicate(const std::string &line, uint32_t msg_id, const T &message) {
     const bool delivered = fake_indicate(msg_id, message);
-    if (!fault_settle(10000)) {
+    if (!fault_settle()) {
         printf("!! the command thread does not come to rest\n");
     }
     show(line, delivered ? "delivered" : "nobody there");

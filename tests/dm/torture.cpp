@@ -186,7 +186,7 @@ void one_at_a_time(const char *point, const std::vector<std::string> &expected) 
     differences found;
     for (int n = 1;; n++) {
         fault_arm(point, n);
-        const played result = session(10000);
+        const played result = session(20000);
         if (result.fault_step == step_cnt) {
             break;
         }
@@ -228,7 +228,7 @@ int main(int argc, char **argv) {
         return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
     }
     fault_arm(nullptr, 0);
-    const std::vector<std::string> expected = session(10000).outcomes;
+    const std::vector<std::string> expected = session(20000).outcomes;
     const std::vector<std::string> points = fault_points();
     fault_clear();
     for (const std::string &outcome : expected) {
