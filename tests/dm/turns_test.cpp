@@ -59,7 +59,7 @@ struct Turns : testing::Test {
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
         const cpe_dm_info ind = {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 1}, 0};
         ASSERT_EQ(cpe_dm_set_ind_info(handle, &ind), 0);
-        ASSERT_TRUE(fault_settle(60000)) << "the command thread's own locks are not to be counted below";
+        ASSERT_TRUE(fault_settle()) << "the command thread's own locks are not to be counted below";
         fake_log();
     }
 

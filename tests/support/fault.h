@@ -44,7 +44,7 @@ bool fault_waiting();
 bool fault_counts(const pthread_mutex_t *mutex);
 
 /* Waits until the module's command thread has nothing to do or has ended; false when that takes too long. */
-bool fault_settle(int timeout_ms);
+bool fault_settle(int timeout_ms = 20000);
 
 #pragma GCC visibility pop
 
