@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 #include <poll.h>
-#include <unistd.h>
 
 /* Tells, the first time, that standard output does not take what is printed. */
 static void tell_lost_output(int error) {
@@ -21,15 +20,15 @@ static void tell_lost_output(int error) {
  * block, where whoever shares the descriptor has made it so, waits. */
 static void write_text(const char *text, size_t len) {
     while (len > 0) {
-        const ssize_t written = write(STDOUT_FILENO, text, len);
-        if (written >= 0) {
-            text += written;
-            len -= static_cast<size_t>(written);
-        } else if (errno == EAGAIN) {
-            pollfd writable = {STDOUT_FILENO, POLLOUT, 0};
+        const size_t written = fwrite(text, 1, len, stdout);
+        const int error = errno;
+        text += written;
+        len -= written;
+        if (len > 0 && error == EAGAIN) {
+            pollfd writable = {fileno(stdout), POLLOUT, 0};
             poll(&writable, 1, -1);
-        } else if (errno != EINTR) {
-            tell_lost_output(errno);
+        } else if (len > 0 && error != EINTR) {
+            tell_lost_output(error);
             return;
         }
     }

@@ -7,9 +7,10 @@
 #include <cstdlib>
 #include <memory>
 
-/* Prints on standard output, without a buffer: the text has been written when the call returns. Text that cannot be
- * written (full disk, no memory for a long line) is lost, which the first time one line on standard error tells. From any
- * thread; what one call prints stays together, so a line is printed by one call, line end included. */
+/* Prints on standard output; the text has been written when the call returns, as standard output is unbuffered. Text
+ * that cannot be written (full disk, no memory for a long line) is lost; one line on standard error tells of the first
+ * loss. Callable from any thread; what one call prints stays together, so a line is printed by one call, line end
+ * included. */
 void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 /* How many of the cnt entries that a list is said to have are printed: those it has room for. */
