@@ -23,7 +23,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/cpe_dm-config-ver
     COMPATIBILITY SameMajorVersion)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/cpe_dm.pc.in ${PROJECT_BINARY_DIR}/package/cpe_dm.pc @ONLY)
 
-install(FILES ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm.h TYPE INCLUDE COMPONENT dev)
+install(FILES ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm.h ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm_text.h
+    TYPE INCLUDE COMPONENT dev)
 install(TARGETS cpe_dm_archive ARCHIVE COMPONENT dev)
 install(FILES ${PROJECT_BINARY_DIR}/package/cpe_dm-config.cmake
     ${PROJECT_BINARY_DIR}/package/cpe_dm-config-version.cmake

@@ -1,5 +1,6 @@
 /* The public header from C: the layout of its records, the same on 32 and 64 bits, and every operation by its type. */
 #include "cpe_dm.h"
+#include "cpe_dm_text.h"
 
 #include <assert.h>
 #include <stddef.h>
