@@ -1,4 +1,5 @@
-#include "cpe_dm_client_options.h"
+#include "cpe_dm_client_callback.h"
+
 #include "cpe_dm_client_util.h"
 
 static void print_ind(const cpe_dm_info *info) {

@@ -1,5 +1,6 @@
 #include "cpe_dm_client_options.h"
 
+#include "cpe_dm_client_callback.h"
 #include "cpe_dm_client_results.h"
 #include "cpe_dm_client_util.h"
 

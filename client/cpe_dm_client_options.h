@@ -2,8 +2,6 @@
 #ifndef CPE_DM_CLIENT_OPTIONS_H
 #define CPE_DM_CLIENT_OPTIONS_H
 
-#include "cpe_dm.h"
-
 #include <cstdint>
 
 enum { CPE_DM_CLIENT_VALUE_MAX = 100 };
@@ -23,8 +21,5 @@ int32_t cpe_dm_client_parse(char *line, cpe_dm_client_values *values);
  * when there are no values, otherwise 0: also for an unknown option, wrong arguments and a lack of memory, which print
  * their own messages. */
 int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values);
-
-/* The client's callback: prints the event and releases the record and its payload. */
-void cpe_dm_client_callback(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
 #endif

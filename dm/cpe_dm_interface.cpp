@@ -1,6 +1,5 @@
 #include "cpe_dm_interface.h"
 
-#include "cpe_dm_interface_events.h"
 #include "cpe_dm_log.h"
 #include "cpe_dm_thread.h"
 #include "cpe_dm_zeb_nas.h"
@@ -68,6 +67,29 @@ static void set_initialized(uint8_t initialized) {
     std::atomic_ref(cpe_dm_state.initialized).store(initialized);
 }
 
+/* Threads between their look at `initialized` and the end of their use of the queue. */
+static std::atomic<uint32_t> posters;
+
+/* A thread counts itself before it looks at `initialized`, and uses the queue only when it has seen it set: so once
+ * `initialized` is clear and the count 0, nobody uses the queue. */
+int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
+    posters++;
+    const bool initialized = cpe_dm_is_initialized();
+    const int32_t status = initialized ? cpe_dm_cmdq_enq(&cpe_dm_state.cmdq, cmd) : -1;
+    posters--;
+    if (!initialized) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
+    }
+    return status;
+}
+
+/* Returns when no thread uses the queue. Called with `initialized` clear, so that none begins to. */
+static void wait_for_posters() {
+    while (posters != 0) {
+        cpe_dm_pause();
+    }
+}
+
 int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid) {
     const int32_t status = take_settled(guard);
     if (status != CPE_DM_SUCCESS) {
@@ -96,7 +118,7 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
     taking_down = true;
     int32_t status = cpe_dm_guard_give(guard);
     if (status == 0) {
-        cpe_dm_wait_for_posters();
+        wait_for_posters();
         status = cpe_dm_cmdq_deinit(&cpe_dm_state.cmdq);
         // Without the lock the state could not be cleared, so it is tried for twice.
         if (cpe_dm_guard_take(guard) != 0 && cpe_dm_guard_take(guard) != 0) {

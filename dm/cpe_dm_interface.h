@@ -66,4 +66,10 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid);
 /* `initialized`, read from any thread. */
 bool cpe_dm_is_initialized();
 
+/* Hands a command to the command thread while the module is initialised; callable from any thread, without the lock. Of
+ * a de-initialisation, which takes the queue down, this needs to know nothing: the de-initialisation waits for whoever
+ * is inside. Returns 0, or -1 with the command still the caller's: the module is not initialised (logged), or the queue
+ * refused. */
+int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd);
+
 #endif

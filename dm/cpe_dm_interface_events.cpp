@@ -5,36 +5,12 @@
 #include "cpe_dm_interface.h"
 #include "cpe_dm_log.h"
 #include "cpe_dm_post.h"
-#include "cpe_dm_thread.h"
 #include "cpe_dm_zeb_nas.h"
 
 #include <algorithm>
-#include <atomic>
 #include <concepts>
 #include <iterator>
 #include <utility>
-
-/* Threads between their look at `initialized` and the end of their use of the queue. */
-static std::atomic<uint32_t> posters;
-
-void cpe_dm_wait_for_posters() {
-    while (posters != 0) {
-        cpe_dm_pause();
-    }
-}
-
-/* A thread counts itself before it looks at `initialized`, and uses the queue only when it has seen it set: so once
- * `initialized` is clear and the count 0, nobody uses the queue. */
-static int32_t queue_cmd(cpe_dm_cmd *cmd) {
-    posters++;
-    const bool initialized = cpe_dm_is_initialized();
-    const int32_t status = initialized ? cpe_dm_cmdq_enq(&cpe_dm_state.cmdq, cmd) : -1;
-    posters--;
-    if (!initialized) {
-        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
-    }
-    return status;
-}
 
 int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
     if (zeb_msg_data == nullptr || zeb_msg_id == 0) {
@@ -54,7 +30,7 @@ int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
     }
     *data = {zeb_msg_id, message.get()};
     *cmd = {cpe_dm_process_nas_msg, cpe_dm_free_nas_msg, data.get()};
-    if (queue_cmd(cmd.get()) != 0) {
+    if (cpe_dm_queue_cmd(cmd.get()) != 0) {
         return CPE_DM_ERR_FAILURE;
     }
     // The command owns all three now, and may have been released already.

@@ -16,8 +16,4 @@ struct zeb_async_data {
 void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data);
 void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data);
 
-/* Returns when no thread is inside cpe_dm_post_nas_msg's use of the queue. Called with `initialized` clear, so that
- * none enters it again. */
-void cpe_dm_wait_for_posters();
-
 #endif

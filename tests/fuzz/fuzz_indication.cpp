@@ -1,7 +1,7 @@
 /* Encoded indications through the platform's decoder, the module's event processing and the client's callback. The
  * first byte of the input says which message it is, what the user had asked for, and whether the rest is an encoded
  * message or only the structure in one. */
-#include "cpe_dm_client_options.h"
+#include "cpe_dm_client_callback.h"
 #include "cpe_dm_interface.h"
 #include "cpe_dm_zeb_nas.h"
 #include "zeb_service.h"

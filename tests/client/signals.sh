@@ -1,5 +1,5 @@
 #!/bin/sh
-# client_signals.sh EXPECTED COMMAND...: gives the client half a line, interrupts its read, gives it the rest, and ends it
+# signals.sh EXPECTED COMMAND...: gives the client half a line, interrupts its read, gives it the rest, and ends it
 # with SIGTERM at the next prompt. Passes when it ends with status 0 and has written EXPECTED to a pipe, as compare.sh
 # compares. So it does once more with an input that does not block.
 expected=$1
@@ -40,4 +40,4 @@ prompted 2
 kill -TERM "$(cat "$dir/pid")"
 wait
 echo "ended with status $(cat "$dir/status")"
-"$(dirname "$0")/compare.sh" "$expected" "$dir/out" && [ "$(cat "$dir/status")" = 0 ]
+"$(dirname "$0")/../support/compare.sh" "$expected" "$dir/out" && [ "$(cat "$dir/status")" = 0 ]

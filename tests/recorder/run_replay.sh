@@ -1,9 +1,9 @@
 #!/bin/sh
-# run_replay.sh RECORD PLAY: records the session of tests/replay with the client of the build folder RECORD, and plays it
-# with that of PLAY, at the speed of life and as fast as it goes. Passes when both plays print and log what was recorded,
-# line by line, but for times, thread numbers and addresses, and count no difference. A client for ARM runs under
-# emulation. Ends with status 77, skipped, when a build is not there.
-here=$(cd "$(dirname "$0")/replay" && pwd)
+# run_replay.sh RECORD PLAY: records the session of replay_session.in with the client of the build folder RECORD, and
+# plays it with that of PLAY, at the speed of life and as fast as it goes. Passes when both plays print and log what was
+# recorded, line by line, but for times, thread numbers and addresses, and count no difference. A client for ARM runs
+# under emulation. Ends with status 77, skipped, when a build is not there.
+here=$(cd "$(dirname "$0")" && pwd)
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 for program in "$1/client/cpe_dm_client" "$1/recorder/libzeb_record.so" "$2/client/cpe_dm_client"; do
@@ -27,7 +27,7 @@ feed() {
         log) wait_for "$1.log" "$count" "$text" ;;
         *) echo "$word${count:+ $count}${text:+ $text}" ;;
         esac
-    done <"$here/session.in"
+    done <"$here/replay_session.in"
 }
 
 # session NAME BUILD [VARIABLE=VALUE...]: a session with its output in NAME.out, NAME.err and NAME.log.
@@ -60,7 +60,7 @@ complete() {
 for _ in 1 2 3 4 5; do
     rm -f "$dir/recording"
     # What a sanitizer has of its own comes after what is preloaded.
-    session recorded "$1" ZEB_SCENARIO="$here/session.toml" ZEB_RECORD="$dir/recording" \
+    session recorded "$1" ZEB_SCENARIO="$here/replay_session.toml" ZEB_RECORD="$dir/recording" \
         ASAN_OPTIONS="$ASAN_OPTIONS:verify_asan_link_order=0" LD_PRELOAD="$1/recorder/libzeb_record.so"
     complete && break
     echo "recorded too slowly for the scenario"

@@ -35,4 +35,4 @@ status=$?
 form='^[0-9TZ:. -]*(info|error) +[0-9]+ +cpe_dm_[a-z_]+\.cpp:[0-9]+ [A-Za-z0-9]'
 grep -vE "$form" "$dir/log" && echo "lines of another form in the log" && status=1
 [ -s "$dir/log" ] || status=1
-"$(dirname "$0")/compare.sh" "$name.out" "$dir/out" && [ "$status" -eq 0 ]
+"$(dirname "$0")/../support/compare.sh" "$name.out" "$dir/out" && [ "$status" -eq 0 ]
