@@ -41,7 +41,7 @@ struct expression {
     cpe_dm_tool_key key;
     const op_row *op;
     const char *wanted; /* what the value is compared with, as text */
-    cpe_dm_tool_number number;
+    int64_t number;
 };
 
 static struct {
@@ -88,30 +88,33 @@ static const op_row *find_op(const char *text, size_t *key_len, size_t *op_len) 
 
 /* Reads what the value is compared with; what is wrong is told. */
 static bool parse_wanted(expression *row) {
-    const cpe_dm_tool_key_row key = cpe_dm_tool_describe(row->key);
-    if (key.kind == CPE_DM_TOOL_NUMBER) {
-        switch (cpe_dm_tool_parse_number(row->wanted, key.counts_per_unit, &row->number)) {
+    const cpe_dm_tool_kind kind = cpe_dm_tool_kind_of(row->key);
+    const char *name = cpe_dm_tool_name(row->key);
+    const uint32_t counts_per_unit = cpe_dm_tool_counts_per_unit(row->key);
+    if (kind == CPE_DM_TOOL_NUMBER) {
+        switch (cpe_dm_tool_parse_number(row->wanted, counts_per_unit, row->key == CPE_DM_TOOL_NR5G_CGI ? 64 : 63,
+                                         &row->number)) {
         case CPE_DM_TOOL_PARSED:
             return true;
         case CPE_DM_TOOL_TOO_FINE:
-            cpe_dm_tool_tell("%s: the modem counts %s in steps of %s %s", row->text, key.name,
-                             key.counts_per_unit == 1    ? "1"
-                             : key.counts_per_unit == 10 ? "0.1"
-                                                         : "0.001",
-                             key.unit);
+            cpe_dm_tool_tell("%s: the modem counts %s in steps of %s %s", row->text, name,
+                             counts_per_unit == 1    ? "1"
+                             : counts_per_unit == 10 ? "0.1"
+                                                     : "0.001",
+                             cpe_dm_tool_unit(row->key));
             return false;
         default:
             cpe_dm_tool_tell("%s: \"%s\" is not a number", row->text, row->wanted);
             return false;
         }
     }
-    if (key.kind == CPE_DM_TOOL_LIST) {
-        cpe_dm_tool_tell("%s: %s is a list, which cannot be compared", row->text, key.name);
+    if (kind == CPE_DM_TOOL_LIST) {
+        cpe_dm_tool_tell("%s: %s is a list, which cannot be compared", row->text, name);
     } else if (row->op->below != row->op->above) {
-        cpe_dm_tool_tell("%s: %s is compared with = and != alone", row->text, key.name);
-    } else if (key.kind == CPE_DM_TOOL_NAME && !is_reg_name(row->wanted)) {
+        cpe_dm_tool_tell("%s: %s is compared with = and != alone", row->text, name);
+    } else if (kind == CPE_DM_TOOL_NAME && !is_reg_name(row->wanted)) {
         cpe_dm_tool_tell("%s: reg is none, power_save, limited, limited_regional, lte, lte_nr5g or nr5g", row->text);
-    } else if (key.kind == CPE_DM_TOOL_PLMN && !is_plmn(row->wanted)) {
+    } else if (kind == CPE_DM_TOOL_PLMN && !is_plmn(row->wanted)) {
         cpe_dm_tool_tell("%s: a PLMN reads like 123-45 or 123-045", row->text);
     } else {
         return true;
@@ -141,8 +144,12 @@ static bool parse_expression(const char *text, expression *row) {
 
 static bool holds(const expression &row) {
     int sign = 0;
-    if (cpe_dm_tool_describe(row.key).kind == CPE_DM_TOOL_NUMBER) {
-        sign = cpe_dm_tool_compare(cpe_dm_tool_value_number(&check.values, row.key), row.number);
+    if (cpe_dm_tool_kind_of(row.key) == CPE_DM_TOOL_NUMBER) {
+        const int64_t number = cpe_dm_tool_value_number(&check.values, row.key);
+        const bool less = row.key == CPE_DM_TOOL_NR5G_CGI
+                              ? static_cast<uint64_t>(number) < static_cast<uint64_t>(row.number)
+                              : number < row.number;
+        sign = number == row.number ? 0 : less ? -1 : 1;
     } else {
         char data[32];
         cpe_dm_tool_text value = {data, sizeof(data), 0};
@@ -182,7 +189,7 @@ static void tell_what_does_not_hold() {
     for (int i = 0; i < check.cnt; i++) {
         const expression &row = check.rows[i];
         const int32_t status = cpe_dm_tool_value_status(&check.values, row.key);
-        const char *name = cpe_dm_tool_describe(row.key).name;
+        const char *name = cpe_dm_tool_name(row.key);
         if (status != CPE_DM_SUCCESS) {
             cpe_dm_tool_tell_missing(name, status);
         } else if (!holds(row)) {

@@ -17,7 +17,7 @@ static void add_line(cpe_dm_tool_text *text, cpe_dm_tool_key key) {
     if ((get.options->given & CPE_DM_TOOL_RAW) != 0) {
         cpe_dm_tool_add_value(text, &get.values, key);
     } else {
-        cpe_dm_tool_add(text, "%s ", cpe_dm_tool_describe(key).name);
+        cpe_dm_tool_add(text, "%s ", cpe_dm_tool_name(key));
         cpe_dm_tool_add_value_unit(text, &get.values, key);
     }
     cpe_dm_tool_add(text, "\n");
@@ -29,7 +29,7 @@ static int tell_missing_keys() {
     for (int i = 0; i < get.alone.cnt; i++) {
         const int32_t answer = cpe_dm_tool_value_status(&get.values, get.alone.key[i]);
         if (answer != CPE_DM_SUCCESS) {
-            cpe_dm_tool_tell_missing(cpe_dm_tool_describe(get.alone.key[i]).name, answer);
+            cpe_dm_tool_tell_missing(cpe_dm_tool_name(get.alone.key[i]), answer);
             status = cpe_dm_tool_worse(status, cpe_dm_tool_exit_status(answer));
         }
     }

@@ -69,13 +69,13 @@ static void add_list(cpe_dm_tool_text *text, const cpe_dm_metric_record *record,
 }
 
 void cpe_dm_tool_add_json_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
+    const cpe_dm_tool_kind kind = cpe_dm_tool_kind_of(key);
     if (cpe_dm_tool_value_status(values, key) != CPE_DM_SUCCESS) {
         cpe_dm_tool_add(text, "null");
-    } else if (row.kind == CPE_DM_TOOL_LIST) {
-        add_list(text, cpe_dm_tool_record_of(values, row.metric), key);
+    } else if (kind == CPE_DM_TOOL_LIST) {
+        add_list(text, cpe_dm_tool_record_of(values, cpe_dm_tool_metric_of(key)), key);
     } else {
-        const char *mark = row.kind == CPE_DM_TOOL_NUMBER ? "" : "\"";
+        const char *mark = kind == CPE_DM_TOOL_NUMBER ? "" : "\"";
         cpe_dm_tool_add(text, "%s", mark);
         cpe_dm_tool_add_value(text, values, key);
         cpe_dm_tool_add(text, "%s", mark);
@@ -96,9 +96,8 @@ static uint32_t add_members(cpe_dm_tool_text *text, const cpe_dm_tool_values *va
     uint32_t cnt = 0;
     for (int i = 0; i < keys->cnt; i++) {
         if (cpe_dm_tool_tech_of(keys->key[i]) == tech) {
-            const cpe_dm_tool_key_row row = cpe_dm_tool_describe(keys->key[i]);
             add_separator(text, cnt++);
-            cpe_dm_tool_add(text, "\"%s\":", cpe_dm_tool_short_name(&row));
+            cpe_dm_tool_add(text, "\"%s\":", cpe_dm_tool_short_name(keys->key[i]));
             cpe_dm_tool_add_json_value(text, values, keys->key[i]);
         }
     }

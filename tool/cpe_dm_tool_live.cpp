@@ -25,8 +25,8 @@ static const int64_t minute_ms = 60000;
 /* How long a terminal that stands still may hold up its return to what it was. */
 static const int64_t farewell_ms = 500;
 
-/* The columns beside a chart: name, value and verdict before it, its range behind it. */
-static const int label_width = 29;
+/* The columns beside a chart: behind the name, value and verdict; behind the chart, where there is room, its range. */
+static const int value_width = 16;
 static const int range_width = 18;
 
 static const char *const blocks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
@@ -43,6 +43,7 @@ static struct {
     cpe_dm_tool_values values;
     cpe_dm_tool_key charts[CHART_MAX];
     int chart_cnt;
+    int name_width; /* of the longest name of a chart */
     int64_t number; /* of the newest row */
     int history_cnt;
     int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
@@ -69,9 +70,9 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     live.history_cnt = static_cast<int>(std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX));
     live.number = -1;
     for (int i = 0; i < keys->cnt && live.chart_cnt < CHART_MAX; i++) {
-        const cpe_dm_tool_key_row row = cpe_dm_tool_describe(keys->key[i]);
-        if (strncmp(row.unit, "dB", 2) == 0) {
+        if (strncmp(cpe_dm_tool_unit(keys->key[i]), "dB", 2) == 0) {
             live.charts[live.chart_cnt++] = keys->key[i];
+            live.name_width = std::max(live.name_width, static_cast<int>(strlen(cpe_dm_tool_short_name(keys->key[i]))));
         }
     }
     for (auto &history : live.history) {
@@ -141,7 +142,7 @@ void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) 
         int16_t *place = &live.history[i][number % live.history_cnt];
         *place = NO_VALUE;
         if (cpe_dm_tool_value_status(values, live.charts[i]) == CPE_DM_SUCCESS) {
-            const int64_t count = values->slot[cpe_dm_tool_describe(live.charts[i]).metric].number[0];
+            const int64_t count = cpe_dm_tool_value_number(values, live.charts[i]);
             *place = static_cast<int16_t>(std::clamp<int64_t>(count, INT16_MIN + 1, INT16_MAX));
         }
     }
@@ -177,23 +178,25 @@ static const char *colour_of(const char *verdict) {
                              : "";
 }
 
-static void add_block(int value, int lowest, int span, const cpe_dm_tool_limits *limits, const char **colour) {
+static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, const char **colour) {
     if (value == NO_VALUE) {
         cpe_dm_tool_add(&screen, " ");
         return;
     }
-    const char *wanted = colour_of(cpe_dm_tool_verdict(limits, value));
+    const char *wanted = colour_of(cpe_dm_tool_verdict(key, value));
     const int level = (value - lowest) * static_cast<int>(std::size(blocks)) / (span + 1);
     cpe_dm_tool_add(&screen, "%s%s", wanted != *colour ? wanted : "", blocks[level]);
     *colour = wanted;
 }
 
-/* The last minute of a signal, and between which values it moved. */
-static void add_chart(int chart, const cpe_dm_tool_key_row *row) {
+/* The last minute of a signal in so many columns at most; between which values it moved behind it, where that has room.
+ */
+static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
-    const int room = std::clamp(columns - label_width - range_width, 1, int{CHART_WIDTH_MAX});
-    const int rows_a_column = (live.history_cnt + room - 1) / room;
-    const int columns_a_row = std::max(room / live.history_cnt, 1);
+    const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
+    const int width = std::min(room, int{CHART_WIDTH_MAX});
+    const int rows_a_column = (live.history_cnt + width - 1) / width;
+    const int columns_a_row = std::max(width / live.history_cnt, 1);
     const int column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
     const int64_t newest = live.number / rows_a_column;
     int lowest = INT16_MAX;
@@ -204,44 +207,44 @@ static void add_chart(int chart, const cpe_dm_tool_key_row *row) {
         highest = std::max(highest, values[i]);
     }
     // A signal that stands still is a flat line, not a wall.
-    const int span = std::max(highest - lowest, 8 * static_cast<int>(row->counts_per_unit));
+    const int span = std::max(highest - lowest, 8 * counts_per_unit);
     const int bottom = lowest - (span - (highest - lowest)) / 2;
     const char *colour = "";
     for (int i = 0; i < column_cnt * columns_a_row; i++) {
-        add_block(values[i / columns_a_row], bottom, span, row->limits, &colour);
+        add_block(values[i / columns_a_row], bottom, span, live.charts[chart], &colour);
     }
     cpe_dm_tool_add(&screen, "%s", colour[0] != '\0' ? "\033[0m" : "");
-    if (highest != INT16_MIN) {
+    if (highest != INT16_MIN && room >= CHART_WIDTH_MAX + range_width) {
         char from[CPE_DM_COUNT_TEXT_SIZE];
         char to[CPE_DM_COUNT_TEXT_SIZE];
-        cpe_dm_tool_add(&screen, "  %s to %s", cpe_dm_count_text(from, sizeof(from), lowest, row->counts_per_unit),
-                        cpe_dm_count_text(to, sizeof(to), highest, row->counts_per_unit));
+        cpe_dm_count_text(from, sizeof(from), lowest, cpe_dm_tool_counts_per_unit(live.charts[chart]));
+        cpe_dm_count_text(to, sizeof(to), highest, cpe_dm_tool_counts_per_unit(live.charts[chart]));
+        cpe_dm_tool_add(&screen, "  %s to %s", from, to);
     }
 }
 
+/* A signal: name, value, verdict, chart. Where there is no room for that, the screen gets what has room. */
 static void add_chart_line(int chart) {
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(live.charts[chart]);
-    const bool there = cpe_dm_tool_value_status(&live.values, live.charts[chart]) == CPE_DM_SUCCESS;
-    const char *verdict = there ? cpe_dm_tool_verdict(row.limits, live.values.slot[row.metric].number[0]) : "";
-    char data[CPE_DM_COUNT_TEXT_SIZE + 8] = "-";
+    const cpe_dm_tool_key key = live.charts[chart];
+    const bool there = cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS;
+    const char *verdict = there ? cpe_dm_tool_verdict(key, cpe_dm_tool_value_number(&live.values, key)) : "";
+    const int room = columns - live.name_width - value_width;
+    char data[CPE_DM_COUNT_TEXT_SIZE] = "-";
+    char line[80];
     cpe_dm_tool_text value = {data, sizeof(data), 0};
+    cpe_dm_tool_text text = {line, sizeof(line), 0};
     if (there) {
-        cpe_dm_tool_add_value_unit(&value, &live.values, live.charts[chart]);
+        cpe_dm_tool_add_value(&value, &live.values, key);
     }
-    if (lines_left-- <= 0) {
-        return;
+    cpe_dm_tool_add(&text, "%-*s %5s %-3s ", live.name_width, cpe_dm_tool_short_name(key), data, cpe_dm_tool_unit(key));
+    if (lines_left-- > 0) {
+        cpe_dm_tool_add(&screen, "%.*s%s%.*s%s ", columns, line, colour_of(verdict), std::max(room + 5, 0), verdict,
+                        live.colours ? "\033[0m" : "");
+        if (room > 0) {
+            add_chart(chart, room);
+        }
+        cpe_dm_tool_add(&screen, "\033[K\r\n");
     }
-    if (columns < label_width + range_width) { // no room for a chart
-        char line[64];
-        cpe_dm_tool_text text = {line, sizeof(line), 0};
-        cpe_dm_tool_add(&text, "  %-8s %10s  %s", cpe_dm_tool_short_name(&row), data, verdict);
-        cpe_dm_tool_add(&screen, "%.*s\033[K\r\n", columns, line);
-        return;
-    }
-    cpe_dm_tool_add(&screen, "  %-8s %10s  %s%-4s%s  ", cpe_dm_tool_short_name(&row), data, colour_of(verdict), verdict,
-                    live.colours ? "\033[0m" : "");
-    add_chart(chart, &row);
-    cpe_dm_tool_add(&screen, "\033[K\r\n");
 }
 
 /* A line of words with the name of the technology, or blanks, before it. */
@@ -270,12 +273,11 @@ static void add_tech(uint32_t tech) {
     }
     for (int i = 0; i < live.keys.cnt; i++) {
         const cpe_dm_tool_key key = live.keys.key[i];
-        const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
-        if (cpe_dm_tool_tech_of(key) == tech && row.kind == CPE_DM_TOOL_LIST &&
+        if (cpe_dm_tool_tech_of(key) == tech && cpe_dm_tool_kind_of(key) == CPE_DM_TOOL_LIST &&
             cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS) {
             char line[160];
             cpe_dm_tool_text text = {line, sizeof(line), 0};
-            cpe_dm_tool_add(&text, "  %-8s ", cpe_dm_tool_short_name(&row));
+            cpe_dm_tool_add(&text, "  %-8s ", cpe_dm_tool_short_name(key));
             cpe_dm_tool_add_value(&text, &live.values, key);
             add_line(line);
         }

@@ -9,14 +9,14 @@
 struct number_range {
     int64_t cpe_dm_tool_options::*number; /* null: the option takes no number */
     uint32_t counts_per_unit;
-    int64_t least;
-    int64_t most;
+    int32_t least;
+    int32_t most;
 };
 
 static constexpr number_range no_number = {nullptr, 1, 0, 0};
 
 /* Seconds, counted in ms; at most a day. */
-static constexpr number_range seconds(int64_t cpe_dm_tool_options::*number, int64_t least_ms) {
+static constexpr number_range seconds(int64_t cpe_dm_tool_options::*number, int32_t least_ms) {
     return {number, 1000, least_ms, 86400000};
 }
 
@@ -98,11 +98,10 @@ static int print_help(cpe_dm_tool_commands commands, const cpe_dm_tool_command *
 
 static bool take_number(const option_row &row, const char *value, cpe_dm_tool_options *options) {
     const number_range &range = row.range;
-    cpe_dm_tool_number number = {};
-    if (cpe_dm_tool_parse_number(value, range.counts_per_unit, &number) == CPE_DM_TOOL_PARSED && !number.negative &&
-        number.magnitude >= static_cast<uint64_t>(range.least) &&
-        number.magnitude <= static_cast<uint64_t>(range.most)) {
-        options->*range.number = static_cast<int64_t>(number.magnitude);
+    int64_t number = 0;
+    if (cpe_dm_tool_parse_number(value, range.counts_per_unit, 63, &number) == CPE_DM_TOOL_PARSED &&
+        number >= range.least && number <= range.most) {
+        options->*range.number = number;
         return true;
     }
     char data[64];

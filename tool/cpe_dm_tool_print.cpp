@@ -30,12 +30,6 @@ const char *cpe_dm_tool_tech_name(uint32_t tech) {
     return tech == CPE_DM_TECH_LTE ? "LTE" : "NR 5G";
 }
 
-void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
-    cpe_dm_tool_add_value(text, values, key);
-    cpe_dm_tool_add(text, row.unit[0] != '\0' ? " %s" : "%s", row.unit);
-}
-
 /* One item of a list in words: separator (but for the first), words, value with unit. Nothing where it is not there. */
 static void add_item(cpe_dm_tool_text *text, size_t start, const char *separator, const char *words,
                      const cpe_dm_tool_values *values, cpe_dm_tool_key key) {

@@ -13,9 +13,6 @@ bool cpe_dm_tool_serves(uint32_t reg_status, uint32_t tech);
 /* "LTE", "NR 5G". */
 const char *cpe_dm_tool_tech_name(uint32_t tech);
 
-/* "-93 dBm": a value that is there, with its unit. */
-void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
-
 /* The cell in words, as far as it is there: "base station 107216, cell 1, PCI 301". */
 void cpe_dm_tool_add_cell_words(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech);
 

@@ -11,22 +11,20 @@
 
 /* What a value can be at all, in counts, and what it mostly is; a value between the two gets a warning. */
 struct range_row {
-    cpe_dm_tool_key key;
-    int64_t least;
-    int64_t most;
-    int64_t mostly_least;
-    int64_t mostly_most;
+    uint8_t key; /* a cpe_dm_tool_key */
+    int16_t least;
+    int16_t most;
+    int16_t mostly_least;
+    int16_t mostly_most;
 };
 
 static const range_row ranges[] = {
     {CPE_DM_TOOL_REG, CPE_DM_REG_NONE, CPE_DM_REG_NR5G, CPE_DM_REG_NONE, CPE_DM_REG_NR5G},
-    {CPE_DM_TOOL_LTE_CGI, 0, 0xFFFFFFF, 0, 0xFFFFFFF},
     {CPE_DM_TOOL_LTE_PCI, 0, 503, 0, 503},
     {CPE_DM_TOOL_LTE_RSRP, -156, -44, -156, -44},
-    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2},
+    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2}, // up to 2.5 dB, which the modem counts in whole ones
     {CPE_DM_TOOL_LTE_SINR, -500, 500, -230, 400},
     {CPE_DM_TOOL_LTE_TX_POWER, -600, 330, -600, 330},
-    {CPE_DM_TOOL_NR5G_CGI, 0, 0xFFFFFFFFF, 0, 0xFFFFFFFFF},
     {CPE_DM_TOOL_NR5G_PCI, 0, 1007, 0, 1007},
     {CPE_DM_TOOL_NR5G_RSRP, -156, -31, -156, -31},
     {CPE_DM_TOOL_NR5G_RSRQ, -43, 20, -43, 20},
@@ -77,26 +75,25 @@ static void add_finding(const char *name, const char *value, const finding &foun
     }
 }
 
-static bool within(cpe_dm_tool_number number, int64_t least, int64_t most) {
-    return cpe_dm_tool_compare(number, cpe_dm_tool_number_of(least)) >= 0 &&
-           cpe_dm_tool_compare(number, cpe_dm_tool_number_of(most)) <= 0;
-}
-
-static finding judge_range(const range_row &range, cpe_dm_tool_number number) {
-    if (within(number, range.mostly_least, range.mostly_most)) {
+static finding judge_range(const range_row &range, int64_t number) {
+    const auto key = static_cast<cpe_dm_tool_key>(range.key);
+    if (number >= range.mostly_least && number <= range.mostly_most) {
         return of(OK, "");
     }
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(range.key);
-    const bool possible = within(number, range.least, range.most);
+    const bool possible = number >= range.least && number <= range.most;
     char least[CPE_DM_COUNT_TEXT_SIZE];
     char most[CPE_DM_COUNT_TEXT_SIZE];
-    cpe_dm_count_text(least, sizeof(least), possible ? range.mostly_least : range.least, row.counts_per_unit);
-    cpe_dm_count_text(most, sizeof(most), possible ? range.mostly_most : range.most, row.counts_per_unit);
+    cpe_dm_count_text(least, sizeof(least), possible ? range.mostly_least : range.least,
+                      cpe_dm_tool_counts_per_unit(key));
+    cpe_dm_count_text(most, sizeof(most), possible ? range.mostly_most : range.most, cpe_dm_tool_counts_per_unit(key));
     finding found = {possible ? WARNING : IMPOSSIBLE, ""};
     cpe_dm_tool_text text = {found.remark, sizeof(found.remark), 0};
-    cpe_dm_tool_add(&text, "%s %s to %s%s%s", possible ? "is mostly" : "can be", least, most,
-                    row.unit[0] != '\0' ? " " : "", row.unit);
+    cpe_dm_tool_add(&text, "%s %s to %s %s", possible ? "is mostly" : "can be", least, most, cpe_dm_tool_unit(key));
     return found;
+}
+
+static finding judge_cgi(int64_t number, int bits) {
+    return static_cast<uint64_t>(number) >> bits == 0 ? of(OK, "") : of(IMPOSSIBLE, "has more bits than an identity");
 }
 
 static bool is_lte_channel(uint32_t earfcn) {
@@ -150,13 +147,17 @@ static finding judge_plmn(const cpe_dm_tool_values *values, cpe_dm_tool_key key)
 
 /* Judges a value that is there. */
 static finding judge_value(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    const cpe_dm_metric_record *record = cpe_dm_tool_record_of(values, cpe_dm_tool_describe(key).metric);
+    const cpe_dm_metric_record *record = cpe_dm_tool_record_of(values, cpe_dm_tool_metric_of(key));
     for (const range_row &range : ranges) {
         if (range.key == key) {
             return judge_range(range, cpe_dm_tool_value_number(values, key));
         }
     }
     switch (key) {
+    case CPE_DM_TOOL_LTE_CGI:
+        return judge_cgi(cpe_dm_tool_value_number(values, key), 28);
+    case CPE_DM_TOOL_NR5G_CGI:
+        return judge_cgi(cpe_dm_tool_value_number(values, key), 36);
     case CPE_DM_TOOL_LTE_PLMN:
     case CPE_DM_TOOL_NR5G_PLMN:
         return judge_plmn(values, key);
@@ -187,7 +188,7 @@ static void test_value(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
     } else if (status == CPE_DM_SUCCESS) {
         cpe_dm_tool_add_value_unit(&value, values, key);
     }
-    add_finding(cpe_dm_tool_describe(key).name, data,
+    add_finding(cpe_dm_tool_name(key), data,
                 status == CPE_DM_SUCCESS                ? judge_value(values, key)
                 : status == CPE_DM_ERR_INFO_UNAVAILABLE ? of(NOT_REPORTED, "")
                                                         : of(FAILED, cpe_dm_status_name(status)));
@@ -244,7 +245,7 @@ static int test_all() {
         cpe_dm_tool_add(&out, "\"values\":[");
     }
     for (int i = 0; i < keys.cnt; i++) {
-        const bool derived = cpe_dm_tool_describe(keys.key[i]).derived;
+        const bool derived = cpe_dm_tool_is_derived(keys.key[i]);
         if (!derived && (in_service || keys.key[i] == CPE_DM_TOOL_REG)) {
             test_value(&values, keys.key[i]);
         }

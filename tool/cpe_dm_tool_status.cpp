@@ -28,16 +28,15 @@ static void add_worded_line(cpe_dm_tool_text *text, const char *label, const cpe
 /* The line of one value, with what is said of it. */
 static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_dm_tool_values *values,
                            cpe_dm_tool_key key) {
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
     if (cpe_dm_tool_value_status(values, key) != CPE_DM_SUCCESS) {
         return;
     }
     char data[CPE_DM_VALUE_TEXT_SIZE] = "";
     cpe_dm_tool_text words = {data, sizeof(data), 0};
     cpe_dm_tool_add_value_unit(&words, values, key);
-    if (row.limits != nullptr) {
+    if (cpe_dm_tool_limits_of(key) != nullptr) {
         cpe_dm_tool_add(text, "%-13s  %-9s  %s\n", label, data,
-                        cpe_dm_tool_verdict(row.limits, values->slot[row.metric].number[0]));
+                        cpe_dm_tool_verdict(key, cpe_dm_tool_value_number(values, key)));
         return;
     }
     if (key == CPE_DM_TOOL_LTE_LOCK || key == CPE_DM_TOOL_NR5G_LOCK) {
@@ -75,11 +74,10 @@ static void add_verdicts(cpe_dm_tool_text *text, const cpe_dm_tool_values *value
     cpe_dm_tool_add(text, ",\"verdict\":{");
     for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
         const auto key = static_cast<cpe_dm_tool_key>(i);
-        const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
-        if (row.limits != nullptr && cpe_dm_tool_tech_of(key) == tech &&
+        if (cpe_dm_tool_limits_of(key) != nullptr && cpe_dm_tool_tech_of(key) == tech &&
             cpe_dm_tool_value_status(values, key) == CPE_DM_SUCCESS) {
-            cpe_dm_tool_add(text, "%s\"%s\":\"%s\"", separator, cpe_dm_tool_short_name(&row),
-                            cpe_dm_tool_verdict(row.limits, values->slot[row.metric].number[0]));
+            cpe_dm_tool_add(text, "%s\"%s\":\"%s\"", separator, cpe_dm_tool_short_name(key),
+                            cpe_dm_tool_verdict(key, cpe_dm_tool_value_number(values, key)));
             separator = ",";
         }
     }

@@ -1,5 +1,6 @@
 #include "cpe_dm_tool_text.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
@@ -49,64 +50,42 @@ void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms) {
     text->data[text->used] = '\0';
 }
 
-cpe_dm_tool_number cpe_dm_tool_number_of(int64_t count) {
-    const auto bits = static_cast<uint64_t>(count);
-    return {count < 0, count < 0 ? 0 - bits : bits};
-}
-
-int cpe_dm_tool_compare(cpe_dm_tool_number a, cpe_dm_tool_number b) {
-    if (a.negative != b.negative) {
-        return a.negative ? -1 : 1;
-    }
-    if (a.magnitude == b.magnitude) {
-        return 0;
-    }
-    return (a.magnitude < b.magnitude) != a.negative ? -1 : 1;
-}
-
 static bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
 
-/* Adds one decimal digit; false beyond 64 bits. */
-static bool push_digit(uint64_t *magnitude, unsigned digit) {
-    if (*magnitude > (UINT64_MAX - digit) / 10) {
-        return false;
-    }
-    *magnitude = *magnitude * 10 + digit;
-    return true;
-}
-
-cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, cpe_dm_tool_number *number) {
+cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number) {
     const bool minus = *text == '-';
-    const char *c = text + (*text == '-' || *text == '+' ? 1 : 0);
+    const char *c = text + (minus || *text == '+' ? 1 : 0);
+    const uint64_t most = minus || bits == 63 ? uint64_t{INT64_MAX} : UINT64_MAX;
     uint64_t magnitude = 0;
+    uint32_t behind_point = 0; // what one count of magnitude is worth, in parts of a unit; 0: no point came yet
+    bool too_fine = false;
     if (!is_digit(*c)) {
         return CPE_DM_TOOL_NOT_A_NUMBER;
     }
-    for (; is_digit(*c); c++) {
-        if (!push_digit(&magnitude, static_cast<unsigned>(*c - '0'))) {
-            return CPE_DM_TOOL_NOT_A_NUMBER;
+    for (; is_digit(*c) || (*c == '.' && behind_point == 0 && is_digit(c[1])); c++) {
+        if (*c == '.') {
+            behind_point = 1;
+        } else if (behind_point == counts_per_unit) {
+            too_fine = too_fine || *c != '0';
+        } else {
+            const auto digit = static_cast<unsigned>(*c - '0');
+            behind_point *= 10;
+            if (magnitude > (most - digit) / 10) {
+                return CPE_DM_TOOL_NOT_A_NUMBER;
+            }
+            magnitude = magnitude * 10 + digit;
         }
     }
-    const bool has_decimals = *c == '.' && is_digit(c[1]);
-    bool too_fine = false;
-    c += has_decimals ? 1 : 0;
-    for (uint32_t rest = counts_per_unit; rest > 1; rest /= 10) {
-        const bool there = has_decimals && is_digit(*c);
-        if (!push_digit(&magnitude, there ? static_cast<unsigned>(*c - '0') : 0)) {
+    for (uint32_t rest = std::max(behind_point, 1U); rest < counts_per_unit; rest *= 10) {
+        if (magnitude > most / 10) {
             return CPE_DM_TOOL_NOT_A_NUMBER;
         }
-        c += there ? 1 : 0;
+        magnitude *= 10;
     }
-    for (; has_decimals && is_digit(*c); c++) {
-        too_fine = too_fine || *c != '0';
-    }
-    if (*c != '\0') {
-        return CPE_DM_TOOL_NOT_A_NUMBER;
-    }
-    *number = {minus && magnitude != 0, magnitude};
-    return too_fine ? CPE_DM_TOOL_TOO_FINE : CPE_DM_TOOL_PARSED;
+    *number = static_cast<int64_t>(minus ? 0 - magnitude : magnitude);
+    return *c != '\0' ? CPE_DM_TOOL_NOT_A_NUMBER : too_fine ? CPE_DM_TOOL_TOO_FINE : CPE_DM_TOOL_PARSED;
 }
 
 int64_t cpe_dm_tool_now_ms() {

@@ -25,25 +25,15 @@ void cpe_dm_tool_add_time(cpe_dm_tool_text *text, timespec when);
 void cpe_dm_tool_add_seconds(cpe_dm_tool_text *text, int64_t ms);
 void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 
-/* An exact number: a count, whatever its unit. Wide enough for the identities of 64 bits. */
-struct cpe_dm_tool_number {
-    bool negative; /* never with magnitude 0 */
-    uint64_t magnitude;
-};
-
-cpe_dm_tool_number cpe_dm_tool_number_of(int64_t count);
-
-/* Below 0, 0 or above 0, as a is less than, equal to or greater than b. */
-int cpe_dm_tool_compare(cpe_dm_tool_number a, cpe_dm_tool_number b);
-
 enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_PARSED,
-    CPE_DM_TOOL_NOT_A_NUMBER,
-    CPE_DM_TOOL_TOO_FINE, /* a number with more decimals than counted */
+    CPE_DM_TOOL_NOT_A_NUMBER, /* or beyond 64 bits */
+    CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than counted */
 };
 
-/* Reads a decimal number, such as "-12.8", whole in counts of which counts_per_unit (a power of ten) make one. */
-cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, cpe_dm_tool_number *number);
+/* Reads a decimal number, such as "-12.8", whole in counts of which counts_per_unit (a power of ten) make one. bits:
+ * 63, or 64 for an identity that has as many: such a number without a sign is read as its bits. */
+cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
 /* The monotonic clock, ms. */
 int64_t cpe_dm_tool_now_ms();

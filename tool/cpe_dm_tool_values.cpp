@@ -6,74 +6,49 @@
 #include <cstring>
 #include <iterator>
 
-static const cpe_dm_tool_limits rsrp_limits = {-95, -110};
-static const cpe_dm_tool_limits rsrq_limits = {-11, -15};
-static const cpe_dm_tool_limits sinr_limits = {130, 0};
-
-/* The keys. Name, unit and meaning of a metric are those of its description; only what is derived has its own here. */
+/* Where each key's value comes from, in the order of the keys. */
 struct key_source {
-    cpe_dm_tool_key key;
-    uint32_t metric;
-    const char *name; /* null: that of the metric */
-    const char *meaning;
+    uint8_t metric;
     cpe_dm_tool_kind kind;
-    const cpe_dm_tool_limits *limits;
 };
 
 static constexpr key_source sources[] = {
-    {CPE_DM_TOOL_REG, CPE_DM_METRIC_REG_STATUS, nullptr, nullptr, CPE_DM_TOOL_NAME, nullptr},
-    {CPE_DM_TOOL_LTE_PLMN, CPE_DM_METRIC_LTE_PLMN, nullptr, nullptr, CPE_DM_TOOL_PLMN, nullptr},
-    {CPE_DM_TOOL_LTE_TAC, CPE_DM_METRIC_LTE_TAC, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_CGI, CPE_DM_METRIC_LTE_CGI, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_ENB, CPE_DM_METRIC_LTE_CGI, "lte.enb", "base station, a part of the CGI", CPE_DM_TOOL_NUMBER,
-     nullptr},
-    {CPE_DM_TOOL_LTE_CELL, CPE_DM_METRIC_LTE_CGI, "lte.cell", "cell of the base station, a part of the CGI",
-     CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_PCI, CPE_DM_METRIC_LTE_PCI, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_EARFCN, CPE_DM_METRIC_LTE_EARFCN, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_BAND, CPE_DM_METRIC_LTE_EARFCN, "lte.band", "band of the channel", CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_MHZ, CPE_DM_METRIC_LTE_EARFCN, "lte.mhz", "downlink frequency of the channel", CPE_DM_TOOL_NUMBER,
-     nullptr},
-    {CPE_DM_TOOL_LTE_BAND_ALT, CPE_DM_METRIC_LTE_EARFCN, "lte.band_alt", "band, if the EARFCN was cut to 16 bits",
-     CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_MHZ_ALT, CPE_DM_METRIC_LTE_EARFCN, "lte.mhz_alt", "frequency, if the EARFCN was cut to 16 bits",
-     CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_RSRP, CPE_DM_METRIC_LTE_RSRP, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &rsrp_limits},
-    {CPE_DM_TOOL_LTE_RSRQ, CPE_DM_METRIC_LTE_RSRQ, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &rsrq_limits},
-    {CPE_DM_TOOL_LTE_SINR, CPE_DM_METRIC_LTE_SINR, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &sinr_limits},
-    {CPE_DM_TOOL_LTE_CQI, CPE_DM_METRIC_LTE_CQI, nullptr, nullptr, CPE_DM_TOOL_LIST, nullptr},
-    {CPE_DM_TOOL_LTE_TX_POWER, CPE_DM_METRIC_LTE_TX_POWER, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_LTE_LOCK, CPE_DM_METRIC_LTE_CELL_LOCK_LIST, nullptr, nullptr, CPE_DM_TOOL_LIST, nullptr},
-    {CPE_DM_TOOL_NR5G_PLMN, CPE_DM_METRIC_NR5G_PLMN, nullptr, nullptr, CPE_DM_TOOL_PLMN, nullptr},
-    {CPE_DM_TOOL_NR5G_TAC, CPE_DM_METRIC_NR5G_TAC, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_NR5G_CGI, CPE_DM_METRIC_NR5G_CGI, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_NR5G_PCI, CPE_DM_METRIC_NR5G_PCI, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_NR5G_ARFCN, CPE_DM_METRIC_NR5G_EARFCN, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_NR5G_MHZ, CPE_DM_METRIC_NR5G_EARFCN, "nr5g.mhz", "frequency of the channel", CPE_DM_TOOL_NUMBER,
-     nullptr},
-    {CPE_DM_TOOL_NR5G_RSRP, CPE_DM_METRIC_NR5G_RSRP, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &rsrp_limits},
-    {CPE_DM_TOOL_NR5G_RSRQ, CPE_DM_METRIC_NR5G_RSRQ, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &rsrq_limits},
-    {CPE_DM_TOOL_NR5G_SINR, CPE_DM_METRIC_NR5G_SINR, nullptr, nullptr, CPE_DM_TOOL_NUMBER, &sinr_limits},
-    {CPE_DM_TOOL_NR5G_CQI, CPE_DM_METRIC_NR5G_CQI, nullptr, nullptr, CPE_DM_TOOL_LIST, nullptr},
-    {CPE_DM_TOOL_NR5G_TX_POWER, CPE_DM_METRIC_NR5G_TX_POWER, nullptr, nullptr, CPE_DM_TOOL_NUMBER, nullptr},
-    {CPE_DM_TOOL_NR5G_LOCK, CPE_DM_METRIC_NR5G_CELL_LOCK_LIST, nullptr, nullptr, CPE_DM_TOOL_LIST, nullptr},
+    {CPE_DM_METRIC_REG_STATUS, CPE_DM_TOOL_NAME},      {CPE_DM_METRIC_LTE_PLMN, CPE_DM_TOOL_PLMN},
+    {CPE_DM_METRIC_LTE_TAC, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_PCI, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_RSRP, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_LTE_RSRQ, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_LTE_SINR, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_LTE_CQI, CPE_DM_TOOL_LIST},
+    {CPE_DM_METRIC_LTE_TX_POWER, CPE_DM_TOOL_NUMBER},  {CPE_DM_METRIC_LTE_CELL_LOCK_LIST, CPE_DM_TOOL_LIST},
+    {CPE_DM_METRIC_NR5G_PLMN, CPE_DM_TOOL_PLMN},       {CPE_DM_METRIC_NR5G_TAC, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_NR5G_CGI, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_NR5G_PCI, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER},   {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_NR5G_RSRP, CPE_DM_TOOL_NUMBER},     {CPE_DM_METRIC_NR5G_RSRQ, CPE_DM_TOOL_NUMBER},
+    {CPE_DM_METRIC_NR5G_SINR, CPE_DM_TOOL_NUMBER},     {CPE_DM_METRIC_NR5G_CQI, CPE_DM_TOOL_LIST},
+    {CPE_DM_METRIC_NR5G_TX_POWER, CPE_DM_TOOL_NUMBER}, {CPE_DM_METRIC_NR5G_CELL_LOCK_LIST, CPE_DM_TOOL_LIST},
 };
 static_assert(std::size(sources) == CPE_DM_TOOL_KEY_CNT, "every key has its row");
 
-static constexpr bool keys_in_order() {
-    for (size_t i = 0; i < std::size(sources); i++) {
-        if (sources[i].key != i) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(keys_in_order(), "a row stands in the place of its key");
+/* What has no description of its own in the library. */
+static constexpr struct derived_row {
+    cpe_dm_tool_key key;
+    const char *name;
+    const char *meaning;
+} derived_rows[] = {
+    {CPE_DM_TOOL_LTE_ENB, "lte.enb", "base station, a part of the CGI"},
+    {CPE_DM_TOOL_LTE_CELL, "lte.cell", "cell of the base station, a part of the CGI"},
+    {CPE_DM_TOOL_LTE_BAND, "lte.band", "band of the channel"},
+    {CPE_DM_TOOL_LTE_MHZ, "lte.mhz", "downlink frequency of the channel"},
+    {CPE_DM_TOOL_LTE_BAND_ALT, "lte.band_alt", "band, if the EARFCN was cut to 16 bits"},
+    {CPE_DM_TOOL_LTE_MHZ_ALT, "lte.mhz_alt", "downlink frequency, if the EARFCN was cut to 16 bits"},
+    {CPE_DM_TOOL_NR5G_MHZ, "nr5g.mhz", "downlink frequency of the channel"},
+};
 
 static constexpr bool every_metric_has_a_key() {
     for (uint32_t metric = CPE_DM_METRIC_REG_STATUS; metric < CPE_DM_METRIC_CNT; metric++) {
-        const bool neighbour = metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ;
-        bool found = neighbour;
+        bool found = metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ;
         for (const key_source &source : sources) {
             found = found || source.metric == metric;
         }
@@ -84,6 +59,82 @@ static constexpr bool every_metric_has_a_key() {
     return true;
 }
 static_assert(every_metric_has_a_key(), "every metric but those of the neighbours has a key");
+
+static const cpe_dm_tool_limits rsrp_limits = {-95, -110};
+static const cpe_dm_tool_limits rsrq_limits = {-11, -15};
+static const cpe_dm_tool_limits sinr_limits = {130, 0};
+
+static const derived_row *derived(cpe_dm_tool_key key) {
+    for (const derived_row &row : derived_rows) {
+        if (row.key == key) {
+            return &row;
+        }
+    }
+    return nullptr;
+}
+
+static bool in_mhz(cpe_dm_tool_key key) {
+    return key == CPE_DM_TOOL_LTE_MHZ || key == CPE_DM_TOOL_LTE_MHZ_ALT || key == CPE_DM_TOOL_NR5G_MHZ;
+}
+
+static const cpe_dm_metric_desc *describe(cpe_dm_tool_key key) {
+    return cpe_dm_metric_by_id(sources[key].metric);
+}
+
+uint32_t cpe_dm_tool_metric_of(cpe_dm_tool_key key) {
+    return sources[key].metric;
+}
+
+uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key) {
+    return describe(key)->tech;
+}
+
+bool cpe_dm_tool_is_derived(cpe_dm_tool_key key) {
+    return derived(key) != nullptr;
+}
+
+cpe_dm_tool_kind cpe_dm_tool_kind_of(cpe_dm_tool_key key) {
+    return sources[key].kind;
+}
+
+const char *cpe_dm_tool_name(cpe_dm_tool_key key) {
+    const derived_row *row = derived(key);
+    return row != nullptr ? row->name : describe(key)->key;
+}
+
+const char *cpe_dm_tool_short_name(cpe_dm_tool_key key) {
+    const char *point = strchr(cpe_dm_tool_name(key), '.');
+    return point != nullptr ? point + 1 : cpe_dm_tool_name(key);
+}
+
+const char *cpe_dm_tool_unit(cpe_dm_tool_key key) {
+    return in_mhz(key) ? "MHz" : cpe_dm_tool_is_derived(key) ? "" : describe(key)->unit;
+}
+
+const char *cpe_dm_tool_meaning(cpe_dm_tool_key key) {
+    const derived_row *row = derived(key);
+    return row != nullptr ? row->meaning : describe(key)->meaning;
+}
+
+uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key) {
+    return in_mhz(key) ? 1000 : cpe_dm_tool_is_derived(key) ? 1 : describe(key)->counts_per_unit;
+}
+
+const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key) {
+    switch (key) {
+    case CPE_DM_TOOL_LTE_RSRP:
+    case CPE_DM_TOOL_NR5G_RSRP:
+        return &rsrp_limits;
+    case CPE_DM_TOOL_LTE_RSRQ:
+    case CPE_DM_TOOL_NR5G_RSRQ:
+        return &rsrq_limits;
+    case CPE_DM_TOOL_LTE_SINR:
+    case CPE_DM_TOOL_NR5G_SINR:
+        return &sinr_limits;
+    default:
+        return nullptr;
+    }
+}
 
 void cpe_dm_tool_clear_values(cpe_dm_tool_values *values) {
     *values = {};
@@ -118,34 +169,6 @@ cpe_dm_metric_record *cpe_dm_tool_record_of(cpe_dm_tool_values *values, uint32_t
     return place < CPE_DM_TOOL_RECORD_CNT ? &values->record[place] : nullptr;
 }
 
-static bool in_mhz(cpe_dm_tool_key key) {
-    return key == CPE_DM_TOOL_LTE_MHZ || key == CPE_DM_TOOL_LTE_MHZ_ALT || key == CPE_DM_TOOL_NR5G_MHZ;
-}
-
-cpe_dm_tool_key_row cpe_dm_tool_describe(cpe_dm_tool_key key) {
-    const key_source &source = sources[key];
-    const cpe_dm_metric_desc *metric = cpe_dm_metric_by_id(source.metric);
-    cpe_dm_tool_key_row row = {key,          source.metric,   source.name != nullptr,  metric->key,
-                               metric->unit, metric->meaning, metric->counts_per_unit, source.kind,
-                               source.limits};
-    if (row.derived) {
-        row.name = source.name;
-        row.meaning = source.meaning;
-        row.unit = in_mhz(key) ? "MHz" : "";
-        row.counts_per_unit = in_mhz(key) ? 1000 : 1;
-    }
-    return row;
-}
-
-uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key) {
-    return cpe_dm_metric_by_id(sources[key].metric)->tech;
-}
-
-const char *cpe_dm_tool_short_name(const cpe_dm_tool_key_row *row) {
-    const char *point = strchr(row->name, '.');
-    return point != nullptr ? point + 1 : row->name;
-}
-
 void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key) {
     for (int i = 0; i < keys->cnt; i++) {
         if (keys->key[i] == key) {
@@ -156,9 +179,9 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key) {
 }
 
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key) {
-    for (const key_source &source : sources) {
-        if (strcmp(cpe_dm_tool_describe(source.key).name, name) == 0) {
-            *key = source.key;
+    for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
+        *key = static_cast<cpe_dm_tool_key>(i);
+        if (strcmp(cpe_dm_tool_name(*key), name) == 0) {
             return true;
         }
     }
@@ -167,18 +190,14 @@ bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key) {
 
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys) {
     const bool all = strcmp(word, "all") == 0;
-    const uint32_t tech = strcmp(word, "lte") == 0    ? uint32_t{CPE_DM_TECH_LTE}
-                          : strcmp(word, "nr5g") == 0 ? uint32_t{CPE_DM_TECH_NR5G}
-                                                      : uint32_t{CPE_DM_TECH_NONE};
-    if (!all && tech == CPE_DM_TECH_NONE) {
-        return false;
-    }
-    for (const key_source &source : sources) {
-        if (all || cpe_dm_tool_tech_of(source.key) == tech) {
-            cpe_dm_tool_add_key(keys, source.key);
+    const bool lte = all || strcmp(word, "lte") == 0;
+    const bool nr5g = all || strcmp(word, "nr5g") == 0;
+    for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
+        if (i == CPE_DM_TOOL_REG ? all : i < CPE_DM_TOOL_NR5G_PLMN ? lte : nr5g) {
+            cpe_dm_tool_add_key(keys, static_cast<cpe_dm_tool_key>(i));
         }
     }
-    return true;
+    return lte || nr5g;
 }
 
 bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt) {
@@ -209,43 +228,38 @@ static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
         return cpe_dm_lte_cgi_enb(number);
     case CPE_DM_TOOL_LTE_CELL:
         return cpe_dm_lte_cgi_cell(number);
+    case CPE_DM_TOOL_LTE_BAND_ALT:
+        number += CPE_DM_LTE_EARFCN_CUT;
+        [[fallthrough]];
     case CPE_DM_TOOL_LTE_BAND:
         return cpe_dm_lte_band(number);
+    case CPE_DM_TOOL_LTE_MHZ_ALT:
+        number += CPE_DM_LTE_EARFCN_CUT;
+        [[fallthrough]];
     case CPE_DM_TOOL_LTE_MHZ:
         return cpe_dm_lte_khz(number);
-    case CPE_DM_TOOL_LTE_BAND_ALT:
-        return cpe_dm_lte_band(number + CPE_DM_LTE_EARFCN_CUT);
-    case CPE_DM_TOOL_LTE_MHZ_ALT:
-        return cpe_dm_lte_khz(number + CPE_DM_LTE_EARFCN_CUT);
     default:
         return cpe_dm_nr5g_khz(number);
     }
 }
 
-static bool is_part_of_cgi(cpe_dm_tool_key key) {
-    return key == CPE_DM_TOOL_LTE_ENB || key == CPE_DM_TOOL_LTE_CELL;
+static const cpe_dm_tool_slot &slot_of(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
+    return values->slot[sources[key].metric];
 }
 
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    const cpe_dm_tool_slot &slot = values->slot[sources[key].metric];
-    const bool nothing_follows = slot.status == CPE_DM_SUCCESS && sources[key].name != nullptr &&
-                                 !is_part_of_cgi(key) && derive(key, static_cast<uint32_t>(slot.number[0])) == 0;
+    const cpe_dm_tool_slot &slot = slot_of(values, key);
+    const bool always_follows = key == CPE_DM_TOOL_LTE_ENB || key == CPE_DM_TOOL_LTE_CELL;
+    const bool nothing_follows = slot.status == CPE_DM_SUCCESS && cpe_dm_tool_is_derived(key) && !always_follows &&
+                                 derive(key, static_cast<uint32_t>(slot.number[0])) == 0;
     return nothing_follows ? int32_t{CPE_DM_ERR_INFO_UNAVAILABLE} : slot.status;
 }
 
-cpe_dm_tool_number cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    const cpe_dm_tool_slot &slot = values->slot[sources[key].metric];
-    if (sources[key].name != nullptr) {
-        return {false, derive(key, static_cast<uint32_t>(slot.number[0]))};
-    }
-    switch (key) {
-    case CPE_DM_TOOL_NR5G_CGI: // the 64 bits as they are
-        return {false, static_cast<uint64_t>(slot.number[0])};
-    case CPE_DM_TOOL_NR5G_TAC:
-        return {false, cpe_dm_nr5g_tac(slot.number)};
-    default:
-        return cpe_dm_tool_number_of(slot.number[0]);
-    }
+int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
+    const cpe_dm_tool_slot &slot = slot_of(values, key);
+    return cpe_dm_tool_is_derived(key)   ? derive(key, static_cast<uint32_t>(slot.number[0]))
+           : key == CPE_DM_TOOL_NR5G_TAC ? cpe_dm_nr5g_tac(slot.number)
+                                         : slot.number[0];
 }
 
 /* The text of a metric's value, by way of the answer as the module gave it. */
@@ -267,20 +281,24 @@ static void write_answer(char *text, size_t size, const cpe_dm_tool_values *valu
 
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
     char data[CPE_DM_VALUE_TEXT_SIZE];
-    const cpe_dm_tool_key_row row = cpe_dm_tool_describe(key);
+    const int64_t number = cpe_dm_tool_value_number(values, key);
     if (in_mhz(key)) {
-        cpe_dm_mhz_text(data, sizeof(data), static_cast<uint32_t>(cpe_dm_tool_value_number(values, key).magnitude));
-    } else if (row.derived) {
-        cpe_dm_count_text(data, sizeof(data), static_cast<int64_t>(cpe_dm_tool_value_number(values, key).magnitude), 1);
+        cpe_dm_mhz_text(data, sizeof(data), static_cast<uint32_t>(number));
+    } else if (cpe_dm_tool_is_derived(key)) {
+        cpe_dm_count_text(data, sizeof(data), number, 1);
     } else {
-        write_answer(data, sizeof(data), values, row.metric);
+        write_answer(data, sizeof(data), values, sources[key].metric);
     }
     cpe_dm_tool_add(text, "%s", data);
 }
 
-const char *cpe_dm_tool_verdict(const cpe_dm_tool_limits *limits, int64_t count) {
-    if (limits == nullptr) {
-        return "";
-    }
-    return count >= limits->good_from ? "good" : count >= limits->fair_from ? "fair" : "poor";
+void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
+    const char *unit = cpe_dm_tool_unit(key);
+    cpe_dm_tool_add_value(text, values, key);
+    cpe_dm_tool_add(text, "%s%s", unit[0] != '\0' ? " " : "", unit);
+}
+
+const char *cpe_dm_tool_verdict(cpe_dm_tool_key key, int64_t count) {
+    const cpe_dm_tool_limits *limits = cpe_dm_tool_limits_of(key);
+    return limits == nullptr ? "" : count >= limits->good_from ? "good" : count >= limits->fair_from ? "fair" : "poor";
 }

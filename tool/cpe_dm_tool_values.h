@@ -66,36 +66,31 @@ enum cpe_dm_tool_key {
 };
 
 /* What a value is made of. */
-enum cpe_dm_tool_kind {
+enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_NUMBER,
     CPE_DM_TOOL_NAME, /* the registration status: a word */
     CPE_DM_TOOL_PLMN,
     CPE_DM_TOOL_LIST, /* CQI, cell locks */
 };
 
-/* Up to which quality a signal value of so many counts is good or fair; below both it is poor. */
+/* From how many counts on a signal value is good, and fair; below both it is poor. */
 struct cpe_dm_tool_limits {
-    int32_t good_from;
-    int32_t fair_from;
+    int16_t good_from;
+    int16_t fair_from;
 };
 
-struct cpe_dm_tool_key_row {
-    cpe_dm_tool_key key;
-    uint32_t metric;  /* the one to ask for */
-    bool derived;     /* follows from the metric's value */
-    const char *name; /* "lte.band"; the part behind the point is the value's name within its technology */
-    const char *unit;
-    const char *meaning;
-    uint32_t counts_per_unit;
-    cpe_dm_tool_kind kind;
-    const cpe_dm_tool_limits *limits; /* null: nothing is good or poor about the value */
-};
-
-cpe_dm_tool_key_row cpe_dm_tool_describe(cpe_dm_tool_key key);
-
-/* The technology of a key, a cpe_dm_tech; the name of a key within its technology: "band". */
-uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key);
-const char *cpe_dm_tool_short_name(const cpe_dm_tool_key_row *row);
+/* What there is to know of a key. The metric is the one to ask for; of a derived key, the one that the value follows
+ * from. */
+uint32_t cpe_dm_tool_metric_of(cpe_dm_tool_key key);
+uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key); /* a cpe_dm_tech */
+bool cpe_dm_tool_is_derived(cpe_dm_tool_key key);
+cpe_dm_tool_kind cpe_dm_tool_kind_of(cpe_dm_tool_key key);
+const char *cpe_dm_tool_name(cpe_dm_tool_key key);       /* "lte.band" */
+const char *cpe_dm_tool_short_name(cpe_dm_tool_key key); /* within its technology: "band" */
+const char *cpe_dm_tool_unit(cpe_dm_tool_key key);
+const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
+uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
+const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: nothing is good or poor about it */
 
 /* Keys in the order in which somebody named them, each once. */
 struct cpe_dm_tool_keys {
@@ -120,13 +115,14 @@ uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
  * CPE_DM_ERR_INFO_UNAVAILABLE for what does not follow from an answer, as the band of a number that is no channel. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* The number of counts of a value that is there and is a number. */
-cpe_dm_tool_number cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+/* The number of counts of a value that is there and is a number; of the NR 5G CGI the 64 bits as they are. */
+int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Adds a value that is there, without its unit. */
+/* Adds a value that is there, without its unit, and with it. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
 /* "good", "fair" or "poor" of so many counts; "" where nothing is good or poor about them. */
-const char *cpe_dm_tool_verdict(const cpe_dm_tool_limits *limits, int64_t count);
+const char *cpe_dm_tool_verdict(cpe_dm_tool_key key, int64_t count);
 
 #endif

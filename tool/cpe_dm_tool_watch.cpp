@@ -121,7 +121,7 @@ static void note_registration(uint32_t reg_status, int64_t at_ms) {
 }
 
 static bool is_asked_for(cpe_dm_tool_key key) {
-    return (watch.metrics >> cpe_dm_tool_describe(key).metric & 1) != 0;
+    return (watch.metrics >> cpe_dm_tool_metric_of(key) & 1) != 0;
 }
 
 /* Compares the cell of a row with the last one. A row that lacks an answer tells nothing. */
@@ -129,7 +129,7 @@ static void note_cell(cell *last, uint32_t tech) {
     int64_t number[3] = {-1, -1, -1}; // -1: not reported
     bool changed = false;
     for (size_t i = 0; i < std::size(number); i++) {
-        const cpe_dm_tool_slot &slot = report.values.slot[cpe_dm_tool_describe(last->key[i]).metric];
+        const cpe_dm_tool_slot &slot = report.values.slot[cpe_dm_tool_metric_of(last->key[i])];
         if (is_asked_for(last->key[i])) {
             if (slot.status == CPE_DM_SUCCESS) {
                 number[i] = slot.number[0];
@@ -387,7 +387,7 @@ static int open_output() {
     if (watch.rows && !watch.live && (options->given & CPE_DM_TOOL_JSON) == 0) {
         cpe_dm_tool_add(&row, "time,uptime");
         for (int i = 0; i < watch.keys.cnt; i++) {
-            cpe_dm_tool_add(&row, ",%s", cpe_dm_tool_describe(watch.keys.key[i]).name);
+            cpe_dm_tool_add(&row, ",%s", cpe_dm_tool_name(watch.keys.key[i]));
         }
         cpe_dm_tool_add(&row, "\n");
     }
