@@ -41,7 +41,7 @@ enum verdict {
     VERDICT_CNT,
 };
 
-static const char *const verdict_names[] = {"ok", "warning", "impossible", "not_reported", "failed"};
+static const char *const verdict_names[] = {"ok", "warning", "impossible", "not reported", "failed"};
 static_assert(std::size(verdict_names) == VERDICT_CNT);
 
 /* What is said of one value. */
@@ -70,8 +70,9 @@ static void add_finding(const char *name, const char *value, const finding &foun
         cpe_dm_tool_add(&out, "%s{\"name\":\"%s\",\"verdict\":\"%s\",\"value\":%s,\"remark\":\"%s\"}", first ? "" : ",",
                         name, verdict_names[found.judged], value, found.remark);
     } else {
-        cpe_dm_tool_add(&out, "%-13s  %-12s  %s%s%s\n", name, verdict_names[found.judged], value,
-                        value[0] != '\0' && found.remark[0] != '\0' ? ": " : "", found.remark);
+        const bool more = value[0] != '\0' || found.remark[0] != '\0';
+        cpe_dm_tool_add(&out, more ? "%-13s  %-12s  " : "%-13s  %s", name, verdict_names[found.judged]);
+        cpe_dm_tool_add(&out, "%s%s%s\n", value, value[0] != '\0' && found.remark[0] != '\0' ? ": " : "", found.remark);
     }
 }
 

@@ -120,7 +120,8 @@ static int show_status() {
             add_tech(&text, &values, CPE_DM_TECH_NR5G);
         }
     }
-    return cpe_dm_tool_worse(cpe_dm_tool_print(&text), cpe_dm_tool_tell_failures(&values, metrics));
+    const int printed = cpe_dm_tool_print(&text);
+    return cpe_dm_tool_worse(printed, cpe_dm_tool_tell_failures(&values, metrics));
 }
 
 int cpe_dm_tool_status(const cpe_dm_tool_options *options) {

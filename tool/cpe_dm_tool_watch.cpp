@@ -146,8 +146,10 @@ static void note_cell(cell *last, uint32_t tech) {
         char data[160];
         cpe_dm_tool_text words = {data, sizeof(data), 0};
         cpe_dm_tool_add_cell_words(&words, &report.values, tech);
-        cpe_dm_tool_add(&words, "; channel ");
-        cpe_dm_tool_add_channel_words(&words, &report.values, tech);
+        if (number[2] != -1) {
+            cpe_dm_tool_add(&words, "; channel ");
+            cpe_dm_tool_add_channel_words(&words, &report.values, tech);
+        }
         tell("%s cell: %s", cpe_dm_tool_tech_name(tech), data);
         watch.changes.*last->changes += 1;
     }
@@ -155,7 +157,15 @@ static void note_cell(cell *last, uint32_t tech) {
 
 /* Takes what is known by now. */
 static void take_report() {
+    const bool was_up = report.up;
+    const uint32_t registrations = report.registrations_anew;
     cpe_dm_tool_take_report(&report);
+    if (was_up && !report.up) {
+        tell("the modem does not answer");
+    }
+    if (report.registrations_anew != registrations) {
+        tell("the modem is back: registered anew");
+    }
     for (int i = 0; i < report.event_cnt; i++) {
         note_registration(report.events[i].reg_status, report.events[i].at_ms);
     }
