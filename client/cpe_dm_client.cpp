@@ -24,7 +24,7 @@ static const char *const menu[] = {
     "10. CPE DM Options Usage",
 };
 
-/* Async-signal-safe. Nothing printed can be lost here, as standard output has no buffer. */
+/* Async-signal-safe. No text waits in a buffer here, as cpe_dm_client_print writes before it returns. */
 static void end_program(int /*signal*/) {
     _exit(0);
 }
@@ -167,7 +167,6 @@ static void run_auto_test(const char *path) {
 int cpe_dm_client_run(const char *auto_test_file) {
     install_sigterm_handler();
     open_missing_descriptors();
-    setvbuf(stdout, nullptr, _IONBF, 0);
     cpe_dm_client_print("\n\n################### Diagnostic Monitor Client Application #########################\n\n");
     struct stat status = {};
     if (stat(auto_test_file, &status) == 0) {

@@ -4,7 +4,7 @@
 
 /* Runs the client and returns its exit status, always 0. When auto_test_file exists, its lines are run until its end or
  * the first failure; otherwise the console's lines are, until its end. From here on SIGTERM ends the program with
- * status 0, and standard output is unbuffered. The module is left as it is at the end. */
+ * status 0. The module is left as it is at the end. */
 int cpe_dm_client_run(const char *auto_test_file);
 
 #endif

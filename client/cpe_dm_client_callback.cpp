@@ -3,6 +3,7 @@
 #include "cpe_dm_client_util.h"
 
 static void print_ind(const cpe_dm_info *info) {
+    static_assert(CPE_DM_IND_CNT == 8, "an indication more needs its line here");
     if (info->value_type == CPE_DM_VALUE_NONE) {
         cpe_dm_client_print("CPE DEMO APP CALLBACK - Metric information not valid for indication[%s].\n",
                             cpe_dm_ind_name(info->id));
@@ -128,6 +129,7 @@ static void print_nr5g_nbrs(const cpe_dm_nr5g_nbr_info *info) {
 }
 
 static void print_async_rsp(const cpe_dm_info *info, const cpe_dm_lte_nbr_info *lte, const cpe_dm_nr5g_nbr_info *nr5g) {
+    static_assert(CPE_DM_ASYNC_RSP_CNT == 3, "a response more needs its lines here, and its payload's release below");
     if (info->value_type == CPE_DM_VALUE_NONE) {
         cpe_dm_client_print("CPE DEMO APP CALLBACK - Metric information not valid for async response[%s].\n",
                             cpe_dm_async_rsp_name(info->id));

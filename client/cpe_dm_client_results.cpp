@@ -3,6 +3,7 @@
 #include "cpe_dm_client_util.h"
 
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results) {
+    static_assert(CPE_DM_METRIC_CNT == 35, "a metric more may need a record here");
     info->info_type = CPE_DM_INFO_TYPE_REQUEST;
     info->id = id;
     switch (id) {
@@ -79,6 +80,7 @@ static void print_i64_list(const char *name, const int64_t *list) {
 }
 
 void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed) {
+    static_assert(CPE_DM_METRIC_CNT == 35, "a metric more needs its result here, unless it has none");
     const char *name = cpe_dm_metric_name(info->id);
     switch (info->id) {
     case CPE_DM_METRIC_REG_STATUS:

@@ -7,8 +7,9 @@
 #include <cstdlib>
 #include <memory>
 
-/* Prints on standard output. From any thread; what one call prints stays together, so a line is printed by one call,
- * line end included. It has been written when the call returns, as standard output is unbuffered. */
+/* Prints on standard output, without a buffer: the text has been written when the call returns. Text that cannot be
+ * written (full disk, no memory for a long line) is lost, which the first time one line on standard error tells. From any
+ * thread; what one call prints stays together, so a line is printed by one call, line end included. */
 void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
 /* How many of the cnt entries that a list is said to have are printed: those it has room for. */

@@ -5,6 +5,7 @@
 #include "cpe_dm_thread.h"
 
 #include <atomic>
+#include <csignal>
 
 static bool is_running(cpe_dm_cmdq *cmdq) {
     return std::atomic_ref(cmdq->running).load() != 0;
@@ -22,15 +23,6 @@ static void release_cmd(cpe_dm_cmd *cmd) {
     }
 }
 
-/* Releases the mutex. A failure is reported, and tried once more: a mutex that stays taken stops every producer. */
-static int32_t leave(cpe_dm_cmdq *cmdq) {
-    const int32_t status = cpe_dm_mutex_unlock(&cmdq->mutex);
-    if (status != 0) {
-        cpe_dm_mutex_unlock(&cmdq->mutex);
-    }
-    return status;
-}
-
 int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
     if (cmdq == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdq_init: Bad Param cmdq NULL\n");
@@ -44,19 +36,30 @@ int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
     }
     cmdq->tail = cmdq->head;
     cmdq->max = max;
-    if (cpe_dm_thread_check(pthread_mutex_init(&cmdq->mutex, nullptr), "pthread_mutex_init") == 0) {
-        if (cpe_dm_thread_check(pthread_cond_init(&cmdq->cond, nullptr), "pthread_cond_init") == 0) {
+    if (CPE_DM_SUCCEEDS(pthread_mutex_init(&cmdq->mutex, nullptr), "pthread_mutex_init failed:")) {
+        if (CPE_DM_SUCCEEDS(pthread_cond_init(&cmdq->cond, nullptr), "pthread_cond_init failed:")) {
             cpe_dm_cmdthrd_init(cmdq);
             if (cmdq->thread != pthread_t{}) {
                 return 0;
             }
-            cpe_dm_thread_check(pthread_cond_destroy(&cmdq->cond), "pthread_cond_destroy");
+            (void)CPE_DM_SUCCEEDS(pthread_cond_destroy(&cmdq->cond), "pthread_cond_destroy failed:");
         }
-        cpe_dm_thread_check(pthread_mutex_destroy(&cmdq->mutex), "pthread_mutex_destroy");
+        (void)CPE_DM_SUCCEEDS(pthread_mutex_destroy(&cmdq->mutex), "pthread_mutex_destroy failed:");
     }
     cpe_dm_dll_destroy(cmdq->head);
     *cmdq = {};
     return -1;
+}
+
+/* Blocks, for the calling thread and those it creates, all signals but those by which the kernel reports a fault of the
+ * thread itself: the others are for the program's own threads. False, logged, when that fails. */
+static bool block_signals(sigset_t *previous) {
+    sigset_t blocked;
+    sigfillset(&blocked);
+    for (int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT}) {
+        sigdelset(&blocked, signal);
+    }
+    return CPE_DM_SUCCEEDS(pthread_sigmask(SIG_SETMASK, &blocked, previous), "pthread_sigmask failed:");
 }
 
 void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
@@ -67,16 +70,18 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
     // Before the thread exists, so that it cannot undo a stop request made before it first runs.
     std::atomic_ref(cmdq->running).store(1);
     pthread_t thread;
-    if (pthread_create(&thread, nullptr, cpe_dm_cmdthrd_main, cmdq) != 0) {
+    sigset_t previous;
+    const bool masked = block_signals(&previous);
+    const int error = pthread_create(&thread, nullptr, cpe_dm_cmdthrd_main, cmdq);
+    if (masked) {
+        (void)CPE_DM_SUCCEEDS(pthread_sigmask(SIG_SETMASK, &previous, nullptr), "pthread_sigmask failed:");
+    }
+    if (error != 0) {
         CPE_DM_LOG_ERROR("Cannot start cmdthrd:");
         std::atomic_ref(cmdq->running).store(0);
         return;
     }
     cmdq->thread = thread;
-}
-
-static int32_t signal_thread(cpe_dm_cmdq *cmdq) {
-    return cpe_dm_thread_check(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal");
 }
 
 /* Appends under the mutex. */
@@ -121,26 +126,27 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
         CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
         return -1;
     }
-    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
         return -1;
     }
     append(cmdq, node.get(), cmd);
-    int32_t status = cmdq->count == 1 ? signal_thread(cmdq) : 0;
-    if (status != 0) {
+    bool queued = cmdq->count != 1 || CPE_DM_SUCCEEDS(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal failed:");
+    if (!queued) {
         drop_last(cmdq);
     }
-    if (cpe_dm_mutex_unlock(&cmdq->mutex) != 0) {
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:")) {
         // The mutex is still held, so the command can be taken back before the failure is reported.
-        if (status == 0) {
+        if (queued) {
             drop_last(cmdq);
         }
-        cpe_dm_mutex_unlock(&cmdq->mutex);
-        status = -1;
+        queued = false;
+        (void)CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
     }
-    if (status == 0) {
-        (void)node.release();
+    if (!queued) {
+        return -1;
     }
-    return status;
+    (void)node.release();
+    return 0;
 }
 
 cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
@@ -155,27 +161,13 @@ cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
 
 /* Waits under the mutex for a command or a stop request. A stop request is made under the mutex too, so one that comes
  * before the wait is seen here and one that comes later wakes the wait. */
-static int32_t wait_for_work(cpe_dm_cmdq *cmdq) {
-    if (!is_running(cmdq)) {
-        return 0;
-    }
-    return cpe_dm_thread_check(pthread_cond_wait(&cmdq->cond, &cmdq->mutex), "pthread_cond_wait");
+static bool wait_for_work(cpe_dm_cmdq *cmdq) {
+    return !is_running(cmdq) ||
+           CPE_DM_SUCCEEDS(pthread_cond_wait(&cmdq->cond, &cmdq->mutex), "pthread_cond_wait failed:");
 }
 
-/* One turn of the command thread: runs the oldest command, or waits when there is none. */
-static int32_t run_next(cpe_dm_cmdq *cmdq) {
-    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
-        return -1;
-    }
-    cpe_dm_cmd *cmd = nullptr;
-    cpe_dm_dll_node *node = unlink_first(cmdq, &cmd);
-    const int32_t waited = node != nullptr ? 0 : wait_for_work(cmdq);
-    const int32_t unlocked = leave(cmdq);
-    if (node == nullptr) {
-        return waited != 0 ? waited : unlocked;
-    }
-    cpe_dm_dll_free_node(node);
-    int32_t status = unlocked;
+/* Runs a command that was taken out of the queue, unless the turn has failed already, and releases it. */
+static int32_t run_cmd(cpe_dm_cmd *cmd, int32_t status) {
     if (status == 0 && cmd->execute_f == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_main: NULL for cmd->execute_f");
         status = -1;
@@ -185,6 +177,26 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     }
     release_cmd(cmd);
     return status;
+}
+
+/* One turn of the command thread: runs the oldest command, or waits when there is none. */
+static int32_t run_next(cpe_dm_cmdq *cmdq) {
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
+        return -1;
+    }
+    cpe_dm_cmd *cmd = nullptr;
+    cpe_dm_dll_node *node = unlink_first(cmdq, &cmd);
+    int32_t status = node != nullptr || wait_for_work(cmdq) ? 0 : -1;
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:")) {
+        // Tried once more: a mutex that stays taken stops every producer.
+        (void)CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
+        status = -1;
+    }
+    if (node == nullptr) {
+        return status;
+    }
+    cpe_dm_dll_free_node(node);
+    return run_cmd(cmd, status);
 }
 
 void *cpe_dm_cmdthrd_main(void *cmdq) {
@@ -208,12 +220,22 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
     }
     // running stays 0 only if the thread is certain to see it, as whoever asked will then wait for the thread to end.
     // Each step that fails is tried once more.
-    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0 && cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
+    bool taken = false;
+    for (int tries = 0; tries < 2 && !taken; tries++) {
+        taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");
+    }
+    if (!taken) {
         return;
     }
     std::atomic_ref(cmdq->running).store(0);
-    const bool signalled = signal_thread(cmdq) == 0 || signal_thread(cmdq) == 0;
-    const bool released = cpe_dm_mutex_unlock(&cmdq->mutex) == 0 || cpe_dm_mutex_unlock(&cmdq->mutex) == 0;
+    bool signalled = false;
+    for (int tries = 0; tries < 2 && !signalled; tries++) {
+        signalled = CPE_DM_SUCCEEDS(pthread_cond_signal(&cmdq->cond), "pthread_cond_signal failed:");
+    }
+    bool released = false;
+    for (int tries = 0; tries < 2 && !released; tries++) {
+        released = CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
+    }
     if (!signalled || !released) {
         std::atomic_ref(cmdq->running).store(1);
     }
@@ -228,7 +250,7 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("Command thread not initialized\n");
         return -1;
     }
-    return cpe_dm_thread_check(pthread_join(cmdq->thread, nullptr), "pthread_join");
+    return CPE_DM_SUCCEEDS(pthread_join(cmdq->thread, nullptr), "pthread_join failed:") ? 0 : -1;
 }
 
 /* Returns when the thread, which was asked to stop, will not touch the record again, be it joined or not. */
@@ -258,8 +280,8 @@ int32_t cpe_dm_cmdq_deinit(cpe_dm_cmdq *cmdq) {
     while (cpe_dm_cmd *cmd = cpe_dm_cmdq_deq(cmdq)) {
         release_cmd(cmd);
     }
-    cpe_dm_thread_check(pthread_cond_destroy(&cmdq->cond), "pthread_cond_destroy");
-    cpe_dm_thread_check(pthread_mutex_destroy(&cmdq->mutex), "pthread_mutex_destroy");
+    (void)CPE_DM_SUCCEEDS(pthread_cond_destroy(&cmdq->cond), "pthread_cond_destroy failed:");
+    (void)CPE_DM_SUCCEEDS(pthread_mutex_destroy(&cmdq->mutex), "pthread_mutex_destroy failed:");
     cpe_dm_dll_destroy(cmdq->head);
     *cmdq = {};
     return 0;
@@ -273,7 +295,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     if (cmdq->head == nullptr) {
         return 0;
     }
-    if (cpe_dm_mutex_lock(&cmdq->mutex) != 0) {
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
         return -1;
     }
     // Cut off under the mutex, released without it.
@@ -281,7 +303,11 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     cmdq->head->next = nullptr;
     cmdq->tail = cmdq->head;
     set_count(cmdq, 0);
-    const int32_t status = leave(cmdq);
+    int32_t status = 0;
+    if (!CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:")) {
+        (void)CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
+        status = -1;
+    }
     while (node != nullptr) {
         cpe_dm_dll_node *next = node->next;
         release_cmd(static_cast<cpe_dm_cmd *>(node->data));

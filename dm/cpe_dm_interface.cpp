@@ -5,59 +5,22 @@
 #include "cpe_dm_zeb_nas.h"
 
 #include <atomic>
-#include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 cpe_dm_state_record cpe_dm_state;
-pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 
-/* While it is set, nobody but the thread that set it and the command thread uses the state, though the lock is free:
- * the command thread may need the lock to finish. */
-static std::atomic<bool> taking_down;
-static pthread_cond_t taken_down = PTHREAD_COND_INITIALIZER;
+/* Set while the thread runs the user's callback. */
+static thread_local bool in_callback;
 
-int32_t cpe_dm_guard_take(cpe_dm_guard &guard) {
-    const int32_t status = cpe_dm_mutex_lock(&cpe_dm_lock);
-    guard.held = status == 0;
-    return status;
-}
+/* Whose the module's state is: this process's, that of the parent which forked it, or on its way from the one to the
+ * other. */
+enum { STATE_OWN, STATE_OF_PARENT, STATE_RENEWED_NOW };
+static std::atomic<int> state_owner;
 
-int32_t cpe_dm_guard_give(cpe_dm_guard &guard) {
-    guard.held = cpe_dm_mutex_unlock(&cpe_dm_lock) != 0 && cpe_dm_mutex_unlock(&cpe_dm_lock) != 0;
-    return guard.held ? -1 : 0;
-}
-
-cpe_dm_guard::~cpe_dm_guard() {
-    if (held) {
-        cpe_dm_guard_give(*this);
-    }
-}
-
-/* Waits, with the lock let go, until a take-down has ended or a second has passed: a wake-up that fails is missed for
- * no longer than that. */
-static int32_t wait_for_take_down() {
-    timespec until = {};
-    clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_sec++;
-    const int error = pthread_cond_timedwait(&taken_down, &cpe_dm_lock, &until);
-    return error == ETIMEDOUT ? 0 : cpe_dm_thread_check(error, "pthread_cond_timedwait");
-}
-
-/* Takes the lock once no take-down is in progress. */
-static int32_t take_settled(cpe_dm_guard &guard) {
-    if (cpe_dm_guard_take(guard) != 0) {
-        return CPE_DM_ERR_FAILURE;
-    }
-    while (taking_down) {
-        if (wait_for_take_down() != 0) {
-            return CPE_DM_ERR_FAILURE;
-        }
-    }
-    return CPE_DM_SUCCESS;
-}
+/* Threads between their look at `initialized` and the end of their use of the queue. */
+static std::atomic<uint32_t> posters;
 
 bool cpe_dm_is_initialized() {
     return std::atomic_ref(cpe_dm_state.initialized).load() != 0;
@@ -67,8 +30,47 @@ static void set_initialized(uint8_t initialized) {
     std::atomic_ref(cpe_dm_state.initialized).store(initialized);
 }
 
-/* Threads between their look at `initialized` and the end of their use of the queue. */
-static std::atomic<uint32_t> posters;
+bool cpe_dm_in_child() {
+    return state_owner != STATE_OWN;
+}
+
+static void note_child() {
+    state_owner = STATE_OF_PARENT;
+}
+
+/* What comes before the lock in every operation: none is called from the callback, which would wait for a lock that its
+ * own thread holds; and a later fork will be noticed. */
+static int32_t may_enter(const char *operation) {
+    static std::atomic<bool> forks_are_noted;
+    if (in_callback) {
+        CPE_DM_LOG_ERROR("%s called from the callback - refused, as the callback runs with the module's lock held",
+                         operation);
+        return CPE_DM_ERR_FAILURE;
+    }
+    if (!forks_are_noted) {
+        forks_are_noted = CPE_DM_SUCCEEDS(pthread_atfork(nullptr, nullptr, note_child), "pthread_atfork failed:");
+    }
+    return forks_are_noted ? CPE_DM_SUCCESS : CPE_DM_ERR_FAILURE;
+}
+
+int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hndl, bool args_valid) {
+    const int32_t status = may_enter(operation);
+    if (status != CPE_DM_SUCCESS) {
+        return status;
+    }
+    const bool child = cpe_dm_in_child();
+    if (!child && cpe_dm_lock_operation(guard) != 0) {
+        return CPE_DM_ERR_FAILURE;
+    }
+    if (hndl == nullptr || (!child && hndl != cpe_dm_state.hndl) || !args_valid) {
+        return CPE_DM_ERR_INVALID_PARAM;
+    }
+    if (child || !cpe_dm_is_initialized()) {
+        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
+        return CPE_DM_ERR_NOT_INITIALIZED;
+    }
+    return CPE_DM_SUCCESS;
+}
 
 /* A thread counts itself before it looks at `initialized`, and uses the queue only when it has seen it set: so once
  * `initialized` is clear and the count 0, nobody uses the queue. */
@@ -90,19 +92,10 @@ static void wait_for_posters() {
     }
 }
 
-int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid) {
-    const int32_t status = take_settled(guard);
-    if (status != CPE_DM_SUCCESS) {
-        return status;
-    }
-    if (hndl == nullptr || hndl != cpe_dm_state.hndl || !args_valid) {
-        return CPE_DM_ERR_INVALID_PARAM;
-    }
-    if (!cpe_dm_is_initialized()) {
-        CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
-        return CPE_DM_ERR_NOT_INITIALIZED;
-    }
-    return CPE_DM_SUCCESS;
+void cpe_dm_call_user(cpe_dm_info *record) {
+    in_callback = true;
+    cpe_dm_state.user_cb_fn(cpe_dm_state.hndl, record, cpe_dm_state.user_data);
+    in_callback = false;
 }
 
 /* Zeroes the state. `initialized`, which other threads read, is 0 already, and so is the queue while it is down. */
@@ -115,23 +108,41 @@ static void clear_state() {
 /* Takes the queue down with the lock let go meanwhile: the command thread may need it to finish its command. On success
  * the lock is held again. */
 static int32_t take_down_queue(cpe_dm_guard &guard) {
-    taking_down = true;
-    int32_t status = cpe_dm_guard_give(guard);
+    cpe_dm_take_down_begin();
+    int32_t status = cpe_dm_unlock(guard);
     if (status == 0) {
         wait_for_posters();
         status = cpe_dm_cmdq_deinit(&cpe_dm_state.cmdq);
         // Without the lock the state could not be cleared, so it is tried for twice.
-        if (cpe_dm_guard_take(guard) != 0 && cpe_dm_guard_take(guard) != 0) {
+        if (cpe_dm_lock_now(guard) != 0 && cpe_dm_lock_now(guard) != 0) {
             status = CPE_DM_ERR_FAILURE;
         }
     }
-    taking_down = false;
-    cpe_dm_thread_check(pthread_cond_broadcast(&taken_down), "pthread_cond_broadcast");
+    cpe_dm_take_down_end();
     if (status != 0) {
         CPE_DM_LOG_ERROR("De-initializing internal command queue for processing async commands failed");
         return CPE_DM_ERR_FAILURE;
     }
     return CPE_DM_SUCCESS;
+}
+
+/* Makes the module anew in a child of fork. What the parent has of it stays as it is, also in the child's memory:
+ * handles are not released, which would be done in the parent's name, mutexes and conditions not destroyed, as somebody
+ * may have been at them, and the queue's commands not freed. Other threads of the child wait until it is done. */
+static void renew_in_child() {
+    int of_parent = STATE_OF_PARENT;
+    if (state_owner.compare_exchange_strong(of_parent, STATE_RENEWED_NOW)) {
+        cpe_dm_lock_renew();
+        posters = 0;
+        cpe_dm_zeb_nas_forget();
+        set_initialized(0);
+        cpe_dm_state.cmdq = {};
+        clear_state();
+        state_owner = STATE_OWN;
+    }
+    while (state_owner == STATE_RENEWED_NOW) {
+        cpe_dm_pause();
+    }
 }
 
 /* Brings up what a registration needs, in this order; when a step fails, those before it are undone. */
@@ -169,10 +180,14 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
                          reinterpret_cast<void *>(user_cb_fn));
         return CPE_DM_ERR_INVALID_PARAM;
     }
-    cpe_dm_guard guard;
-    int32_t status = take_settled(guard);
+    int32_t status = may_enter(__func__);
     if (status != CPE_DM_SUCCESS) {
         return status;
+    }
+    renew_in_child();
+    cpe_dm_guard guard;
+    if (cpe_dm_lock_operation(guard) != 0) {
+        return CPE_DM_ERR_FAILURE;
     }
     if (cpe_dm_is_initialized()) {
         CPE_DM_LOG_ERROR("Diagnostic monitor module already initialized!!");
@@ -201,7 +216,7 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
 
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
     cpe_dm_guard guard;
-    int32_t status = cpe_dm_enter(guard, hndl, true);
+    int32_t status = cpe_dm_enter(guard, __func__, hndl, true);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p]", hndl);
     }
@@ -225,7 +240,7 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
 
 int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info) {
     cpe_dm_guard guard;
-    const int32_t status = cpe_dm_enter(guard, hndl, dm_ctrl_info != nullptr);
+    const int32_t status = cpe_dm_enter(guard, __func__, hndl, dm_ctrl_info != nullptr);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ctrl_info[%p]", hndl, static_cast<const void *>(dm_ctrl_info));
     }

@@ -1,13 +1,13 @@
-/* The module's state and its lock. */
+/* The module's state, and who may use it. */
 #ifndef CPE_DM_INTERFACE_H
 #define CPE_DM_INTERFACE_H
 
 #include "cpe_dm.h"
 #include "cpe_dm_cmdq.h"
 #include "cpe_dm_ind_table.h"
+#include "cpe_dm_lock.h"
 
 #include <cstdint>
-#include <pthread.h>
 
 /* The one state record. Guarded by cpe_dm_lock, but for `initialized`, which is atomic, and for the queue, which guards
  * itself while it is up. */
@@ -40,36 +40,29 @@ enum {
 };
 
 extern cpe_dm_state_record cpe_dm_state;
-extern pthread_mutex_t cpe_dm_lock;
 
-/* Holds cpe_dm_lock from cpe_dm_enter (or cpe_dm_guard_take) to the end of the scope. */
-struct cpe_dm_guard {
-    bool held = false;
-    cpe_dm_guard() = default;
-    cpe_dm_guard(const cpe_dm_guard &) = delete;
-    cpe_dm_guard &operator=(const cpe_dm_guard &) = delete;
-    ~cpe_dm_guard();
-};
-
-/* Take and give back the lock. They return 0, or -1 with the lock as it was; a release that fails is tried twice. */
-int32_t cpe_dm_guard_take(cpe_dm_guard &guard);
-int32_t cpe_dm_guard_give(cpe_dm_guard &guard);
-
-/* The entry check of every public operation but cpe_dm_init. Takes the lock, having waited for a de-initialisation in
- * progress, and returns
+/* The entry check of every public operation but cpe_dm_init; `operation` is its name for the log. Refuses a call from
+ * the callback and one in a child of fork, takes the lock in its turn, and returns
  *   CPE_DM_SUCCESS              the caller may go on;
  *   CPE_DM_ERR_INVALID_PARAM    hndl is not the current handle, or args_valid is false; the caller logs its line;
  *   CPE_DM_ERR_NOT_INITIALIZED  logged;
- *   CPE_DM_ERR_FAILURE          the lock could not be taken; logged. */
-int32_t cpe_dm_enter(cpe_dm_guard &guard, cpe_dm_hndl hndl, bool args_valid);
+ *   CPE_DM_ERR_FAILURE          called from the callback, or the lock could not be taken; logged.
+ * In a child of fork, where the parent's lock and handle mean nothing, only a handle of 0 and args_valid are looked at:
+ * all else is CPE_DM_ERR_NOT_INITIALIZED. */
+int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hndl, bool args_valid);
+
+/* This process is a child of fork, and cpe_dm_init has not been called in it. */
+bool cpe_dm_in_child();
 
 /* `initialized`, read from any thread. */
 bool cpe_dm_is_initialized();
 
-/* Hands a command to the command thread while the module is initialised; callable from any thread, without the lock. Of
- * a de-initialisation, which takes the queue down, this needs to know nothing: the de-initialisation waits for whoever
- * is inside. Returns 0, or -1 with the command still the caller's: the module is not initialised (logged), or the queue
- * refused. */
+/* Hands a command to the command thread; callable from any thread, without the lock. Returns 0, or -1 with the command
+ * still the caller's: the module is not initialised (logged), or the queue refused. A de-initialisation waits for
+ * whoever is inside before it takes the queue down. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd);
+
+/* Gives a record, which is the user's from here on, to the user's callback; on the command thread, under the lock. */
+void cpe_dm_call_user(cpe_dm_info *record);
 
 #endif

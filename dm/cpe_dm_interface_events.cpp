@@ -59,11 +59,6 @@ static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
     return record;
 }
 
-/* The record, and what its value points to, are the user's from here on. */
-static void deliver(cpe_dm_owned<cpe_dm_info> record) {
-    cpe_dm_state.user_cb_fn(cpe_dm_state.hndl, record.release(), cpe_dm_state.user_data);
-}
-
 /* Reports a signal value of type T when its indication is set, it is valid, and it is not the last value reported. The
  * call names the type, and the value must be of no other. Returns false when memory lacks; logged. */
 template <std::signed_integral T>
@@ -79,12 +74,13 @@ static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std:
     record->value_type = CPE_DM_VALUE_INT64;
     record->value.i64_val = value;
     entry.last_value = value;
-    deliver(std::move(record));
+    cpe_dm_call_user(record.release());
     return true;
 }
 
 /* In this order, up to the first that there is no memory for. */
 static void process_sig_info(const zeb_nas_sig_info &info) {
+    static_assert(CPE_DM_IND_CNT == 8, "a new indication is reported here");
     cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;
     (void)(report<int16_t>(CPE_DM_IND_LTE_RSRP, set.lte_rsrp, info.lte_sig_info_valid, info.lte_sig.rsrp) &&
            report<int8_t>(CPE_DM_IND_LTE_RSRQ, set.lte_rsrq, info.lte_sig_info_valid, info.lte_sig.rsrq) &&
@@ -105,7 +101,7 @@ static void process_reg_status(const uint32_t *reg_status) {
     }
     record->value_type = CPE_DM_VALUE_UINT32;
     record->value.u32_val = *reg_status;
-    deliver(std::move(record));
+    cpe_dm_call_user(record.release());
 }
 
 /* Copies at most as many PLMNs as both lists have room for, by field: what lies between them stays zero. Returns their
@@ -240,7 +236,7 @@ static void process_lte_scan(const zeb_nas_scan_result_ind &scan) {
         cpe_dm_zeb_nas_perform_incremental_scan(0, nullptr, state.nr5g_scan_request, &state.nr5g_scan_ongoing);
     }
     if (auto record = new_lte_response(scan)) {
-        deliver(std::move(record));
+        cpe_dm_call_user(record.release());
         state.lte_nbr_earfcn = state.lte_nbr_pci = state.lte_nbr_cgi = 0;
         state.lte_nbr_plmn = state.lte_nbr_rsrp = state.lte_nbr_rsrq = 0;
     }
@@ -251,7 +247,7 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
     state.nr5g_scan_request = 0;
     state.nr5g_scan_ongoing = 0;
     if (auto record = new_nr5g_response(scan)) {
-        deliver(std::move(record));
+        cpe_dm_call_user(record.release());
         state.nr5g_nbr_earfcn = state.nr5g_nbr_pci = state.nr5g_nbr_cgi = 0;
         state.nr5g_nbr_plmn = state.nr5g_nbr_rsrp = 0;
     }
@@ -292,7 +288,7 @@ void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data) {
         return;
     }
     cpe_dm_guard guard;
-    if (cpe_dm_guard_take(guard) != 0) {
+    if (cpe_dm_lock_delivery(guard) != 0) {
         return;
     }
     // Looked at again under the lock: a de-initialisation that held it meanwhile has taken the modem connection down.

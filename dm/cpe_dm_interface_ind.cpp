@@ -4,15 +4,18 @@
 #include "cpe_dm_zeb_nas.h"
 
 #include <algorithm>
+#include <iterator>
 
 /* The indications in the order in which they are listed. */
 static const uint32_t list_order[] = {
     CPE_DM_IND_REG_STATUS, CPE_DM_IND_LTE_RSRP,  CPE_DM_IND_LTE_RSRQ,  CPE_DM_IND_LTE_SINR,
     CPE_DM_IND_NR5G_RSRP,  CPE_DM_IND_NR5G_RSRQ, CPE_DM_IND_NR5G_SINR,
 };
+static_assert(std::size(list_order) == CPE_DM_IND_CNT - 1, "every indication is listed");
 
 /* The table's entry of an indication with a threshold; null for any other ID. */
 static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t id) {
+    static_assert(CPE_DM_IND_CNT == 8, "a new indication has an entry here");
     switch (id) {
     case CPE_DM_IND_LTE_RSRP:
         return &ind_info.lte_rsrp;
@@ -56,7 +59,7 @@ static int32_t commit(const cpe_dm_nas_ind_info &candidate) {
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
     cpe_dm_guard guard;
     const int32_t status =
-        cpe_dm_enter(guard, hndl, dm_ind_info != nullptr && dm_ind_info->info_type == CPE_DM_INFO_TYPE_IND);
+        cpe_dm_enter(guard, __func__, hndl, dm_ind_info != nullptr && dm_ind_info->info_type == CPE_DM_INFO_TYPE_IND);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_info[%p]", hndl, static_cast<const void *>(dm_ind_info));
     }
@@ -82,7 +85,7 @@ int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
 
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
     cpe_dm_guard guard;
-    const int32_t status = cpe_dm_enter(guard, hndl, dm_ind_cnt != nullptr);
+    const int32_t status = cpe_dm_enter(guard, __func__, hndl, dm_ind_cnt != nullptr);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_cnt[%p]", hndl, static_cast<void *>(dm_ind_cnt));
     }
@@ -97,18 +100,22 @@ int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt) {
     uint32_t ids[CPE_DM_IND_CNT];
     uint32_t count = 0;
+    const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
+    // The handle is judged first, with the line of cpe_dm_get_ind_cnt. In a child of fork there is no handle to judge.
+    const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
-    const int32_t status = cpe_dm_enter(guard, hndl, true);
-    if (status == CPE_DM_ERR_INVALID_PARAM) {
+    const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);
+    if (status == CPE_DM_ERR_INVALID_PARAM && !list_judged) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_cnt[%p]", hndl, static_cast<void *>(&count));
-    }
-    if (status != CPE_DM_SUCCESS) {
         return status;
     }
-    if (dm_ind_list == nullptr || dm_ind_list_cnt == 0) {
+    if (status == CPE_DM_ERR_INVALID_PARAM || (status == CPE_DM_SUCCESS && !list_valid)) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_ind_list[%p], dm_ind_list_cnt[%u]", hndl,
                          static_cast<void *>(dm_ind_list), dm_ind_list_cnt);
         return CPE_DM_ERR_INVALID_PARAM;
+    }
+    if (status != CPE_DM_SUCCESS) {
+        return status;
     }
     count = list_set(ids);
     if (count > dm_ind_list_cnt) {
@@ -123,7 +130,7 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
 
 int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt) {
     cpe_dm_guard guard;
-    const int32_t status = cpe_dm_enter(guard, hndl, dm_clr_ind_list != nullptr && dm_clr_ind_list_cnt != 0);
+    const int32_t status = cpe_dm_enter(guard, __func__, hndl, dm_clr_ind_list != nullptr && dm_clr_ind_list_cnt != 0);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_clr_ind_list[%p], dm_clr_ind_list_cnt[%u]", hndl,
                          static_cast<const void *>(dm_clr_ind_list), dm_clr_ind_list_cnt);

@@ -30,6 +30,8 @@ static const nbr_row nbr_rows[] = {
     {CPE_DM_METRIC_LTE_NBR_RSRQ, &cpe_dm_state_record::lte_scan_request, &cpe_dm_state_record::lte_nbr_rsrq},
 };
 
+static_assert(CPE_DM_METRIC_CNT == 35, "a new metric of neighbours has a row above");
+
 /* The row of a neighbour metric, or null for any other ID. */
 static const nbr_row *find_nbr(uint32_t id) {
     const nbr_row *row =
@@ -102,6 +104,7 @@ int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record) {
     const auto *lock = static_cast<const cpe_dm_nas_cell_lock_list *>(record);
     cpe_dm_info &info = *dm_info;
     info.value_type = CPE_DM_VALUE_NONE;
+    static_assert(CPE_DM_METRIC_CNT == 35, "a new metric of the serving cells is filled in here");
     switch (info.id) {
     case CPE_DM_METRIC_LTE_EARFCN:
         if (cell->lte_intra_valid) {
@@ -317,6 +320,7 @@ template <typename Record> static int32_t get_from(cpe_dm_info *dm_info, int32_t
 
 /* Whether the caller has given the record that CQI and cell lock lists fill. */
 static bool has_result_record(const cpe_dm_info &info) {
+    static_assert(CPE_DM_METRIC_CNT == 35, "a new metric that fills a record of the caller's is tested here");
     switch (info.id) {
     case CPE_DM_METRIC_LTE_CQI:
     case CPE_DM_METRIC_NR5G_CQI:
@@ -335,6 +339,7 @@ static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     if (!has_result_record(*dm_info)) {
         return CPE_DM_ERR_INVALID_PARAM;
     }
+    static_assert(CPE_DM_METRIC_CNT == 35, "a new metric of the serving cells is asked for here");
     switch (dm_info->id) {
     case CPE_DM_METRIC_LTE_EARFCN:
     case CPE_DM_METRIC_NR5G_EARFCN:
@@ -376,7 +381,8 @@ static bool in_service(uint32_t network_status) {
 
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     cpe_dm_guard guard;
-    int32_t status = cpe_dm_enter(guard, hndl, dm_info != nullptr && dm_info->info_type == CPE_DM_INFO_TYPE_REQUEST);
+    int32_t status =
+        cpe_dm_enter(guard, __func__, hndl, dm_info != nullptr && dm_info->info_type == CPE_DM_INFO_TYPE_REQUEST);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_info[%p]", hndl, static_cast<void *>(dm_info));
     }
@@ -405,7 +411,8 @@ int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
 
 /* The entry check of a list; it is made again when the lock has been let go. */
 static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
-    const int32_t status = cpe_dm_enter(guard, hndl, dm_info_list != nullptr && dm_info_list_cnt > 0);
+    const int32_t status =
+        cpe_dm_enter(guard, "cpe_dm_get_info_list", hndl, dm_info_list != nullptr && dm_info_list_cnt > 0);
     if (status == CPE_DM_ERR_INVALID_PARAM) {
         CPE_DM_LOG_ERROR("Invalid params - hndl[%p], dm_info_list[%p], dm_info_list_cnt[%d]", hndl,
                          static_cast<void *>(dm_info_list), dm_info_list_cnt);
@@ -437,7 +444,7 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
     if (neighbours && scan_outstanding()) {
         return CPE_DM_ERR_SCAN_ONGOING;
     }
-    if (cpe_dm_guard_give(guard) != 0) {
+    if (cpe_dm_unlock(guard) != 0) {
         return CPE_DM_ERR_FAILURE;
     }
     for (int32_t i = 0; i < dm_info_list_cnt; i++) {

@@ -1,21 +1,19 @@
-/* Thread primitives whose failure is logged: the primitive's name and "failed:" at error level. */
+/* What the module's threads have in common. */
 #ifndef CPE_DM_THREAD_H
 #define CPE_DM_THREAD_H
 
-#include <cstdint>
-#include <pthread.h>
+#include "cpe_dm_log.h"
 
-/* Returns 0 when error is 0; otherwise logs the failure of the primitive and returns -1. */
-int32_t cpe_dm_thread_check(int error, const char *primitive);
+/* Whether a call of a thread primitive returned 0. When it did not, `text` is logged at error level from where the
+ * macro stands, so that the line names the place. */
+#define CPE_DM_SUCCEEDS(call, text)                                                                                    \
+    ((call) == 0 || [] {                                                                                               \
+        CPE_DM_LOG_ERROR(text);                                                                                        \
+        return false;                                                                                                  \
+    }())
 
-/* Returns 0, or -1 with the mutex not taken. */
-int32_t cpe_dm_mutex_lock(pthread_mutex_t *mutex);
-
-/* Returns 0, or -1 with the mutex still taken. */
-int32_t cpe_dm_mutex_unlock(pthread_mutex_t *mutex);
-
-/* Sleeps for a millisecond: for who waits for a thread that cannot tell when it is done. Unlike a yield it lets threads
- * of any priority go on. */
+/* Sleeps for a millisecond: for a thread that waits for another which cannot tell when it is done. Unlike a yield, this
+ * lets threads of any priority go on. */
 void cpe_dm_pause();
 
 #endif

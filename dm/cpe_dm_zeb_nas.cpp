@@ -4,6 +4,7 @@
 #include "cpe_dm_log.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <iterator>
 #include <utility>
 
@@ -18,11 +19,13 @@ enum {
 static zeb_client_handle zeb_nas_clnt_handle;
 static zeb_client_handle zeb_nas_notifier_handle;
 
-/* The signal of the notifier, which uses it until it is released. */
-static zeb_cci_os_params zeb_nas_os_params;
+/* The signal of the notifier, which uses it until it is released. Of the two blocks the second is a spare one, for the
+ * time after a notifier that could never be released: the platform may use such a notifier's block for ever. */
+static zeb_cci_os_params zeb_nas_os_params[2];
+static size_t zeb_nas_block; /* the block in use */
 
-/* A notifier that a failed connection could not release. It still uses zeb_nas_os_params, so no other notifier may be
- * created while there is one. */
+/* A notifier that a failed connection could not release. It uses the current block, so no other notifier may be created
+ * on that one. */
 static zeb_client_handle zeb_nas_lost_notifier;
 
 zeb_client_handle cpe_dm_zeb_nas_client() {
@@ -73,7 +76,7 @@ static uint32_t nas_wait_for_service(zeb_service_object service) {
     int32_t status = zeb_client_get_service_list(service, nullptr, nullptr, &num_services);
     while (status != 0) {
         CPE_DM_LOG_ERROR("Retrieving ZEB NAS service list failed with status[%d]", status);
-        zeb_cci_os_signal_wait(&zeb_nas_os_params, 0);
+        zeb_cci_os_signal_wait(&zeb_nas_os_params[zeb_nas_block], 0);
         status = zeb_client_get_service_list(service, nullptr, nullptr, &num_services);
     }
     return num_services;
@@ -88,6 +91,23 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
+/* Sees to it that no notifier uses the current block: releases the lost one or, when it cannot be released this time
+ * either, forgets it and goes over to the spare block. */
+static int32_t nas_settle_lost_notifier() {
+    const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
+    if (status == 0) {
+        return CPE_DM_SUCCESS;
+    }
+    CPE_DM_LOG_ERROR("Releasing the ZEB NAS notifier handle failed with status[%d]", status);
+    if (zeb_nas_block + 1 == std::size(zeb_nas_os_params)) {
+        CPE_DM_LOG_ERROR("Two ZEB NAS notifiers could not be released - no connection in this process any more");
+        return CPE_DM_ERR_FAILURE;
+    }
+    zeb_nas_lost_notifier = nullptr;
+    zeb_nas_block++;
+    return CPE_DM_SUCCESS;
+}
+
 /* The steps of connecting, up to the first that fails. */
 static int32_t nas_connect() {
     const zeb_service_object service = nas_service_object();
@@ -95,13 +115,12 @@ static int32_t nas_connect() {
         CPE_DM_LOG_ERROR("NAS service object is not available!");
         return CPE_DM_ERR_FAILURE;
     }
-    int32_t status = nas_release_handle(zeb_nas_lost_notifier);
-    if (status != 0) {
-        CPE_DM_LOG_ERROR("Releasing the ZEB NAS notifier handle failed with status[%d]", status);
-        return CPE_DM_ERR_FAILURE;
+    int32_t status = nas_settle_lost_notifier();
+    if (status != CPE_DM_SUCCESS) {
+        return status;
     }
-    zeb_nas_os_params = {};
-    status = zeb_client_notifier_init(service, &zeb_nas_os_params, &zeb_nas_notifier_handle);
+    zeb_nas_os_params[zeb_nas_block] = {};
+    status = zeb_client_notifier_init(service, &zeb_nas_os_params[zeb_nas_block], &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
         // Whatever was stored all the same is no notifier that could own the signal.
@@ -161,4 +180,11 @@ int32_t cpe_dm_zeb_nas_release() {
     }
     CPE_DM_LOG_INFO("NAS service successfully released!");
     return CPE_DM_SUCCESS;
+}
+
+void cpe_dm_zeb_nas_forget() {
+    zeb_nas_clnt_handle = nullptr;
+    zeb_nas_notifier_handle = nullptr;
+    zeb_nas_lost_notifier = nullptr;
+    zeb_nas_block = 0;
 }

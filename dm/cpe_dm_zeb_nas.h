@@ -107,8 +107,9 @@ struct cpe_dm_nas_sys_info {
 };
 
 /* Connects: waits without limit for the service, creates the client and asks for system information indications.
- * Returns 0 as well when connected already. After a failure there is no connection; a notifier that could not be
- * released is released by the next call, which fails as long as that fails. */
+ * Returns 0 as well when connected already. After a failure there is no connection. A notifier that could not be
+ * released then is released by the next call; when that fails too, the notifier is forgotten and the call goes on. Only
+ * the first notifier can be forgotten in this way: as long as a second one cannot be released, the call fails. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* The step of cpe_dm_zeb_nas_init that creates the client. When the service refuses the registration the client is left
@@ -118,6 +119,9 @@ int32_t cpe_dm_zeb_nas_client_init();
 /* Disconnects. When it returns 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not connected, or a
  * release failed; what could not be released stays for the next call. */
 int32_t cpe_dm_zeb_nas_release();
+
+/* In a child of fork: forgets the parent's connection, without a call of the framework. */
+void cpe_dm_zeb_nas_forget();
 
 /* Identity and measurements of the serving cells. CPE_DM_ERR_FAILURE also when a memory allocation failed. The record
  * is unchanged on failure. */

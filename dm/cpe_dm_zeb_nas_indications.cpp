@@ -19,6 +19,7 @@ static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_thr
 /* Sends the thresholds of the table. Only the transport can fail: whether the service takes the thresholds, which
  * stands in its response, is not looked at. */
 static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
+    static_assert(CPE_DM_IND_CNT == 8, "a new indication with a threshold is set here");
     auto req = cpe_dm_alloc<zeb_nas_config_sig_info_req>();
     auto resp = cpe_dm_alloc<zeb_nas_empty_resp>();
     if (!req || !resp) {
@@ -53,6 +54,7 @@ int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info) {
         CPE_DM_LOG_ERROR("Memory allocation failed");
         return CPE_DM_ERR_NO_MEMORY;
     }
+    static_assert(CPE_DM_IND_CNT == 8, "a new indication with a threshold is asked for here");
     req->sig_info_valid = 1;
     req->sig_info = ind_info->lte_rsrp.valid || ind_info->lte_rsrq.valid || ind_info->lte_sinr.valid ||
                     ind_info->nr5g_rsrp.valid || ind_info->nr5g_rsrq.valid || ind_info->nr5g_sinr.valid;

@@ -6,16 +6,29 @@
  * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
  * cpe_dm_init again only after cpe_dm_deinit.
  *
- * Threads: every operation may be called from any thread; the module serialises them, and the callback, with one lock.
- * Whoever sends requests to the modem holds it for as long as the modem takes to answer, at most 50 s a request;
- * cpe_dm_init holds it while it waits for the modem. An operation that meets a cpe_dm_deinit in progress waits for its
- * end.
+ * Threads: every operation may be called from any thread. The module carries out one operation at a time, in the order
+ * of their calls, or runs one callback. An operation sends the modem up to three requests, and holds everything else up
+ * until the last is answered: milliseconds as a rule, up to 50 s a request when the modem does not answer. cpe_dm_init
+ * holds everything up for as long as it waits for the modem. An event waits for one operation at most, however many
+ * threads ask, and an operation waits for 16 events in a row at most. An operation that meets a cpe_dm_deinit in
+ * progress waits for its end.
+ *
+ * The module has one thread of its own, which runs the callback. All signals are blocked in it but those by which the
+ * kernel reports a fault of the thread itself: a program that is started from the callback has to restore the mask.
+ *
+ * Fork: a registration belongs to the process that made it. In a child every operation returns
+ * CPE_DM_ERR_NOT_INITIALIZED (CPE_DM_ERR_INVALID_PARAM for a handle of 0 or an argument that may not be null or 0),
+ * until cpe_dm_init is called in the child: it leaves the parent's registration alone and makes a new one, as far as
+ * the platform's libraries work in a child. So a daemon registers after daemon(), not before.
+ *
+ * Plug-ins: code that is unloaded deregisters first. A command thread that is still there when dlclose unmaps its code
+ * ends the program.
  *
  * Status: every operation returns a cpe_dm_status. What every operation but cpe_dm_init may return is
  *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current initialisation, or an argument is not as
  *                               the operation asks for;
  *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way;
- *   CPE_DM_ERR_FAILURE          a system primitive failed;
+ *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback;
  * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0.
  *
  * Coverage: out of it, metric requests return CPE_DM_ERR_SERVICE_UNAVAILABLE. Nothing is wrong: ask again later, or
@@ -27,7 +40,10 @@
  * is back is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE, call cpe_dm_deinit, then
  * cpe_dm_init, which waits until the modem is back and gives a new handle; read the registration status, of which only
  * later changes are delivered; and set the indications again. A restart that falls between two operations shows
- * nowhere: who depends on events sets the indications again after any CPE_DM_ERR_FAILURE, and from time to time. */
+ * nowhere. Who depends on events sets the indications again after any CPE_DM_ERR_FAILURE. Setting them from time to
+ * time as well finds such a restart, but starts the comparison with the value delivered last anew each time, and so
+ * hides changes that are slower than that; better is to ask for the values themselves now and then, and to set the
+ * indications again when they differ from the values delivered last by more than their thresholds. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -70,6 +86,10 @@ typedef enum {
 
 /* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB
  * (125 is 12.5 dB) and TX power in 0.1 dBm, as the modem's network access service reports them.
+ *
+ * Where the modem has an NR 5G cell but left a value of it out of its answer, the request succeeds with the value 0: an
+ * NR ARFCN, CGI, PLMN or TAC of 0 is none, and so is the PCI 0 of a cell whose CGI is 0, unless the registration status
+ * is CPE_DM_REG_LTE_NR5G, where the PCI comes from elsewhere.
  *
  * The neighbour metrics (EARFCN to RSRQ of neighbouring cells) give no value: a request starts a network scan, and the
  * response comes to the callback, filled with what had been asked for. */
@@ -118,7 +138,8 @@ typedef enum {
  *
  * The thresholds only decide when the modem reports. Each of its reports carries all its signal values, and delivers
  * every indication set whose value differs from the one delivered last, be it by less than its own threshold. From
- * when an indication is set, also when it is set again, 0 counts as the value delivered last. */
+ * when an indication is set, 0 counts as the value delivered last. So it does when an indication is set again: the next
+ * report delivers it whether it has changed or not. */
 typedef enum {
     CPE_DM_IND_INVALID = 0,
     CPE_DM_IND_REG_STATUS = 1,
@@ -295,11 +316,12 @@ typedef struct {
 /* The client's callback: hndl of the current initialisation, a record of type CPE_DM_INFO_TYPE_ASYNC_RSP or
  * CPE_DM_INFO_TYPE_IND, and the user_data given to cpe_dm_init.
  *
- * Called on the module's command thread, one event after the other, while the module's lock is held: it must not call
- * any operation of the module, and should return quickly. The record and, for a response with data, the neighbour
- * record that its value points to were allocated with calloc for this call alone and are now the callback's: it
- * releases each of them with free. A record whose value type is CPE_DM_VALUE_NONE reports an event without data; for a
- * response it means that the scan did not succeed. */
+ * Called on the module's command thread, one event after the other, while no operation is carried out. So it should
+ * return quickly, and must not call any operation of the module: such a call is refused with CPE_DM_ERR_FAILURE. Nor
+ * may it wait for another thread that calls one: both would wait for ever. It must not throw. The record and, for a
+ * response with data, the neighbour record that its value points to were allocated with calloc for this call alone and
+ * are now the callback's: it releases each of them with free. A record whose value type is CPE_DM_VALUE_NONE reports an
+ * event without data; for a response it means that the scan did not succeed. */
 typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
 /* Registers the one client and connects to the modem. Blocks, without limit, until the modem's network access service

@@ -15,7 +15,7 @@
 
 namespace {
 
-// Room for one line; a longer text is cut.
+/* Room for one line; a longer text is cut. */
 constexpr size_t LINE_ROOM = 2048;
 
 int open_log() {
@@ -48,7 +48,7 @@ const char *level_name(uint32_t level_mask) {
     }
 }
 
-// "2024-05-01T10:00:00.123Z error 4711 file.cpp:12 ": what stands before the text. Returns its length.
+/* Writes the head of a line, such as "2024-05-01T10:00:00.123Z error 4711 file.cpp:12 ". Returns its length. */
 size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     timespec now;
     tm utc;
@@ -63,7 +63,9 @@ size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     return used + (n > 0 ? static_cast<size_t>(n) : 0);
 }
 
-// Appends the text with its control characters made visible, so that a line stays a line. Returns the new length.
+/* Appends the text, with control characters written as escapes, so that one call makes one line. Returns the new
+ * length.
+ */
 size_t put_text(char *line, size_t used, size_t room, const char *text) {
     size_t length = strlen(text);
     if (length > 0 && text[length - 1] == '\n') {

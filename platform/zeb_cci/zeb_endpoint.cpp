@@ -1,5 +1,6 @@
 #include "zeb_endpoint.h"
 #include "zeb_signal.h"
+#include "zeb_thread.h"
 
 #include <algorithm>
 #include <map>
@@ -8,7 +9,7 @@
 
 namespace {
 
-// Every endpoint in use. It is never destroyed: the process may exit while callbacks run.
+/* The endpoints in use. The table is never destroyed, as the process may exit while callbacks run. */
 struct endpoint_table {
     std::mutex lock;
     std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
@@ -20,7 +21,7 @@ endpoint_table &table() {
     return *instance;
 }
 
-// The endpoint whose callback the current thread runs.
+/* The endpoint whose callback the current thread runs. */
 thread_local const zeb_endpoint *dispatching = nullptr;
 
 zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
@@ -96,7 +97,7 @@ void dispatch(zeb_endpoint *e) {
     }
 }
 
-// What is left to do for an endpoint that is no longer in the table.
+/* Ends the callbacks of an endpoint that is no longer in the table. */
 void close_endpoint(zeb_endpoint &e) {
     e.service->detach(e.peer);
     {
@@ -117,7 +118,7 @@ bool zeb_service_valid(zeb_service_object service) {
     return service != nullptr && service->magic == ZEB_SERVICE_MAGIC;
 }
 
-// The thread starts last: a callback may use the handle at once.
+/* The thread starts last, as a callback may use the handle at once. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint) {
     zeb_endpoint *e = endpoint.get();
     e->peer = e->service->attach({e, on_indication, on_event});

@@ -1,14 +1,17 @@
-// What a client and a notifier have in common: a handle, a place at the service, and a thread for their callbacks.
-#pragma once
+/* An endpoint is a client or a notifier: a handle, a peer of the service, and a thread that runs the callbacks. */
+#ifndef ZEB_ENDPOINT_H
+#define ZEB_ENDPOINT_H
 
+#include "zeb_call.h"
 #include "zeb_service.h"
 
 #include <condition_variable>
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <thread>
 
-// One indication (a client's) or one event (a notifier's) on its way to its callback.
+/* One indication (a client's) or one event (a notifier's) on its way to its callback. */
 struct zeb_delivery {
     uint32_t msg_id;
     int32_t event;
@@ -16,46 +19,47 @@ struct zeb_delivery {
 };
 
 struct zeb_endpoint {
-    // Set before the endpoint is opened.
+    /* Set before the endpoint is opened. */
     zeb_service_object service = nullptr;
-    zeb_client_ind_cb ind_cb = nullptr; // of a client
+    zeb_client_ind_cb ind_cb = nullptr; /* of a client */
     void *ind_cb_data = nullptr;
-    zeb_cci_os_params *os_params = nullptr; // of a notifier; null for a client
+    zeb_cci_os_params *os_params = nullptr; /* of a notifier; null for a client */
 
-    // Set by opening.
+    /* Set by opening. */
     zeb_client_handle handle = nullptr;
     uint64_t peer = 0;
     std::thread dispatcher;
 
-    std::mutex lock; // guards what follows
+    std::mutex lock; /* guards what follows */
     std::condition_variable wake;
-    // Grows without limit while a callback blocks; what there is no memory for is dropped.
+    /* Grows without limit while a callback blocks. A delivery that there is no memory for is dropped. */
     std::deque<zeb_delivery> queue;
     bool closing = false;
-    zeb_client_notify_cb notify_cb = nullptr; // of a notifier
+    zeb_client_notify_cb notify_cb = nullptr; /* of a notifier */
     void *notify_cb_data = nullptr;
 };
 
 bool zeb_service_valid(zeb_service_object service);
 
-// Gives the endpoint its handle, attaches it to the service and starts its callbacks. Throws when out of memory or of
-// threads, and has then changed nothing.
+/* Gives the endpoint its handle, attaches it to the service and starts its thread. Throws when out of memory or of
+ * threads, and has then changed nothing. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint);
 
-// The endpoint in use under that handle, or null. Handles are never used twice.
+/* The endpoint in use under that handle, or null. Handles are never used twice. */
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
 
-// Puts a call to the recording that the service plays.
+/* The recorded answer to a call, of a service that plays a recording. */
 int32_t zeb_replay_answer(zeb_service_object service, zeb_call call);
 
-// Opens an endpoint whose creation was recorded, and gives its handle when it succeeded then.
+/* Opens an endpoint of a service that plays a recording. Returns the recorded status, and stores the handle if that is
+ * 0. */
 int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> &endpoint, zeb_client_handle *handle);
 
-// Waits as long as the wait with the signal of a notifier took when it was recorded. False, at once, when there was
-// none.
+/* Plays a recorded wait for the signal in os_params: returns true after the time that the wait took when it was
+ * recorded. Returns false at once when no recording is played or no such wait is left in it. */
 bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
-// Runs one entry point of the library: nothing that the C++ library throws gets past it.
+/* Runs the body of one function of the library, and turns whatever it throws into a status. */
 template <typename F> int32_t zeb_guarded(F body) {
     try {
         return body();
@@ -63,3 +67,5 @@ template <typename F> int32_t zeb_guarded(F body) {
         return ZEB_INTERNAL_ERR;
     }
 }
+
+#endif

@@ -1,4 +1,4 @@
-// Discovery and service events.
+/* Discovery and service events. */
 #include "zeb_endpoint.h"
 #include "zeb_signal.h"
 

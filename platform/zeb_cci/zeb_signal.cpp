@@ -8,22 +8,25 @@
 
 namespace {
 
-// What the block itself holds. The hub's lock guards it.
+/* The part of the signal that lies in the caller's block. The lock of the hub guards it. */
 struct os_signal {
-    uint32_t in_use; // by a notifier
+    uint32_t in_use; /* by a notifier */
     uint32_t raised;
-    uint32_t waiting; // threads in a wait for it
+    uint32_t waiting; /* threads that wait */
 };
 static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signal) <= alignof(zeb_cci_os_params),
               "the signal fits into the OS-parameter block");
 
-// What waiting takes, shared by all blocks, because the size of a mutex differs from one machine to the next.
+/* One mutex and one condition for all signals: there is no room for them in the blocks, as their sizes differ from one
+ * machine to the next. */
 struct signal_hub {
     std::mutex lock;
     std::condition_variable changed;
 };
 
-// Never destroyed, as the process may exit while someone waits; and in no need of memory, so that it is always there.
+/* The hub is never destroyed, as the process may exit while someone waits. It needs no heap, so that a wait never
+ * fails.
+ */
 signal_hub &hub() {
     alignas(signal_hub) static unsigned char place[sizeof(signal_hub)];
     static signal_hub *const instance = new (place) signal_hub;

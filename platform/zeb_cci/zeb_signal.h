@@ -1,13 +1,17 @@
-// The operating-system signal that lives in a caller's OS-parameter block.
-#pragma once
+/* The operating-system signal that lives in a caller's OS-parameter block. */
+#ifndef ZEB_SIGNAL_H
+#define ZEB_SIGNAL_H
 
 #include "zeb_service.h"
 
-// Makes the block a lowered signal. False, and the block untouched, when it is one already.
+/* Makes the block a lowered signal. Returns false, with the block untouched, when it is a signal already. */
 bool zeb_signal_open(zeb_cci_os_params *os_params);
 
-// Ends the next wait, or the running one.
+/* Ends the wait that runs, or else the next one. */
 void zeb_signal_raise(zeb_cci_os_params *os_params);
 
-// Ends the waits for it. When it returns, none of them reads the block any more, which is its owner's again.
+/* Ends all waits for the signal. When the function has returned, none of them reads the block any more: the caller may
+ * free it. */
 void zeb_signal_close(zeb_cci_os_params *os_params);
+
+#endif

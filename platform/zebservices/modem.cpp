@@ -1,6 +1,7 @@
-// The modem's life, its clients and their requests.
+/* The modem's life, its clients and their requests. */
 #include "modem.h"
 #include "nas_answers.h"
+#include "zeb_thread.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -8,7 +9,7 @@
 
 namespace {
 
-// Error codes in the response header of a request that the service rejects; the result is 1 then.
+/* Error codes in the response header of a request that the service rejects; the result is 1 then. */
 enum : uint32_t {
     NAS_ACCEPTED = 0,
     NAS_FIELD_MISSING = 1,
@@ -18,8 +19,8 @@ enum : uint32_t {
 
 using handler = uint32_t (*)(modem &m, uint64_t peer, const void *req, void *resp);
 
-// No scenario, no service: there is no other scenario to fall back to. Throws std::bad_alloc, and can then be tried
-// again.
+/* Reads the scenario that the environment names. Returns false, and says why on standard error, when the scenario is
+ * not right: no other one is played in its place. Throws std::bad_alloc, and may then be called again. */
 bool read_scenario(scenario &plan) {
     const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
     std::string error;
@@ -32,7 +33,7 @@ bool read_scenario(scenario &plan) {
     return usable;
 }
 
-// Wakes when something is due; everyone else who uses the modem plays what is due as well.
+/* Plays what is due while nobody uses the modem. Every use of the modem plays what is due as well. */
 void run_timer(modem *m) {
     std::unique_lock guard(m->lock);
     for (;;) {
@@ -188,7 +189,7 @@ handler handler_of(uint32_t msg_id) {
     return nullptr;
 }
 
-// Why a request cannot be answered at this moment, or 0.
+/* The status of a request that cannot be answered at this moment, or 0. */
 int32_t unreachable(const modem &m, uint64_t peer) {
     if (!m.clients.contains(peer)) {
         return ZEB_TRANSPORT_ERR;
@@ -198,7 +199,7 @@ int32_t unreachable(const modem &m, uint64_t peer) {
 
 } // namespace
 
-// Never destroyed: the process may exit while the timer and clients use it.
+/* Never destroyed: the process may exit while the timer and clients use it. */
 modem &the_modem() {
     static modem *const instance = switch_on();
     return *instance;

@@ -1,6 +1,7 @@
-// What the modem does of its own accord: the timeline of its scenario and the indications that come of it.
+/* What the modem does of its own accord: the timeline of its scenario and the indications that come of it. */
 #include "modem.h"
 #include "nas_answers.h"
+#include "zeb_wire.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -10,7 +11,7 @@
 
 namespace {
 
-// Nobody who runs is later than this for what is due.
+/* While the process runs, no change of the timeline is played later than this. When one is, the process was stopped. */
 constexpr uint64_t STOOD_STILL_MS = 5000;
 
 struct metric {
@@ -18,7 +19,7 @@ struct metric {
     int32_t value;
 };
 
-// In the order of the thresholds of message 0x006C.
+/* In the order of the thresholds of message 0x006C. */
 std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
     const bool lte = info.lte_sig_info_valid != 0;
     const bool nr5g = info.nr5g_sig_info_valid != 0;
@@ -30,7 +31,7 @@ std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
              {nr5g, info.nr5g_sig.snr}}};
 }
 
-// A watched metric has moved by its threshold, or has come up.
+/* Whether a watched metric has moved by its threshold, or has come up, since the client was told last. */
 bool worth_telling(const modem_client &client, const zeb_nas_sig_info &info) {
     const auto now = metrics_of(info);
     const auto told = metrics_of(client.told_sig_info);
@@ -101,7 +102,7 @@ void tell_sys_info(modem &m, modem_client &client) {
     send_indication(m, client, ZEB_NAS_SYS_INFO_IND, &info, sizeof(info));
 }
 
-// A metric that is missing now comes up anew when it is back.
+/* A metric that is missing now counts as never told, so that the client is told when the metric comes back. */
 void forget_missing(zeb_nas_sig_info &told, const zeb_nas_sig_info &info) {
     told.lte_sig_info_valid = told.lte_sig_info_valid && info.lte_sig_info_valid;
     told.nr5g_sig_info_valid = told.nr5g_sig_info_valid && info.nr5g_sig_info_valid;
@@ -157,7 +158,7 @@ void play_moment(modem &m) {
     end_scan(m);
 }
 
-// When the timeline started last.
+/* The time at which the timeline started last. */
 uint64_t round_start(const scenario &plan, uint64_t now_ms) {
     return plan.repeat_ms == 0 ? 0 : now_ms / plan.repeat_ms * plan.repeat_ms;
 }
@@ -219,7 +220,7 @@ void modem_play(modem &m) {
     }
     const auto elapsed = std::chrono::steady_clock::now() - m.switched_on;
     const auto now = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
-    // A process that stood still saw nothing of what went by meanwhile: it finds the modem as it is now.
+    // A process that stood still saw nothing of the changes meanwhile: it finds the modem as it is now.
     if (const uint64_t due = modem_next_due(m); due < now && now - due > STOOD_STILL_MS) {
         m.now_ms = now;
         play_moment(m);

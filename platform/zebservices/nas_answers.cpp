@@ -5,7 +5,7 @@
 
 namespace {
 
-// There is a cell to measure in every kind of service, and in none of the states without.
+/* Whether a technology with that service status has a cell that can be measured. */
 bool on_a_cell(int32_t srv_status) {
     return srv_status == ZEB_NAS_SRV_STATUS_LIMITED || srv_status == ZEB_NAS_SRV_STATUS_SRV ||
            srv_status == ZEB_NAS_SRV_STATUS_LIMITED_REGIONAL;
@@ -23,7 +23,7 @@ bool nr5g_cell(const scenario_state &state) {
     return on_a_cell(state.nr5g.srv_status) || nr5g_attached(state);
 }
 
-// A triangle from 0 up to range, down to -range and back to 0 in one period.
+/* The swing at a time: in one period it goes in straight lines from 0 up to range, down to -range and back to 0. */
 int32_t swing(int32_t range, uint32_t period_ms, uint64_t time_ms) {
     const auto phase = static_cast<int32_t>(4 * static_cast<uint64_t>(range) * (time_ms % period_ms) / period_ms);
     if (phase <= range) {
@@ -86,7 +86,7 @@ void nas_fill_sig_info(const scenario_state &state, const scenario_moment &momen
     }
 }
 
-// The serving cell stands last in its frequency's list of cells.
+/* In the list of cells on the serving cell's frequency, the serving cell itself stands last. */
 void nas_fill_cell_location(const scenario_state &state, const scenario_moment &moment,
                             zeb_nas_cell_location_info_resp &resp) {
     const scenario_lte &lte = state.lte;
@@ -166,7 +166,7 @@ void nas_fill_nr5g_locks(const scenario_state &state, zeb_nas_nr5g_cell_lock_lis
     }
 }
 
-// The strongest neighbour stands first in the scenario, and in the message.
+/* The strongest neighbour stands first in the scenario, and in the message. */
 void nas_fill_scan_result(const scenario_state &state, uint8_t network_type, zeb_nas_scan_result_ind &ind) {
     if (network_type == ZEB_NAS_NETWORK_TYPE_LTE) {
         ind.lte_valid = 1;

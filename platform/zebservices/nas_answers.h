@@ -1,7 +1,8 @@
-// The network access service's messages, filled from a state of the scenario. Every message comes zero-filled;
-// groups that need a cell stay absent without one. Lock lists and scan results do not depend on the service status.
-// The moment is that of measured values, which swing and go up and down ramps.
-#pragma once
+/* Fills the messages of the network access service from a state of the scenario. The caller hands over a zero-filled
+ * message. Groups of fields that need a cell stay absent without one. Lock lists and scan results do not depend on the
+ * service status. `moment` says when the signal is measured, as swings and ramps move the values. */
+#ifndef NAS_ANSWERS_H
+#define NAS_ANSWERS_H
 
 #include "scenario.h"
 
@@ -14,3 +15,5 @@ void nas_fill_cqi_info(const scenario_state &state, uint32_t technology, zeb_nas
 void nas_fill_lte_locks(const scenario_state &state, zeb_nas_lte_cell_lock_list_resp &resp);
 void nas_fill_nr5g_locks(const scenario_state &state, zeb_nas_nr5g_cell_lock_list_resp &resp);
 void nas_fill_scan_result(const scenario_state &state, uint8_t network_type, zeb_nas_scan_result_ind &ind);
+
+#endif

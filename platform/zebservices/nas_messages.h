@@ -1,5 +1,6 @@
-// The messages of the network access service.
-#pragma once
+/* The messages of the network access service. */
+#ifndef NAS_MESSAGES_H
+#define NAS_MESSAGES_H
 
 #include "zeb_service.h"
 
@@ -32,3 +33,5 @@ inline constexpr zeb_message NAS_MESSAGES[] = {
     {ZEB_MESSAGE_REQUEST, ZEB_NAS_GET_CQI_INFO, sizeof(zeb_nas_cqi_info_req)},
     {ZEB_MESSAGE_RESPONSE, ZEB_NAS_GET_CQI_INFO, sizeof(zeb_nas_cqi_info_resp)},
 };
+
+#endif

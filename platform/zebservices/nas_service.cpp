@@ -1,4 +1,4 @@
-// The network access service as an object: its messages and the modem behind it, or a recording.
+/* The service object of the network access service: the virtual modem behind it, or a recording. */
 #include "modem.h"
 #include "nas_messages.h"
 #include "replay.h"
@@ -7,8 +7,8 @@
 
 namespace {
 
-// Whether there is memory to begin with. Without it the C++ library cannot even throw that there is none, and ends the
-// program.
+/* Whether there is memory to begin with. Without any, the C++ library cannot even throw std::bad_alloc, and ends the
+ * program. */
 bool memory_left() {
     void *volatile memory = malloc(size_t{256} * 1024);
     free(memory);
@@ -28,7 +28,7 @@ constinit const zeb_service NAS_SERVICE = {
 
 } // namespace
 
-// The modem is switched on here, so that a bad scenario is reported before anyone waits for the service.
+/* Switches the modem on, so that a bad scenario is reported before anyone waits for the service. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
     if (!memory_left()) {

@@ -9,22 +9,22 @@ namespace {
 
 constexpr std::string_view FIRST_LINE = "zeb-recording 1";
 constexpr int64_t U32_MAX = UINT32_MAX;
-constexpr int64_t US_MAX = int64_t{1} << 52; // a time that a double holds exactly
+constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exactly */
 
-// Where the value of a key goes.
+/* Where the value of a key goes. */
 enum class slot {
-    NUMBER_0, // any number of 32 bits, signed or not; so are the other two
+    NUMBER_0, /* any number of 32 bits, signed or not; so are the other two */
     NUMBER_1,
     NUMBER_2,
     ID_0,
     STATUS,
     HANDLE,
-    ENTRIES, // a count, or - for a null pointer; so are services
+    ENTRIES, /* a count, or - for a null pointer; so are services */
     SERVICES,
     IN,
     OUT,
     TOOK,
-    PASSED_OVER, // a number that nothing depends on
+    PASSED_OVER, /* a number that nothing depends on */
 };
 
 struct field {
@@ -36,7 +36,7 @@ struct kind {
     std::string_view name;
     recording_kind kind;
     zeb_call_kind call;
-    std::array<field, 7> fields; // in this order; the first without a key ends them
+    std::array<field, 7> fields; /* in this order; the first without a key ends them */
 };
 
 constexpr kind KINDS[] = {
@@ -185,7 +185,7 @@ bool read_value(std::string_view text, slot place, recording_entry &out) {
     return false;
 }
 
-// The text up to the next blank, which goes with it.
+/* The text up to the next blank, which goes with it. */
 std::string_view next_word(std::string_view &text) {
     const size_t end = std::min(text.find(' '), text.size());
     const std::string_view word = text.substr(0, end);
@@ -193,7 +193,7 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-// Throws what is wrong with the line. Returns false for the line that says that the recording ended at its limit.
+/* Throws what is wrong with the line. Returns false for the line that says that the recording ended at its limit. */
 bool read_line(std::string_view text, recording_entry &out) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
@@ -227,7 +227,7 @@ bool read_line(std::string_view text, recording_entry &out) {
     return true;
 }
 
-// Reads line after line into out, with the number of the current one in line. Throws what is wrong with it.
+/* Reads line after line into out, with the number of the current one in line. Throws what is wrong with it. */
 void read_lines(std::string_view text, size_t &line, std::vector<recording_entry> &out) {
     bool ended = false;
     if (text.size() > RECORDING_FILE_MAX) {

@@ -1,12 +1,17 @@
-// Plays a recording in the place of the virtual modem. One for the process.
-#pragma once
+/* The service object that plays a recording in the place of the virtual modem. */
+#ifndef REPLAY_H
+#define REPLAY_H
 
 #include "zeb_service.h"
 
-// ZEB_RECORDING names a recording.
+#include <array>
+
+/* Whether ZEB_RECORDING names a recording. */
 bool replay_wanted();
 
-// What the recording gave for a service of these versions: an object, or null. The first call reads the recording; when
-// that or the speed is not right, it says so on standard error, and the service of the object stays absent. Never
-// throws; null when there is no memory.
+/* The answer of the recording to a call for a service object of these versions: an object, or null. The first call
+ * reads the recording. When that or ZEB_SPEED is not right, it says so on standard error, and the service of the object
+ * stays absent. Never throws; null when there is no memory. */
 zeb_service_object replay_service_object(const std::array<uint32_t, 3> &versions);
+
+#endif

@@ -1,5 +1,6 @@
-// What the virtual modem plays: cells and values, their changes over time, and faults.
-#pragma once
+/* What the virtual modem plays: cells and values, their changes over time, and faults. */
+#ifndef SCENARIO_H
+#define SCENARIO_H
 
 #pragma GCC visibility push(default)
 #include "zeb_nas_v01.h"
@@ -10,10 +11,11 @@
 #include <string_view>
 #include <vector>
 
-// Service status of a technology that is not there at all; the others are ZEB_NAS_SRV_STATUS_...
+/* Service status of a technology that is not there at all; the others are ZEB_NAS_SRV_STATUS_... */
 inline constexpr int32_t SCENARIO_ABSENT = -1;
 
-// A measured value: from_ms on it goes from `from` to `to` in a straight line, which takes over_ms, and stays there.
+/* A measured value on its way: it is `from` until the time from_ms, then moves in a straight line to the value `to`
+ * within the time over_ms, and stays there. With over_ms 0 the value is `to` at any time. */
 struct scenario_value {
     int32_t from;
     int32_t to = from;
@@ -21,14 +23,13 @@ struct scenario_value {
     uint32_t over_ms = 0;
 };
 
-// A moment of the scenario: since it was switched on, which swings go by, and since its timeline started last, which
-// ramps go by.
+/* A moment of the scenario. */
 struct scenario_moment {
-    uint64_t total_ms;
-    uint64_t round_ms;
+    uint64_t total_ms; /* since the modem was switched on; swings depend on this time */
+    uint64_t round_ms; /* since the timeline started last; ramps depend on this time */
 };
 
-// How far measured values swing to either side of the given ones, and in which time.
+/* How far measured values swing to either side of their given values, and how long one swing to both sides takes. */
 struct scenario_swing {
     int32_t rsrp = 0;
     int32_t rsrq = 0;
@@ -58,7 +59,7 @@ struct scenario_lte {
     std::optional<int32_t> tx_power;
     std::optional<std::vector<zeb_nas_cc_cqi>> cqi;
     std::optional<std::vector<zeb_nas_lte_lock>> lock;
-    std::vector<zeb_nas_intra_cell> intra; // other cells on the serving cell's frequency
+    std::vector<zeb_nas_intra_cell> intra; /* other cells on the serving cell's frequency */
     std::vector<scenario_lte_neighbour> neighbours;
 };
 
@@ -71,7 +72,7 @@ struct scenario_nr5g {
     int32_t srv_status = SCENARIO_ABSENT;
     uint32_t srv_domain = 0;
     uint32_t srv_capability = 0;
-    bool attached = false; // to the LTE cell
+    bool attached = false; /* to the LTE cell */
     uint8_t plmn[ZEB_NAS_PLMN_BYTES] = {};
     uint8_t tac[ZEB_NAS_TAC_BYTES] = {};
     uint64_t cgi = 0;
@@ -89,7 +90,7 @@ struct scenario_nr5g {
     std::vector<zeb_nas_nr5g_nbr> neighbours;
 };
 
-// The world as it is from at_ms until the next state.
+/* The world as it is from at_ms until the next state. */
 struct scenario_state {
     uint64_t at_ms = 0;
     bool present = true;
@@ -99,22 +100,23 @@ struct scenario_state {
 
 enum class scenario_damage { NONE, TRUNCATED, LENGTH, ID, TYPE };
 
-// When a fault can strike.
+/* When a fault can strike. */
 enum class fault_moment { REQUEST, SCAN, INDICATION };
 
-// Strikes the occurrences nth, nth + 1, ... of its message, count of them (0: all from nth on).
+/* A fault. It strikes `count` occurrences of its message in a row, of which the first is number `nth`, counted from 1.
+ * With count 0 it strikes all from number nth on. */
 struct scenario_fault {
     uint32_t message = 0;
     fault_moment moment = fault_moment::REQUEST;
     uint32_t nth = 1;
     uint32_t count = 1;
-    int32_t status = 0;    // REQUEST: transport status
-    uint32_t result = 0;   // REQUEST: response header
-    uint32_t error = 0;    // REQUEST: response header
-    uint32_t delay_ms = 0; // REQUEST: before the answer
+    int32_t status = 0;    /* REQUEST: transport status */
+    uint32_t result = 0;   /* REQUEST: response header */
+    uint32_t error = 0;    /* REQUEST: response header */
+    uint32_t delay_ms = 0; /* REQUEST: before the answer */
     uint32_t scan_status = 0;
     bool scan_lost = false;
-    scenario_damage damage = scenario_damage::NONE; // INDICATION
+    scenario_damage damage = scenario_damage::NONE; /* INDICATION */
 };
 
 struct scenario {
@@ -122,19 +124,22 @@ struct scenario {
     uint32_t appear_ms = 0;
     uint32_t scan_delay_ms = 800;
     uint32_t repeat_ms = 0;
-    std::vector<scenario_state> states; // ascending; the first at 0
+    std::vector<scenario_state> states; /* ascending; the first at 0 */
     std::vector<scenario_fault> faults;
 };
 
-// Where a value is on its way, without its swing.
+/* The value at that time of the timeline, without its swing. */
 int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
 
-// Reads a scenario from TOML text of any content; file is the name for messages. On a scenario that is not right,
-// returns false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing else.
+/* Reads a scenario from TOML text of any content; file is the name for messages. On a scenario that is not right,
+ * returns false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing
+ * else. */
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
-// The same for the content of a file. One that cannot be read is refused as well.
+/* Reads a scenario from a file, as scenario_parse does from a text. A file that cannot be read is refused as well. */
 bool scenario_read(const char *file, scenario &out, std::string &error);
 
-// The built-in scenario.
+/* The built-in scenario. */
 extern const char scenario_default_text[];
+
+#endif

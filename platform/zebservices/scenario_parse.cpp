@@ -1,5 +1,6 @@
 #include "nas_messages.h"
 #include "scenario.h"
+#include "zeb_file.h"
 
 #include <algorithm>
 #include <charconv>
@@ -9,12 +10,12 @@
 #include <system_error>
 #include <utility>
 
-// Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
-// parser and the tables that it builds can go.
+/* Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
+ * parser and the tables that it builds can go. */
 #define TOML_MAX_NESTED_VALUES 8
 #define TOML_ENABLE_FORMATTERS 0
-// The parser asserts, and in a build without assertions assumes, things that a malformed text does not keep to. Here
-// such a text is refused like any other, in every build.
+/* The parser asserts things that do not hold for a malformed text, and in a build without assertions relies on them.
+ * Here such a text is refused like any other, in every build. */
 #undef NDEBUG
 #define TOML_ASSERT(expr) ((expr) ? void() : refuse_malformed())
 [[noreturn]] static void refuse_malformed() {
@@ -32,15 +33,15 @@ constexpr int64_t U32_MAX = 0xFFFFFFFF;
 constexpr size_t CHANGES_MAX = 256;
 constexpr size_t FAULTS_MAX = 64;
 
-// The start of a ramp until the time of its change is known.
+/* Stands for the start of a ramp until the time of its change is known. */
 constexpr uint64_t RAMP_STARTS_HERE = UINT64_MAX;
 
-// Keeps the refusal that stands first in the file.
+/* The state of reading. Of several refusals it keeps the one that stands first in the file. */
 struct reader {
     size_t line = SIZE_MAX;
     std::string reason;
     size_t refusals = 0;
-    std::string_view key; // whose value is read
+    std::string_view key; /* the key whose value is being read */
     bool in_change = false;
 };
 
@@ -64,18 +65,18 @@ std::string printable(std::string_view name) {
     return out;
 }
 
-// A value that is not right for its key.
+/* Refuses a value that is not right for its key. */
 void refuse_value(reader &r, const toml::node &node, const std::string &reason) {
     refuse(r, line_of(node), r.key.empty() ? reason : std::string(r.key) + ": " + reason);
 }
 
-// One key of a table of the file and what it sets in T.
+/* A key of a table in the file, and the function that reads its value into T. */
 template <typename T> struct key {
     const char *name;
     void (*read)(reader &r, const toml::node &node, T &out);
 };
 
-// Reads a table by its keys; a key that is not among them is refused.
+/* Reads a table by its keys; a key that is not among them is refused. */
 template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
     const toml::table *table = node.as_table();
     if (table == nullptr) {
@@ -105,7 +106,7 @@ template <typename T> void read_integer(reader &r, const toml::node &node, int64
     out = static_cast<T>(value->get());
 }
 
-// A measured value: a number or, in a change, a ramp. Where a ramp starts is not known here.
+/* A measured value: a number or, in a change, a ramp. The start of a ramp is filled in later (start_ramp). */
 void read_value(reader &r, const toml::node &node, int64_t min, int64_t max, scenario_value &out) {
     const toml::table *ramp = node.as_table();
     if (ramp == nullptr) {
@@ -140,7 +141,7 @@ void read_bool(reader &r, const toml::node &node, bool &out) {
     out = value->get();
 }
 
-// A 64-bit identity: an integer, or hexadecimal digits in a string for what an integer cannot hold.
+/* A 64-bit identity: an integer, or hexadecimal digits in a string for what an integer cannot hold. */
 void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     const auto *text = node.as_string();
     if (text == nullptr) {
@@ -154,7 +155,7 @@ void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     }
 }
 
-// One of the words; out is the place of the word, counted from first.
+/* Reads one of the words: the first of them gives the value `first`, the next first + 1, and so on. */
 template <typename T>
 void read_word(reader &r, const toml::node &node, std::span<const char *const> words, int first, T &out) {
     const auto *value = node.as_string();
@@ -170,7 +171,7 @@ void read_word(reader &r, const toml::node &node, std::span<const char *const> w
     refuse_value(r, node, reason);
 }
 
-// The list in node, or null when it is not one of at most max elements.
+/* The list in node. Refuses anything else, and a list of more than max elements, and returns null then. */
 const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     const toml::array *list = node.as_array();
     if (list == nullptr) {
@@ -182,8 +183,8 @@ const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     return list;
 }
 
-// What a key of the table of T's keys does with its value, for the kinds of member there are. A member that is
-// optional comes into being, unless it is there already.
+/* Functions for the table of T's keys, one for each kind of member: each reads the value into the member MEMBER. An
+ * optional member that is absent comes into being. */
 
 template <typename V> V &member(V &value) {
     return value;
@@ -214,7 +215,7 @@ template <auto MEMBER, size_t MAX, auto READ, typename T> void list(reader &r, c
     }
 }
 
-// An array of a message, with the member that counts its entries.
+/* Reads a list into an array of a message, and the number of its entries into the member that counts them. */
 template <auto MEMBER, auto COUNT, auto READ, typename T> void counted(reader &r, const toml::node &node, T &out) {
     const toml::array *elements = list_of(r, node, std::size(out.*MEMBER));
     for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
@@ -379,7 +380,7 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
     read_table<T>(r, node, KEYS, out);
 }
 
-// The ramps of a change start when it comes, from where the value was then.
+/* A ramp starts at the time of its change, from the value that the states before it give at that time. */
 void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
     if (value.from_ms == RAMP_STARTS_HERE) {
         value.from = scenario_value_at(before, at_ms);
@@ -393,7 +394,7 @@ template <typename T> void start_ramps(T &cell, const T &before, uint64_t at_ms)
     start_ramp(cell.snr, before.snr, at_ms);
 }
 
-// A change starts from the state before it, so that it needs to name only what is new.
+/* A change names only what is new: it is read into a copy of the state before it. */
 void read_changes(reader &r, const toml::node &node, std::vector<scenario_state> &states) {
     using T = scenario_state;
     static constexpr key<T> KEYS[] = {
@@ -422,7 +423,7 @@ bool in_service(zeb_message_type type, uint32_t id) {
                        [=](const zeb_message &message) { return message.type == type && message.id == id; });
 }
 
-// What is wrong with a fault whose keys are all right by themselves, or null.
+/* Why a fault is refused whose keys are each right by themselves, or null. */
 const char *fault_reason(const toml::table &keys, const scenario_fault &fault) {
     const bool request = fault.moment == fault_moment::REQUEST;
     const bool indication = fault.moment == fault_moment::INDICATION;
@@ -512,7 +513,7 @@ bool plain(std::string_view line) {
                        [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; });
 }
 
-// What toml++ must not see: it is not safe with texts of any depth, nor with characters beyond ASCII.
+/* Refuses what toml++ is not safe with: texts of any depth, and characters beyond ASCII. */
 void check_lines(reader &r, std::string_view text) {
     size_t line = 1;
     if (text.size() > TEXT_MAX) {
@@ -551,15 +552,6 @@ bool scenario_read(const char *file, scenario &out, std::string &error) {
         return false;
     }
     return scenario_parse(text, file, out, error);
-}
-
-int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms) {
-    if (round_ms <= value.from_ms) {
-        return value.over_ms == 0 ? value.to : value.from;
-    }
-    const auto passed = static_cast<int64_t>(std::min<uint64_t>(round_ms - value.from_ms, value.over_ms));
-    const int64_t way = int64_t{value.to} - value.from;
-    return value.over_ms == 0 ? value.to : static_cast<int32_t>(value.from + way * passed / value.over_ms);
 }
 
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error) {

@@ -91,7 +91,7 @@ TEST_F(Cmdq, RunsInOrderAndWarnsOfALongQueue) {
         EXPECT_EQ(fake_log(), i == 102 ? "I Command queue exceeds configured maximum! 101 > 100\n\n" : "");
     }
     go.release();
-    ASSERT_TRUE(fault_settle(5000));
+    ASSERT_TRUE(fault_settle());
     ASSERT_EQ(events.size(), 206U);
     for (size_t i = 0; i < 103; i++) {
         EXPECT_EQ(events[2 * i], "x" + std::to_string(i));
@@ -129,15 +129,15 @@ TEST_F(Cmdq, FlushReleasesWhatIsQueuedAndGoesOn) {
     EXPECT_EQ(queue->count, 0);
     cpe_dm_cmdq_enq(queue, command(3));
     go.release();
-    ASSERT_TRUE(fault_settle(5000));
+    ASSERT_TRUE(fault_settle());
     EXPECT_EQ(joined(), "x0 f0 x3 f3 ");
 }
 
 TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
-    ASSERT_TRUE(fault_settle(5000));
+    ASSERT_TRUE(fault_settle());
     pthread_cond_signal(&queue->cond);
     cpe_dm_cmdq_enq(queue, command(1));
-    ASSERT_TRUE(fault_settle(5000));
+    ASSERT_TRUE(fault_settle());
     EXPECT_EQ(joined(), "x1 f1 ");
 }
 
@@ -147,7 +147,7 @@ TEST_F(Cmdq, TheThreadEndsOnAnError) {
     cpe_dm_cmdq_enq(queue, command(1));
     cmds[1].execute_f = nullptr;
     go.release();
-    ASSERT_TRUE(fault_settle(5000));
+    ASSERT_TRUE(fault_settle());
     EXPECT_EQ(fake_log(), "E cpe_dm_cmdthrd_main: NULL for cmd->execute_f\n");
     EXPECT_EQ(cpe_dm_cmdq_enq(queue, command(2)), 0);
     EXPECT_EQ(cpe_dm_cmdq_deinit(queue), 0);
@@ -157,13 +157,13 @@ TEST_F(Cmdq, TheThreadEndsOnAnError) {
 /* A stop that the thread may not see is taken back, whatever failed, and can be asked for again. */
 TEST_F(Cmdq, AStopThatFailsIsTakenBack) {
     for (const char *point : {"pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"}) {
-        ASSERT_TRUE(fault_settle(5000));
+        ASSERT_TRUE(fault_settle());
         fault_arm(point, 1, true);
         EXPECT_EQ(cpe_dm_cmdq_deinit(queue), -1) << point;
         EXPECT_EQ(fault_fired().size(), 2U);
         fault_clear();
         EXPECT_EQ(cpe_dm_cmdq_enq(queue, command(1)), 0);
-        ASSERT_TRUE(fault_settle(5000));
+        ASSERT_TRUE(fault_settle());
         EXPECT_EQ(joined(), "x1 f1 ");
     }
 }

@@ -1,13 +1,16 @@
 /* Plays the session of one subject, the program's argument, from its standard input (the table at the end has the lines
- * there are), with the module on the scripted platform, and prints what can
- * be seen of it. The line of an operation has its status, the values it gave, the messages it sent, and how many info
- * (I) and error (E) lines it logged; operations in a row of which all that is the same share one. Below it stand the
- * events delivered, and the requests and log lines that were not printed before. */
+ * there are), with the module on the scripted platform, and prints what can be seen of it. The line of an operation has
+ * its status, the values it gave behind "=", the messages it sent behind "->", and how many info (I) and error (E)
+ * lines it logged; operations in a row that have all of these in common share one line. Below it stand the events
+ * delivered, and the requests and log lines that were not printed before. A request has the sizes of message and
+ * response, its timeout, and the fields that are not 0. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
+#include "names.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -38,26 +41,59 @@ static void heading(const char *text) {
     printf("%s", quiet ? "" : (std::string(text) + "\n").c_str());
 }
 
-static std::string text_of(const fake_request &request) {
-    char head[80];
-    snprintf(head, sizeof(head), "-> 0x%04X %zu/%u %u ms", request.msg_id, request.bytes.size(), request.resp_len,
-             request.timeout_ms);
-    std::string text = head;
+/* A field of a request: where it is, and how long. */
+struct field {
+    const char *name;
+    size_t offset, size;
+};
+
+#define FIELD(request, field)                                                                                          \
+    { #field, offsetof(request, field), sizeof(request().field) }
+#define THRESHOLD(field) FIELD(thresholds, field.valid), FIELD(thresholds, field.delta)
+
+using registering = zeb_nas_indication_register_req;
+using thresholds = zeb_nas_config_sig_info_req;
+using scan_req = zeb_nas_incremental_scan_req;
+
+static const std::map<uint32_t, std::vector<field>> fields = {
+    {ZEB_NAS_INDICATION_REGISTER,
+     {FIELD(registering, sys_info_valid), FIELD(registering, sys_info), FIELD(registering, sig_info_valid),
+      FIELD(registering, sig_info)}},
+    {ZEB_NAS_CONFIG_SIG_INFO,
+     {THRESHOLD(lte_rsrp), THRESHOLD(lte_rsrq), THRESHOLD(lte_snr), THRESHOLD(nr5g_rsrp), THRESHOLD(nr5g_rsrq),
+      THRESHOLD(nr5g_snr)}},
+    {ZEB_NAS_GET_TX_RX_INFO, {FIELD(zeb_nas_tx_rx_info_req, radio_if)}},
+    {ZEB_NAS_GET_CQI_INFO, {FIELD(zeb_nas_cqi_info_req, technology_valid), FIELD(zeb_nas_cqi_info_req, technology)}},
+    {ZEB_NAS_PERFORM_INCREMENTAL_SCAN,
+     {FIELD(scan_req, network_type_valid), FIELD(scan_req, network_type), FIELD(scan_req, scan_type_valid),
+      FIELD(scan_req, scan_type)}},
+};
+
+/* Each byte that is not 0 shows: in its field, or by its place where it is in none. */
+static std::string text_of(fake_request request) {
+    std::string text = "-> " + message_word(request.msg_id) + " " + std::to_string(request.bytes.size()) + "/" +
+                       std::to_string(request.resp_len) + " bytes, " + std::to_string(request.timeout_ms) + " ms";
+    const auto found = fields.find(request.msg_id);
+    for (const field &field : found != fields.end() ? found->second : std::vector<struct field>()) {
+        uint64_t value = 0;
+        memcpy(&value, &request.bytes.at(field.offset), field.size);
+        std::fill_n(&request.bytes[field.offset], field.size, 0);
+        text += value != 0 ? std::string(" ") + field.name + " " + std::to_string(value) : "";
+    }
     for (size_t i = 0; i < request.bytes.size(); i++) {
-        text += request.bytes[i] != 0 ? " " + std::to_string(i) + ":" + std::to_string(request.bytes[i]) : "";
+        text += request.bytes[i] != 0 ? " BYTE " + std::to_string(i) + ":" + std::to_string(request.bytes[i]) : "";
     }
     return text;
 }
 
-/* Shows what happened since the last call. */
-static void show(const std::string &title, int32_t status, const std::string &values = "") {
+/* Shows what happened since the last call: the line's result, and what came with it. */
+static void show(const std::string &title, const std::string &result) {
     static std::set<std::string> seen;
-    std::string line = std::to_string(status) + values, below = std::exchange(events, {});
+    std::string line = result, below = std::exchange(events, {});
     const auto add = [&below](const std::string &text) { below += seen.insert(text).second ? "  " + text + "\n" : ""; };
     for (const fake_request &request : fake_requests()) {
-        const std::string text = text_of(request);
-        line += " " + text.substr(0, 9);
-        add(text);
+        line += " -> " + message_word(request.msg_id);
+        add(text_of(request));
     }
     int count[2] = {};
     std::istringstream log(fake_log());
@@ -83,89 +119,115 @@ template <typename... Numbers> static std::string words(const char *first, Numbe
     return text;
 }
 
+/* A number of a caller's record, which is filled with sevens before the module gets it. */
+template <typename T> static std::string kept_or(T number) {
+    T sevens;
+    memset(&sevens, 7, sizeof(sevens));
+    return number == sevens ? "kept" : std::to_string(number);
+}
+
 /* A list of which len entries hold: their number, all of them or, of a long one, the first and the last. */
-template <typename T, size_t N, typename Text> static std::string list_of(const T (&list)[N], uint32_t len, Text text) {
-    std::string result = " " + std::to_string(len) + " {";
+template <typename T, size_t N, typename Text>
+static std::string list_of(const T (&list)[N], uint32_t len, Text text, size_t longest = 3) {
+    std::string result = kept_or(len) + " {";
     const size_t end = std::min<size_t>(len, N);
     for (size_t i = 0; i < end; i++) {
-        const bool left_out = end > 3 && i > 0 && i < end - 1;
+        const bool left_out = end > longest && i > 0 && i < end - 1;
         result += left_out ? (i == 1 ? "; ..." : "") : (i == 0 ? "" : "; ") + text(list[i]);
     }
     return result + "}";
 }
 
-static std::string text_of_number(int64_t number) {
-    return std::to_string(number);
+/* What is there by its flag shows. What is not shows only where it is not zero, as it should be. */
+static std::string flagged(const char *name, uint8_t valid, const std::string &text) {
+    if (valid == 0 && (text == "0" || text == "0 {}")) {
+        return "";
+    }
+    return std::string(" ") + name + (valid == 1 ? " " : " VALID " + std::to_string(valid) + " ") + text;
+}
+
+static std::string flagged(const char *name, uint8_t valid, int64_t number) {
+    return flagged(name, valid, std::to_string(number));
 }
 
 template <typename Cqi> static std::string text_of_cqi(const Cqi &cqi) {
-    return words("cqi", cqi.cc_cqi_valid) + list_of(cqi.cc_cqi, cqi.cc_cqi_len, [](const cpe_dm_cw_cqi &cc) {
-               return words("", cc.cw_cqi_len, cc.cw_cqi[0], cc.cw_cqi[1], cc.cw_cqi[2], cc.cw_cqi[3]);
-           });
+    return "cqi_info" + flagged("cc_cqi", cqi.cc_cqi_valid, list_of(cqi.cc_cqi, cqi.cc_cqi_len, [](const auto &cc) {
+                                    return words("", cc.cw_cqi_len) +
+                                           words(" of", cc.cw_cqi[0], cc.cw_cqi[1], cc.cw_cqi[2], cc.cw_cqi[3]);
+                                }));
 }
 
 static std::string text_of(const cpe_dm_nr5g_cell_lock_list &locks) {
-    return words("lock", locks.cell_identity_valid, locks.pci, locks.arfcn, locks.arfcn_identity_valid) +
-           list_of(locks.arfcn_list, locks.arfcn_list_len, text_of_number) + words(" last", locks.arfcn_list[31]);
+    return "cell_identity_valid " + kept_or(locks.cell_identity_valid) + " pci " + kept_or(locks.pci) + " arfcn " +
+           kept_or(locks.arfcn) + " arfcn_identity_valid " + kept_or(locks.arfcn_identity_valid) + " arfcn_list " +
+           list_of(locks.arfcn_list, locks.arfcn_list_len, kept_or<uint32_t>) + " last " +
+           kept_or(locks.arfcn_list[31]);
+}
+
+static std::string text_of(const cpe_dm_lte_cell_lock &lock) {
+    return "pci " + kept_or(lock.pci) + " freq " + kept_or(lock.freq);
 }
 
 static std::string text_of(const cpe_dm_lte_cell_lock_list &locks) {
-    return words("lock", locks.lte_cell_list_valid) +
-           list_of(locks.lte_cell_list, locks.lte_cell_list_len,
-                   [](const cpe_dm_lte_cell_lock &lock) { return words("", lock.pci, lock.freq); }) +
-           words(" last", locks.lte_cell_list[59].pci, locks.lte_cell_list[59].freq);
+    return "lte_cell_list_valid " + kept_or(locks.lte_cell_list_valid) + " lte_cell_list " +
+           list_of(locks.lte_cell_list, locks.lte_cell_list_len, [](const auto &lock) { return text_of(lock); }) +
+           " last " + text_of(locks.lte_cell_list[59]);
 }
 
 /* With a mark when the byte behind the last field is not 0. */
 template <typename Nbr> static std::string text_of_plmns(const Nbr &nbr) {
-    return list_of(nbr.plmn, nbr.plmn_len, [](const cpe_dm_plmn &plmn) {
-        const bool clean = reinterpret_cast<const uint8_t *>(&plmn)[sizeof(plmn) - 1] == 0;
-        return words(clean ? "" : "UNCLEAN", plmn.plmn_mcc, plmn.plmn_mnc, plmn.plmn_mnc_includes_pcs_digit);
-    });
+    return flagged("plmn", nbr.plmn_valid, list_of(nbr.plmn, nbr.plmn_len, [](const cpe_dm_plmn &plmn) {
+                       const bool clean = reinterpret_cast<const uint8_t *>(&plmn)[sizeof(plmn) - 1] == 0;
+                       return words(clean ? "mcc" : "UNCLEAN mcc", plmn.plmn_mcc) + words(" mnc", plmn.plmn_mnc) +
+                              words(" pcs", plmn.plmn_mnc_includes_pcs_digit);
+                   }));
 }
 
 static std::string text_of(const cpe_dm_lte_nbr_info &info) {
-    return words("best", info.highest_sig_valid, info.highest_sig_earfcn, info.highest_sig_pci,
-                 info.highest_sig_rsrp_valid, info.highest_sig_rsrp, info.highest_sig_rsrq_valid,
-                 info.highest_sig_rsrq) +
-           words(" nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_lte_nbr &nbr) {
-               return words("", nbr.earfcn, nbr.pci) + words(" cgi", nbr.cgi_valid, nbr.cgi) +
-                      words(" plmn", nbr.plmn_valid) + text_of_plmns(nbr);
-           });
+    const auto text = [](const cpe_dm_lte_nbr &nbr) {
+        return words("earfcn", nbr.earfcn) + words(" pci", nbr.pci) + flagged("cgi", nbr.cgi_valid, nbr.cgi) +
+               text_of_plmns(nbr);
+    };
+    return flagged("highest earfcn", info.highest_sig_valid, info.highest_sig_earfcn) +
+           flagged("pci", info.highest_sig_valid, info.highest_sig_pci) +
+           flagged("rsrp", info.highest_sig_rsrp_valid, info.highest_sig_rsrp) +
+           flagged("rsrq", info.highest_sig_rsrq_valid, info.highest_sig_rsrq) +
+           flagged("nbr", info.nbr_valid, list_of(info.nbr, info.nbr_len, text));
 }
 
 static std::string text_of(const cpe_dm_nr5g_nbr_info &info) {
-    return words("nbr", info.nbr_valid) + list_of(info.nbr, info.nbr_len, [](const cpe_dm_nr5g_nbr &nbr) {
-               return words("", nbr.earfcn, nbr.pci) + words(" rsrp", nbr.rsrp_valid, nbr.rsrp) +
-                      words(" cgi", nbr.cgi_valid) +
-                      list_of(nbr.cgi, nbr.cgi_len, [](uint64_t cgi) { return std::to_string(cgi); }) +
-                      words(" plmn", nbr.plmn_valid) + text_of_plmns(nbr);
-           });
+    const auto text = [](const cpe_dm_nr5g_nbr &nbr) {
+        const auto text_of_cgi = [](uint64_t cgi) { return std::to_string(cgi); };
+        return words("earfcn", nbr.earfcn) + words(" pci", nbr.pci) + flagged("rsrp", nbr.rsrp_valid, nbr.rsrp) +
+               flagged("cgi", nbr.cgi_valid, list_of(nbr.cgi, nbr.cgi_len, text_of_cgi)) + text_of_plmns(nbr);
+    };
+    return flagged("nbr", info.nbr_valid, list_of(info.nbr, info.nbr_len, text));
 }
 
-/* The value of a record, behind the number of its type. */
+/* The value of a record, in the form of its type. */
 static std::string value_of(const cpe_dm_info &info) {
-    const std::string type = " (" + std::to_string(info.value_type) + ") ";
     switch (info.value_type) {
+    case CPE_DM_VALUE_NONE:
+        return "no value";
     case CPE_DM_VALUE_INT64:
-        return type + words("", info.value.i64_val);
+        return std::to_string(info.value.i64_val);
     case CPE_DM_VALUE_UINT32:
-        return type + words("", info.value.u32_val);
+        return reg_status_word(info.value.u32_val);
     case CPE_DM_VALUE_INT64_LIST:
-        return type + list_of(info.value.i64_list, info.value_cnt, text_of_number);
+        return list_of(info.value.i64_list, info.value_cnt, [](int64_t number) { return std::to_string(number); });
     case CPE_DM_VALUE_CQI_INFO:
-        return type + (info.id == CPE_DM_METRIC_LTE_CQI
-                           ? text_of_cqi(*static_cast<const cpe_dm_lte_cqi_info *>(info.value.cqi_info))
-                           : text_of_cqi(*static_cast<const cpe_dm_nr5g_cqi_info *>(info.value.cqi_info)));
+        return info.id == CPE_DM_METRIC_LTE_CQI
+                   ? text_of_cqi(*static_cast<const cpe_dm_lte_cqi_info *>(info.value.cqi_info))
+                   : text_of_cqi(*static_cast<const cpe_dm_nr5g_cqi_info *>(info.value.cqi_info));
     case CPE_DM_VALUE_CELL_LOCK_LIST:
-        return type + (info.id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? text_of(*info.value.lte_cell_lock_list)
-                                                                   : text_of(*info.value.nr5g_cell_lock_list));
+        return info.id == CPE_DM_METRIC_LTE_CELL_LOCK_LIST ? text_of(*info.value.lte_cell_lock_list)
+                                                           : text_of(*info.value.nr5g_cell_lock_list);
     case CPE_DM_VALUE_LTE_NBR_INFO:
-        return type + text_of(*info.value.lte_nbr_info);
+        return "lte_nbr_info" + text_of(*info.value.lte_nbr_info);
     case CPE_DM_VALUE_NR5G_NBR_INFO:
-        return type + text_of(*info.value.nr5g_nbr_info);
+        return "nr5g_nbr_info" + text_of(*info.value.nr5g_nbr_info);
     default:
-        return type;
+        return words("value type", info.value_type);
     }
 }
 
@@ -173,7 +235,7 @@ static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
     // What the module would copy of its stack unwritten is then seen in the next event.
     volatile char stack[8192];
     std::fill(std::begin(stack), std::end(stack), 'x');
-    events += words("  event", info->info_type, info->id) + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
+    events += "  " + event_name(*info) + " " + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO || info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
         free(info->value.lte_nbr_info);
     }
@@ -182,7 +244,7 @@ static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
 
 using numbers = std::vector<int64_t>;
 
-static uint32_t u32(int64_t number) {
+template <typename Number> static uint32_t u32(Number number) {
     return static_cast<uint32_t>(number);
 }
 
@@ -206,16 +268,16 @@ static void get(const std::string &line, const numbers &ids) {
     const int32_t status = infos.size() == 1
                                ? cpe_dm_get_info(handle, infos.data())
                                : cpe_dm_get_info_list(handle, infos.data(), static_cast<int32_t>(infos.size()));
-    std::string values;
+    std::string result = status_word(status);
     for (const cpe_dm_info &info : infos) {
-        values += info.value_type != CPE_DM_VALUE_NONE ? value_of(info) : "";
+        result += info.value_type != CPE_DM_VALUE_NONE ? " = " + value_of(info) : "";
     }
-    show(line, status, values);
+    show(line, result);
 }
 
 static void get_each(const std::string &, const numbers &ids) {
     for (int64_t id : ids) {
-        get(words("get", id), {id});
+        get("get " + metric_word(u32(id)), {id});
     }
 }
 
@@ -223,7 +285,7 @@ static void get_each(const std::string &, const numbers &ids) {
 static void get_all(const std::string &, const numbers &) {
     for (int64_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         if (id < CPE_DM_METRIC_LTE_NBR_EARFCN || id > CPE_DM_METRIC_LTE_NBR_RSRQ) {
-            get(words("get", id), {id});
+            get("get " + metric_word(u32(id)), {id});
         }
     }
 }
@@ -235,25 +297,25 @@ static void set(const std::string &line, const numbers &args) {
         info.value_type = CPE_DM_VALUE_INT64;
         info.value.i64_val = args[1];
     }
-    show(line, cpe_dm_set_ind_info(handle, &info));
+    show(line, status_word(cpe_dm_set_ind_info(handle, &info)));
 }
 
 static void clear(const std::string &line, const numbers &args) {
     const std::vector<int32_t> ids(args.begin(), args.end());
-    show(line, cpe_dm_clr_ind_list(handle, ids.data(), static_cast<uint32_t>(ids.size())));
+    show(line, status_word(cpe_dm_clr_ind_list(handle, ids.data(), u32(args.size()))));
 }
 
 static void count(const std::string &line, const numbers &) {
     uint32_t number = 77;
     const int32_t status = cpe_dm_get_ind_cnt(handle, &number);
-    show(line, status, words(" =", number));
+    show(line, status_word(status) + words(" =", number));
 }
 
 static void list(const std::string &line, const numbers &args) {
     uint32_t ids[7];
     std::fill_n(ids, 7, 77);
     const int32_t status = cpe_dm_get_ind_list(handle, ids, u32(args[0]));
-    show(line, status, " =" + list_of(ids, u32(args[0]), text_of_number));
+    show(line, status_word(status) + " = " + list_of(ids, u32(args[0]), ind_word, std::size(ids)));
 }
 
 static zeb_nas_cell_location_info_resp cell_location(bool serving_valid, bool arfcn_valid) {
@@ -302,13 +364,14 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-/* Every list as long as len says, whatever its room. */
+/* Every list as long as len says, whatever its room; beside a list of LTE that of NR 5G is shorter. */
 static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
     scan.scan_status = status;
     scan.lte_valid = lte_valid;
     scan.nr5g_valid = 1;
-    scan.lte.nbr_len = scan.nr5g.nbr_len = len;
+    scan.lte.nbr_len = len;
+    scan.nr5g.nbr_len = lte_valid ? len / 2 : len;
     scan.lte.highest_sig_rsrp = -88;
     scan.lte.highest_sig_rsrq = -9;
     for (uint16_t i = 0; i < ZEB_NAS_LTE_NBR_MAX; i++) {
@@ -336,15 +399,14 @@ static zeb_nas_sys_info_resp sys_info(const numbers &args) {
 
 template <typename T> static void indicate(const std::string &line, uint32_t msg_id, const T &message) {
     const bool delivered = fake_indicate(msg_id, message);
-    if (!fault_settle(2000)) {
+    if (!fault_settle()) {
         printf("!! the command thread does not come to rest\n");
     }
-    show(line, delivered);
+    show(line, delivered ? "delivered" : "nobody there");
 }
 
-/* With 1, everything is reported; with 0, nothing is. */
-static void set_answers(const std::string &, const numbers &args) {
-    const bool full = args[0] != 0;
+/* Everything is reported, or nothing is. */
+static void set_answers(bool full) {
     const zeb_nas_tx_rx_info_resp tx = {{}, 1, INT32_MIN, {}};
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
     fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location(true, true) : zeb_nas_cell_location_info_resp{});
@@ -402,80 +464,121 @@ static void end_of_hook(const std::string &, const numbers &) {
     cpe_dm_state.nr5g_scan_request = 0;
 }
 
-/* The lines of a session: the module's operations, what the modem indicates, and what it answers from then on. */
-static const std::map<std::string, std::function<void(const std::string &line, const numbers &args)>> commands = {
-    {"get", get},
-    {"each", get_each},
-    {"all", get_all},
-    {"set", set},
-    {"clear", clear},
-    {"count", count},
-    {"list", list},
-    {"notify", [](auto &line, auto &args) { show(line, fake_notify(static_cast<int32_t>(args[0]))); }},
-    {"system", [](auto &line, auto &args) { indicate(line, ZEB_NAS_SYS_INFO_IND, sys_info(args).info); }},
-    {"signal",
-     [](auto &line, auto &args) {
-         indicate(line, ZEB_NAS_SIG_INFO_IND,
-                  args.empty() ? zeb_nas_sig_info{} : sig_info(static_cast<int16_t>(args[0])));
-     }},
-    {"signal_in_part", signal_in_part},
-    {"scan",
-     [](auto &line, auto &args) {
-         indicate(line, ZEB_NAS_SCAN_RESULT_IND,
-                  scan_result(u32(args[0]), args[1] != 0, args.size() > 2 ? u32(args[2]) : 0));
-     }},
-    {"damaged", [](auto &line, auto &args) { indicate(line, u32(args[0]), uint32_t{1}); }},
-    {"answers", set_answers},
-    {"counts", set_counts},
-    {"answer_system", [](auto &, auto &args) { fake_default(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
-    {"answer_system_once", [](auto &, auto &args) { fake_answer(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }},
-    {"answer_cells",
-     [](auto &, auto &args) {
-         fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(args[0] != 0, args[1] != 0));
-     }},
-    {"answer_one_lock", [](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }},
-    {"answer_no_power", [](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }},
-    {"answer_without_rsrq", answer_without_rsrq},
-    {"refuse",
-     [](auto &, auto &args) {
-         fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});
-     }},
-    {"lose", [](auto &, auto &args) { fake_answer(u32(args[0]), zeb_nas_empty_resp{}, -8); }},
-    {"change_on_cqi", change_on_cqi},
-    {"scan_on_signal", scan_on_signal},
-    {"end_of_hook", end_of_hook},
+static std::string scan_word(uint32_t lte_valid) {
+    return lte_valid == 1 ? "both" : "nr5g";
+}
+
+/* One kind of line: what it does, and which words its numbers may be written as. */
+struct command {
+    std::function<void(const std::string &line, const numbers &args)> play;
+    std::string (*word)(uint32_t number) = nullptr;
 };
 
-static void play(const std::string &line) {
+/* The lines of a session: the module's operations, what the modem indicates, and what it answers from then on. */
+static const std::map<std::string, command> commands = {
+    {"get", {get, metric_word}},
+    {"each", {get_each, metric_word}},
+    {"all", {get_all}},
+    {"set", {set, ind_word}},
+    {"clear", {clear, ind_word}},
+    {"count", {count}},
+    {"list", {list}},
+    {"notify", {[](auto &line, auto &args) {
+         show(line, fake_notify(static_cast<int32_t>(args[0])) ? "delivered" : "nobody there");
+     }}},
+    {"system",
+     {[](auto &line, auto &args) { indicate(line, ZEB_NAS_SYS_INFO_IND, sys_info(args).info); }, srv_status_word}},
+    {"signal", {[](auto &line, auto &args) {
+         indicate(line, ZEB_NAS_SIG_INFO_IND,
+                  args.empty() ? zeb_nas_sig_info{} : sig_info(static_cast<int16_t>(args[0])));
+     }}},
+    {"signal_in_part", {signal_in_part}},
+    {"scan",
+     {[](auto &line, auto &args) {
+          indicate(line, ZEB_NAS_SCAN_RESULT_IND,
+                   scan_result(u32(args[0]), args[1] != 0, args.size() > 2 ? u32(args[2]) : 0));
+      },
+      scan_word}},
+    {"damaged", {[](auto &line, auto &args) { indicate(line, u32(args[0]), uint32_t{1}); }, message_word}},
+    {"answer_everything", {[](auto &, auto &) { set_answers(true); }}},
+    {"answer_nothing", {[](auto &, auto &) { set_answers(false); }}},
+    {"counts", {set_counts}},
+    {"answer_system",
+     {[](auto &, auto &args) { fake_default(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }, srv_status_word}},
+    {"answer_system_once",
+     {[](auto &, auto &args) { fake_answer(ZEB_NAS_GET_SYS_INFO, sys_info(args)); }, srv_status_word}},
+    {"answer_cell_without_arfcn",
+     {[](auto &, auto &) { fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(true, false)); }}},
+    {"answer_arfcn_without_cell",
+     {[](auto &, auto &) { fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(false, true)); }}},
+    {"answer_one_lock", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }}},
+    {"answer_no_power", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }}},
+    {"answer_without_rsrq", {answer_without_rsrq}},
+    {"refuse",
+     {[](auto &, auto &args) {
+          fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});
+      },
+      message_word}},
+    {"lose", {[](auto &, auto &args) { fake_answer(u32(args[0]), zeb_nas_empty_resp{}, -8); }, message_word}},
+    {"change_on_cqi", {change_on_cqi, srv_status_word}},
+    {"scan_on_signal", {scan_on_signal}},
+    {"end_of_hook", {end_of_hook}},
+};
+
+[[noreturn]] static void refuse_word(int line_number, const std::string &word) {
+    fprintf(stderr, "dm_session: line %d: unknown word: %s\n", line_number, word.c_str());
+    exit(EXIT_FAILURE);
+}
+
+/* A number as it stands, or one that has this word. */
+static int64_t number_of(int line_number, const std::string &text, const command &command) {
+    char *end = nullptr;
+    const int64_t number = strtoll(text.c_str(), &end, 0);
+    if (*end == '\0') {
+        return number;
+    }
+    for (uint32_t id = 0; command.word != nullptr && id < 1000; id++) {
+        if (command.word(id) == text) {
+            return id;
+        }
+    }
+    refuse_word(line_number, text);
+}
+
+static void play(int line_number, const std::string &line) {
     std::istringstream words(line);
     std::string name;
     numbers args;
     words >> name;
-    for (std::string word; words >> word;) {
-        args.push_back(std::stoll(word, nullptr, 0));
+    const auto found = commands.find(name);
+    if (found == commands.end()) {
+        refuse_word(line_number, name);
     }
-    commands.at(name)(line, args);
+    for (std::string word; words >> word;) {
+        args.push_back(number_of(line_number, word, found->second));
+    }
+    found->second.play(line, args);
 }
 
 int main(int argc, char **argv) {
     const std::string subject = argc == 2 ? argv[1] : "";
     fake_services(12, 2);
-    play("answers 1");
+    set_answers(true);
     quiet = subject != "start";
-    show("init", cpe_dm_init(&handle, &handle, on_event));
+    show("init", status_word(cpe_dm_init(&handle, &handle, on_event)));
     if (subject != "start" && subject != "queries") {
-        play("all");
+        get_all("", {});
     }
     print_pending();
     quiet = false;
     char line[200];
-    while (fgets(line, sizeof(line), stdin) != nullptr) {
+    for (int number = 1; fgets(line, sizeof(line), stdin) != nullptr; number++) {
         line[strcspn(line, "\n")] = '\0';
-        line[0] == '#' ? heading(line) : play(line);
+        line[0] == '#' ? heading(line) : play(number, line);
     }
     print_pending();
     quiet = subject != "start";
-    show("deinit", cpe_dm_deinit(handle));
+    show("deinit", status_word(cpe_dm_deinit(handle)));
     print_pending();
     const bool clean = cpe_dm_deinit(handle) == CPE_DM_ERR_INVALID_PARAM && fault_live_allocations() == 0;
     return clean && fake_clients() == 0 ? EXIT_SUCCESS : EXIT_FAILURE;

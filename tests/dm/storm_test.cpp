@@ -101,7 +101,7 @@ TEST(Storm, EverythingAtOnce) {
     for (std::thread &thread : threads) {
         thread.join();
     }
-    EXPECT_GT(callbacks, 1000);
+    EXPECT_GT(callbacks, 100); // some ten thousand on a quiet machine
     EXPECT_EQ(out_of_order, 0);
     EXPECT_EQ(fault_live_allocations(), 0U);
     EXPECT_EQ(fake_clients(), 0);

@@ -4,7 +4,7 @@
 #include "cpe_dm_client_callback.h"
 #include "cpe_dm_interface.h"
 #include "cpe_dm_zeb_nas.h"
-#include "zeb_service.h"
+#include "zeb_wire.h"
 
 #include <atomic>
 #include <cstdio>
@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
 /* Everything that the user can have asked for, so that every field of a message counts. */
 static void ask_for_all(bool lte_scan) {
     cpe_dm_guard guard;
-    cpe_dm_guard_take(guard);
+    cpe_dm_lock_now(guard);
     memset(&cpe_dm_state.lte_scan_request, 1, sizeof(cpe_dm_state) - offsetof(cpe_dm_state_record, lte_scan_request));
     cpe_dm_state.lte_scan_ongoing = lte_scan;
     cpe_dm_state.nr5g_scan_request = 0;

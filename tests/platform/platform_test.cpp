@@ -1,6 +1,6 @@
 // What the module may rely on in the platform, held against the stand-in.
 #include "scenario.h"
-#include "zeb_service.h"
+#include "zeb_wire.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,11 +10,13 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
 #include <sstream>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {

@@ -2,14 +2,17 @@
 #include "recording.h"
 #include "zeb_nas_v01.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -63,7 +66,16 @@ int64_t now_ms() {
 struct heard {
     std::vector<std::pair<uint32_t, int64_t>> messages; // ID, and when it came
     std::string decoded;
+    std::atomic<size_t> count; // of the messages
 };
+
+// Until so many messages have come, and then for as long as one more would take that must not come.
+void wait_for_messages(const heard &h, size_t count) {
+    while (h.count < count) {
+        usleep(1000);
+    }
+    usleep(200000);
+}
 
 void on_ind(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len, void *data) {
     auto &h = *static_cast<heard *>(data);
@@ -71,6 +83,7 @@ void on_ind(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len
     const int32_t status = zeb_client_message_decode(client, ZEB_MESSAGE_INDICATION, id, buf, len, room, 2);
     h.messages.emplace_back(id, now_ms());
     h.decoded += std::to_string(status) + room;
+    h.count++;
 }
 
 zeb_service_object service() {
@@ -165,35 +178,40 @@ TEST(Replay, IndicationsComeAtTheirTimesButNotBeforeWhatCausedThem) {
         {"0", 100, 20, 120, true},      {"10", 0, 30, 1060, false}, // does not come at all: the rest goes on
     };
     for (const auto &c : CASES) {
-        play(INDICATIONS, c.speed, [&c] {
+        const auto meet = [&c] {
             heard h;
             heard h2;
             heard h3;
             zeb_client_handle client = nullptr;
             usleep(50000);
-            ASSERT_EQ(open_client(h, client), 0);
             const int64_t start = now_ms();
+            ASSERT_EQ(open_client(h, client), 0);
             usleep(static_cast<useconds_t>(c.pause_ms) * 1000);
             if (c.asks) {
                 EXPECT_EQ(ask(client, 0x11, 7), "0a");
             }
-            usleep(1500000);
+            wait_for_messages(h, 2);
             EXPECT_EQ(zeb_client_release(client), 0);
             ASSERT_EQ(h.messages.size(), 2U) << c.speed;
             EXPECT_EQ(h.decoded, "-7y-8xx");
-            const int64_t expected[] = {c.first, c.second};
-            for (size_t i = 0; i < 2; i++) {
-                EXPECT_GE(h.messages[i].second - start, expected[i] - 10) << c.speed;
-                EXPECT_LE(h.messages[i].second - start, expected[i] + 200) << c.speed;
-            }
+            const int64_t first = h.messages[0].second - start;
+            const int64_t second = h.messages[1].second - start;
+            EXPECT_TRUE(first >= c.first - 2 && second >= c.second - 2) << c.speed << ": " << first << ", " << second;
+            fprintf(stderr, first > c.first + 200 || second > c.second + 200 ? "late\n" : "");
             zeb_client_handle third = nullptr;
             ASSERT_EQ(open_client(h2, client), 0);
             ASSERT_EQ(open_client(h3, third), 0); // never recorded
-            usleep(400000);
+            wait_for_messages(h2, 1);
             EXPECT_EQ(zeb_client_release(client) + zeb_client_release(third), 0);
             EXPECT_EQ(h2.messages.size(), 1U);
             EXPECT_EQ(h3.messages.size(), 0U);
-        });
+        };
+        // A busy machine makes them late now and then, but not each time.
+        int tries = 0;
+        while (play(INDICATIONS, c.speed, meet).find("late\n") != std::string::npos && tries < 20) {
+            tries++;
+        }
+        EXPECT_LT(tries, 20) << c.speed;
     }
 }
 

@@ -1,38 +1,30 @@
 #!/bin/sh
-# run_program.sh SCENARIO NAME COMMAND...: runs the program against the virtual modem with the lines of NAME.in, of which
-# "wait N TEXT" waits until TEXT stands in N lines of the output. Passes when the program ends with status 0 and its output
-# is NAME.out, as compare.sh compares.
-#
-# The log must be there too, and nothing but lines of the agreed form.
-export ZEB_SCENARIO="$1"
+# run_program.sh SCENARIO NAME COMMAND...: runs the program against the virtual modem with the lines of NAME.in, as
+# console.sh says. Passes when the program ends with status 0, its output is NAME.out, as compare.sh compares, and its log
+# has lines of the agreed form and nothing else. When the lines came too late for the scenario, it is run again with a
+# slower one.
+here=$(dirname "$0")
+# shellcheck source=tests/support/console.sh
+. "$here/../support/console.sh"
+scenario=$1
 name=$2
 shift 2
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
-: >"$dir/out"
+export ZEB_SCENARIO="$dir/scenario" DIAG_LOG="$dir/program.log"
 
-wait_for() {
-    for _ in $(seq 600); do
-        [ "$(grep -c "$2" "$dir/out")" -ge "$1" ] && return
-        sleep 0.05
-    done
-    echo "did not see $1 times: $2" >&2
-}
-
-feed() {
-    while read -r word count text; do
-        case $word in
-        wait) wait_for "$count" "$text" ;;
-        *) echo "$word${count:+ $count}${text:+ $text}" ;;
-        esac
-    done <"$name.in"
-}
-
-export DIAG_LOG="$dir/log"
-feed | "$@" >"$dir/out"
-status=$?
+for times in 1 4 16 64; do
+    slower "$times" "$scenario" >"$ZEB_SCENARIO"
+    rm -f "$dir/program.late" "$DIAG_LOG"
+    : >"$dir/program.out"
+    feed "$name.in" "$dir/program" "$times" | "$@" >"$dir/program.out"
+    status=$?
+    [ -e "$dir/program.late" ] || break
+    echo "too late for the scenario, $times times slower than usual"
+done
+[ ! -e "$dir/program.late" ] || exit 1
 [ "$status" -eq 0 ] || { echo "ended with status $status" && unset CPE_DM_ACCEPT; }
 form='^[0-9TZ:. -]*(info|error) +[0-9]+ +cpe_dm_[a-z_]+\.cpp:[0-9]+ [A-Za-z0-9]'
-grep -vE "$form" "$dir/log" && echo "lines of another form in the log" && status=1
-[ -s "$dir/log" ] || status=1
-"$(dirname "$0")/../support/compare.sh" "$name.out" "$dir/out" && [ "$status" -eq 0 ]
+grep -vE "$form" "$DIAG_LOG" && echo "lines of another form in the log" && status=1
+[ -s "$DIAG_LOG" ] || status=1
+"$here/../support/compare.sh" "$name.out" "$dir/program.out" && [ "$status" -eq 0 ]

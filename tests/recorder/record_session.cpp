@@ -1,6 +1,6 @@
 /* A program with the recorder in front of a platform that answers by rote: by its first argument, what it does. Prints
  * what it sees. */
-#include "record_test.h"
+#include "fault.h"
 #include "zeb_nas_v01.h"
 
 #include <algorithm>
@@ -93,15 +93,14 @@ int play_fault(const std::string &name, int nth, bool onwards) {
     unlink(name.c_str());
     const pid_t child = fork();
     if (child == 0) {
-        record_fault.nth = nth;
-        record_fault.onwards = onwards;
+        fault_arm(nullptr, nth, onwards);
         if (freopen((name + ".out").c_str(), "w", stdout) == nullptr ||
             freopen((name + ".err").c_str(), "w", stderr) == nullptr) {
             _exit(2);
         }
         session();
         fflush(stdout);
-        _exit(record_fault.calls < nth ? 1 : 0);
+        _exit(fault_fired().empty() ? 1 : 0);
     }
     int status = -1;
     waitpid(child, &status, 0);
@@ -172,10 +171,10 @@ void play_end(const std::string &way) {
         dup2(open("/dev/zero", O_WRONLY), 64);
         session();
     } else if (way == "stuck") {
-        record_fault.slow_us = 1500000;
+        fault_slow_writes(1500000);
         std::thread other([] { nas_get_service_object_internal_v01(1, 0, 0); });
         usleep(100000);
-        record_fault.slow_us = 0;
+        fault_slow_writes(0);
         const auto start = std::chrono::steady_clock::now();
         session();
         fprintf(stderr, "zeb_record: calls beside a stuck one %s\n",
@@ -191,7 +190,7 @@ void play_end(const std::string &way) {
 
 int main(int argc, char **argv) {
     const std::string what = argc > 1 ? argv[1] : "session";
-    record_fault.slow_us = what == "slow" ? 150000 : 0;
+    fault_slow_writes(what == "slow" ? 150000 : 0);
     if (what == "faults") {
         play_faults();
     } else if (what == "crowd") {
@@ -203,7 +202,7 @@ int main(int argc, char **argv) {
     }
     if (what == "slow") {
         usleep(600000);
-        printf("calls that wait for a slow disk: %d\n", record_fault.slow_calls.load());
+        printf("calls that wait for a slow disk: %d\n", fault_slow_writes(0));
     }
     return 0;
 }

@@ -3,32 +3,14 @@
 # plays it with that of PLAY, at the speed of life and as fast as it goes. Passes when both plays print and log what was
 # recorded, line by line, but for times, thread numbers and addresses, and count no difference. A client for ARM runs
 # under emulation. Ends with status 77, skipped, when a build is not there.
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(dirname "$0")
+# shellcheck source=tests/support/console.sh
+. "$here/../support/console.sh"
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 for program in "$1/client/cpe_dm_client" "$1/recorder/libzeb_record.so" "$2/client/cpe_dm_client"; do
     [ -e "$program" ] || { echo "not built: $program" && exit 77; }
 done
-
-# wait_for FILE N TEXT: until the text stands in N lines of the file.
-wait_for() {
-    for _ in $(seq 600); do
-        [ "$(grep -c "$3" "$1")" -ge "$2" ] && return
-        sleep 0.05
-    done
-    echo "did not see $2 times: $3" >&2
-}
-
-# Lines "wait N TEXT" wait for the output, "log N TEXT" for the log.
-feed() {
-    while read -r word count text; do
-        case $word in
-        wait) wait_for "$1.out" "$count" "$text" ;;
-        log) wait_for "$1.log" "$count" "$text" ;;
-        *) echo "$word${count:+ $count}${text:+ $text}" ;;
-        esac
-    done <"$here/replay_session.in"
-}
 
 # session NAME BUILD [VARIABLE=VALUE...]: a session with its output in NAME.out, NAME.err and NAME.log.
 session() {
@@ -43,13 +25,15 @@ session() {
         set --
     fi
     : >"$name.out" && : >"$name.log"
-    feed "$name" | env DIAG_LOG="$name.log" "$@" ${emulator:-} "$program" >"$name.out" 2>"$name.err" || exit 1
+    # shellcheck disable=SC2086 # the emulator is some words
+    feed "$here/replay_session.in" "$name" 1 |
+        env DIAG_LOG="$name.log" "$@" ${emulator:-} "$program" >"$name.out" 2>"$name.err" || exit 1
     emulator=
     sed -E 's/^[^ ]+ ([a-z]+) +[0-9]+ /\1 /; s/0x[0-9a-f]{5,}/ADDRESS/g' "$name.log" >"$name.lines"
 }
 
 # Whether everything is in the recording, and the input kept ahead of the scenario's changes.
-complete() {
+is_complete() {
     for text in 'event=1' 'event=0' 'id=0x0085 buf=' 'id=0x0051 status=-6' 'id=0x004e buf=' 'status=-2 timeout' 'status=-8' \
         'resp=[0-9]*:01000000' 'wait timeout'; do
         grep -q "$text" "$dir/recording" || return
@@ -57,15 +41,16 @@ complete() {
     awk '/id=0x0051 buf/ { changed = 1 } /id=0x0133/ && changed { late = 1 } END { exit late }' "$dir/recording"
 }
 
-for _ in 1 2 3 4 5; do
+for times in 1 2 4 8 16; do
     rm -f "$dir/recording"
+    slower $times "$here/replay_session.toml" >"$dir/scenario"
     # What a sanitizer has of its own comes after what is preloaded.
-    session recorded "$1" ZEB_SCENARIO="$here/replay_session.toml" ZEB_RECORD="$dir/recording" \
+    session recorded "$1" ZEB_SCENARIO="$dir/scenario" ZEB_RECORD="$dir/recording" \
         ASAN_OPTIONS="$ASAN_OPTIONS:verify_asan_link_order=0" LD_PRELOAD="$1/recorder/libzeb_record.so"
-    complete && break
-    echo "recorded too slowly for the scenario"
+    is_complete && break
+    echo "recorded too slowly for the scenario, $times times slower than usual"
 done
-complete || exit 1
+is_complete || exit 1
 status=0
 for speed in 1 0; do
     session "played$speed" "$2" ZEB_RECORDING="$dir/recording" ZEB_SPEED=$speed

@@ -1,0 +1,11 @@
+#ifndef ZEB_FILE_H
+#define ZEB_FILE_H
+
+#include <cstddef>
+#include <string>
+
+/* Appends a file's content to text. It stops a little after text has become longer than `enough` bytes, so that a file
+ * of any length can be refused by its length. Returns 0 or an errno value; throws std::bad_alloc, and nothing else. */
+int zeb_read_file(const char *name, size_t enough, std::string &text);
+
+#endif

@@ -1,0 +1,11 @@
+#ifndef ZEB_THREAD_H
+#define ZEB_THREAD_H
+
+#include <functional>
+#include <thread>
+
+/* Starts a thread of the stand-in. It takes no signal that is sent to the process: these are for the program's own
+ * threads. */
+std::thread zeb_start_thread(std::function<void()> body);
+
+#endif

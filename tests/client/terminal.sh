@@ -1,0 +1,94 @@
+#!/bin/bash
+# terminal.sh TRANSCRIPTS COMMAND...: what the client makes of descriptors that whoever else has the terminal may have made
+# non-blocking, of signals while it reads and writes, and of output that nobody takes. It ends with status 0 whatever
+# happens. CLIENT_MARKS is where it says that it has started, and which of its reads and writes had to be tried again.
+here=$(dirname "$0")
+# shellcheck source=tests/support/console.sh
+. "$here/../support/console.sh"
+transcripts=$1
+shift
+dir=$(mktemp -d) || exit 1
+trap 'rm -rf "$dir"' EXIT
+export CLIENT_MARKS="$dir/marks" dir
+mkfifo "$dir/in"
+full='cpe_dm_client: standard output cannot be written, what is printed is lost: No space left on device'
+
+fail() {
+    echo "$*"
+    kill -KILL "$(cat "$dir/pid")" 2>/dev/null
+    exit 1
+}
+
+# client PREPARATION COMMAND...: runs the command when the preparation has been at its descriptors.
+client() {
+    rm -f "$dir/marks" "$dir/status"
+    # shellcheck disable=SC2016
+    preparation=$1 bash -c 'echo $$ >"$dir/pid"; $preparation 2>/dev/null; exec "$@"' bash "${@:2}"
+    echo $? >"$dir/status"
+}
+
+# interrupt TEXT: sends SIGUSR1 until TEXT is among the marks.
+interrupt() {
+    wait_for 1 started "$dir/marks" || fail "did not start"
+    for _ in $(seq 2400); do
+        grep -q "$1" "$dir/marks" && return
+        kill -USR1 "$(cat "$dir/pid")"
+        sleep 0.05
+    done
+    fail "no signal led to: $1"
+}
+
+ended() {
+    wait_for 1 . "$dir/status" || fail "does not end"
+    wait
+    [ "$(cat "$dir/status")" = 0 ] || fail "ended with status $(cat "$dir/status")"
+}
+
+# Half a line, a read that has to be tried again, the rest of the line, and SIGTERM at the next prompt.
+for preparation in : 'dd iflag=nonblock count=0'; do
+    client "$preparation" "$@" no_such_file <"$dir/in" 2>&1 | cat >"$dir/out" &
+    exec 3<>"$dir/in"
+    wait_for 1 'Option > ' "$dir/out" || fail "no prompt"
+    printf '1' >&3
+    case $preparation in
+    :) interrupt 'read was interrupted' ;;
+    *) wait_for 2 'read would block' "$dir/marks" || fail "does not come back for the rest" ;;
+    esac
+    printf '1\n' >&3
+    wait_for 2 'Option > ' "$dir/out" || fail "no prompt"
+    kill -TERM "$(cat "$dir/pid")"
+    exec 3>&-
+    ended
+    "$here/../support/compare.sh" "$transcripts/signals.out" "$dir/out" || exit 1
+done
+
+# The end of the input behind a read that would have blocked.
+client 'dd iflag=nonblock count=0' "$@" no_such_file <"$dir/in" >"$dir/out" 2>&1 &
+exec 3<>"$dir/in"
+wait_for 1 'read would block' "$dir/marks" || fail "does not wait"
+exec 3>&-
+ended
+"$here/../support/compare.sh" "$transcripts/start.out" "$dir/out" || exit 1
+
+# More output than a pipe takes while nobody reads it, a line of more than that among it: all of it arrives.
+{ printf '# %0100000d\n' 0 && yes 10 | head -n 20; } >"$dir/lines"
+"$@" "$dir/lines" >"$dir/plain"
+{ printf 'CPE DEMO APP : ' && head -n 1 "$dir/lines"; } >"$dir/echo"
+grep -qxFf "$dir/echo" "$dir/plain" || fail "a long line is not whole"
+for preparation in : 'dd oflag=nonblock count=0'; do
+    client "$preparation" "$@" "$dir/lines" 2>"$dir/err" | {
+        case $preparation in
+        :) interrupt 'write was interrupted' ;;
+        *) wait_for 1 'write would block' "$dir/marks" || fail "does not wait" ;;
+        esac
+        cat >"$dir/out"
+    }
+    ended
+    cmp "$dir/plain" "$dir/out" || fail "lost output"
+    [ ! -s "$dir/err" ] || fail "said: $(cat "$dir/err")"
+done
+
+# Output that cannot be written is told once.
+client : "$@" "$dir/lines" >/dev/full 2>"$dir/err"
+ended
+[ "$(cat "$dir/err")" = "$full" ] || fail "said: $(cat "$dir/err")"
