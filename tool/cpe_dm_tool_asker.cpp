@@ -8,10 +8,13 @@
 #include <atomic>
 #include <unistd.h>
 
-/* So many rows without an answer make a modem that has restarted; a single request may fail for other reasons. */
+/* So many times without an answer make a modem that has restarted; a single request may fail for other reasons. */
 enum {
-    MODEM_GONE_ROWS = 2,
+    MODEM_GONE_TIMES = 2,
 };
+
+/* When a modem that did not answer is asked again, at the latest. */
+static const int64_t retry_ms = 5000;
 
 /* A registration that is under way when the end comes gets so long: it takes no longer where the modem is there. */
 static const int64_t connect_patience_ms = 200;
@@ -101,15 +104,21 @@ static void *run_asker(void * /*argument*/) {
     int unanswered = 0;
     bool registered = connect();
     cpe_dm_tool_ring(news);
-    while (cpe_dm_tool_wait(work, INT64_MAX), !stopping) {
-        const bool gone = registered && unanswered == MODEM_GONE_ROWS;
+    for (;;) {
+        // A modem that does not answer is looked after, also where the next row is far away.
+        const bool row_due =
+            cpe_dm_tool_wait(work, registered && unanswered == 0 ? INT64_MAX : cpe_dm_tool_now_ms() + retry_ms);
+        if (stopping) {
+            break;
+        }
+        const bool gone = registered && unanswered == MODEM_GONE_TIMES;
         if (gone) {
             cpe_dm_tool_deregister(); // what it leaves, the next registration cleans up
             unanswered = 0;
         }
         registered = registered && !gone ? registered : connect();
         unanswered = registered && ask_row() ? 0 : unanswered + 1;
-        {
+        if (row_due) {
             const cpe_dm_tool_guard guard(&report_mutex);
             shared.idle = true;
         }
