@@ -3,7 +3,6 @@
 #include <cstring>
 #include <iterator>
 
-
 static constexpr uint32_t LTE = CPE_DM_TECH_LTE;
 static constexpr uint32_t NR5G = CPE_DM_TECH_NR5G;
 static constexpr uint32_t NONE = CPE_DM_VALUE_NONE;
