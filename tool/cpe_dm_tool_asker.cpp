@@ -168,6 +168,8 @@ bool cpe_dm_tool_stop_asker(int bell, int64_t patience_ms) {
     if (report.ended) {
         pthread_join(thread, nullptr);
         close(work);
+    } else {
+        pthread_detach(thread);
     }
     return report.ended;
 }

@@ -143,6 +143,7 @@ int32_t cpe_dm_tool_start_scan(cpe_dm_info *list, int32_t cnt) {
 
 /* The one session of a command. */
 static struct {
+    pthread_t thread;
     int done; /* a bell */
     cpe_dm_user_cb callback;
     int (*job)();
@@ -181,15 +182,15 @@ static void *run_session(void * /*argument*/) {
         cpe_dm_tool_tell("the modem did not let go of the registration");
         break;
     }
+    pthread_detach(session.thread);
     _exit(CPE_DM_TOOL_FAILED);
 }
 
 int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*job)()) {
-    pthread_t thread;
     const int64_t start_ms = cpe_dm_tool_now_ms();
-    session = {cpe_dm_tool_new_bell(), callback, job, CPE_DM_TOOL_FAILED};
+    session = {{}, cpe_dm_tool_new_bell(), callback, job, CPE_DM_TOOL_FAILED};
     cpe_dm_tool_set_deadline(start_ms + timeout_ms);
-    if (session.done < 0 || !cpe_dm_tool_start_thread(&thread, run_session)) {
+    if (session.done < 0 || !cpe_dm_tool_start_thread(&session.thread, run_session)) {
         return CPE_DM_TOOL_FAILED;
     }
     bool done = cpe_dm_tool_wait(session.done, start_ms + std::min(cpe_dm_tool_patience_ms, timeout_ms));
@@ -206,7 +207,7 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
         // Behind the deadline the job is at something that is no operation, and one may begin: look now and then.
         done = cpe_dm_tool_wait(session.done, std::max(limit_ms, now_ms + 20));
     }
-    pthread_join(thread, nullptr);
+    pthread_join(session.thread, nullptr);
     close(session.done);
     return session.status;
 }
