@@ -3,8 +3,6 @@
 #include <cstring>
 #include <iterator>
 
-#define OF_NEIGHBOURS " of neighbouring cells, by a scan"
-
 static constexpr uint32_t LTE = CPE_DM_TECH_LTE;
 static constexpr uint32_t NR5G = CPE_DM_TECH_NR5G;
 static constexpr uint32_t NONE = CPE_DM_VALUE_NONE;
@@ -42,21 +40,17 @@ static constexpr cpe_dm_metric_desc metrics[] = {
     {CPE_DM_METRIC_NR5G_TAC, NR5G, BYTES, 1, NO_IND, "nr5g.tac", "", "tracking area code, 24 bits"},
     {CPE_DM_METRIC_LTE_TX_POWER, LTE, INT64, 10, NO_IND, "lte.tx_power", "dBm", "transmit power"},
     {CPE_DM_METRIC_NR5G_TX_POWER, NR5G, INT64, 10, NO_IND, "nr5g.tx_power", "dBm", "transmit power"},
-    {CPE_DM_METRIC_LTE_NBR_EARFCN, LTE, NONE, 1, NO_IND, "lte.nbr.earfcn", "", "channel number (EARFCN)" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_NR5G_NBR_EARFCN, NR5G, NONE, 1, NO_IND, "nr5g.nbr.arfcn", "",
-     "channel number (NR ARFCN)" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_LTE_NBR_PCI, LTE, NONE, 1, NO_IND, "lte.nbr.pci", "", "physical cell identity" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_NR5G_NBR_PCI, NR5G, NONE, 1, NO_IND, "nr5g.nbr.pci", "", "physical cell identity" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_LTE_NBR_CGI, LTE, NONE, 1, NO_IND, "lte.nbr.cgi", "", "cell global identity" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_NR5G_NBR_CGI, NR5G, NONE, 1, NO_IND, "nr5g.nbr.cgi", "", "cell global identities" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_LTE_NBR_PLMN, LTE, NONE, 1, NO_IND, "lte.nbr.plmn", "", "networks" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_NR5G_NBR_PLMN, NR5G, NONE, 1, NO_IND, "nr5g.nbr.plmn", "", "networks" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_LTE_NBR_RSRP, LTE, NONE, 1, NO_IND, "lte.nbr.rsrp", "dBm",
-     "reference signal received power" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_NR5G_NBR_RSRP, NR5G, NONE, 1, NO_IND, "nr5g.nbr.rsrp", "dBm",
-     "reference signal received power" OF_NEIGHBOURS},
-    {CPE_DM_METRIC_LTE_NBR_RSRQ, LTE, NONE, 1, NO_IND, "lte.nbr.rsrq", "dB",
-     "reference signal received quality" OF_NEIGHBOURS},
+    {CPE_DM_METRIC_LTE_NBR_EARFCN, LTE, NONE, 1, NO_IND, "lte.nbr.earfcn", "", "channel number (EARFCN)"},
+    {CPE_DM_METRIC_NR5G_NBR_EARFCN, NR5G, NONE, 1, NO_IND, "nr5g.nbr.arfcn", "", "channel number (NR ARFCN)"},
+    {CPE_DM_METRIC_LTE_NBR_PCI, LTE, NONE, 1, NO_IND, "lte.nbr.pci", "", "physical cell identity"},
+    {CPE_DM_METRIC_NR5G_NBR_PCI, NR5G, NONE, 1, NO_IND, "nr5g.nbr.pci", "", "physical cell identity"},
+    {CPE_DM_METRIC_LTE_NBR_CGI, LTE, NONE, 1, NO_IND, "lte.nbr.cgi", "", "cell global identity, 28 bits"},
+    {CPE_DM_METRIC_NR5G_NBR_CGI, NR5G, NONE, 1, NO_IND, "nr5g.nbr.cgi", "", "cell global identity, 36 bits"},
+    {CPE_DM_METRIC_LTE_NBR_PLMN, LTE, NONE, 1, NO_IND, "lte.nbr.plmn", "", "network: country code and network code"},
+    {CPE_DM_METRIC_NR5G_NBR_PLMN, NR5G, NONE, 1, NO_IND, "nr5g.nbr.plmn", "", "network: country code and network code"},
+    {CPE_DM_METRIC_LTE_NBR_RSRP, LTE, NONE, 1, NO_IND, "lte.nbr.rsrp", "dBm", "reference signal received power"},
+    {CPE_DM_METRIC_NR5G_NBR_RSRP, NR5G, NONE, 1, NO_IND, "nr5g.nbr.rsrp", "dBm", "reference signal received power"},
+    {CPE_DM_METRIC_LTE_NBR_RSRQ, LTE, NONE, 1, NO_IND, "lte.nbr.rsrq", "dB", "reference signal received quality"},
     {CPE_DM_METRIC_LTE_CELL_LOCK_LIST, LTE, LOCKS, 1, NO_IND, "lte.lock", "", "cells to which the modem is locked"},
     {CPE_DM_METRIC_NR5G_CELL_LOCK_LIST, NR5G, LOCKS, 1, NO_IND, "nr5g.lock", "",
      "cell or channels to which the modem is locked"},

@@ -11,10 +11,7 @@ char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_
     // Unsigned, so that the most negative number has its counterpart too.
     const uint64_t magnitude = count < 0 ? 0 - static_cast<uint64_t>(count) : static_cast<uint64_t>(count);
     const char *sign = count < 0 ? "-" : "";
-    int decimals = 0;
-    for (uint32_t rest = counts_per_unit; rest > 1 && decimals < 3; rest /= 10) {
-        decimals++;
-    }
+    const int decimals = counts_per_unit >= 1000 ? 3 : counts_per_unit >= 100 ? 2 : counts_per_unit >= 10 ? 1 : 0;
     if (decimals == 0) {
         snprintf(text, size, "%s%" PRIu64, sign, magnitude);
     } else {

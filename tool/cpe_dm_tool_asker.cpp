@@ -1,0 +1,175 @@
+#include "cpe_dm_tool_asker.h"
+
+#include "cpe_dm_tool_out.h"
+#include "cpe_dm_tool_session.h"
+#include "cpe_dm_tool_thread.h"
+
+#include <algorithm>
+#include <atomic>
+#include <unistd.h>
+
+/* So many times without an answer make a modem that has restarted; a single request may fail for other reasons. */
+enum {
+    MODEM_GONE_TIMES = 2,
+};
+
+/* When a modem that did not answer is asked again, at the latest. */
+static const int64_t retry_ms = 5000;
+
+/* A registration that is under way when the end comes gets so long: it takes no longer where the modem is there. */
+static const int64_t connect_patience_ms = 200;
+
+static uint64_t metrics_wanted;
+static int news; /* the bell of whoever started the thread */
+static int work; /* the bell of the thread: a row is to be asked for, or the end has come */
+static pthread_t thread;
+static bool indication_lost; /* the modem may not know of it any more: of the thread */
+static std::atomic<bool> stopping;
+static std::atomic<bool> connecting; /* inside cpe_dm_init, which may wait without limit */
+
+static pthread_mutex_t report_mutex = PTHREAD_MUTEX_INITIALIZER;
+static cpe_dm_tool_report shared; /* by report_mutex */
+
+/* On the module's command thread. */
+static void on_event(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
+    if (info->info_type == CPE_DM_INFO_TYPE_IND && info->value_type == CPE_DM_VALUE_UINT32) {
+        const cpe_dm_tool_guard guard(&report_mutex);
+        if (shared.event_cnt == CPE_DM_TOOL_REG_EVENT_MAX) {
+            std::copy(shared.events + 1, shared.events + CPE_DM_TOOL_REG_EVENT_MAX, shared.events);
+            shared.event_cnt--;
+        }
+        shared.events[shared.event_cnt++] = {info->value.u32_val, cpe_dm_tool_now_ms()};
+        cpe_dm_tool_ring(news);
+    }
+    cpe_dm_release_info(info);
+}
+
+/* Makes the answer for a metric known. */
+static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t asked_ms) {
+    const cpe_dm_tool_guard guard(&report_mutex);
+    const cpe_dm_tool_slot &slot = values->slot[metric];
+    shared.values.slot[metric] = slot;
+    if (cpe_dm_tool_record_of(values, metric) != nullptr) {
+        *cpe_dm_tool_record_of(&shared.values, metric) = *cpe_dm_tool_record_of(values, metric);
+    }
+    if (!cpe_dm_tool_is_answer(slot.status)) {
+        shared.failed_requests++;
+    } else {
+        clock_gettime(CLOCK_REALTIME, &shared.answer_time);
+    }
+    if (metric == CPE_DM_METRIC_REG_STATUS) {
+        shared.reg_asked_ms = asked_ms;
+        shared.up = slot.status == CPE_DM_SUCCESS;
+    }
+}
+
+/* Registers; false when it failed. */
+static bool connect() {
+    connecting = true;
+    const int32_t status = stopping ? int32_t{CPE_DM_ERR_FAILURE} : cpe_dm_tool_register(on_event);
+    connecting = false;
+    const bool registered = status == CPE_DM_SUCCESS;
+    indication_lost = registered && cpe_dm_tool_set_reg_indication() != CPE_DM_SUCCESS;
+    const cpe_dm_tool_guard guard(&report_mutex);
+    shared.registrations_anew += registered && shared.registered ? 1 : 0;
+    shared.register_status = status;
+    shared.registered = shared.registered || registered;
+    return registered;
+}
+
+/* Asks for the values of a row, the registration status first; false when the modem does not answer. Out of service
+ * there is nothing more to ask for. */
+static bool ask_row() {
+    static cpe_dm_tool_values values;
+    const int64_t asked_ms = cpe_dm_tool_now_ms();
+    const cpe_dm_tool_slot &reg = values.slot[CPE_DM_METRIC_REG_STATUS];
+    cpe_dm_tool_clear_values(&values);
+    for (uint32_t metric = CPE_DM_METRIC_REG_STATUS; metric < CPE_DM_METRIC_CNT && !stopping; metric++) {
+        cpe_dm_tool_slot &slot = values.slot[metric];
+        if (metric == CPE_DM_METRIC_REG_STATUS || (reg.number[0] >= CPE_DM_REG_LTE && (metrics_wanted >> metric & 1))) {
+            cpe_dm_tool_ask(&values, metric);
+            publish(&values, metric, asked_ms);
+            // A modem that fails may have restarted.
+            indication_lost = indication_lost || !cpe_dm_tool_is_answer(slot.status);
+            if (reg.status != CPE_DM_SUCCESS) {
+                return false;
+            }
+        }
+    }
+    indication_lost = indication_lost && cpe_dm_tool_set_reg_indication() != CPE_DM_SUCCESS;
+    return true;
+}
+
+static void *run_asker(void * /*argument*/) {
+    int unanswered = 0;
+    bool registered = connect();
+    cpe_dm_tool_ring(news);
+    for (;;) {
+        // A modem that does not answer is looked after, also where the next row is far away.
+        const bool row_due =
+            cpe_dm_tool_wait(work, registered && unanswered == 0 ? INT64_MAX : cpe_dm_tool_now_ms() + retry_ms);
+        if (stopping) {
+            break;
+        }
+        const bool gone = registered && unanswered == MODEM_GONE_TIMES;
+        if (gone) {
+            cpe_dm_tool_deregister(); // what it leaves, the next registration cleans up
+            unanswered = 0;
+        }
+        registered = registered && !gone ? registered : connect();
+        unanswered = registered && ask_row() ? 0 : unanswered + 1;
+        if (row_due) {
+            const cpe_dm_tool_guard guard(&report_mutex);
+            shared.idle = true;
+        }
+        cpe_dm_tool_ring(news);
+    }
+    if (registered && cpe_dm_tool_deregister() != CPE_DM_SUCCESS) {
+        cpe_dm_tool_tell("the registration with the modem could not be given up");
+    }
+    {
+        const cpe_dm_tool_guard guard(&report_mutex);
+        shared.ended = true;
+    }
+    cpe_dm_tool_ring(news);
+    return nullptr;
+}
+
+bool cpe_dm_tool_start_asker(uint64_t metrics, int bell) {
+    metrics_wanted = metrics;
+    news = bell;
+    work = cpe_dm_tool_new_bell();
+    cpe_dm_tool_clear_values(&shared.values);
+    return work >= 0 && cpe_dm_tool_start_thread(&thread, run_asker);
+}
+
+void cpe_dm_tool_ask_row() {
+    {
+        const cpe_dm_tool_guard guard(&report_mutex);
+        shared.idle = false;
+    }
+    cpe_dm_tool_ring(work);
+}
+
+void cpe_dm_tool_take_report(cpe_dm_tool_report *report) {
+    const cpe_dm_tool_guard guard(&report_mutex);
+    *report = shared;
+    shared.event_cnt = 0;
+}
+
+bool cpe_dm_tool_stop_asker(int bell, int64_t patience_ms) {
+    static cpe_dm_tool_report report;
+    const int64_t start_ms = cpe_dm_tool_now_ms();
+    stopping = true;
+    cpe_dm_tool_ring(work);
+    do {
+        cpe_dm_tool_take_report(&report);
+    } while (!report.ended && cpe_dm_tool_wait(bell, start_ms + (connecting ? connect_patience_ms : patience_ms)));
+    if (report.ended) {
+        pthread_join(thread, nullptr);
+        close(work);
+    } else {
+        pthread_detach(thread);
+    }
+    return report.ended;
+}

@@ -1,0 +1,68 @@
+/* The command line: commands, their options, and the help that is made of the same tables. */
+#ifndef CPE_DM_TOOL_OPTIONS_H
+#define CPE_DM_TOOL_OPTIONS_H
+
+#include <cstddef>
+#include <cstdint>
+
+/* The options, as bits. The first four are those of every command. */
+enum : uint32_t {
+    CPE_DM_TOOL_JSON = 1U << 0,
+    CPE_DM_TOOL_TIMEOUT = 1U << 1,
+    CPE_DM_TOOL_HELP = 1U << 2,
+    CPE_DM_TOOL_VERSION = 1U << 3,
+    CPE_DM_TOOL_RAW = 1U << 4,
+    CPE_DM_TOOL_INTERVAL = 1U << 5,
+    CPE_DM_TOOL_ROWS = 1U << 6,
+    CPE_DM_TOOL_OUTPUT = 1U << 7,
+    CPE_DM_TOOL_APPEND = 1U << 8,
+    CPE_DM_TOOL_TEXTFILE = 1U << 9,
+    CPE_DM_TOOL_LABEL = 1U << 10,
+    CPE_DM_TOOL_WITHIN = 1U << 11,
+    CPE_DM_TOOL_FOR = 1U << 12,
+};
+
+enum {
+    CPE_DM_TOOL_LABEL_MAX = 16,
+};
+
+/* What a command line asks for. All texts are those of the command line. */
+struct cpe_dm_tool_options {
+    uint32_t given; /* the options that were given */
+    int64_t timeout_ms;
+    int64_t interval_ms;
+    int64_t rows; /* 0: without end */
+    int64_t within_ms;
+    int64_t for_ms;
+    const char *output;
+    const char *textfile;
+    const char *labels[CPE_DM_TOOL_LABEL_MAX]; /* NAME=VALUE */
+    int label_cnt;
+    char **args; /* what is no option, behind the command */
+    int arg_cnt;
+};
+
+struct cpe_dm_tool_command {
+    const char *name;
+    const char *args;    /* the form of the arguments, for the help */
+    int arg_min;         /* how many arguments there must be ... */
+    int arg_max;         /* ... and may be; -1: any number */
+    uint32_t options;    /* besides those of every command */
+    const char *summary; /* one line */
+    const char *details; /* more of them, or "" */
+    int (*run)(const cpe_dm_tool_options *options);
+};
+
+/* The commands, which the main program knows. */
+struct cpe_dm_tool_commands {
+    const cpe_dm_tool_command *row;
+    size_t cnt;
+};
+
+/* Reads the command line (argv behind the program's name is put in another order). Returns the command that is to be
+ * run, or null when there is nothing more to do: then *status is the program's exit status, and help, version, or what
+ * is wrong have been written. */
+const cpe_dm_tool_command *cpe_dm_tool_parse_options(cpe_dm_tool_commands commands, int argc, char **argv,
+                                                     cpe_dm_tool_options *options, int *status);
+
+#endif

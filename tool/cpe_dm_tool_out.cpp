@@ -1,0 +1,66 @@
+#include "cpe_dm_tool_out.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+
+int cpe_dm_tool_write(int fd, const char *data, size_t len) {
+    while (len > 0) {
+        const ssize_t written = write(fd, data, len);
+        if (written >= 0) {
+            data += written;
+            len -= static_cast<size_t>(written);
+        } else if (errno == EAGAIN) {
+            pollfd room = {fd, POLLOUT, 0};
+            poll(&room, 1, -1);
+        } else if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+int cpe_dm_tool_print(cpe_dm_tool_text *text) {
+    const int error = cpe_dm_tool_write(STDOUT_FILENO, text->data, text->used);
+    text->used = 0;
+    if (error != 0) {
+        cpe_dm_tool_tell_unwritten("standard output", error);
+        return CPE_DM_TOOL_FAILED;
+    }
+    return CPE_DM_TOOL_DONE;
+}
+
+void cpe_dm_tool_tell(const char *format, ...) {
+    char line[400];
+    cpe_dm_tool_text text = {line, sizeof(line) - 1, 0}; // leaves room for the line's end
+    cpe_dm_tool_add(&text, "cpe_dm: ");
+    va_list args;
+    va_start(args, format);
+    const int len = vsnprintf(line + text.used, text.size - text.used, format, args);
+    va_end(args);
+    const size_t room = text.size - text.used - 1;
+    text.used += len < 0 ? 0 : static_cast<size_t>(len) < room ? static_cast<size_t>(len) : room;
+    line[text.used++] = '\n';
+    pollfd taker = {STDERR_FILENO, POLLOUT, 0};
+    if (poll(&taker, 1, 1000) > 0) {
+        // There is nobody to tell that a message could not be written.
+        [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, text.used);
+    }
+}
+
+/* strerror_r comes in two forms: POSIX's writes into the buffer, GNU's returns the text. */
+[[maybe_unused]] static const char *error_text(int /*status*/, const char *buffer) {
+    return buffer;
+}
+
+[[maybe_unused]] static const char *error_text(const char *text, const char * /*buffer*/) {
+    return text;
+}
+
+void cpe_dm_tool_tell_unwritten(const char *file, int error) {
+    char buffer[100] = "";
+    cpe_dm_tool_tell("%s cannot be written: %s", file, error_text(strerror_r(error, buffer, sizeof(buffer)), buffer));
+}

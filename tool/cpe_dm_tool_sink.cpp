@@ -1,0 +1,110 @@
+#include "cpe_dm_tool_sink.h"
+
+#include "cpe_dm_tool_out.h"
+#include "cpe_dm_tool_thread.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstring>
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink) {
+    const int fd =
+        isatty(STDOUT_FILENO) != 0 ? open("/proc/self/fd/1", O_WRONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC) : -1;
+    sink->fd = fd >= 0 ? fd : STDOUT_FILENO;
+    sink->name = "standard output";
+}
+
+/* Looks at a regular file that is there: the header has to be the same, and a row that was cut short goes. */
+static bool join_rows(int fd, const char *path, const char *header, off_t size) {
+    char start[1024];
+    char last = '\0';
+    const size_t len = header != nullptr ? strlen(header) : 0;
+    if (len > sizeof(start) ||
+        (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || memcmp(start, header, len) != 0))) {
+        cpe_dm_tool_tell("%s has other columns; name the same keys in the same order, or another file", path);
+        return false;
+    }
+    off_t end = size;
+    while (end > 0 && pread(fd, &last, 1, end - 1) == 1 && last != '\n') {
+        end--;
+    }
+    if (end == size) {
+        return true;
+    }
+    cpe_dm_tool_tell("%s ends in the middle of a row, which is removed", path);
+    return ftruncate(fd, end) == 0;
+}
+
+int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty) {
+    // Without waiting, so that a named pipe without a reader stops nobody.
+    const int flags = append ? O_RDWR | O_CREAT | O_APPEND : O_RDWR | O_CREAT | O_EXCL;
+    struct stat file = {};
+    sink->name = path;
+    sink->fd = open(path, flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666);
+    if (sink->fd < 0 && errno == EEXIST) {
+        cpe_dm_tool_tell("%s is there already; add to it with --append, or name another file", path);
+        return CPE_DM_TOOL_USAGE;
+    }
+    if (sink->fd < 0 || fstat(sink->fd, &file) != 0) {
+        cpe_dm_tool_tell_unwritten(path, errno);
+        return CPE_DM_TOOL_FAILED;
+    }
+    *empty = file.st_size == 0;
+    return *empty || join_rows(sink->fd, path, header, file.st_size) ? int{CPE_DM_TOOL_DONE} : int{CPE_DM_TOOL_USAGE};
+}
+
+/* A row of which a part was written into a file goes again, so that all rows are whole. */
+static void remove_part(const cpe_dm_tool_sink *sink) {
+    struct stat file = {};
+    if (sink->done > 0 && fstat(sink->fd, &file) == 0 && S_ISREG(file.st_mode)) {
+        // When even that fails, the part stays: the failure to write is told in any case.
+        [[maybe_unused]] const int truncated = ftruncate(sink->fd, file.st_size - static_cast<off_t>(sink->done));
+    }
+}
+
+int cpe_dm_tool_flush(cpe_dm_tool_sink *sink) {
+    pollfd taker = {sink->fd, POLLOUT, 0};
+    // What a pipe that has room takes without waiting, and whole.
+    while (cpe_dm_tool_pending(sink) && poll(&taker, 1, 0) > 0) {
+        const ssize_t written =
+            write(sink->fd, sink->data + sink->done, std::min<size_t>(sink->len - sink->done, PIPE_BUF));
+        if (written < 0 && errno != EINTR) {
+            const int error = errno;
+            if (error == EAGAIN) {
+                break;
+            }
+            remove_part(sink);
+            sink->len = 0;
+            sink->done = 0;
+            return error;
+        }
+        sink->done += written > 0 ? static_cast<size_t>(written) : 0;
+    }
+    return 0;
+}
+
+int cpe_dm_tool_send(cpe_dm_tool_sink *sink, const char *row, size_t len) {
+    if (cpe_dm_tool_pending(sink)) {
+        sink->dropped++;
+        return cpe_dm_tool_flush(sink);
+    }
+    sink->len = std::min(len, sizeof(sink->data));
+    sink->done = 0;
+    memcpy(sink->data, row, sink->len);
+    return cpe_dm_tool_flush(sink);
+}
+
+int cpe_dm_tool_finish(cpe_dm_tool_sink *sink, int64_t patience_ms) {
+    const int64_t until_ms = cpe_dm_tool_now_ms() + patience_ms;
+    pollfd taker = {sink->fd, POLLOUT, 0};
+    int error = cpe_dm_tool_flush(sink);
+    while (error == 0 && cpe_dm_tool_pending(sink) && poll(&taker, 1, cpe_dm_tool_ms_until(until_ms)) > 0) {
+        error = cpe_dm_tool_flush(sink);
+    }
+    return error;
+}

@@ -1,0 +1,128 @@
+/* Keys, and the values behind them: those that the modem answers, and those that follow from its answers. */
+#ifndef CPE_DM_TOOL_VALUES_H
+#define CPE_DM_TOOL_VALUES_H
+
+#include "cpe_dm_text.h"
+#include "cpe_dm_tool_text.h"
+
+/* The answer for one metric. */
+struct cpe_dm_tool_slot {
+    int32_t status;      /* a cpe_dm_status, or CPE_DM_TOOL_NOT_ANSWERED */
+    int64_t answered_ms; /* when, on the monotonic clock */
+    int64_t number[3];   /* the value: a number, or the bytes of a list */
+};
+
+enum {
+    CPE_DM_TOOL_NOT_ANSWERED = 1, /* not asked, or not answered yet */
+    CPE_DM_TOOL_RECORD_CNT = 4,
+};
+
+/* The answers, by metric. A plain record: it may be copied. */
+struct cpe_dm_tool_values {
+    cpe_dm_tool_slot slot[CPE_DM_METRIC_CNT];
+    cpe_dm_metric_record record[CPE_DM_TOOL_RECORD_CNT]; /* of the metrics that fill a record */
+};
+
+/* No metric is answered. */
+void cpe_dm_tool_clear_values(cpe_dm_tool_values *values);
+
+/* The record of a metric, or null for a metric that has none. */
+const cpe_dm_metric_record *cpe_dm_tool_record_of(const cpe_dm_tool_values *values, uint32_t metric);
+cpe_dm_metric_record *cpe_dm_tool_record_of(cpe_dm_tool_values *values, uint32_t metric);
+
+/* Every key by its number: the metrics of the serving cells, and what is derived of them. */
+enum cpe_dm_tool_key {
+    CPE_DM_TOOL_REG,
+    CPE_DM_TOOL_LTE_PLMN,
+    CPE_DM_TOOL_LTE_TAC,
+    CPE_DM_TOOL_LTE_CGI,
+    CPE_DM_TOOL_LTE_ENB,
+    CPE_DM_TOOL_LTE_CELL,
+    CPE_DM_TOOL_LTE_PCI,
+    CPE_DM_TOOL_LTE_EARFCN,
+    CPE_DM_TOOL_LTE_BAND,
+    CPE_DM_TOOL_LTE_MHZ,
+    CPE_DM_TOOL_LTE_BAND_ALT,
+    CPE_DM_TOOL_LTE_MHZ_ALT,
+    CPE_DM_TOOL_LTE_RSRP,
+    CPE_DM_TOOL_LTE_RSRQ,
+    CPE_DM_TOOL_LTE_SINR,
+    CPE_DM_TOOL_LTE_CQI,
+    CPE_DM_TOOL_LTE_TX_POWER,
+    CPE_DM_TOOL_LTE_LOCK,
+    CPE_DM_TOOL_NR5G_PLMN,
+    CPE_DM_TOOL_NR5G_TAC,
+    CPE_DM_TOOL_NR5G_CGI,
+    CPE_DM_TOOL_NR5G_PCI,
+    CPE_DM_TOOL_NR5G_ARFCN,
+    CPE_DM_TOOL_NR5G_MHZ,
+    CPE_DM_TOOL_NR5G_RSRP,
+    CPE_DM_TOOL_NR5G_RSRQ,
+    CPE_DM_TOOL_NR5G_SINR,
+    CPE_DM_TOOL_NR5G_CQI,
+    CPE_DM_TOOL_NR5G_TX_POWER,
+    CPE_DM_TOOL_NR5G_LOCK,
+    CPE_DM_TOOL_KEY_CNT,
+};
+
+/* What a value is made of. */
+enum cpe_dm_tool_kind : uint8_t {
+    CPE_DM_TOOL_NUMBER,
+    CPE_DM_TOOL_NAME, /* the registration status: a word */
+    CPE_DM_TOOL_PLMN,
+    CPE_DM_TOOL_LIST, /* CQI, cell locks */
+};
+
+/* From how many counts on a signal value is good, and fair; below both it is poor. */
+struct cpe_dm_tool_limits {
+    int16_t good_from;
+    int16_t fair_from;
+};
+
+/* What there is to know of a key. The metric is the one to ask for; of a derived key, the one that the value follows
+ * from. */
+uint32_t cpe_dm_tool_metric_of(cpe_dm_tool_key key);
+uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key); /* a cpe_dm_tech */
+bool cpe_dm_tool_is_derived(cpe_dm_tool_key key);
+cpe_dm_tool_kind cpe_dm_tool_kind_of(cpe_dm_tool_key key);
+const char *cpe_dm_tool_name(cpe_dm_tool_key key);       /* "lte.band" */
+const char *cpe_dm_tool_short_name(cpe_dm_tool_key key); /* within its technology: "band" */
+const char *cpe_dm_tool_unit(cpe_dm_tool_key key);
+const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
+uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
+const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: nothing is good or poor about it */
+
+/* Keys in the order in which somebody named them, each once. */
+struct cpe_dm_tool_keys {
+    cpe_dm_tool_key key[CPE_DM_TOOL_KEY_CNT];
+    int cnt;
+};
+
+void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
+bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
+
+/* Whether the word names a group ("lte", "nr5g" or "all"), and its keys. */
+bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
+
+/* Adds the keys that words name, groups among them. False when a word names none, of which a message has been written.
+ */
+bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
+
+/* The metrics to ask for, one bit each. */
+uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
+
+/* CPE_DM_SUCCESS when the value of the key is there, and why it is not otherwise: the status of the answer, or
+ * CPE_DM_ERR_INFO_UNAVAILABLE for what does not follow from an answer, as the band of a number that is no channel. */
+int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+
+/* The number of counts of a value that is there and is a number; of the NR 5G CGI the 64 bits as they are. */
+int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+
+/* Adds a value that is there, without its unit, and with it. */
+void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
+
+/* "good", "fair" or "poor" of so many counts; "" where nothing is good or poor about them. */
+const char *cpe_dm_tool_verdict(cpe_dm_tool_key key, int64_t count);
+
+#endif

@@ -1,0 +1,479 @@
+#include "cpe_dm_tool_asker.h"
+#include "cpe_dm_tool_commands.h"
+#include "cpe_dm_tool_json.h"
+#include "cpe_dm_tool_live.h"
+#include "cpe_dm_tool_out.h"
+#include "cpe_dm_tool_print.h"
+#include "cpe_dm_tool_prometheus.h"
+#include "cpe_dm_tool_session.h"
+#include "cpe_dm_tool_thread.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdarg>
+#include <cstdio>
+#include <iterator>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+/* How long the end waits for a request that is with the modem, and for a reader of what is left. */
+static const int64_t farewell_ms = 2000;
+
+/* Without keys: registration, cells and signals. */
+static const cpe_dm_tool_key default_keys[] = {
+    CPE_DM_TOOL_REG,       CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_PCI,   CPE_DM_TOOL_LTE_EARFCN, CPE_DM_TOOL_LTE_RSRP,
+    CPE_DM_TOOL_LTE_RSRQ,  CPE_DM_TOOL_LTE_SINR,  CPE_DM_TOOL_NR5G_CGI,  CPE_DM_TOOL_NR5G_PCI,   CPE_DM_TOOL_NR5G_ARFCN,
+    CPE_DM_TOOL_NR5G_RSRP, CPE_DM_TOOL_NR5G_RSRQ, CPE_DM_TOOL_NR5G_SINR,
+};
+
+/* The serving cell of a technology, as far as the keys tell. */
+struct cell {
+    cpe_dm_tool_key key[3]; /* what makes it this cell */
+    uint32_t cpe_dm_tool_change_counts::*changes;
+    int64_t number[3]; /* -1: not known */
+};
+
+static struct {
+    const cpe_dm_tool_options *options;
+    cpe_dm_tool_keys keys; /* of the rows */
+    uint64_t metrics;      /* what the modem is asked for, a bit each */
+    bool rows;             /* rows go out, or are shown */
+    bool live;
+    cpe_dm_tool_sink sink;
+    int bell;
+    int signals;
+    bool asking;      /* the modem is being asked */
+    int64_t start_ms; /* of the first row */
+    int64_t number;   /* of the newest row: so many intervals after the first */
+    int64_t row_ms;   /* when the newest row was opened */
+    bool row_open;    /* the newest row has not been written yet */
+    cpe_dm_tool_moment moment;
+    int64_t rows_written;
+    uint32_t reg_status; /* the last one that was told; 0: none yet */
+    int64_t reg_ms;      /* as of when */
+    cpe_dm_tool_change_counts changes;
+    bool reader_gone;
+    bool ended;
+    int status; /* the exit status */
+} watch;
+
+static cell lte_cell = {{CPE_DM_TOOL_LTE_CGI, CPE_DM_TOOL_LTE_PCI, CPE_DM_TOOL_LTE_EARFCN},
+                        &cpe_dm_tool_change_counts::lte_cell,
+                        {-1, -1, -1}};
+static cell nr5g_cell = {{CPE_DM_TOOL_NR5G_CGI, CPE_DM_TOOL_NR5G_PCI, CPE_DM_TOOL_NR5G_ARFCN},
+                         &cpe_dm_tool_change_counts::nr5g_cell,
+                         {-1, -1, -1}};
+
+/* Static, as they are large. */
+static cpe_dm_tool_report report;
+static char row_data[8192];
+static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
+
+/* Tells what happened, with the time: in the live view, and on standard error where that is not the same terminal. */
+__attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) {
+    char data[300];
+    cpe_dm_tool_text line = {data, sizeof(data), 0};
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    cpe_dm_tool_add_time(&line, now);
+    cpe_dm_tool_add(&line, " ");
+    va_list args;
+    va_start(args, format);
+    vsnprintf(data + line.used, sizeof(data) - line.used, format, args);
+    va_end(args);
+    if (watch.live) {
+        cpe_dm_tool_note(data);
+    }
+    if (!watch.live || isatty(STDERR_FILENO) == 0) {
+        cpe_dm_tool_tell("%s", data);
+    }
+}
+
+static void end_with(int status) {
+    watch.ended = true;
+    watch.status = cpe_dm_tool_worse(watch.status, status);
+}
+
+/* The output failed; 0 is no failure. A reader that has gone is told by SIGPIPE, once all is put away. */
+static void end_unwritten(const char *name, int error) {
+    if (error == EPIPE) {
+        watch.reader_gone = true;
+        end_with(CPE_DM_TOOL_FAILED);
+    } else if (error != 0) {
+        cpe_dm_tool_tell_unwritten(name, error);
+        end_with(CPE_DM_TOOL_FAILED);
+    }
+}
+
+/* A registration status, as of then: from a row, or from an indication, which may overtake each other. */
+static void note_registration(uint32_t reg_status, int64_t at_ms) {
+    if (at_ms < watch.reg_ms) {
+        return;
+    }
+    watch.reg_ms = at_ms;
+    if (watch.reg_status != 0 && watch.reg_status != reg_status) {
+        watch.changes.registration++;
+        tell("registration: %s, was %s", cpe_dm_reg_status_name(reg_status), cpe_dm_reg_status_name(watch.reg_status));
+    }
+    watch.reg_status = reg_status;
+}
+
+static bool is_asked_for(cpe_dm_tool_key key) {
+    return (watch.metrics >> cpe_dm_tool_metric_of(key) & 1) != 0;
+}
+
+/* Compares the cell of a row with the last one. A row that lacks an answer tells nothing. */
+static void note_cell(cell *last, uint32_t tech) {
+    int64_t number[3] = {-1, -1, -1}; // -1: not reported
+    bool changed = false;
+    for (size_t i = 0; i < std::size(number); i++) {
+        const cpe_dm_tool_slot &slot = report.values.slot[cpe_dm_tool_metric_of(last->key[i])];
+        if (is_asked_for(last->key[i])) {
+            if (slot.status == CPE_DM_SUCCESS) {
+                number[i] = slot.number[0];
+            } else if (slot.status != CPE_DM_ERR_INFO_UNAVAILABLE) {
+                return;
+            }
+        }
+        changed = changed || (number[i] != -1 && last->number[i] != -1 && number[i] != last->number[i]);
+    }
+    for (size_t i = 0; i < std::size(number); i++) {
+        last->number[i] = number[i] != -1 || changed ? number[i] : last->number[i];
+    }
+    if (changed) {
+        char data[160];
+        cpe_dm_tool_text words = {data, sizeof(data), 0};
+        cpe_dm_tool_add_cell_words(&words, &report.values, tech);
+        if (number[2] != -1) {
+            cpe_dm_tool_add(&words, "; channel ");
+            cpe_dm_tool_add_channel_words(&words, &report.values, tech);
+        }
+        tell("%s cell: %s", cpe_dm_tool_tech_name(tech), data);
+        watch.changes.*last->changes += 1;
+    }
+}
+
+/* Takes what is known by now. */
+static void take_report() {
+    const bool was_up = report.up;
+    const uint32_t registrations = report.registrations_anew;
+    cpe_dm_tool_take_report(&report);
+    if (was_up && !report.up) {
+        tell("the modem does not answer");
+    }
+    if (report.registrations_anew != registrations) {
+        tell("the modem is back: registered anew");
+    }
+    for (int i = 0; i < report.event_cnt; i++) {
+        note_registration(report.events[i].reg_status, report.events[i].at_ms);
+    }
+    watch.asking = watch.asking && !report.idle;
+}
+
+static void add_csv_row() {
+    cpe_dm_tool_add_time(&row, watch.moment.time);
+    cpe_dm_tool_add(&row, ",");
+    cpe_dm_tool_add_seconds(&row, watch.moment.uptime_ms);
+    for (int i = 0; i < watch.keys.cnt; i++) {
+        cpe_dm_tool_add(&row, ",");
+        if (cpe_dm_tool_value_status(&report.values, watch.keys.key[i]) == CPE_DM_SUCCESS) {
+            cpe_dm_tool_add_value(&row, &report.values, watch.keys.key[i]);
+        }
+    }
+}
+
+static void send_row() {
+    const uint32_t dropped = watch.sink.dropped;
+    row.used = 0;
+    if ((watch.options->given & CPE_DM_TOOL_JSON) != 0) {
+        cpe_dm_tool_add_json_object(&row, &watch.moment, &report.values, &watch.keys, nullptr);
+    } else {
+        add_csv_row();
+    }
+    cpe_dm_tool_add(&row, "\n");
+    end_unwritten(watch.sink.name, cpe_dm_tool_send(&watch.sink, row.data, row.used));
+    if (watch.sink.dropped > dropped) {
+        watch.rows_written--;
+        if (dropped == 0) {
+            tell("nobody reads the rows: they are dropped until somebody does");
+        }
+    }
+}
+
+/* The open row gets what was answered since it was opened, and goes where rows go. */
+static void finish_row() {
+    for (cpe_dm_tool_slot &slot : report.values.slot) {
+        slot.status = slot.answered_ms < watch.row_ms ? int32_t{CPE_DM_TOOL_NOT_ANSWERED} : slot.status;
+    }
+    const cpe_dm_tool_slot &reg = report.values.slot[CPE_DM_METRIC_REG_STATUS];
+    if (reg.status == CPE_DM_SUCCESS) {
+        note_registration(static_cast<uint32_t>(reg.number[0]), report.reg_asked_ms);
+    }
+    note_cell(&lte_cell, CPE_DM_TECH_LTE);
+    note_cell(&nr5g_cell, CPE_DM_TECH_NR5G);
+    watch.row_open = false;
+    watch.rows_written++;
+    if (watch.options->textfile != nullptr) {
+        end_unwritten(watch.options->textfile,
+                      cpe_dm_tool_write_prometheus(watch.options->textfile, watch.options->labels,
+                                                   watch.options->label_cnt, &report, &watch.changes));
+    }
+    if (watch.live) {
+        cpe_dm_tool_add_live_row(&report.values, watch.number);
+        end_unwritten(watch.sink.name, cpe_dm_tool_draw());
+    } else if (watch.rows) {
+        send_row();
+    }
+    if (watch.options->rows != 0 && watch.rows_written >= watch.options->rows) {
+        end_with(CPE_DM_TOOL_DONE);
+    }
+}
+
+/* The moment of the next row; what was missed is skipped. */
+static int64_t next_row_ms() {
+    return watch.start_ms + (watch.number + 1) * watch.options->interval_ms;
+}
+
+static void open_row() {
+    watch.row_ms = cpe_dm_tool_now_ms();
+    watch.number = (watch.row_ms - watch.start_ms) / watch.options->interval_ms;
+    watch.moment = cpe_dm_tool_now();
+    watch.row_open = true;
+    if (!watch.asking) {
+        watch.asking = true;
+        cpe_dm_tool_ask_row();
+    }
+}
+
+/* Ctrl-Z: gives the terminal back, and stops as any program would. */
+static void suspend() {
+    sigset_t stop;
+    sigemptyset(&stop);
+    sigaddset(&stop, SIGTSTP);
+    cpe_dm_tool_leave_terminal();
+    raise(SIGTSTP);
+    pthread_sigmask(SIG_UNBLOCK, &stop, nullptr);
+    pthread_sigmask(SIG_BLOCK, &stop, nullptr);
+}
+
+static void take_signal() {
+    signalfd_siginfo info = {};
+    if (read(watch.signals, &info, sizeof(info)) != sizeof(info)) {
+        return;
+    }
+    switch (info.ssi_signo) {
+    case SIGTSTP:
+        suspend();
+        break;
+    case SIGCONT:
+        cpe_dm_tool_forget_terminal();
+        [[fallthrough]];
+    case SIGWINCH:
+        end_unwritten(watch.sink.name, cpe_dm_tool_draw());
+        break;
+    default:
+        end_with(CPE_DM_TOOL_DONE);
+        break;
+    }
+}
+
+/* The signals come through a descriptor from here on; those that the program was told to ignore stay ignored. */
+static bool catch_signals() {
+    static const int numbers[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT};
+    sigset_t caught;
+    sigset_t blocked;
+    sigemptyset(&caught);
+    for (const int number : numbers) {
+        struct sigaction action = {};
+        const bool of_terminal = number == SIGWINCH || number == SIGTSTP || number == SIGCONT;
+        if ((watch.live || !of_terminal) && sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_IGN) {
+            sigaddset(&caught, number);
+        }
+    }
+    blocked = caught;
+    if (watch.live) { // in the background the terminal is left alone, and given back all the same
+        sigaddset(&blocked, SIGTTOU);
+        sigaddset(&blocked, SIGTTIN);
+    }
+    signal(SIGPIPE, SIG_IGN);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    watch.bell = cpe_dm_tool_new_bell();
+    watch.signals = signalfd(-1, &caught, SFD_CLOEXEC | SFD_NONBLOCK);
+    return watch.bell >= 0 && watch.signals >= 0;
+}
+
+/* Waits for what comes next, and sees to it. */
+static void take_events(int64_t until_ms) {
+    pollfd fds[] = {
+        {watch.signals, POLLIN, 0},
+        {watch.bell, POLLIN, 0},
+        {cpe_dm_tool_pending(&watch.sink) ? watch.sink.fd : -1, POLLOUT, 0},
+        {watch.live ? cpe_dm_tool_keyboard() : -1, POLLIN, 0},
+    };
+    poll(fds, std::size(fds), cpe_dm_tool_ms_until(until_ms));
+    if (fds[0].revents != 0) {
+        take_signal();
+    }
+    if (fds[2].revents != 0) {
+        end_unwritten(watch.sink.name, cpe_dm_tool_flush(&watch.sink));
+    }
+    if (fds[3].revents != 0 && cpe_dm_tool_quit_pressed()) {
+        end_with(CPE_DM_TOOL_DONE);
+    }
+    if (cpe_dm_tool_wait(watch.bell, 0)) {
+        take_report();
+    }
+}
+
+/* Waits for the first registration; false when there is none, or the end has come. */
+static bool wait_for_registration() {
+    const int64_t until_ms = cpe_dm_tool_now_ms() + watch.options->timeout_ms;
+    bool told = false;
+    while (!watch.ended && !report.registered) {
+        const int64_t now_ms = cpe_dm_tool_now_ms();
+        if (report.register_status != CPE_DM_SUCCESS) {
+            cpe_dm_tool_tell_unregistered(report.register_status);
+            end_with(CPE_DM_TOOL_FAILED);
+        } else if (now_ms >= until_ms) {
+            cpe_dm_tool_tell_absent();
+            end_with(CPE_DM_TOOL_FAILED);
+        } else {
+            take_events(std::min(until_ms, now_ms + (told ? watch.options->timeout_ms : cpe_dm_tool_patience_ms)));
+            if (!told && cpe_dm_tool_now_ms() >= now_ms + cpe_dm_tool_patience_ms) {
+                told = true;
+                cpe_dm_tool_tell_waiting(watch.options->timeout_ms);
+            }
+        }
+    }
+    return !watch.ended;
+}
+
+static void watch_rows() {
+    watch.start_ms = cpe_dm_tool_now_ms();
+    open_row();
+    while (!watch.ended) {
+        if (watch.row_open && (!watch.asking || cpe_dm_tool_now_ms() >= next_row_ms())) {
+            take_report();
+            finish_row();
+        } else if (cpe_dm_tool_now_ms() >= next_row_ms()) {
+            open_row();
+        } else {
+            take_events(next_row_ms());
+        }
+    }
+}
+
+/* Puts all away; the exit status. */
+static int end_watch() {
+    if (watch.live) {
+        cpe_dm_tool_leave_terminal();
+    } else if (!watch.reader_gone) {
+        end_unwritten(watch.sink.name, cpe_dm_tool_finish(&watch.sink, farewell_ms));
+    }
+    if (watch.sink.dropped > 0 && watch.rows && !watch.live) {
+        cpe_dm_tool_tell("%u rows were dropped, as nobody read them", static_cast<unsigned>(watch.sink.dropped));
+    }
+    if (watch.options->textfile != nullptr) {
+        unlink(watch.options->textfile); // nothing of it holds any more
+    }
+    const bool stopped = cpe_dm_tool_stop_asker(watch.bell, farewell_ms);
+    if (watch.reader_gone) {
+        signal(SIGPIPE, SIG_DFL);
+        raise(SIGPIPE);
+    }
+    if (!stopped) { // the modem has it, and an operation of the module cannot be broken off
+        _exit(watch.status);
+    }
+    return watch.status;
+}
+
+/* Opens what is written, and writes what can be before the modem is there. An exit status. */
+static int open_output() {
+    const cpe_dm_tool_options *options = watch.options;
+    bool empty = true;
+    row.used = 0;
+    if (watch.rows && !watch.live && (options->given & CPE_DM_TOOL_JSON) == 0) {
+        cpe_dm_tool_add(&row, "time,uptime");
+        for (int i = 0; i < watch.keys.cnt; i++) {
+            cpe_dm_tool_add(&row, ",%s", cpe_dm_tool_name(watch.keys.key[i]));
+        }
+        cpe_dm_tool_add(&row, "\n");
+    }
+    if (options->output != nullptr) {
+        const int status = cpe_dm_tool_open_sink(&watch.sink, options->output,
+                                                 (options->given & CPE_DM_TOOL_APPEND) != 0, row.data, &empty);
+        if (status != CPE_DM_TOOL_DONE) {
+            return status;
+        }
+    } else {
+        cpe_dm_tool_use_stdout(&watch.sink);
+    }
+    if (empty) {
+        end_unwritten(watch.sink.name, cpe_dm_tool_send(&watch.sink, row.data, row.used));
+    }
+    if (options->textfile != nullptr) {
+        end_unwritten(options->textfile, cpe_dm_tool_write_prometheus(options->textfile, options->labels,
+                                                                      options->label_cnt, &report, &watch.changes));
+    }
+    return watch.status;
+}
+
+/* What is asked for, and in which form; false when the options do not fit together, of which a message is written. */
+static bool understand(const cpe_dm_tool_options *options) {
+    const uint32_t given = options->given;
+    cpe_dm_tool_keys exposed = {};
+    watch.options = options;
+    watch.rows = options->textfile == nullptr || (given & (CPE_DM_TOOL_OUTPUT | CPE_DM_TOOL_JSON)) != 0;
+    watch.live = watch.rows && (given & (CPE_DM_TOOL_OUTPUT | CPE_DM_TOOL_JSON)) == 0 && cpe_dm_tool_can_live();
+    if ((given & CPE_DM_TOOL_APPEND) != 0 && options->output == nullptr) {
+        cpe_dm_tool_tell("--append goes with -o FILE");
+        return false;
+    }
+    if (options->label_cnt > 0 && options->textfile == nullptr) {
+        cpe_dm_tool_tell("--label goes with --textfile FILE");
+        return false;
+    }
+    if (options->arg_cnt == 0 && options->interval_ms < 1000) {
+        cpe_dm_tool_tell("below 1 s name the keys, since a row costs the modem two or three requests a key");
+        return false;
+    }
+    if (!cpe_dm_tool_check_labels(options->labels, options->label_cnt) ||
+        !cpe_dm_tool_add_words(&watch.keys, options->args, options->arg_cnt)) {
+        return false;
+    }
+    if (options->arg_cnt == 0) {
+        for (const cpe_dm_tool_key key : default_keys) {
+            cpe_dm_tool_add_key(&watch.keys, key);
+        }
+        if (options->textfile != nullptr) {
+            cpe_dm_tool_add_prometheus_keys(&exposed);
+        }
+    }
+    watch.metrics = cpe_dm_tool_metrics_of(&watch.keys) | cpe_dm_tool_metrics_of(&exposed);
+    return true;
+}
+
+int cpe_dm_tool_watch(const cpe_dm_tool_options *options) {
+    cpe_dm_tool_clear_values(&report.values);
+    if (!understand(options)) {
+        return CPE_DM_TOOL_USAGE;
+    }
+    const int opened = open_output();
+    if (opened != CPE_DM_TOOL_DONE) {
+        return opened;
+    }
+    if (!catch_signals() || !cpe_dm_tool_start_asker(watch.metrics, watch.bell)) {
+        return CPE_DM_TOOL_FAILED;
+    }
+    if (wait_for_registration()) {
+        if (watch.live) {
+            cpe_dm_tool_start_live(&watch.sink, &watch.keys, options->interval_ms);
+        }
+        watch_rows();
+    } else if (options->output != nullptr && (options->given & CPE_DM_TOOL_APPEND) == 0) {
+        unlink(options->output); // there is nothing in it, and the next try is to find its place free
+    }
+    return end_watch();
+}
