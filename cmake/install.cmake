@@ -1,19 +1,20 @@
-# cmake --install, in components: `client`, `dev` (header, library, CMake package, pkg-config file) and `standin` (the
-# platform's libraries for the desk, with headers and scenarios); `recorder` is installed in its own folder.
-include(GNUInstallDirs)
+# cmake --install, in components:
+#   client    the test client, with its manual page
+#   recorder  what is preloaded to record
+#   lib       the module as a shared library
+#   dev       public headers, both libraries, CMake package, pkg-config files
+#   standin   the platform's libraries for the desk, with headers and scenarios
+# Programs and shared libraries are delivered (cmake/deliver.cmake) where they are built; here is what comes with them.
 include(CMakePackageConfigHelpers)
 
 # The folders of the tree, seen from one another, so that it works wherever it is moved.
-file(RELATIVE_PATH CPE_DM_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 file(RELATIVE_PATH CPE_DM_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" CPE_DM_PC_TO_PREFIX ${CPE_DM_PC_TO_PREFIX})
+set(CPE_DM_SHARED_NAME libcpe_dm.so.${PROJECT_VERSION_MAJOR})
 set(CPE_DM_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/cpe_dm)
 
 if(CPE_DM_CLIENT)
-    if(NOT CPE_DM_PLATFORM_ROOT)
-        set_target_properties(cpe_dm_client PROPERTIES INSTALL_RPATH $ORIGIN/${CPE_DM_BIN_TO_LIB})
-    endif()
-    install(TARGETS cpe_dm_client RUNTIME COMPONENT client)
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cpe_dm_client.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT client)
 endif()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/cpe_dm-config.cmake.in
@@ -21,19 +22,22 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/cpe_dm-config.cmake.in
     INSTALL_DESTINATION ${CPE_DM_CMAKE_DIR} PATH_VARS CMAKE_INSTALL_INCLUDEDIR CMAKE_INSTALL_LIBDIR)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/cpe_dm-config-version.cmake
     COMPATIBILITY SameMajorVersion)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/cpe_dm.pc.in ${PROJECT_BINARY_DIR}/package/cpe_dm.pc @ONLY)
+foreach(name cpe_dm cpe_dm_shared)
+    configure_file(${CMAKE_CURRENT_LIST_DIR}/${name}.pc.in ${PROJECT_BINARY_DIR}/package/${name}.pc @ONLY)
+endforeach()
 
-install(FILES ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm.h ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm_text.h
-    TYPE INCLUDE COMPONENT dev)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/dm/include/ TYPE INCLUDE COMPONENT dev)
 install(TARGETS cpe_dm_archive ARCHIVE COMPONENT dev)
 install(FILES ${PROJECT_BINARY_DIR}/package/cpe_dm-config.cmake
     ${PROJECT_BINARY_DIR}/package/cpe_dm-config-version.cmake
     DESTINATION ${CPE_DM_CMAKE_DIR} COMPONENT dev)
-install(FILES ${PROJECT_BINARY_DIR}/package/cpe_dm.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+install(FILES ${PROJECT_BINARY_DIR}/package/cpe_dm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+if(TARGET cpe_dm_shared)
+    install(FILES ${PROJECT_BINARY_DIR}/package/cpe_dm_shared.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+endif()
 
 if(NOT CPE_DM_PLATFORM_ROOT)
-    install(TARGETS zeb_cci zebservices diag LIBRARY COMPONENT standin)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ TYPE INCLUDE COMPONENT standin)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/scenarios
         DESTINATION ${CMAKE_INSTALL_DATADIR}/cpe_dm COMPONENT standin)

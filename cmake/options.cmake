@@ -1,15 +1,37 @@
 # What every target of this project is compiled with, and what client/ and dm/ are held to on top.
 
-if(CPE_DM_IS_TOP AND NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CPE_DM_SANITIZER AND NOT CPE_DM_COVERAGE)
-    add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+# Hardening: checked calls of the C library, canaries, position-independent programs, and a table of addresses that is
+# filled at the start and then read-only. scripts/check-needed looks whether it is in what is delivered. The first of
+# these takes an optimising compiler, and sanitizers do better.
+if(CPE_DM_HARDENING AND NOT CPE_DM_SANITIZER)
+    include(CheckCXXSourceCompiles)
+    include(CheckPIESupported)
+    check_pie_supported()
+    add_compile_options(-fstack-protector-strong)
+    add_link_options(LINKER:-z,relro,-z,now)
+    if(NOT CMAKE_BUILD_TYPE STREQUAL "Debug" AND NOT CPE_DM_COVERAGE)
+        set(CMAKE_REQUIRED_FLAGS -O2)
+        check_cxx_source_compiles("#if _FORTIFY_SOURCE < 2\n#error\n#endif\nint main() {}" CPE_DM_TOOLCHAIN_FORTIFIES)
+        unset(CMAKE_REQUIRED_FLAGS)
+        if(NOT CPE_DM_TOOLCHAIN_FORTIFIES)
+            add_compile_options(-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+        endif()
+    endif()
 endif()
 
 add_library(cpe_dm_warnings INTERFACE)
-if(CPE_DM_WARNINGS_AS_ERRORS)
+if(CPE_DM_WARNINGS)
     target_compile_options(cpe_dm_warnings INTERFACE
-        -Wall -Wextra -Werror -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align
+        -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align
         -Wwrite-strings -Wnull-dereference -Wdouble-promotion -Wvla
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
+    # GCC 12 warns of its own std::string (its bug 105651).
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION MATCHES "^12\\.")
+        target_compile_options(cpe_dm_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+    endif()
+endif()
+if(CPE_DM_WARNINGS_AS_ERRORS)
+    target_compile_options(cpe_dm_warnings INTERFACE -Werror)
 endif()
 
 if(CPE_DM_SANITIZER)

@@ -1,49 +1,93 @@
-# cpack: Debian packages, one a component. scripts/package makes them for the box and for the desk.
+# cpack: Debian packages, each of one or more components. scripts/package makes them for the box and for the desk.
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL dev)
-if(CPE_DM_CLIENT)
-    list(APPEND CPACK_COMPONENTS_ALL client)
-    set(CPE_DM_CLIENT_FILES $<TARGET_FILE:cpe_dm_client>)
-endif()
-if(NOT CPE_DM_PLATFORM_ROOT)
-    list(APPEND CPACK_COMPONENTS_ALL standin)
-    set(CPE_DM_STANDIN_FILES $<TARGET_FILE:zeb_cci> $<TARGET_FILE:zebservices> $<TARGET_FILE:diag>)
-endif()
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # the first line of each description
-set(CPACK_PACKAGE_CONTACT "CPE DM <cpe-dm@localhost>")
+set(CPE_DM_PACKAGE_CONTACT "CPE DM <cpe-dm@cpe-dm.invalid>" CACHE STRING "Name and address of the packages' maintainer")
+set(CPACK_PACKAGE_CONTACT ${CPE_DM_PACKAGE_CONTACT})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+# What was built on the stand-in says so; what was built on the same version for a box counts as newer.
+set(CPACK_DEBIAN_PACKAGE_VERSION ${PROJECT_VERSION})
+if(NOT CPE_DM_PLATFORM_ROOT)
+    string(APPEND CPACK_DEBIAN_PACKAGE_VERSION ~standin)
+endif()
 
-set(CPACK_DEBIAN_CLIENT_PACKAGE_NAME cpe-dm)
-set(CPACK_DEBIAN_CLIENT_PACKAGE_SECTION comm)
-set(CPACK_DEBIAN_CLIENT_PACKAGE_SUGGESTS cpe-dm-standin)
-set(CPACK_COMPONENT_CLIENT_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, test client
+# cpe_dm_package(GROUP PACKAGE SECTION COMPONENT...): the package that these components make, those of them that have
+# anything. The group is cpack's name of it.
+set(CPACK_COMPONENTS_ALL "")
+set(CPE_DM_CPACK_DEPENDS "")
+macro(cpe_dm_package group package section)
+    string(TOUPPER ${group} CPE_DM_GROUP)
+    set(CPACK_DEBIAN_${CPE_DM_GROUP}_PACKAGE_NAME ${package})
+    set(CPACK_DEBIAN_${CPE_DM_GROUP}_PACKAGE_SECTION ${section})
+    set(CPE_DM_FILES "")
+    foreach(component ${ARGN})
+        get_property(files GLOBAL PROPERTY CPE_DM_FILES_OF_${component})
+        if(files OR component STREQUAL dev)
+            list(APPEND CPACK_COMPONENTS_ALL ${component})
+            list(APPEND CPE_DM_FILES ${files})
+            string(TOUPPER ${component} component)
+            set(CPACK_COMPONENT_${component}_GROUP ${group})
+        endif()
+    endforeach()
+    if(CPE_DM_FILES)
+        list(JOIN CPE_DM_FILES "\" \"" CPE_DM_FILES)
+        string(APPEND CPE_DM_CPACK_DEPENDS
+            "cpe_dm_depends(CPACK_DEBIAN_${CPE_DM_GROUP}_PACKAGE_DEPENDS \"${CPE_DM_FILES}\")\n")
+    endif()
+endmacro()
+
+#              group   package        section    components
+cpe_dm_package(box     cpe-dm         comm       client tool recorder)
+cpe_dm_package(lib     libcpe-dm1     libs       lib)
+cpe_dm_package(dev     libcpe-dm-dev  libdevel   dev)
+cpe_dm_package(standin cpe-dm-standin comm       standin)
+
+set(CPACK_DEBIAN_BOX_PACKAGE_SUGGESTS cpe-dm-standin)
+set(CPACK_DEBIAN_BOX_DESCRIPTION "Diagnostic monitor of an LTE/5G modem
 A console program that offers every operation of the diagnostic monitor, which
-is part of it. It needs the platform's libraries libzeb_cci, libzebservices and
-libdiag: the box has them, and cpe-dm-standin stands in for them at a desk.")
+is part of it, and a library to preload that records what passes between such a
+program and the modem. They need the platform's libraries libzeb_cci,
+libzebservices and libdiag: the box has them, and cpe-dm-standin stands in for
+them at a desk.")
 
-set(CPACK_DEBIAN_DEV_PACKAGE_NAME libcpe-dm-dev)
-set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_LIB_PACKAGE_SUGGESTS cpe-dm-standin)
+set(CPACK_DEBIAN_LIB_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, shared library
+The module for programs that link it as a shared library. It needs the
+platform's libraries libzeb_cci, libzebservices and libdiag.")
+
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS libc6-dev)
+if(TARGET cpe_dm_shared)
+    string(APPEND CPACK_DEBIAN_DEV_PACKAGE_DEPENDS ", libcpe-dm1 (= ${CPACK_DEBIAN_PACKAGE_VERSION})")
+endif()
 set(CPACK_DEBIAN_DEV_PACKAGE_SUGGESTS "cpe-dm-standin, cmake, pkg-config")
-set(CPACK_COMPONENT_DEV_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, development files
-The module's header and library, with a CMake package and a pkg-config file.")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, development files
+The module's headers and its library as an archive and for linking the shared
+one, with a CMake package and pkg-config files.")
 
-set(CPACK_DEBIAN_STANDIN_PACKAGE_NAME cpe-dm-standin)
-set(CPACK_DEBIAN_STANDIN_PACKAGE_SECTION comm)
-set(CPACK_COMPONENT_STANDIN_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, stand-in for the modem
+set(CPACK_DEBIAN_STANDIN_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, stand-in for the modem
 Stands in for the platform's libraries on a desk: libzeb_cci, libzebservices
 and libdiag with a virtual modem, their headers, and scenarios for it to play.
 Not for a box, which has libraries of its own by these names.")
 
+# Packages with libraries where the loader looks for them have it look again, and say which package a program needs that
+# links one.
+file(WRITE ${PROJECT_BINARY_DIR}/package/triggers "activate-noawait ldconfig\n")
+file(WRITE ${PROJECT_BINARY_DIR}/package/shlibs
+    "libcpe_dm ${PROJECT_VERSION_MAJOR} libcpe-dm1 (>= ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}~)\n")
+foreach(group BOX LIB STANDIN)
+    set(CPACK_DEBIAN_${group}_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/package/triggers)
+endforeach()
+list(APPEND CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/package/shlibs)
+
 # On which versions of the C and C++ libraries the files depend is known once they are built: looked up when cpack runs.
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/package/cpack.cmake CONTENT "set(CPE_DM_READELF \"${CMAKE_READELF}\")
-set(CPE_DM_CLIENT_FILES \"${CPE_DM_CLIENT_FILES}\")
-set(CPE_DM_STANDIN_FILES \"${CPE_DM_STANDIN_FILES}\")
 include(\"${CMAKE_CURRENT_LIST_DIR}/package_depends.cmake\")
-")
+${CPE_DM_CPACK_DEPENDS}")
 set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_BINARY_DIR}/package/cpack.cmake)
+set(CPACK_CPE_DM_SOURCE_DIR ${PROJECT_SOURCE_DIR})
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/package_finish.cmake)
 include(CPack)

@@ -50,9 +50,9 @@
 #include <stdint.h>
 
 #define CPE_DM_VERSION_MAJOR  1
-#define CPE_DM_VERSION_MINOR  0
+#define CPE_DM_VERSION_MINOR  1
 #define CPE_DM_VERSION_PATCH  0
-#define CPE_DM_VERSION_STRING "1.0.0"
+#define CPE_DM_VERSION_STRING "1.1.0"
 
 #ifdef __cplusplus
 extern "C" {

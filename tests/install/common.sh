@@ -3,6 +3,8 @@
 source=$(cd "$(dirname "$0")/../.." && pwd)
 example=$source/examples/signal_logger
 # shellcheck disable=SC2034
+plugin=$source/tests/install/plugins/plugin.c
+# shellcheck disable=SC2034
 program=$(basename "$example")
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
@@ -12,9 +14,12 @@ fail() {
     exit 1
 }
 
-# run_client LAUNCHER... CLIENT: an answer at the prompt.
+# run_client LAUNCHER... CLIENT: an answer at the prompt. The client stands where somebody has put a C library of his own,
+# which it must not take.
 run_client() {
-    printf '%s\n' 1 '7 10' 2 | "$@" | grep '^\[LTE Serving Cell RSRP\] - -' || fail "no answer from $*"
+    mkdir -p "$dir/foreign"
+    echo "no library" >"$dir/foreign/libc.so.6"
+    printf '%s\n' 1 '7 10' 2 | (cd "$dir/foreign" && "$@") | grep '^\[LTE Serving Cell RSRP\] - -' || fail "no answer from $*"
 }
 
 # run_example LAUNCHER... PROGRAM: the example ends well, and has written a value of the virtual modem.

@@ -1,26 +1,34 @@
 #!/bin/sh
 # embedded.sh: CPE DM as part of somebody else's project, by add_subdirectory with the stand-in, and by FetchContent with
-# a platform's root: a C program links the one target and runs, and nothing of this project's own habits comes with it.
+# a platform's root: a C program links the one target and runs, the project exports libraries that link it, and nothing of
+# this project's own habits comes with it. Installed with the project, it serves those who use its libraries.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
 
 cp -r "$source/tests/install/embedded" "$dir/host"
-build "$dir/sub" -S "$dir/host" -DCPE_DM_SOURCE="$source" -DEXAMPLE="$example"
+set -- -S "$dir/host" -DCPE_DM_SOURCE="$source" -DEXAMPLE="$example" -DPLUGIN="$plugin"
+build "$dir/sub" "$@"
 run_example "$dir/sub/example/$program"
 
 mkdir "$dir/root"
 cp -r "$source/platform/include" "$dir/root/include"
-mkdir "$dir/root/lib"
-cp "$dir"/sub/cpe_dm/platform/*.so "$dir/root/lib/"
-build "$dir/fetch" -S "$dir/host" -DCPE_DM_SOURCE="$source" -DEXAMPLE="$example" -DFETCH=ON \
-    -DCPE_DM_PLATFORM_ROOT="$dir/root"
+cp -r "$dir/sub/cpe_dm/lib" "$dir/root/lib"
+build "$dir/fetch" "$@" -DFETCH=ON -DCPE_DM_PLATFORM_ROOT="$dir/root"
 run_example "$dir/fetch/example/$program"
 
 for folder in sub fetch; do
-    grep -E -e '-Werror|googletest|cpe_dm_client|CXX_EXECUTABLE' "$dir/$folder/build.ninja" &&
-        fail "$folder has warnings as errors, tests or the client, or links a C program as C++"
+    grep -E -e '-Werror|googletest|cpe_dm_client|libcpe_dm.so|CXX_EXECUTABLE' "$dir/$folder/build.ninja" &&
+        fail "$folder has warnings as errors, tests, the client or the shared library, or links a C program as C++"
     [ ! -e "$dir/$folder/compile_commands.json" ] || fail "$folder has compile commands it did not ask for"
     cmake --install "$dir/$folder" --prefix "$dir/installed" >"$dir/install.log"
-    [ ! -e "$dir/installed" ] || fail "$folder installs what it did not ask for"
+    find "$dir/installed" -type f | grep -vE '/embedded-config(-release)?\.cmake$|/libhost_(archive\.a|library\.so)$' &&
+        fail "$folder installs what it did not ask for"
+done
+
+build "$dir/sub" "$@" -DCPE_DM_SHARED=ON -DCPE_DM_INSTALL=ON
+cmake --install "$dir/sub" --prefix "$dir/all" >"$dir/install.log"
+build "$dir/consumer" -S "$source/tests/install/consumer" -DCMAKE_PREFIX_PATH="$dir/all" -DPLUGIN="$plugin"
+for program in "$dir/consumer"/of_*; do
+    LD_LIBRARY_PATH=$dir/all/lib timeout 60 "$program" || fail "$program ended with status $?"
 done

@@ -1,6 +1,7 @@
 #!/bin/sh
 # installed.sh BUILD: installs the build folder BUILD, moves the tree, and uses it as others do, from outside the sources:
-# the client runs, and a program is built with the CMake package and with pkg-config.
+# the client runs, a program is built with the CMake package and with pkg-config, on the archive and on the shared library,
+# and the archive is a part of plug-ins.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
@@ -11,12 +12,20 @@ rm -rf "$source/build/signal_logger"
 (cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
 grep -q -e 'Z,-[0-9]' "$dir/example.out" || fail "no value from the README's example"
 
-for component in client dev standin; do
+cmake -N -LA "$1" | sed -n 's/^\(CPE_DM_[A-Z_]*\):.*/\1/p' >"$dir/options"
+[ -s "$dir/options" ] || fail "$1 has no options"
+while read -r option; do
+    grep -q "^| .$option. |" "$source/README.md" || fail "the README does not list $option"
+done <"$dir/options"
+
+run_client "$(cd "$1" && pwd)/client/cpe_dm_client"
+for component in client dev lib standin; do
     cmake --install "$1" --prefix "$dir/first" --component "$component"
 done
 mv "$dir/first" "$dir/tree"
 grep -rlE "$source|$dir" "$dir/tree" && fail "these name a folder of the build"
-"$source/scripts/check-needed" "$dir/tree/bin/cpe_dm_client"
+"$source/scripts/check-needed" "$dir/tree/bin/cpe_dm_client" "$dir/tree/lib/libcpe_dm.so.1"
+"$source/scripts/check-needed" --hardened "$dir"/tree/lib/*.so
 run_client "$dir/tree/bin/cpe_dm_client"
 
 cp -r "$example" "$dir/example"
@@ -26,13 +35,35 @@ run_example "$dir/example/build/$program"
 export PKG_CONFIG_PATH="$dir/tree/lib/pkgconfig"
 version=$(sed -n 's/^#define CPE_DM_VERSION_STRING "\(.*\)"/\1/p' "$dir/tree/include/cpe_dm.h")
 [ "$(pkg-config --modversion cpe_dm)" = "$version" ] || fail "pkg-config has another version than the header"
-# shellcheck disable=SC2046
-cc -std=c11 -Wall -Wextra -Werror "$dir/example/"*.c -o "$dir/by_pkg_config" $(pkg-config --cflags --libs cpe_dm)
-LD_LIBRARY_PATH=$dir/tree/lib run_example "$dir/by_pkg_config"
+export LD_LIBRARY_PATH="$dir/tree/lib"
+for package in cpe_dm cpe_dm_shared; do
+    # shellcheck disable=SC2046
+    cc -std=c11 -Wall -Wextra -Werror "$dir/example/"*.c -o "$dir/with_$package" $(pkg-config --cflags --libs $package)
+    run_example "$dir/with_$package"
+done
+readelf -d "$dir/with_cpe_dm" | grep libcpe_dm && fail "cpe_dm is not the archive"
+readelf -d "$dir/with_cpe_dm_shared" | grep 'NEEDED.*libcpe_dm\.so\.1' || fail "cpe_dm_shared is not the shared library"
+
+# The shared library exports what the headers declare, as the compiler sees it, and a plug-in nothing of the archive's.
+exported() { nm -D --defined-only "$1" | sed -n 's/^[0-9a-f]* [^A] \([^@]*\).*/\1/p' | sort; }
+for header in "$dir"/tree/include/cpe_dm*.h; do
+    cc -aux-info "$dir/declared" -o "$dir/header.o" -c -x c "$header"
+    grep -F "/* $header:" "$dir/declared" | sed 's/.*[ *]\(cpe_dm_[a-z0-9_]*\) (.*/\1/'
+done | sort >"$dir/public"
+grep -qx cpe_dm_init "$dir/public" || fail "the compiler does not tell what the headers declare"
+exported "$dir/tree/lib/libcpe_dm.so.1" | diff "$dir/public" - || fail "these are not the public functions"
+for name in one other; do
+    # shellcheck disable=SC2046
+    cc -shared -fPIC "$plugin" -o "$dir/$name.so" $(pkg-config --cflags --libs cpe_dm)
+    [ "$(exported "$dir/$name.so")" = plugin_register ] || fail "a plug-in exports $(exported "$dir/$name.so")"
+done
+cc "$(dirname "$plugin")/host.c" -o "$dir/host"
+timeout 60 "$dir/host" "$dir/one.so" "$dir/other.so" || fail "two plug-ins share a state"
+unset LD_LIBRARY_PATH
 
 # Without the stand-in the package says what is missing, and takes a platform's root.
 mkdir -p "$dir/root/lib"
-mv "$dir/tree/lib/"*.so "$dir/root/lib/"
+mv "$dir"/tree/lib/libzeb_cci.so "$dir"/tree/lib/libzebservices.so "$dir/tree/lib/libdiag.so" "$dir/root/lib/"
 must_fail "libdiag.so is not" cmake -S "$dir/example" -B "$dir/other" -G Ninja -DCMAKE_PREFIX_PATH="$dir/tree"
 build "$dir/other" -S "$dir/example" -DCMAKE_PREFIX_PATH="$dir/tree" -DCPE_DM_PLATFORM_ROOT="$dir/root"
 run_example "$dir/other/$program"

@@ -1,6 +1,7 @@
 #!/bin/sh
 # packages.sh ARCHITECTURE [TOOLCHAIN-FILE LAUNCHER...]: unpacks the Debian packages in build/packages for this
-# architecture into an empty folder and uses them from there: the client runs, and a program is built and runs.
+# architecture into an empty folder and uses them from there: the client runs, and a program is built and runs. Looks at
+# what Debian asks of a package, and what a box asks of a program.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
@@ -8,16 +9,27 @@ architecture=$1
 toolchain=${2:+-DCMAKE_TOOLCHAIN_FILE=$2}
 shift
 [ $# -eq 0 ] || shift
+libraries=$dir/all/usr/lib/$(dpkg-architecture -a "$architecture" -q DEB_HOST_MULTIARCH 2>"$dir/warnings")
 
-depends() { dpkg-deb -f "$source/build/packages/$1"_*_"$architecture".deb Depends; }
+deb() { echo "$source/build/packages/$1"_*_"$architecture".deb; }
+depends() { dpkg-deb -f "$(deb "$1")" Depends; }
 
-for package in cpe-dm libcpe-dm-dev cpe-dm-standin; do
-    dpkg-deb -x "$source/build/packages/$package"_*_"$architecture".deb "$dir/all"
-    depends $package | grep -E 'standin|arch|cross' && fail "$package must not depend on that"
+for package in cpe-dm libcpe-dm1 libcpe-dm-dev cpe-dm-standin; do
+    for folder in "$dir/all" "$dir/$package"; do
+        dpkg-deb -x "$(deb $package)" "$folder"
+    done
+    dpkg-deb -c "$(deb $package)" | grep -E '^d' | grep -vE '^drwxr-xr-x root/root ' && fail "$package has folders like that"
+    dpkg-deb -f "$(deb $package)" Version | grep '~standin$' || fail "$package does not say that it was built on the stand-in"
+    depends $package | grep -E 'cpe-dm-standin|arch|cross' && fail "$package must not depend on that"
     echo "$package depends on $(depends $package)"
 done
-"$source/scripts/check-needed" "$dir/all/usr/bin/cpe_dm_client"
-run_client "$@" "$dir/all/usr/bin/cpe_dm_client"
+lintian --fail-on error --suppress-tags no-copyright-file "$source"/build/packages/*_"$architecture".deb
+
+"$source/scripts/check-needed" "$dir/all/usr/bin/cpe_dm_client" "$libraries/libzeb_record.so" "$libraries/libcpe_dm.so.1"
+"$source/scripts/check-needed" --hardened "$libraries"/*.so
+find "$dir/all" \( -name '*.so*' -o -path '*/bin/*' \) -exec readelf -d {} + | grep -E 'RPATH|RUNPATH' &&
+    fail "what is packaged has a RUNPATH"
+LD_LIBRARY_PATH=$libraries run_client "$@" "$dir/all/usr/bin/cpe_dm_client"
 
 build "$dir/build" -S "$example" ${toolchain:+"$toolchain"} -DCMAKE_PREFIX_PATH="$dir/all/usr"
 run_example "$@" "$dir/build/$program"
@@ -27,11 +39,11 @@ if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
     mkdir "$dir/debian" "$dir/all/DEBIAN"
     touch "$dir/debian/control"
     cd "$dir"
-    libraries=$(dirname "$(find all -name libdiag.so)")
-    for package in cpe-dm:all/usr/bin/cpe_dm_client "cpe-dm-standin:$libraries/*.so"; do
-        # shellcheck disable=SC2086
-        theirs=$(dpkg-shlibdeps --ignore-missing-info -l"$libraries" -O ${package#*:} 2>shlibdeps.log) || cat shlibdeps.log
-        ours=$(depends "${package%%:*}")
+    for package in cpe-dm libcpe-dm1 cpe-dm-standin; do
+        # shellcheck disable=SC2046
+        theirs=$(dpkg-shlibdeps --ignore-missing-info -l"$libraries" -O $(find $package -type f -name '*.so*' -o -path '*/bin/*') \
+            2>shlibdeps.log) || cat shlibdeps.log
+        ours=$(depends $package)
         [ "shlibs:Depends=$ours" = "$(echo "$theirs" | sed 's/libgcc-s1 ([^)]*)/libgcc-s1/')" ] ||
             fail "$package depends on $ours, and dpkg-shlibdeps says $theirs"
     done

@@ -11,11 +11,11 @@ box=$dir/source/build/box
 toolchain=${1:+-DCMAKE_TOOLCHAIN_FILE=$1}
 [ $# -eq 0 ] || shift
 
-mkdir -p "$dir/source" "$dir/root/lib"
+mkdir -p "$dir/source" "$dir/root"
 find "$source" -mindepth 1 -maxdepth 1 ! -name platform ! -name tests ! -name build ! -name '.*' \
     -exec cp -r {} "$dir/source/" \;
 cp -r "$source/platform/include" "$dir/root/include"
-cp "$built"/platform/*.so "$dir/root/lib/"
+cp -r "$built/lib" "$dir/root/lib"
 
 # The README's commands, with this platform and toolchain, and as by a compiler that has no __FILE_NAME__.
 export CXXFLAGS="-U__FILE_NAME__ -Wno-builtin-macro-redefined"
