@@ -8,9 +8,9 @@ set -e
 
 # As the README has it, whose last command is the example.
 readme_commands 'Using the module in your own program' >"$dir/commands"
-rm -rf "$source/build/signal_logger"
+rm -rf "$source/build/one_metric"
 (cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
-grep -q -e 'Z,-[0-9]' "$dir/example.out" || fail "no value from the README's example"
+grep -q -e '^lte.rsrp -[0-9]' "$dir/example.out" || fail "no value from the README's example"
 
 cmake -N -LA "$1" | sed -n 's/^\(CPE_DM_[A-Z_]*\):.*/\1/p' >"$dir/options"
 [ -s "$dir/options" ] || fail "$1 has no options"
@@ -31,6 +31,7 @@ run_client "$dir/tree/bin/cpe_dm_client"
 cp -r "$example" "$dir/example"
 build "$dir/example/build" -S "$dir/example" -DCMAKE_PREFIX_PATH="$dir/tree"
 run_example "$dir/example/build/$program"
+build "$dir/event_loop" -S "$source/examples/event_loop" -DCMAKE_PREFIX_PATH="$dir/tree"
 
 export PKG_CONFIG_PATH="$dir/tree/lib/pkgconfig"
 version=$(sed -n 's/^#define CPE_DM_VERSION_STRING "\(.*\)"/\1/p' "$dir/tree/include/cpe_dm.h")
@@ -39,6 +40,9 @@ export LD_LIBRARY_PATH="$dir/tree/lib"
 for package in cpe_dm cpe_dm_shared; do
     # shellcheck disable=SC2046
     cc -std=c11 -Wall -Wextra -Werror "$dir/example/"*.c -o "$dir/with_$package" $(pkg-config --cflags --libs $package)
+    # shellcheck disable=SC2046
+    cc -std=c11 -Wall -Wextra -Werror "$source/examples/event_loop/"*.c -o "$dir/event_loop/with_$package" \
+        $(pkg-config --cflags --libs $package)
     run_example "$dir/with_$package"
 done
 readelf -d "$dir/with_cpe_dm" | grep libcpe_dm && fail "cpe_dm is not the archive"

@@ -1,0 +1,171 @@
+/* event_loop: prints the registration status and the RSRP of the serving cells when they change, until SIGTERM or
+ * SIGINT ends it. A pattern for programs with a loop of their own.
+ *
+ * A loop must not wait, and the operations of CPE DM do: cpe_dm_init until there is a modem, the others until it has
+ * answered, up to 50 s a request. So they are called on a thread of their own, the modem's thread. The loop gets the
+ * newest values, and an eventfd wakes it when there is one; so there is no queue that could run full.
+ *
+ * Built by CMakeLists.txt, or: cc event_loop.c $(pkg-config --cflags --libs cpe_dm) -o event_loop */
+#define _POSIX_C_SOURCE 200809L
+
+#include "cpe_dm.h"
+#include "cpe_dm_text.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <stdatomic.h>
+#include <stdio.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+enum {
+    CHECK_MS = 1000,   /* from one check of the modem to the next: no modem restarts in so short a time, unseen */
+    FAREWELL_MS = 300, /* how long the end waits for the deregistration, which takes milliseconds as a rule */
+};
+
+/* What the modem is to report: every change of the registration status, and changes of the signal from 3 dB on. */
+static const cpe_dm_info indications[] = {
+    {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS, CPE_DM_VALUE_NONE, {0}, 0},
+    {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 3}, 0},
+    {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_NR5G_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 3}, 0},
+};
+enum { INDICATION_CNT = sizeof(indications) / sizeof(indications[0]) };
+
+static atomic_int newest[CPE_DM_IND_CNT]; /* the newest value of each indication; 0: none has come yet */
+static int newest_fd;                     /* eventfd: readable when a value has come */
+static int end_fd;                        /* eventfd: readable when the modem's thread is to end */
+static int ended_fd;                      /* eventfd: readable when the modem's thread has ended */
+
+static void tell(const char *what, int32_t status) {
+    fprintf(stderr, "event_loop: %s: %s\n", what, cpe_dm_strerror(status));
+}
+
+static int checked(int result, const char *call) {
+    if (result < 0) {
+        perror(call);
+        _exit(1);
+    }
+    return result;
+}
+
+static int is_readable(int fd, int timeout_ms) {
+    struct pollfd entry = {.fd = fd, .events = POLLIN};
+    return poll(&entry, 1, timeout_ms) > 0;
+}
+
+static void hand_over(uint32_t ind, int value) {
+    newest[ind] = value;
+    eventfd_write(newest_fd, 1);
+}
+
+/* On CPE DM's thread, where no operation may be called and nothing should take long. The record is ours to release. It
+ * is an indication, since no scan is ever asked for. */
+static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
+    (void)hndl;
+    (void)user_data;
+    hand_over(info->id, (int)(info->id == CPE_DM_IND_REG_STATUS ? info->value.u32_val : info->value.i64_val));
+    cpe_dm_release_info(info);
+}
+
+/* Until an operation fails, or the program is to end, which is success. */
+static int32_t watch(cpe_dm_hndl hndl) {
+    int32_t status = CPE_DM_SUCCESS;
+    for (size_t i = 0; i < INDICATION_CNT && status == CPE_DM_SUCCESS; i++) {
+        status = cpe_dm_set_ind_info(hndl, &indications[i]);
+    }
+    // No event tells of the registration status at the start, nor of a modem that goes: that one does not answer any
+    // more. Where an event overtakes an answer, the next answer puts it right.
+    while (status == CPE_DM_SUCCESS) {
+        cpe_dm_info info;
+        cpe_dm_prepare_request(&info, CPE_DM_METRIC_REG_STATUS, NULL);
+        status = cpe_dm_get_info(hndl, &info);
+        if (status == CPE_DM_SUCCESS) {
+            hand_over(CPE_DM_IND_REG_STATUS, (int)info.value.u32_val);
+            if (is_readable(end_fd, CHECK_MS)) {
+                break;
+            }
+        }
+    }
+    return status;
+}
+
+/* The modem's thread. Behind a failure there may be a restart, after which the modem does not know of the indications
+ * any more. So each failure ends the registration, and the next one waits for the modem. */
+static void *serve_modem(void *unused) {
+    (void)unused;
+    do {
+        cpe_dm_hndl hndl = NULL;
+        fputs("event_loop: waiting for the modem\n", stderr);
+        const int32_t status = cpe_dm_init(&hndl, NULL, on_event);
+        tell("registration", status);
+        if (status == CPE_DM_SUCCESS) {
+            tell("watch", watch(hndl));
+            tell("deregistration", cpe_dm_deinit(hndl));       // should it fail, the next cpe_dm_init cleans up
+            hand_over(CPE_DM_IND_REG_STATUS, CPE_DM_REG_NONE); // no event comes any more that would say otherwise
+        }
+    } while (!is_readable(end_fd, CHECK_MS));
+    eventfd_write(ended_fd, 1);
+    return NULL;
+}
+
+/* On the loop's thread: prints what has changed since the last call. */
+static void show_changes(void) {
+    static int shown[CPE_DM_IND_CNT];
+    for (uint32_t ind = 1; ind < CPE_DM_IND_CNT; ind++) {
+        const cpe_dm_metric_desc *metric = cpe_dm_metric_by_ind(ind);
+        char count[CPE_DM_COUNT_TEXT_SIZE];
+        const int value = newest[ind];
+        if (value != shown[ind]) {
+            const char *text = ind == CPE_DM_IND_REG_STATUS
+                                   ? cpe_dm_reg_status_name((uint32_t)value)
+                                   : cpe_dm_count_text(count, sizeof(count), value, metric->counts_per_unit);
+            printf("%s %s%s%s\n", metric->key, text, metric->unit[0] != '\0' ? " " : "", metric->unit);
+            shown[ind] = value;
+        }
+    }
+    checked(fflush(stdout), "standard output");
+}
+
+static void add_to_loop(int loop_fd, int fd) {
+    struct epoll_event event = {.events = EPOLLIN, .data.fd = fd};
+    checked(epoll_ctl(loop_fd, EPOLL_CTL_ADD, fd, &event), "epoll_ctl");
+}
+
+int main(void) {
+    // Blocked before there is another thread, so that no thread takes these signals from the loop.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &signals, NULL);
+    const int signal_fd = checked(signalfd(-1, &signals, SFD_CLOEXEC), "signalfd");
+    newest_fd = checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+    end_fd = checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+    ended_fd = checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+    const int loop_fd = checked(epoll_create1(EPOLL_CLOEXEC), "epoll_create1");
+    add_to_loop(loop_fd, signal_fd);
+    add_to_loop(loop_fd, newest_fd);
+    pthread_t modem_thread;
+    errno = pthread_create(&modem_thread, NULL, serve_modem, NULL);
+    checked(-errno, "pthread_create");
+
+    struct epoll_event ready = {.data.fd = -1};
+    while (ready.data.fd != signal_fd) {
+        if (epoll_wait(loop_fd, &ready, 1, -1) == 1 && ready.data.fd == newest_fd) {
+            eventfd_t cnt;
+            checked(eventfd_read(newest_fd, &cnt), "eventfd_read");
+            show_changes();
+        }
+    }
+
+    eventfd_write(end_fd, 1);
+    if (!is_readable(ended_fd, FAREWELL_MS)) {
+        _exit(0); // the thread waits for the modem, which nothing but the end of the process ends
+    }
+    pthread_join(modem_thread, NULL);
+    return 0;
+}
