@@ -11,8 +11,8 @@ static bool is_running(cpe_dm_cmdq *cmdq) {
     return std::atomic_ref(cmdq->running).load() != 0;
 }
 
-/* Called with the mutex held, so a store is enough; atomic because cpe_dm_cmdq_enq reads the count without the mutex.
- */
+/* Called with the mutex held, so no other thread changes the count. The store is atomic because cpe_dm_cmdq_enq reads
+ * the count without the mutex. */
 static void set_count(cpe_dm_cmdq *cmdq, int32_t count) {
     std::atomic_ref(cmdq->count).store(count, std::memory_order_relaxed);
 }
@@ -51,8 +51,9 @@ int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
     return -1;
 }
 
-/* Blocks, for the calling thread and those it creates, all signals but those by which the kernel reports a fault of the
- * thread itself: the others are for the program's own threads. False, logged, when that fails. */
+/* Blocks signals for the calling thread and for threads that it creates from now on, as signals are for the program's
+ * own threads. The exception are the signals by which the kernel reports a fault of the thread itself. Returns false
+ * (logged) on failure. */
 static bool block_signals(sigset_t *previous) {
     sigset_t blocked;
     sigfillset(&blocked);
@@ -67,7 +68,7 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_init: Bad Param cmdq NULL");
         return;
     }
-    // Before the thread exists, so that it cannot undo a stop request made before it first runs.
+    // Set here and not by the thread: the thread may first run after a stop request, and would then undo the request.
     std::atomic_ref(cmdq->running).store(1);
     pthread_t thread;
     sigset_t previous;
@@ -84,19 +85,20 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
     cmdq->thread = thread;
 }
 
-/* Appends under the mutex. */
+/* Appends a command. Called with the mutex held. */
 static void append(cpe_dm_cmdq *cmdq, cpe_dm_dll_node *node, cpe_dm_cmd *cmd) {
     cmdq->tail = cpe_dm_dll_enqueue(cmdq->tail, node, cmd);
     set_count(cmdq, cmdq->count + 1);
 }
 
-/* Takes back the command that was appended last, under the mutex. Its node is the caller's again. */
+/* Takes back the command that was appended last. Called with the mutex held. The node is the caller's again. */
 static void drop_last(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, cmdq->tail);
     set_count(cmdq, cmdq->count - 1);
 }
 
-/* Takes the oldest command out, under the mutex. Its node, now the caller's, is returned; null when there is none. */
+/* Takes the oldest command out of the queue. Called with the mutex held. Returns the command's node, which is the
+ * caller's from here on; null when the queue is empty. */
 static cpe_dm_dll_node *unlink_first(cpe_dm_cmdq *cmdq, cpe_dm_cmd **cmd) {
     void *data = nullptr;
     cpe_dm_dll_node *node = cpe_dm_dll_dequeue(cmdq->head, &cmdq->tail, &data);
@@ -120,7 +122,8 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
     if (count > cmdq->max) {
         CPE_DM_LOG_INFO("Command queue exceeds configured maximum! %d > %d\n", count, cmdq->max);
     }
-    // Nodes are allocated here, and released by the command thread, without the mutex: nobody waits for the heap.
+    // Nodes are allocated here without the mutex, and the command thread releases them without the mutex. So no thread
+    // waits for the mutex while another is inside calloc or free.
     cpe_dm_owned<cpe_dm_dll_node> node(cpe_dm_dll_init(nullptr));
     if (!node) {
         CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
@@ -159,14 +162,15 @@ cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
     return cmd;
 }
 
-/* Waits under the mutex for a command or a stop request. A stop request is made under the mutex too, so one that comes
- * before the wait is seen here and one that comes later wakes the wait. */
+/* Waits for a command or a stop request. Called with the mutex held. A stop request is made under the mutex too: if it
+ * comes before the wait it is seen here, and if it comes later it ends the wait. */
 static bool wait_for_work(cpe_dm_cmdq *cmdq) {
     return !is_running(cmdq) ||
            CPE_DM_SUCCEEDS(pthread_cond_wait(&cmdq->cond, &cmdq->mutex), "pthread_cond_wait failed:");
 }
 
-/* Runs a command that was taken out of the queue, unless the turn has failed already, and releases it. */
+/* Runs a command that was taken out of the queue, and releases it. When status says that this turn has failed already,
+ * only releases the command. */
 static int32_t run_cmd(cpe_dm_cmd *cmd, int32_t status) {
     if (status == 0 && cmd->execute_f == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_main: NULL for cmd->execute_f");
@@ -188,7 +192,7 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_node *node = unlink_first(cmdq, &cmd);
     int32_t status = node != nullptr || wait_for_work(cmdq) ? 0 : -1;
     if (!CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:")) {
-        // Tried once more: a mutex that stays taken stops every producer.
+        // Tried once more, because a mutex that stays locked stops every producer.
         (void)CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
         status = -1;
     }
@@ -218,8 +222,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // running stays 0 only if the thread is certain to see it, as whoever asked will then wait for the thread to end.
-    // Each step that fails is tried once more.
+    // `running` may stay 0 only if the thread is certain to see it, because the caller then waits for the thread to
+    // end. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");
@@ -253,7 +257,8 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
     return CPE_DM_SUCCEEDS(pthread_join(cmdq->thread, nullptr), "pthread_join failed:") ? 0 : -1;
 }
 
-/* Returns when the thread, which was asked to stop, will not touch the record again, be it joined or not. */
+/* Returns when the thread, which was asked to stop, will not touch the record again. This holds even when the thread
+ * cannot be joined. */
 static void wait_for_end(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_cmdq_join_thread(cmdq) == 0) {
         return;
@@ -298,7 +303,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
         return -1;
     }
-    // Cut off under the mutex, released without it.
+    // The nodes are cut off the queue under the mutex, and released without it.
     cpe_dm_dll_node *node = cmdq->head->next;
     cmdq->head->next = nullptr;
     cmdq->tail = cmdq->head;

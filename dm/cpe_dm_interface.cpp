@@ -14,12 +14,12 @@ cpe_dm_state_record cpe_dm_state;
 /* Set while the thread runs the user's callback. */
 static thread_local bool in_callback;
 
-/* Whose the module's state is: this process's, that of the parent which forked it, or on its way from the one to the
- * other. */
+/* Who made the state of the module: this process, or its parent before a fork. STATE_RENEWED_NOW: a thread of the child
+ * is replacing the parent's state by a new one. */
 enum { STATE_OWN, STATE_OF_PARENT, STATE_RENEWED_NOW };
 static std::atomic<int> state_owner;
 
-/* Threads between their look at `initialized` and the end of their use of the queue. */
+/* The number of threads inside cpe_dm_queue_cmd that may be using the queue. */
 static std::atomic<uint32_t> posters;
 
 bool cpe_dm_is_initialized() {
@@ -38,8 +38,8 @@ static void note_child() {
     state_owner = STATE_OF_PARENT;
 }
 
-/* What comes before the lock in every operation: none is called from the callback, which would wait for a lock that its
- * own thread holds; and a later fork will be noticed. */
+/* The checks before the lock in every operation. Refuses a call from the callback, because the call would wait for a
+ * lock that its own thread holds. Makes sure that a later fork is noticed. */
 static int32_t may_enter(const char *operation) {
     static std::atomic<bool> forks_are_noted;
     if (in_callback) {
@@ -72,8 +72,8 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hnd
     return CPE_DM_SUCCESS;
 }
 
-/* A thread counts itself before it looks at `initialized`, and uses the queue only when it has seen it set: so once
- * `initialized` is clear and the count 0, nobody uses the queue. */
+/* A thread adds itself to `posters` before it looks at `initialized`, and uses the queue only if `initialized` is set.
+ * So once `initialized` is clear and `posters` is 0, no thread uses the queue. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     posters++;
     const bool initialized = cpe_dm_is_initialized();
@@ -85,7 +85,7 @@ int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     return status;
 }
 
-/* Returns when no thread uses the queue. Called with `initialized` clear, so that none begins to. */
+/* Returns when no thread uses the queue. Called with `initialized` clear, so that no thread begins to use the queue. */
 static void wait_for_posters() {
     while (posters != 0) {
         cpe_dm_pause();
@@ -98,22 +98,23 @@ void cpe_dm_call_user(cpe_dm_info *record) {
     in_callback = false;
 }
 
-/* Zeroes the state. `initialized`, which other threads read, is 0 already, and so is the queue while it is down. */
+/* Zeroes the state, except for two fields that are zero already: `initialized`, which other threads read, and the
+ * queue, which is down. */
 static void clear_state() {
     cpe_dm_state.hndl = nullptr;
     constexpr size_t rest = offsetof(cpe_dm_state_record, user_data);
     memset(reinterpret_cast<char *>(&cpe_dm_state) + rest, 0, sizeof(cpe_dm_state) - rest);
 }
 
-/* Takes the queue down with the lock let go meanwhile: the command thread may need it to finish its command. On success
- * the lock is held again. */
+/* Takes the queue down. Lets the lock go meanwhile, because the command thread may need the lock to finish its command.
+ * On success the lock is held again. */
 static int32_t take_down_queue(cpe_dm_guard &guard) {
     cpe_dm_take_down_begin();
     int32_t status = cpe_dm_unlock(guard);
     if (status == 0) {
         wait_for_posters();
         status = cpe_dm_cmdq_deinit(&cpe_dm_state.cmdq);
-        // Without the lock the state could not be cleared, so it is tried for twice.
+        // The state cannot be cleared without the lock, so a failed lock is tried a second time.
         if (cpe_dm_lock_now(guard) != 0 && cpe_dm_lock_now(guard) != 0) {
             status = CPE_DM_ERR_FAILURE;
         }
@@ -126,9 +127,10 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
     return CPE_DM_SUCCESS;
 }
 
-/* Makes the module anew in a child of fork. What the parent has of it stays as it is, also in the child's memory:
- * handles are not released, which would be done in the parent's name, mutexes and conditions not destroyed, as somebody
- * may have been at them, and the queue's commands not freed. Other threads of the child wait until it is done. */
+/* Makes the module anew in a child of fork. The child must not clean up its copy of the parent's state: a release of
+ * handles would be made in the parent's name, and at the fork other threads of the parent may have been using the
+ * mutexes, the conditions and the queue. So the copy is left behind as it is. Other threads of the child wait here
+ * until the state is new. */
 static void renew_in_child() {
     int of_parent = STATE_OF_PARENT;
     if (state_owner.compare_exchange_strong(of_parent, STATE_RENEWED_NOW)) {
@@ -145,7 +147,8 @@ static void renew_in_child() {
     }
 }
 
-/* Brings up what a registration needs, in this order; when a step fails, those before it are undone. */
+/* Connects, asks for the network status and starts the queue, in this order. When a step fails, the steps before it are
+ * undone. */
 static int32_t bring_up() {
     int32_t status = cpe_dm_zeb_nas_init();
     if (status != CPE_DM_SUCCESS) {
@@ -165,7 +168,7 @@ static int32_t bring_up() {
     return CPE_DM_SUCCESS;
 }
 
-/* A pseudo-random handle, never 0. The generator is the user's to seed. */
+/* A pseudo-random handle, never 0. Seeding the generator is left to the program. */
 static cpe_dm_hndl draw_handle() {
     int number = 0;
     while (number == 0) {
@@ -223,7 +226,7 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
     if (status != CPE_DM_SUCCESS) {
         return status;
     }
-    // First of all: from here on no event is queued, and those that are get dropped.
+    // This comes first, so that from here on no event is queued and events that are queued already are dropped.
     set_initialized(0);
     status = cpe_dm_zeb_nas_release();
     if (status != CPE_DM_SUCCESS) {

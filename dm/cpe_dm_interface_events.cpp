@@ -33,7 +33,7 @@ int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
     if (cpe_dm_queue_cmd(cmd.get()) != 0) {
         return CPE_DM_ERR_FAILURE;
     }
-    // The command owns all three now, and may have been released already.
+    // The queue owns the command, its data and the message now, and may have released them already.
     (void)message.release();
     (void)data.release();
     (void)cmd.release();
@@ -48,7 +48,7 @@ void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data) {
     free(cmd);
 }
 
-/* A record for the user without a value, or null. */
+/* A new record for the user, still without a value; null when memory ran out. */
 static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
     auto record = cpe_dm_alloc<cpe_dm_info>();
     if (record) {
@@ -59,8 +59,9 @@ static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
     return record;
 }
 
-/* Reports a signal value of type T when its indication is set, it is valid, and it is not the last value reported. The
- * call names the type, and the value must be of no other. Returns false when memory lacks; logged. */
+/* Reports a signal value when its indication is set and the value is valid and differs from the last value reported.
+ * The caller names the type T, so that a value of another type does not compile. Returns false (logged) when memory ran
+ * out. */
 template <std::signed_integral T>
 static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std::same_as<T> auto value) {
     if (!entry.valid || valid != 1 || value == entry.last_value) {
@@ -78,7 +79,7 @@ static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std:
     return true;
 }
 
-/* In this order, up to the first that there is no memory for. */
+/* Reports the values in this order, and stops at the first value for which there is no memory. */
 static void process_sig_info(const zeb_nas_sig_info &info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication is reported here");
     cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;
@@ -104,8 +105,8 @@ static void process_reg_status(const uint32_t *reg_status) {
     cpe_dm_call_user(record.release());
 }
 
-/* Copies at most as many PLMNs as both lists have room for, by field: what lies between them stays zero. Returns their
- * number. */
+/* Copies at most as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that
+ * the padding between the fields stays zero. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
     const uint32_t count = cpe_dm_bounded(len, N, M);
@@ -186,7 +187,7 @@ static void fill_nr5g_nbr_info(const zeb_nas_scan_result_ind &scan, cpe_dm_nr5g_
     info.nbr_len = count;
 }
 
-/* The response to an LTE scan, with a payload when the scan succeeded. Null when memory lacks; logged. */
+/* The response to an LTE scan, with neighbour data when the scan succeeded. Null (logged) when memory ran out. */
 static cpe_dm_owned<cpe_dm_info> new_lte_response(const zeb_nas_scan_result_ind &scan) {
     auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_LTE_NBR);
     if (!record) {
@@ -207,7 +208,7 @@ static cpe_dm_owned<cpe_dm_info> new_lte_response(const zeb_nas_scan_result_ind 
     return record;
 }
 
-/* As for LTE. */
+/* The response to an NR 5G scan, as for LTE. */
 static cpe_dm_owned<cpe_dm_info> new_nr5g_response(const zeb_nas_scan_result_ind &scan) {
     auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_NR5G_NBR);
     if (!record) {
@@ -253,7 +254,7 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
     }
 }
 
-/* Under the lock. */
+/* Called under the lock. */
 static void process_msg(const zeb_async_data &msg) {
     switch (msg.zeb_msg_id) {
     case ZEB_NAS_SIG_INFO_IND:
@@ -291,7 +292,8 @@ void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data) {
     if (cpe_dm_lock_delivery(guard) != 0) {
         return;
     }
-    // Looked at again under the lock: a de-initialisation that held it meanwhile has taken the modem connection down.
+    // Looked at again under the lock: while this thread waited for the lock, a de-initialisation may have taken the
+    // modem connection down.
     if (!cpe_dm_is_initialized()) {
         CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
         return;

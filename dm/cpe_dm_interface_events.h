@@ -9,10 +9,10 @@
 /* Data of the commands that carry an indication of the modem to the command thread. */
 struct zeb_async_data {
     uint32_t zeb_msg_id;
-    void *zeb_msg_data; /* as it was posted */
+    void *zeb_msg_data; /* owned by the command; see cpe_dm_post_nas_msg */
 };
 
-/* The routines of such a command; data is its zeb_async_data. */
+/* The execute_f and free_f of such a command. data points to its zeb_async_data. */
 void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data);
 void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data);
 

@@ -13,7 +13,7 @@ static const uint32_t list_order[] = {
 };
 static_assert(std::size(list_order) == CPE_DM_IND_CNT - 1, "every indication is listed");
 
-/* The table's entry of an indication with a threshold; null for any other ID. */
+/* The table entry of an indication that has a threshold; null for any other ID. */
 static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t id) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication has an entry here");
     switch (id) {
@@ -34,7 +34,7 @@ static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t 
     }
 }
 
-/* Writes the IDs of the indications set, in their order; returns their number. */
+/* Writes the IDs of the indications that are set, in the order of list_order; returns their number. */
 static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
     cpe_dm_nas_ind_info &ind_info = cpe_dm_state.ind_info;
     uint32_t count = 0;
@@ -47,7 +47,7 @@ static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
     return count;
 }
 
-/* Registers the candidate with the modem; it becomes the table when the modem accepts it. */
+/* Registers the candidate table with the modem. If the modem accepts the candidate, it becomes the module's table. */
 static int32_t commit(const cpe_dm_nas_ind_info &candidate) {
     const int32_t status = cpe_dm_zeb_nas_register_ind(&candidate);
     if (status == CPE_DM_SUCCESS) {
@@ -101,7 +101,8 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     uint32_t ids[CPE_DM_IND_CNT];
     uint32_t count = 0;
     const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
-    // The handle is judged first, with the line of cpe_dm_get_ind_cnt. In a child of fork there is no handle to judge.
+    // A wrong handle is logged with the line of cpe_dm_get_ind_cnt, and only a right one leads on to the check of the
+    // list. In a child of fork any handle but 0 counts as right, so there the list can be checked at once.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

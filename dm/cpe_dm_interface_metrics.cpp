@@ -9,7 +9,8 @@
 #include <concepts>
 #include <iterator>
 
-/* The neighbour metrics, with the flags of the state that ask for them. */
+/* One neighbour metric, and the two flags in the state that mark it: a scan of its technology is requested, and this
+ * metric is asked for. */
 struct nbr_row {
     uint32_t id; /* cpe_dm_metric_id */
     uint8_t cpe_dm_state_record::*request;
@@ -32,21 +33,22 @@ static const nbr_row nbr_rows[] = {
 
 static_assert(CPE_DM_METRIC_CNT == 35, "a new metric of neighbours has a row above");
 
-/* The row of a neighbour metric, or null for any other ID. */
+/* The row of a neighbour metric; null for any other ID. */
 static const nbr_row *find_nbr(uint32_t id) {
     const nbr_row *row =
         std::find_if(std::begin(nbr_rows), std::end(nbr_rows), [id](const nbr_row &r) { return r.id == id; });
     return row != std::end(nbr_rows) ? row : nullptr;
 }
 
-/* A value of type T, widened with its sign. The call names the type, and the value must be of no other. */
+/* Stores a value of type T, widened to 64 bits. The caller names the type T, so that a value of another type does not
+ * compile. */
 template <std::integral T> static int32_t give(cpe_dm_info &info, std::same_as<T> auto value) {
     info.value.i64_val = static_cast<int64_t>(value);
     info.value_type = CPE_DM_VALUE_INT64;
     return CPE_DM_SUCCESS;
 }
 
-/* The bytes of an identity, one an entry. */
+/* Stores the bytes of an identity, one byte in each list entry. */
 static int32_t give_bytes(cpe_dm_info &info, const uint8_t (&bytes)[3]) {
     std::copy(std::begin(bytes), std::end(bytes), info.value.i64_list);
     info.value_type = CPE_DM_VALUE_INT64_LIST;
@@ -254,7 +256,7 @@ int32_t cpe_dm_mark_nbr_metric(uint32_t id) {
     return CPE_DM_SUCCESS;
 }
 
-/* Whether a neighbour request must wait; logged when it must. */
+/* Whether a scan is outstanding, so that a neighbour request is refused. The refusal is logged here. */
 static bool scan_outstanding() {
     if (!cpe_dm_state.lte_scan_request && !cpe_dm_state.nr5g_scan_request) {
         return false;
@@ -264,8 +266,8 @@ static bool scan_outstanding() {
     return true;
 }
 
-/* Requests one scan for all the neighbour metrics among the records, under the lock. A scan that was not accepted
- * leaves no mark, so that the next request is served. */
+/* Requests one scan for all neighbour metrics among the records. Called under the lock. When the modem does not accept
+ * the scan, the flags in the state are set back, so that the next request is served. */
 static int32_t scan_neighbours(const cpe_dm_info *records, int32_t count) {
     if (scan_outstanding()) {
         return CPE_DM_ERR_SCAN_ONGOING;
@@ -297,7 +299,7 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
     const bool pci = dm_info->id == CPE_DM_METRIC_LTE_PCI || dm_info->id == CPE_DM_METRIC_NR5G_PCI;
     if (pci && network_status == CPE_DM_REG_LTE_NR5G) {
-        // The NR 5G cell attached to an LTE cell is known to the system information only.
+        // Only the system information knows the PCI of an NR 5G cell that is attached to an LTE cell.
         cpe_dm_nas_sys_info sys_info = {};
         status = cpe_dm_zeb_nas_get_sys_info(&sys_info, 0);
         if (status != CPE_DM_SUCCESS) {
@@ -311,14 +313,14 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     return cpe_dm_fill_info(dm_info, &cell_info);
 }
 
-/* Sends a query for a record, and takes the metric out of it. */
+/* Sends the query that fills a record, and takes the metric out of the record. */
 template <typename Record> static int32_t get_from(cpe_dm_info *dm_info, int32_t (*query)(Record *record)) {
     Record record = {};
     const int32_t status = query(&record);
     return status != CPE_DM_SUCCESS ? status : cpe_dm_fill_info(dm_info, &record);
 }
 
-/* Whether the caller has given the record that CQI and cell lock lists fill. */
+/* Whether the caller has given the result record that a CQI or cell lock metric needs. */
 static bool has_result_record(const cpe_dm_info &info) {
     static_assert(CPE_DM_METRIC_CNT == 35, "a new metric that fills a record of the caller's is tested here");
     switch (info.id) {
@@ -334,7 +336,7 @@ static bool has_result_record(const cpe_dm_info &info) {
     }
 }
 
-/* Answers a metric of the serving cells or of the cell locks, by the query for the record that holds it. */
+/* Answers a metric of the serving cells or of the cell locks, with the query whose record holds the metric. */
 static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     if (!has_result_record(*dm_info)) {
         return CPE_DM_ERR_INVALID_PARAM;
@@ -374,7 +376,7 @@ static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
 }
 
-/* The statuses in service are the highest. */
+/* Every status with a technology in service has a higher number than the others. */
 static bool in_service(uint32_t network_status) {
     return network_status >= CPE_DM_REG_LTE;
 }
@@ -409,7 +411,7 @@ int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     return get_metric(dm_info, sys_info.network_status);
 }
 
-/* The entry check of a list; it is made again when the lock has been let go. */
+/* The entry check of a list. Made a second time after the lock was let go. */
 static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
     const int32_t status =
         cpe_dm_enter(guard, "cpe_dm_get_info_list", hndl, dm_info_list != nullptr && dm_info_list_cnt > 0);
@@ -425,7 +427,8 @@ static bool names_neighbours(const cpe_dm_info *dm_info_list, int32_t dm_info_li
                        [](const cpe_dm_info &info) { return find_nbr(info.id) != nullptr; });
 }
 
-/* One record of a list that is not a neighbour metric. The lock is not held: cpe_dm_get_info takes it for itself. */
+/* Gets one metric of a list; not used for neighbour metrics. Called without the lock, which cpe_dm_get_info takes
+ * itself. */
 static int32_t get_listed(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     if (dm_info->id == CPE_DM_METRIC_INVALID || dm_info->id >= CPE_DM_METRIC_CNT) {
         CPE_DM_LOG_ERROR("Retrieving the diagnostic information for metric[%u] - not supported!!", dm_info->id);

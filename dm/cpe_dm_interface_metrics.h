@@ -1,4 +1,4 @@
-/* Metrics: what the modem's answers hold of them, and which of them wait for a scan. */
+/* Metrics: taking a metric from the modem's answer, and noting that a neighbour metric was asked for. */
 #ifndef CPE_DM_INTERFACE_METRICS_H
 #define CPE_DM_INTERFACE_METRICS_H
 
@@ -6,14 +6,14 @@
 
 #include <cstdint>
 
-/* Copies into the caller's record the metric of its id from the record that the modem's answer filled, which is of the
- * type that holds this metric. For CQI and cell lock lists the value points to the caller's record. Returns
- * CPE_DM_ERR_INFO_UNAVAILABLE (logged) when the answer lacks it, with value_type CPE_DM_VALUE_NONE;
- * CPE_DM_ERR_NOT_SUPPORTED for an ID that no answer serves. */
+/* Copies one metric, dm_info->id, from record to dm_info. record is the cpe_dm_nas_... record that the query for this
+ * metric filled. For CQI and cell lock lists the value of dm_info points to the caller's result record. Returns
+ * CPE_DM_ERR_INFO_UNAVAILABLE (logged), with value_type CPE_DM_VALUE_NONE, when record does not hold the metric, and
+ * CPE_DM_ERR_NOT_SUPPORTED for an ID that no query serves. */
 int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record);
 
-/* Notes in the state, under the lock, that a neighbour metric was asked for. Returns 0, or CPE_DM_ERR_NOT_SUPPORTED
- * when the ID is not that of a neighbour metric. */
+/* Notes in the state that a neighbour metric was asked for. Called under the lock. Returns 0, or
+ * CPE_DM_ERR_NOT_SUPPORTED when the ID is not that of a neighbour metric. */
 int32_t cpe_dm_mark_nbr_metric(uint32_t id);
 
 #endif

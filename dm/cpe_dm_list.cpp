@@ -86,7 +86,7 @@ cpe_dm_dll_node *cpe_dm_dll_dequeue(cpe_dm_dll_node *node, cpe_dm_dll_node **tai
     return first;
 }
 
-/* A tail that is missing or has a successor is not the list's. */
+/* False for a tail that cannot be the tail of a list: it is null or has a successor. */
 static bool tail_consistent(cpe_dm_dll_node *const *tail) {
     return tail != nullptr && *tail != nullptr && (*tail)->next == nullptr;
 }
@@ -111,7 +111,7 @@ cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail
     if (node == nullptr) {
         return nullptr;
     }
-    // A comparison routine that links nodes can give the tail a successor.
+    // The tail has a successor only if the comparison routine has linked a node behind it.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));
@@ -125,7 +125,8 @@ void cpe_dm_dll_delete_node(const cpe_dm_dll_node *head, cpe_dm_dll_node **tail,
     if (head == nullptr || node == nullptr || !tail_consistent(tail)) {
         return;
     }
-    // Only another thread, which has no business here, can have given the tail a successor since it was checked.
+    // The check above found no successor. Only another thread can have linked one since, and other threads must not use
+    // the list at the same time.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete_node: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));

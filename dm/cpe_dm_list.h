@@ -1,9 +1,9 @@
 /* A doubly linked list of opaque data pointers.
  *
- * A list is a chain of nodes behind a head node that carries no data. The list does not record its tail: an owner that
- * needs it keeps a reference to the last node (to the head while the list is empty) and hands its address to the
- * operations that may remove the last node. Nothing is locked here; the owner serialises access. A node taken out of
- * the list is released by whoever took it out, with cpe_dm_dll_free_node. */
+ * A list is a chain of nodes behind a head node that carries no data. The list does not record its tail. An owner that
+ * needs the tail keeps a pointer to the last node (to the head while the list is empty), and passes the address of this
+ * pointer to the operations that may remove the last node. Nothing is locked here; the owner serialises access. A node
+ * taken out of the list belongs to the caller, who releases it with cpe_dm_dll_free_node. */
 #ifndef CPE_DM_LIST_H
 #define CPE_DM_LIST_H
 
@@ -18,31 +18,33 @@ struct cpe_dm_dll_node {
 /* Compares a key with the data of a node; 0 means that they match. */
 using cpe_dm_dll_cmp_f = int32_t (*)(const void *key, const void *data);
 
-/* Initialises node, or a newly allocated one when node is null, as an unlinked node without data: the head of an empty
- * list. Returns it, or null when the allocation failed. */
+/* Makes node the head of an empty list: an unlinked node without data. Allocates the node when node is null. Returns
+ * the head, or null when the allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_init(cpe_dm_dll_node *node);
 
-/* Appends node, or a newly allocated one when node is null, with the given data. start is any node of the list; with
- * the tail the append is a single step. Returns the new last node, or null when start is null or the allocation
- * failed. */
+/* Appends node, or a newly allocated one when node is null, with the given data. start is any node of the list; when
+ * start is the tail, no search for the end is needed. Returns the new last node, or null when start is null or the
+ * allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_enqueue(cpe_dm_dll_node *start, cpe_dm_dll_node *node, void *data);
 
-/* Links node, or a newly allocated one when node is null, with the given data at zero-based index pos: first when pos
- * is 0 or negative, last when the list is shorter. An owner that keeps a tail moves it when the new node has no
- * successor. Returns the node, or null when head is null or the allocation failed. */
+/* Inserts node, or a newly allocated one when node is null, with the given data at index pos, counted from 0: first
+ * when pos is 0 or negative, last when the list is shorter. When the inserted node has no successor, an owner that
+ * keeps a tail sets the tail to it. Returns the inserted node, or null when head is null or the allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_insert(cpe_dm_dll_node *head, cpe_dm_dll_node *node, void *data, int32_t pos);
 
-/* Unlinks the first element, stores its data in *data and returns the node, cleared. node is any node of the list; with
- * the head it is a single step. *tail, where tail is not null, becomes the head when the list is then empty. Returns
- * null, with *data untouched, when the list is empty or node is null. */
+/* Unlinks the first element, stores its data in *data and returns the node, cleared. node is any node of the list; when
+ * node is the head, no search for the head is needed. When the list has become empty and tail is not null, *tail
+ * becomes the head. Returns null, with *data untouched, when the list is empty or node is null. */
 cpe_dm_dll_node *cpe_dm_dll_dequeue(cpe_dm_dll_node *node, cpe_dm_dll_node **tail, void **data);
 
-/* Unlinks and returns the first element whose data matches the key; its data stays in it. Moves *tail when it was the
- * last. Returns null, with nothing changed, when none matches, an argument is null, or *tail is not a last node. */
+/* Unlinks and returns the first element whose data matches the key; the element keeps its data. When the element was
+ * the last one, *tail moves to its predecessor. Returns null, with nothing changed, when no element matches, head, tail
+ * or *tail is null, or *tail is not a last node. */
 cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail, const void *key,
                                    cpe_dm_dll_cmp_f cmp);
 
-/* Unlinks node, an element of the list, as cpe_dm_dll_delete does; does not release it. */
+/* Unlinks node, an element of the list, and moves *tail as cpe_dm_dll_delete does. Does not release the node. Does
+ * nothing when an argument or *tail is null, or *tail is not a last node. */
 void cpe_dm_dll_delete_node(const cpe_dm_dll_node *head, cpe_dm_dll_node **tail, cpe_dm_dll_node *node);
 
 /* The successor of node, with its data stored in *data; null, with *data untouched, at the end or for a null node. */
@@ -57,8 +59,8 @@ void *cpe_dm_dll_data(const cpe_dm_dll_node *node);
 /* Releases the node, not its data. */
 void cpe_dm_dll_free_node(cpe_dm_dll_node *node);
 
-/* Releases node and all its successors, each with its data (allocated with malloc or calloc). Given the head, that is
- * the whole list. */
+/* Releases node and all its successors, each with its data, which was allocated with malloc or calloc. From the head
+ * on, this is the whole list. */
 void cpe_dm_dll_destroy(cpe_dm_dll_node *node);
 
 #endif

@@ -8,22 +8,26 @@
 
 pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 
-/* Signalled when somebody who waits with the lock let go may be able to go on. */
+/* Broadcast when a thread that waits in wait_for_change may be able to go on. */
 static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
 
-/* Written under the lock, but for the end of a take-down whose thread could not get the lock again. */
+/* Written under the lock, with one exception: the end of a take-down whose thread could not take the lock again. */
 static std::atomic<bool> taking_down;
 
-/* The turns of operations. Each draws a ticket before it waits for the lock. `turn` is the ticket that goes next.
- * `gone` says how many of the tickets from there on nobody holds any more, because the lock could not be taken; an
- * operation that goes before its turn, because a wait failed, lowers it by the number of operations that it overtakes,
- * and each of these raises it again. */
+/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is the ticket whose
+ * operation goes next. `gone` corrects the difference between a ticket and `turn`, so that the result is the
+ * number of operations that go before that ticket.
+ *
+ * An operation that gives up, because it cannot take the lock, raises `gone` by 1. When an operation begins, `turn`
+ * moves past its ticket, and `gone` falls by the number of tickets in between. These belong to operations that gave up
+ * or, if a failed wait made the operation go before its turn, to operations that were overtaken. An overtaken operation
+ * raises `gone` by 1 when it begins. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* under the lock */
 
 static std::atomic<bool> delivery_waiting;
-static uint32_t deliveries_in_a_row;   /* since an operation began; under the lock */
+static uint32_t deliveries_in_a_row;   /* since the last operation began; under the lock */
 static std::atomic<uint32_t> sleepers; /* threads that wait for lock_changed */
 
 static void wake_sleepers() {
@@ -32,8 +36,8 @@ static void wake_sleepers() {
     }
 }
 
-/* Waits, with the lock let go, until something has changed or a second has passed: a wake-up that fails is missed for
- * no longer than that. */
+/* Waits, with the lock let go, until something has changed or a second has passed. The limit is for a broadcast that
+ * failed: it delays a thread by a second at most. */
 static int32_t wait_for_change() {
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);
@@ -44,7 +48,7 @@ static int32_t wait_for_change() {
     return error == ETIMEDOUT || CPE_DM_SUCCEEDS(error, "pthread_cond_timedwait failed:") ? 0 : -1;
 }
 
-/* How many operations with tickets before this one have not begun. */
+/* How many operations with an earlier ticket have not begun yet. */
 static int32_t operations_before(uint32_t ticket) {
     return static_cast<int32_t>(ticket - turn) - gone;
 }
@@ -84,7 +88,7 @@ int32_t cpe_dm_lock_operation(cpe_dm_guard &guard) {
         status = wait_for_change();
     }
     begin_operation(ticket);
-    // After a wait that failed the operation goes on out of its turn, but never into a take-down.
+    // After a failed wait the operation goes on out of its turn, but never while the module is being taken down.
     return taking_down ? -1 : 0;
 }
 
@@ -119,7 +123,8 @@ cpe_dm_guard::~cpe_dm_guard() {
 
 void cpe_dm_take_down_begin() {
     taking_down = true;
-    // The command thread may be waiting for an operation, which in turn waits for the take-down.
+    // The command thread may be waiting until an operation has had its turn, and this operation is waiting for the end
+    // of the take-down.
     wake_sleepers();
 }
 

@@ -1,13 +1,13 @@
-/* The module's lock, and in which order those who wait for it get it.
+/* The module's lock, and the order in which waiting threads get the lock.
  *
  * Two kinds of users take the lock: operations, on any thread, and deliveries of events, on the command thread. An
- * operation holds it for as long as the modem takes to answer, so a bare mutex would let whoever asks again at once
- * keep everybody else out. Hence:
+ * operation holds the lock for as long as the modem takes to answer. With a bare mutex, a thread that calls one
+ * operation after the other could keep all other threads out. Hence:
  *   - a delivery that waits goes before every operation that has not begun;
  *   - after CPE_DM_DELIVERIES_IN_A_ROW deliveries one operation that waits goes first;
  *   - operations go in the order in which they were called.
- * While a take-down is on, no operation begins; the thread that takes down and the command thread alone use the lock.
- */
+ * While the module is being taken down, no operation begins: only the thread that takes the module down and the command
+ * thread use the lock. */
 #ifndef CPE_DM_LOCK_H
 #define CPE_DM_LOCK_H
 
@@ -21,7 +21,7 @@ enum {
 /* Serialises all operations and deliveries. Default attributes; never destroyed. */
 extern pthread_mutex_t cpe_dm_lock;
 
-/* Holds the lock from the call that takes it to the end of the scope. */
+/* Holds the lock from the call that takes it until cpe_dm_unlock or the end of the scope. */
 struct cpe_dm_guard {
     bool held = false;
     cpe_dm_guard() = default;
@@ -30,21 +30,23 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Take the lock: for an operation in its turn; for a delivery in its turn; and, for the thread that takes down, as soon
- * as it is free. They return 0, or -1 when the caller must not go on (logged). A wait for the turn that fails (logged)
- * is given up, and the caller goes on out of turn. */
+/* Take the lock: for an operation in its turn, for a delivery in its turn, and, for the thread that takes the module
+ * down, as soon as the lock is free. Return 0, or -1 (logged) when the caller must not go on. When the wait for the
+ * turn fails (logged), the caller goes on out of turn. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
 int32_t cpe_dm_lock_delivery(cpe_dm_guard &guard);
 int32_t cpe_dm_lock_now(cpe_dm_guard &guard);
 
-/* Gives the lock back. A release that fails (logged) is tried once more; -1: it failed again, and the lock is held. */
+/* Releases the lock. When the release fails (logged) it is tried once more. Returns -1 when it failed twice; the lock
+ * is then still held. */
 int32_t cpe_dm_unlock(cpe_dm_guard &guard);
 
-/* Begin and end a take-down. Begun with the lock held; ended with or without it. */
+/* Mark the time during which the module is being taken down. Begin is called with the lock held, end with or without
+ * it. */
 void cpe_dm_take_down_begin();
 void cpe_dm_take_down_end();
 
-/* In a child of fork: makes the lock anew, without a look at who held it or waited for it in the parent. */
+/* In a child of fork: makes the lock anew, free and without waiting threads, whatever its state in the parent was. */
 void cpe_dm_lock_renew();
 
 #endif

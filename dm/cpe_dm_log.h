@@ -1,5 +1,5 @@
-/* The module's log: one call a line, CPE_DM_LOG_ERROR for failures and invalid arguments, CPE_DM_LOG_INFO for progress
- * and decoded values. A line holds at most 511 characters; the rest is cut off. Callable from any thread. */
+/* The module's log. Each call logs one line: CPE_DM_LOG_ERROR for failures and invalid arguments, CPE_DM_LOG_INFO for
+ * progress and decoded values. A line holds at most 511 characters; the rest is cut off. Callable from any thread. */
 #ifndef CPE_DM_LOG_H
 #define CPE_DM_LOG_H
 
@@ -12,7 +12,7 @@ enum {
 
 void cpe_dm_log_write(const diag_msg_desc *desc, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
-/* The source file's name without its folders, known when it is compiled. */
+/* The source file's name without its folders, computed at compile time. */
 #ifdef __FILE_NAME__
 #define CPE_DM_LOG_FILE __FILE_NAME__
 #else

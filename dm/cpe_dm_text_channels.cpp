@@ -4,8 +4,9 @@
 
 static constexpr uint32_t LTE_RASTER_KHZ = 100;
 
-/* One operating band: its downlink channel numbers, which are 100 kHz apart, and the frequency of the first of them in
- * 100 kHz. Packed, as a box is small. */
+/* One operating band. first and last are its first and last downlink channel numbers; channels are 100 kHz apart.
+ * first_100khz is the frequency of channel first, in units of 100 kHz. The fields are packed to save memory in the
+ * box. */
 struct lte_band_row {
     uint64_t band : 8;
     uint64_t first : 20;
@@ -114,7 +115,8 @@ uint32_t cpe_dm_lte_khz(uint32_t earfcn) {
     return row != nullptr ? static_cast<uint32_t>(row->first_100khz + earfcn - row->first) * LTE_RASTER_KHZ : 0;
 }
 
-/* One part of the global frequency raster. */
+/* One part of the NR 5G channel raster: the channels from first to last, step_khz apart. first_khz is the frequency of
+ * channel first. */
 struct nr5g_raster_row {
     uint32_t first;
     uint32_t last;

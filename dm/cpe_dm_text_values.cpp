@@ -8,7 +8,7 @@
 #include <cstring>
 
 char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_per_unit) {
-    // Unsigned, so that the most negative number has its counterpart too.
+    // Unsigned, as the magnitude of INT64_MIN has no int64_t.
     const uint64_t magnitude = count < 0 ? 0 - static_cast<uint64_t>(count) : static_cast<uint64_t>(count);
     const char *sign = count < 0 ? "-" : "";
     const int decimals = counts_per_unit >= 1000 ? 3 : counts_per_unit >= 100 ? 2 : counts_per_unit >= 10 ? 1 : 0;
@@ -36,7 +36,7 @@ char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn) {
     return text;
 }
 
-/* The half of a byte of a list as a number of 0 to 15; half 0 is the lower one. */
+/* Half of byte i, a number from 0 to 15: the lower half when half is 0, the upper half when it is 1. */
 static unsigned half_byte(const int64_t *bytes, int i, unsigned half) {
     return static_cast<unsigned>(bytes[i] >> (4 * half)) & 0xF;
 }
@@ -46,7 +46,7 @@ char *cpe_dm_plmn_bytes_text(char *text, size_t size, const int64_t *bytes) {
     const int len = snprintf(text, size, "%x%x%x-%x%x", half_byte(bytes, 0, 0), half_byte(bytes, 0, 1),
                              half_byte(bytes, 1, 0), half_byte(bytes, 2, 0), half_byte(bytes, 2, 1));
     const auto used = static_cast<size_t>(len);
-    if (third_mnc_digit != 0xF && used < size) { // 15 stands for an MNC of two digits
+    if (third_mnc_digit != 0xF && used < size) { // 15: the MNC has only two digits
         snprintf(text + used, size - used, "%x", third_mnc_digit);
     }
     return text;
@@ -199,7 +199,7 @@ char *cpe_dm_value_text(char *text, size_t size, const cpe_dm_info *info) {
         append(&to, "%s", cpe_dm_reg_status_name(info->value.u32_val));
         break;
     case CPE_DM_VALUE_INT64:
-        if (info->id == CPE_DM_METRIC_NR5G_CGI) { // the 64 bits as they are
+        if (info->id == CPE_DM_METRIC_NR5G_CGI) { // all 64 bits, unsigned
             append(&to, "%" PRIu64, static_cast<uint64_t>(info->value.i64_val));
         } else {
             cpe_dm_count_text(text, size, info->value.i64_val, metric->counts_per_unit);

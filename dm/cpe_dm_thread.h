@@ -4,16 +4,16 @@
 
 #include "cpe_dm_log.h"
 
-/* Whether a call of a thread primitive returned 0. When it did not, `text` is logged at error level from where the
- * macro stands, so that the line names the place. */
+/* Whether a call of a thread primitive returned 0. Otherwise logs `text` as an error. The macro logs, and not a
+ * function, so that the log line names the place of the failed call. */
 #define CPE_DM_SUCCEEDS(call, text)                                                                                    \
     ((call) == 0 || [] {                                                                                               \
         CPE_DM_LOG_ERROR(text);                                                                                        \
         return false;                                                                                                  \
     }())
 
-/* Sleeps for a millisecond: for a thread that waits for another which cannot tell when it is done. Unlike a yield, this
- * lets threads of any priority go on. */
+/* Sleeps for a millisecond. For loops that wait for another thread which has no means to signal that it is done. Unlike
+ * a yield, a sleep lets threads of any priority run. */
 void cpe_dm_pause();
 
 #endif

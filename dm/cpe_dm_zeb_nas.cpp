@@ -8,7 +8,8 @@
 #include <iterator>
 #include <utility>
 
-/* What the service definition was generated as. */
+/* The versions of the service definition that the module is built against, and the number of discovered service
+ * instances for which there is room. */
 enum {
     NAS_IDL_MAJOR_VERSION = 1,
     NAS_IDL_MINOR_VERSION = 342,
@@ -19,13 +20,13 @@ enum {
 static zeb_client_handle zeb_nas_clnt_handle;
 static zeb_client_handle zeb_nas_notifier_handle;
 
-/* The signal of the notifier, which uses it until it is released. Of the two blocks the second is a spare one, for the
- * time after a notifier that could never be released: the platform may use such a notifier's block for ever. */
+/* The OS-parameter block in which the notifier's signal lives; the notifier uses it until it is released. A notifier
+ * that can never be released may use its block for ever. So there is a second, spare block for the next notifier. */
 static zeb_cci_os_params zeb_nas_os_params[2];
 static size_t zeb_nas_block; /* the block in use */
 
-/* A notifier that a failed connection could not release. It uses the current block, so no other notifier may be created
- * on that one. */
+/* A notifier that could not be released after a failed connection; null when there is none. This notifier still uses
+ * the current block, so no other notifier may be created on that block. */
 static zeb_client_handle zeb_nas_lost_notifier;
 
 zeb_client_handle cpe_dm_zeb_nas_client() {
@@ -70,7 +71,7 @@ int32_t cpe_dm_zeb_nas_client_init() {
     return CPE_DM_SUCCESS;
 }
 
-/* Waits until the service is present; returns the number of its instances. */
+/* Waits until the service is present. Returns the number of its instances. */
 static uint32_t nas_wait_for_service(zeb_service_object service) {
     uint32_t num_services = 0;
     int32_t status = zeb_client_get_service_list(service, nullptr, nullptr, &num_services);
@@ -82,7 +83,8 @@ static uint32_t nas_wait_for_service(zeb_service_object service) {
     return num_services;
 }
 
-/* Releases a client handle, if there is one, and forgets it once it is released. */
+/* Releases a client handle, if there is one. A handle that was released becomes null. Returns the status of the
+ * release. */
 static int32_t nas_release_handle(zeb_client_handle &handle) {
     const int32_t status = handle != nullptr ? zeb_client_release(handle) : 0;
     if (status == 0) {
@@ -91,8 +93,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Sees to it that no notifier uses the current block: releases the lost one or, when it cannot be released this time
- * either, forgets it and goes over to the spare block. */
+/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. When this fails,
+ * forgets the lost notifier and makes the spare block the current one, or fails when the spare block is the current one
+ * already. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {
@@ -108,7 +111,7 @@ static int32_t nas_settle_lost_notifier() {
     return CPE_DM_SUCCESS;
 }
 
-/* The steps of connecting, up to the first that fails. */
+/* Takes the steps of connecting, up to the first step that fails. */
 static int32_t nas_connect() {
     const zeb_service_object service = nas_service_object();
     if (service == nullptr) {
@@ -123,7 +126,8 @@ static int32_t nas_connect() {
     status = zeb_client_notifier_init(service, &zeb_nas_os_params[zeb_nas_block], &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
-        // Whatever was stored all the same is no notifier that could own the signal.
+        // The call has created no notifier. If it has stored a handle all the same, the handle is released if possible
+        // and never counts as a lost notifier.
         nas_release_handle(zeb_nas_notifier_handle);
         zeb_nas_notifier_handle = nullptr;
         return CPE_DM_ERR_FAILURE;

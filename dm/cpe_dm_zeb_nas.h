@@ -1,14 +1,14 @@
 /* Client of the modem's network access service (NAS): the connection, the queries and requests, and the indications.
  *
- * None of the operations takes a lock; the interface calls them with cpe_dm_lock held, so they run one at a time. The
- * two callbacks run on the framework's thread. Unless said otherwise an operation returns
+ * None of the operations takes a lock: the interface calls them with cpe_dm_lock held, so they run one at a time. The
+ * two callbacks run on the framework's thread. Unless stated otherwise an operation returns
  *   CPE_DM_SUCCESS
  *   CPE_DM_ERR_FAILURE          the transport or the service failed;
  *   CPE_DM_ERR_INVALID_PARAM    the record is null;
  *   CPE_DM_ERR_NO_MEMORY        a memory allocation failed;
  *   CPE_DM_ERR_NOT_INITIALIZED  there is no connection;
- * each failure is logged. The records are the caller's. Values are as the service reports them; a field whose group the
- * service did not report is 0. */
+ * each failure is logged. The records are the caller's. Values are as the service reports them. A field that belongs to
+ * a group which the service did not report is 0. */
 #ifndef CPE_DM_ZEB_NAS_H
 #define CPE_DM_ZEB_NAS_H
 
@@ -31,7 +31,7 @@ struct cpe_dm_nas_cell_info {
         uint32_t cgi;
         uint16_t earfcn;
         uint16_t pci;
-        int16_t rsrq; /* from the cell's entry in the intra-frequency list; 0 when it has none */
+        int16_t rsrq; /* from the serving cell's entry in the intra-frequency list; 0 when there is no such entry */
         int16_t rsrp;
     } lte_serving;
     uint8_t nr5g_serving_cell_info_valid; /* the serving cell or its ARFCN was reported */
@@ -107,56 +107,61 @@ struct cpe_dm_nas_sys_info {
 };
 
 /* Connects: waits without limit for the service, creates the client and asks for system information indications.
- * Returns 0 as well when connected already. After a failure there is no connection. A notifier that could not be
- * released then is released by the next call; when that fails too, the notifier is forgotten and the call goes on. Only
- * the first notifier can be forgotten in this way: as long as a second one cannot be released, the call fails. */
+ * Returns 0 also when already connected. After a failure there is no connection.
+ *
+ * If a failed call could not release its notifier, the next call releases that notifier first. If this fails too, the
+ * call forgets the notifier and goes on. Only one notifier can be forgotten: as long as a second one cannot be
+ * released, the call fails. */
 int32_t cpe_dm_zeb_nas_init();
 
-/* The step of cpe_dm_zeb_nas_init that creates the client. When the service refuses the registration the client is left
- * for the caller to release. */
+/* The step of cpe_dm_zeb_nas_init that creates the client. When the client's indication registration fails, the client
+ * stays, and the caller has to release it. */
 int32_t cpe_dm_zeb_nas_client_init();
 
-/* Disconnects. When it returns 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not connected, or a
- * release failed; what could not be released stays for the next call. */
+/* Disconnects. After a return of 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not connected, or a
+ * release failed; the next call then releases the rest. */
 int32_t cpe_dm_zeb_nas_release();
 
-/* In a child of fork: forgets the parent's connection, without a call of the framework. */
+/* In a child of fork: forgets the parent's connection without calling the framework. */
 void cpe_dm_zeb_nas_forget();
 
-/* Identity and measurements of the serving cells. CPE_DM_ERR_FAILURE also when a memory allocation failed. The record
- * is unchanged on failure. */
+/* Identity and measurements of the serving cells. A failed memory allocation gives CPE_DM_ERR_FAILURE here. On failure
+ * the record is unchanged. */
 int32_t cpe_dm_zeb_nas_get_cell_info(cpe_dm_nas_cell_info *cell_info);
 
-/* Signal values of the serving cells. The record is unchanged on failure. */
+/* Signal values of the serving cells. On failure the record is unchanged. */
 int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info);
 
-/* Transmit power, of the technologies in service by the module's network status. When the NR 5G request fails the LTE
- * value stays in the record. */
+/* Transmit power of the technologies that are in service according to the module's network status. When the NR 5G
+ * request fails, the LTE value stays in the record. */
 int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info);
 
-/* Channel quality, as for the transmit power; CPE_DM_ERR_FAILURE also when no technology is in service. */
+/* Channel quality of the technologies in service, with the same rules as for the transmit power. One addition: when no
+ * technology is in service, returns CPE_DM_ERR_FAILURE. */
 int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info);
 
-/* Cell lock lists, as for the transmit power. */
+/* Cell lock lists of the technologies in service, with the same rules as for the transmit power. */
 int32_t cpe_dm_zeb_nas_get_cell_lock_list(cpe_dm_nas_cell_lock_list *cell_lock_list);
 
-/* Registration status and the PCI of an attached NR 5G cell. With update_network_status not 0, the status becomes the
- * module's network status. The record is unchanged on failure. */
+/* Registration status, and the PCI of an NR 5G cell attached to the LTE cell. When update_network_status is not 0, the
+ * status is stored as the module's network status. On failure the record is unchanged. */
 int32_t cpe_dm_zeb_nas_get_sys_info(cpe_dm_nas_sys_info *sys_info, uint8_t update_network_status);
 
-/* Asks for a scan of one technology: LTE when lte_scan_request is not 0, NR 5G otherwise. Clears the ongoing flags
- * given, and sets that of the technology when the service accepts; the other may be null. Does not test the connection.
- * CPE_DM_ERR_INVALID_PARAM: nothing is requested, or there is no flag. */
+/* Asks for a scan of one technology: LTE when lte_scan_request is not 0, otherwise NR 5G. Clears both ongoing flags,
+ * and sets the flag of the scanned technology when the service accepts the request. The flag of the other technology
+ * may be null. Does not test whether there is a connection. CPE_DM_ERR_INVALID_PARAM: no scan is requested, or both
+ * flags are null. */
 int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_t *lte_scan_ongoing,
                                                 uint8_t nr5g_scan_request, uint8_t *nr5g_scan_ongoing);
 
-/* Brings the service's indications in line with the table: signal information on when an entry is set, with the
- * thresholds of the entries; system information always on. */
+/* Brings the service's indications in line with the table. System information is always on. Signal information is on
+ * when an entry with a threshold is set. The thresholds are sent in either case; whether the service accepts them is
+ * not checked. */
 int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info);
 
-/* Decodes an indication of the service, logs it and posts it to the command thread: signal information and scan results
- * as they are, of system information the network status, which becomes the module's, when it has changed. Of any other
- * indication only the arrival is logged. */
+/* Decodes, logs and posts an indication of the service to the command thread. Signal information and scan results are
+ * posted as decoded. From system information comes the network status: if it has changed, it is stored as the module's
+ * network status and posted. Of any other indication only the arrival is logged. */
 void cpe_dm_zeb_nas_ind_cb(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                            void *cb_data);
 

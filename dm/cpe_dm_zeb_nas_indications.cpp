@@ -9,15 +9,15 @@
 #include <iterator>
 #include <span>
 
-/* Sets the two fields one by one: assigning a whole structure could copy the padding between its fields, which holds
- * bytes of the stack, into the request. */
+/* Sets the two fields one by one. Assigning a whole structure could copy its padding, which holds bytes of the stack,
+ * into the request. */
 static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_threshold &entry) {
     threshold.valid = entry.valid;
     threshold.delta = entry.delta;
 }
 
-/* Sends the thresholds of the table. Only the transport can fail: whether the service takes the thresholds, which
- * stands in its response, is not looked at. */
+/* Sends the thresholds of the table. Only a failure of the transport is reported: the response, in which the service
+ * may refuse the thresholds, is not looked at. */
 static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication with a threshold is set here");
     auto req = cpe_dm_alloc<zeb_nas_config_sig_info_req>();
@@ -75,7 +75,7 @@ struct nas_indication {
     uint32_t buf_len;
 };
 
-/* Decodes an indication; returns the decoder's result. */
+/* Decodes an indication. Returns the status of the decoder. */
 template <typename T> static int32_t nas_decode(const nas_indication &ind, T &message) {
     return zeb_client_message_decode(ind.client, ZEB_MESSAGE_INDICATION, ind.msg_id, ind.buf, ind.buf_len, &message,
                                      sizeof(T));

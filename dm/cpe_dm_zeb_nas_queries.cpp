@@ -144,7 +144,7 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* One transmit power request; resp is cleared first. */
+/* Sends one transmit power request. Clears resp first. */
 static int32_t nas_request_tx_rx_info(uint32_t radio_if, zeb_nas_tx_rx_info_req &req, zeb_nas_tx_rx_info_resp &resp) {
     req.radio_if = radio_if;
     resp = {};
@@ -199,7 +199,7 @@ int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* One CQI request; resp is cleared first. */
+/* Sends one CQI request. Clears resp first. */
 static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &req, zeb_nas_cqi_info_resp &resp) {
     req.technology_valid = 1;
     req.technology = technology;
@@ -213,7 +213,7 @@ static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &r
     return CPE_DM_SUCCESS;
 }
 
-/* Log the carriers of a technology and copy as many as there is room for. */
+/* The next two functions copy the carriers of a technology, as many as there is room for, and log each copy. */
 static void nas_copy_lte_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_info &cqi_info) {
     CPE_DM_LOG_INFO("LTE CQI info - lte_cc_cqi_len[%u]", resp.lte_cc_cqi_len);
     cqi_info.lte_cc_cqi_valid = resp.lte_cc_cqi_valid;
@@ -261,7 +261,7 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     *cqi_info = {};
-    // With neither technology in service nothing is asked, and that counts as a failure.
+    // When neither technology is in service, nothing is sent and the status stays a failure.
     status = CPE_DM_ERR_FAILURE;
     if (cpe_dm_zeb_nas_lte_in_service()) {
         status = nas_request_cqi_info(ZEB_NAS_CQI_LTE, *req, *resp);
@@ -329,7 +329,7 @@ static int32_t nas_get_nr5g_cell_lock_list(cpe_dm_nas_cell_lock_list &cell_lock_
     CPE_DM_LOG_INFO("NR 5G multi-lock cell list - arfcn_identity_valid[%u]", resp->arfcn_identity_valid);
     if (resp->cell_identity_valid) {
         CPE_DM_LOG_INFO("NR 5G multi-lock cell list - pci[%hu]", resp->pci);
-        // The line shows the low 16 bits of the ARFCN only; the record has all of it.
+        // This log line shows only the low 16 bits of the ARFCN. The record holds the whole ARFCN.
         CPE_DM_LOG_INFO("NR 5G multi-lock cell list - arfcn[%hu]", static_cast<uint16_t>(resp->arfcn));
         cell_lock_list.nr5g_cell_lock_valid = 1;
         cell_lock_list.cell_identity_valid = 1;

@@ -4,8 +4,8 @@
 
 #include <cstddef>
 
-/* The sizes that the module expects of the platform's structures. Another size does not compile; the error names the
- * structure, its size here and the size expected. */
+/* The sizes that the module expects of the platform's structures. If a size is another, the module does not compile,
+ * and the error names the structure, its size and the expected size. */
 template <typename message, size_t bytes_here, size_t bytes_expected> struct nas_bytes {
     static_assert(bytes_here == bytes_expected, "the platform's headers give this message another size than expected");
     static constexpr bool agreed = true;

@@ -1,4 +1,4 @@
-/* The request pattern that all operations on the NAS service share, and the client they share it on. */
+/* The request pattern that all operations on the NAS service share, and the client on which they send. */
 #ifndef CPE_DM_ZEB_NAS_REQUEST_H
 #define CPE_DM_ZEB_NAS_REQUEST_H
 
@@ -10,8 +10,8 @@
 zeb_client_handle cpe_dm_zeb_nas_client();
 
 /* The entry check of the operations that take a record. Returns
- *   CPE_DM_SUCCESS              the caller may go on;
- *   CPE_DM_ERR_INVALID_PARAM    the record is null; the caller logs its line;
+ *   CPE_DM_SUCCESS              the operation may go on;
+ *   CPE_DM_ERR_INVALID_PARAM    record is null; not logged here;
  *   CPE_DM_ERR_NOT_INITIALIZED  there is no connection; logged. */
 int32_t cpe_dm_zeb_nas_check(const void *record);
 
@@ -26,8 +26,8 @@ inline bool cpe_dm_zeb_nas_failed(int32_t transport_status, const zeb_nas_resp_h
     return transport_status != 0 || header.result != 0;
 }
 
-/* Sends an indication registration with system information switched on; what it says of signal information is the
- * caller's. Returns the transport status. */
+/* Sends an indication registration with system information switched on. The caller has filled in the fields for signal
+ * information, or left them zero. Returns the transport status. */
 int32_t cpe_dm_zeb_nas_send_registration(zeb_nas_indication_register_req &req, zeb_nas_empty_resp &resp);
 
 #endif

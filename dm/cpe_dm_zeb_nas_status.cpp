@@ -25,8 +25,8 @@ bool cpe_dm_zeb_nas_nr5g_in_service() {
     return status == CPE_DM_REG_LTE_NR5G || status == CPE_DM_REG_NR5G;
 }
 
-/* The network status of a technology whose service status is not ZEB_NAS_SRV_STATUS_SRV; `undecided` where the service
- * status says nothing. */
+/* The network status that follows from the service status of a technology that is not in service; `undecided` when none
+ * follows. */
 static uint32_t nas_out_of_service_status(uint32_t srv_status, uint32_t undecided) {
     switch (srv_status) {
     case ZEB_NAS_SRV_STATUS_LIMITED:

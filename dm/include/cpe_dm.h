@@ -1,49 +1,57 @@
 /* CPE DM: diagnostic monitor of an LTE/5G modem.
  *
- * One client at a time registers with cpe_dm_init, asks for metrics of the serving and the neighbouring cells, and sets
- * the indications it wants to be told of. Values that cannot be had at once, and indications, come to its callback.
+ * One client at a time registers with cpe_dm_init. The client asks for metrics of the serving and the neighbouring
+ * cells, and sets the indications of which it wants to be told. Values that take time, and indications, come to its
+ * callback.
  *
  * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
  * cpe_dm_init again only after cpe_dm_deinit.
  *
- * Threads: every operation may be called from any thread. The module carries out one operation at a time, in the order
- * of their calls, or runs one callback. An operation sends the modem up to three requests, and holds everything else up
- * until the last is answered: milliseconds as a rule, up to 50 s a request when the modem does not answer. cpe_dm_init
- * holds everything up for as long as it waits for the modem. An event waits for one operation at most, however many
- * threads ask, and an operation waits for 16 events in a row at most. An operation that meets a cpe_dm_deinit in
- * progress waits for its end.
+ * Threads: every operation may be called from any thread. At any time the module either carries out one operation or
+ * runs the callback once. Operations are carried out in the order in which they were called. An operation sends the
+ * modem up to three requests, and keeps other operations and events waiting until the last request is answered:
+ * milliseconds as a rule, up to 50 s for each request that the modem does not answer. cpe_dm_init keeps them waiting
+ * for as long as it waits for the modem. An event waits for one operation at most, however many threads call
+ * operations. An operation waits for 16 events in a row at most. An operation that is called while cpe_dm_deinit is in
+ * progress waits until cpe_dm_deinit has ended.
  *
- * The module has one thread of its own, which runs the callback. All signals are blocked in it but those by which the
- * kernel reports a fault of the thread itself: a program that is started from the callback has to restore the mask.
+ * The module has one thread of its own, the command thread, which runs the callback. All signals are blocked in this
+ * thread except those by which the kernel reports a fault of the thread itself. A program that is started from the
+ * callback inherits this signal mask and has to restore its own.
  *
- * Fork: a registration belongs to the process that made it. In a child every operation returns
- * CPE_DM_ERR_NOT_INITIALIZED (CPE_DM_ERR_INVALID_PARAM for a handle of 0 or an argument that may not be null or 0),
- * until cpe_dm_init is called in the child: it leaves the parent's registration alone and makes a new one, as far as
- * the platform's libraries work in a child. So a daemon registers after daemon(), not before.
+ * Fork: a registration belongs to the process that made it. In a child process every operation returns
+ * CPE_DM_ERR_NOT_INITIALIZED until cpe_dm_init is called there; a handle of 0, a null argument, a count below 1 or a
+ * record of the wrong info type still gives CPE_DM_ERR_INVALID_PARAM. cpe_dm_init in the child leaves the parent's
+ * registration alone and makes a new one, as far as the platform's libraries work in a child. So a daemon registers
+ * after daemon(), not before.
  *
- * Plug-ins: code that is unloaded deregisters first. A command thread that is still there when dlclose unmaps its code
- * ends the program.
+ * Plug-ins: code that is going to be unloaded calls cpe_dm_deinit first. If dlclose unmaps the module while its command
+ * thread still exists, the program crashes.
  *
- * Status: every operation returns a cpe_dm_status. What every operation but cpe_dm_init may return is
+ * Status: every operation returns a cpe_dm_status. Any operation but cpe_dm_init may return
  *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current initialisation, or an argument is not as
  *                               the operation asks for;
- *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way;
+ *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way, or the
+ *                               process is a child of fork;
  *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback;
  * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0.
  *
- * Coverage: out of it, metric requests return CPE_DM_ERR_SERVICE_UNAVAILABLE. Nothing is wrong: ask again later, or
- * set the registration status indication and wait for it.
+ * Coverage: while neither LTE nor NR 5G is in service, requests for metrics return CPE_DM_ERR_SERVICE_UNAVAILABLE,
+ * except for the registration status. This is no fault: ask again later, or set the registration status indication and
+ * wait for its event.
  *
- * Restart: a modem that restarts is not announced. While it is away, every operation that asks it returns
- * CPE_DM_ERR_FAILURE, at once or when its request has run out of time; no event comes; and the response of a scan that
- * was outstanding never will. The indications stay set in the module, but whether the modem still knows of them when it
- * is back is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE, call cpe_dm_deinit, then
- * cpe_dm_init, which waits until the modem is back and gives a new handle; read the registration status, of which only
- * later changes are delivered; and set the indications again. A restart that falls between two operations shows
- * nowhere. Who depends on events sets the indications again after any CPE_DM_ERR_FAILURE. Setting them from time to
- * time as well finds such a restart, but starts the comparison with the value delivered last anew each time, and so
- * hides changes that are slower than that; better is to ask for the values themselves now and then, and to set the
- * indications again when they differ from the values delivered last by more than their thresholds. */
+ * Restart: a restart of the modem is not announced. While the modem is away, every operation that asks it returns
+ * CPE_DM_ERR_FAILURE, at once or when the request has run out of time. No event comes, and the response of a scan that
+ * was outstanding never comes. The indications stay set in the module; whether the modem still knows of them after its
+ * restart is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE:
+ *   - call cpe_dm_deinit, then cpe_dm_init, which waits until the modem is back and gives a new handle;
+ *   - read the registration status, as only its later changes are delivered;
+ *   - set the indications again.
+ * A restart that falls between two operations shows nowhere. So a client that depends on events sets its indications
+ * again after any CPE_DM_ERR_FAILURE. For restarts that show nowhere, such a client asks for the values themselves now
+ * and then. When a value differs from the value delivered last by more than its threshold, the client sets the
+ * indications again. Setting them from time to time without looking at the values would work too, but may hide slow
+ * changes: each setting makes the modem count a change from the present value on. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -68,16 +76,16 @@ typedef enum {
                                              missing result record, missing or too small threshold */
     CPE_DM_ERR_NO_MEMORY = -3,            /* a memory allocation failed */
     CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
-    CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. One whose response
-                                             never comes blocks further ones until cpe_dm_deinit */
-    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or nothing at all */
+    CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. A scan whose
+                                             response never comes blocks further scans until cpe_dm_deinit */
+    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or serves no ID at all */
     CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
     CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a client is registered already */
     CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */
     CPE_DM_ERR_INFO_UNAVAILABLE = -17,    /* the modem answered without the value asked for */
 } cpe_dm_status;
 
-/* What a cpe_dm_info is. */
+/* What a cpe_dm_info record is used for. */
 typedef enum {
     CPE_DM_INFO_TYPE_REQUEST = 1,   /* a metric request and its answer */
     CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* an asynchronous response, given to the callback */
@@ -87,21 +95,22 @@ typedef enum {
 /* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB
  * (125 is 12.5 dB) and TX power in 0.1 dBm, as the modem's network access service reports them.
  *
- * Where the modem has an NR 5G cell but left a value of it out of its answer, the request succeeds with the value 0: an
- * NR ARFCN, CGI, PLMN or TAC of 0 is none, and so is the PCI 0 of a cell whose CGI is 0, unless the registration status
- * is CPE_DM_REG_LTE_NR5G, where the PCI comes from elsewhere.
+ * The modem may report an NR 5G cell and leave out some of the cell's values. A request for a value that was left out
+ * succeeds with the value 0. So an NR ARFCN, CGI, PLMN or TAC of 0 was not reported. A PCI of 0 was not reported if the
+ * CGI is 0 as well. The exception is registration status CPE_DM_REG_LTE_NR5G: there the PCI comes from another message
+ * of the modem, and a PCI of 0 is a real one.
  *
- * The neighbour metrics (EARFCN to RSRQ of neighbouring cells) give no value: a request starts a network scan, and the
- * response comes to the callback, filled with what had been asked for. */
+ * A neighbour metric (CPE_DM_METRIC_..._NBR_...) gives no value: its request starts a network scan. The response to the
+ * scan comes to the callback and holds the neighbour metrics that were asked for. */
 typedef enum {
     CPE_DM_METRIC_INVALID = 0,
     CPE_DM_METRIC_REG_STATUS = 1,       /* UINT32: a cpe_dm_reg_status */
     CPE_DM_METRIC_LTE_EARFCN = 2,       /* INT64, 0 to 65535 */
-    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64: NR ARFCN, unsigned 32-bit; 0 where the modem did not report it */
+    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64: NR ARFCN, unsigned 32-bit; 0: not reported */
     CPE_DM_METRIC_LTE_PCI = 4,          /* INT64, unsigned 16-bit */
     CPE_DM_METRIC_NR5G_PCI = 5,         /* INT64, unsigned 16-bit */
     CPE_DM_METRIC_LTE_CGI = 6,          /* INT64, unsigned 32-bit */
-    CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the 64 bits of the identity as they are */
+    CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the unsigned 64-bit identity, bit for bit */
     CPE_DM_METRIC_LTE_PLMN = 8,         /* INT64_LIST, 3 entries: the bytes of the PLMN ID in order, 0 to 255 each */
     CPE_DM_METRIC_NR5G_PLMN = 9,        /* as LTE */
     CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, signed 16-bit, dBm */
@@ -116,8 +125,8 @@ typedef enum {
     CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
     CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit, 0.1 dBm */
     CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit, 0.1 dBm */
-    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE neighbours: CPE_DM_ASYNC_RSP_LTE_NBR */
-    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR 5G neighbours: CPE_DM_ASYNC_RSP_NR5G_NBR */
+    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* all LTE_NBR metrics: CPE_DM_ASYNC_RSP_LTE_NBR */
+    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* all NR5G_NBR metrics: CPE_DM_ASYNC_RSP_NR5G_NBR */
     CPE_DM_METRIC_LTE_NBR_PCI = 24,
     CPE_DM_METRIC_NR5G_NBR_PCI = 25,
     CPE_DM_METRIC_LTE_NBR_CGI = 26,
@@ -132,14 +141,16 @@ typedef enum {
     CPE_DM_METRIC_CNT = 35,
 } cpe_dm_metric_id;
 
-/* Indications. Registration status needs no value when it is set, and is delivered as UINT32, the new
- * cpe_dm_reg_status. The others take a threshold (INT64, at least 1), the change after which the modem reports, and
- * are delivered as INT64, the new value; threshold and value are in the units of the metric of the same name.
+/* Indications. The registration status is set without a value, and is delivered as UINT32: the new cpe_dm_reg_status.
+ * Every other indication is set with a threshold (INT64, at least 1): the change of the metric after which the modem
+ * reports. The indication is delivered as INT64: the new value. Threshold and value have the unit of the metric of the
+ * same name.
  *
- * The thresholds only decide when the modem reports. Each of its reports carries all its signal values, and delivers
- * every indication set whose value differs from the one delivered last, be it by less than its own threshold. From
- * when an indication is set, 0 counts as the value delivered last. So it does when an indication is set again: the next
- * report delivers it whether it has changed or not. */
+ * A threshold only decides when the modem reports. A report carries all signal values that the modem has at that
+ * moment. From each report the module delivers every indication that is set and whose value differs from the value
+ * delivered last, even if it differs by less than the threshold. When an indication is set, also when it is set again,
+ * 0 takes the place of the value delivered last. So the next report delivers the indication, changed or not, unless the
+ * value is 0. */
 typedef enum {
     CPE_DM_IND_INVALID = 0,
     CPE_DM_IND_REG_STATUS = 1,
@@ -160,9 +171,9 @@ typedef enum {
     CPE_DM_ASYNC_RSP_CNT = 3,
 } cpe_dm_async_rsp_id;
 
-/* Which member of a record's value holds; together with the ID it says what the member means. */
+/* Which member of a record's value is in use. What the member means follows from the ID. */
 typedef enum {
-    CPE_DM_VALUE_NONE = 0,           /* none: a delivered record of this type reports an event without data */
+    CPE_DM_VALUE_NONE = 0,           /* no member: a delivered record of this type reports an event without data */
     CPE_DM_VALUE_INT64 = 2,          /* i64_val */
     CPE_DM_VALUE_UINT32 = 4,         /* u32_val */
     CPE_DM_VALUE_INT64_LIST = 6,     /* i64_list, value_cnt entries */
@@ -172,9 +183,10 @@ typedef enum {
     CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, allocated by the module */
 } cpe_dm_value_type;
 
-/* Registration status. Metrics are served in CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G. */
+/* Registration status. All metrics are served in CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G, and in the
+ * others only the registration status itself. */
 typedef enum {
-    CPE_DM_REG_NONE = 1,        /* no service status that would give another value */
+    CPE_DM_REG_NONE = 1,        /* none of the values below applies */
     CPE_DM_REG_POWER_SAVE = 2,  /* the serving system reports service status 4 */
     CPE_DM_REG_LIMITED = 3,     /* the serving system reports service status 1 */
     CPE_DM_REG_LIMITED_REG = 4, /* the serving system reports service status 3 */
@@ -183,8 +195,8 @@ typedef enum {
     CPE_DM_REG_NR5G = 7,        /* NR 5G in service */
 } cpe_dm_reg_status;
 
-/* Capacities of the records below. Whoever fills a record writes at most that many entries and sets the count to the
- * number written. */
+/* Capacities of the lists in the records below. A list never holds more entries than its capacity, and its count says
+ * how many entries hold. */
 enum {
     CPE_DM_I64_LIST_MAX = 20,
     CPE_DM_LTE_CC_MAX = 7,
@@ -205,7 +217,7 @@ typedef struct {
     uint8_t cw_cqi[CPE_DM_CW_MAX]; /* CQI index of each codeword, in order */
 } cpe_dm_cw_cqi;
 
-/* CQI of the LTE serving cells, one entry a component carrier. */
+/* CQI of the LTE serving cells, one entry for each component carrier. */
 typedef struct {
     uint8_t cc_cqi_valid; /* 1 when the module filled the record */
     uint32_t cc_cqi_len;  /* valid entries of cc_cqi */
@@ -231,7 +243,7 @@ typedef struct {
     cpe_dm_lte_cell_lock lte_cell_list[CPE_DM_LTE_CELL_LOCK_MAX];
 } cpe_dm_lte_cell_lock_list;
 
-/* The NR 5G lock: either one cell or a list of frequencies. */
+/* The NR 5G lock: one cell or a list of frequencies. */
 typedef struct {
     uint8_t cell_identity_valid; /* 1: the lock is the one cell of pci and arfcn */
     uint16_t pci;
@@ -247,7 +259,7 @@ typedef struct {
     uint8_t plmn_mnc_includes_pcs_digit; /* 1: the MNC has three digits */
 } cpe_dm_plmn;
 
-/* One LTE neighbour. CGI and PLMNs are there when they were asked for. */
+/* One LTE neighbour. CGI and PLMNs are filled when the scan was asked for them. */
 typedef struct {
     uint32_t earfcn;
     uint16_t pci;
@@ -258,14 +270,16 @@ typedef struct {
     cpe_dm_plmn plmn[CPE_DM_LTE_NBR_PLMN_MAX];
 } cpe_dm_lte_nbr;
 
-/* Payload of CPE_DM_ASYNC_RSP_LTE_NBR. The list is filled when EARFCN, PCI, CGI or PLMN was asked for, the
- * highest-signal block when RSRP or RSRQ was. */
+/* Payload of CPE_DM_ASYNC_RSP_LTE_NBR. The neighbour list is filled when EARFCN, PCI, CGI or PLMN was asked for and the
+ * scan found a neighbour. The highest_sig fields are about the neighbour with the highest signal, and are filled when
+ * RSRP or RSRQ was asked for. */
 typedef struct {
     uint8_t nbr_valid; /* 1: the neighbour list was filled */
     uint32_t nbr_len;  /* valid entries of nbr */
     cpe_dm_lte_nbr nbr[CPE_DM_LTE_NBR_MAX];
-    uint8_t highest_sig_valid;   /* 1: the block of the neighbour with the highest signal was filled */
-    uint32_t highest_sig_earfcn; /* of the first neighbour of the scan; this and the PCI are 0 when it found none */
+    uint8_t highest_sig_valid;   /* 1: RSRP or RSRQ was asked for */
+    uint32_t highest_sig_earfcn; /* EARFCN of the first neighbour of the scan; 0, as is the PCI, when the scan found no
+                                    neighbour */
     uint16_t highest_sig_pci;
     uint8_t highest_sig_rsrp_valid;
     int16_t highest_sig_rsrp; /* dBm */
@@ -273,7 +287,7 @@ typedef struct {
     int16_t highest_sig_rsrq; /* dB */
 } cpe_dm_lte_nbr_info;
 
-/* One NR 5G neighbour. RSRP, PLMNs and CGIs are there when they were asked for. */
+/* One NR 5G neighbour. RSRP, PLMNs and CGIs are filled when the scan was asked for them. */
 typedef struct {
     uint32_t earfcn; /* NR ARFCN */
     uint16_t pci;
@@ -294,12 +308,12 @@ typedef struct {
     cpe_dm_nr5g_nbr nbr[CPE_DM_NR5G_NBR_MAX];
 } cpe_dm_nr5g_nbr_info;
 
-/* The one record through which every value travels. A caller zeroes the whole record before it fills in what the
+/* The record in which every value travels. A caller zeroes the whole record, and then fills in the fields that the
  * operation asks for. */
 typedef struct {
     uint32_t info_type;  /* a cpe_dm_info_type */
     uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, by info_type */
-    uint32_t value_type; /* a cpe_dm_value_type; set by the module, but for the threshold of an indication */
+    uint32_t value_type; /* a cpe_dm_value_type; set by the module, except for a threshold, where the caller sets it */
     union {
         uint32_t u32_val;
         int64_t i64_val;
@@ -313,71 +327,82 @@ typedef struct {
     uint32_t value_cnt; /* valid entries of i64_list */
 } cpe_dm_info;
 
-/* The client's callback: hndl of the current initialisation, a record of type CPE_DM_INFO_TYPE_ASYNC_RSP or
- * CPE_DM_INFO_TYPE_IND, and the user_data given to cpe_dm_init.
+/* The client's callback. hndl is the handle of the current initialisation. info is a record of type
+ * CPE_DM_INFO_TYPE_ASYNC_RSP or CPE_DM_INFO_TYPE_IND. user_data is the pointer that was given to cpe_dm_init.
  *
- * Called on the module's command thread, one event after the other, while no operation is carried out. So it should
- * return quickly, and must not call any operation of the module: such a call is refused with CPE_DM_ERR_FAILURE. Nor
- * may it wait for another thread that calls one: both would wait for ever. It must not throw. The record and, for a
- * response with data, the neighbour record that its value points to were allocated with calloc for this call alone and
- * are now the callback's: it releases each of them with free. A record whose value type is CPE_DM_VALUE_NONE reports an
- * event without data; for a response it means that the scan did not succeed. */
+ * Threading: the callback runs on the module's command thread, once for each event, one event after the other. No
+ * operation is carried out while it runs, so it should return quickly. The callback must not call any operation of the
+ * module: such a call is refused with CPE_DM_ERR_FAILURE. Nor may it wait for another thread that calls an operation:
+ * both threads would wait for ever. It must not throw.
+ *
+ * Ownership: the record now belongs to the callback, which releases it with free. If the record is a response with
+ * data, its value points to a neighbour record, which the callback releases with free as well. Both were allocated with
+ * calloc for this call alone.
+ *
+ * A record whose value type is CPE_DM_VALUE_NONE reports an event without data. Such a response means that the scan did
+ * not succeed. */
 typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
 /* Registers the one client and connects to the modem. Blocks, without limit, until the modem's network access service
- * is present; nothing but the end of the process ends that wait, and other operations wait for it. On success stores
- * the new handle in *hndl. user_data may be null; it is handed to every callback.
+ * is present. Only the end of the process ends this wait; other operations wait meanwhile. On success stores the new
+ * handle in *hndl. user_data may be null; it is handed to every callback.
  *
  *   CPE_DM_ERR_INVALID_PARAM        hndl or user_cb_fn is null
- *   CPE_DM_ERR_ALREADY_INITIALIZED  a client is registered; it stays as it is
- *   CPE_DM_ERR_FAILURE              the connection, the first system information query or the command thread failed
+ *   CPE_DM_ERR_ALREADY_INITIALIZED  a client is registered; it stays registered
+ *   CPE_DM_ERR_FAILURE              the connection, the first system information query, the command thread or a system
+ *                                   primitive failed, or the operation was called from the callback
  *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed
- * After any failure nothing is registered that was not before. */
+ * A call that fails registers nothing. */
 int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_fn);
 
-/* Ends the initialisation: no callback runs when it returns 0 or afterwards, events still queued are released
- * undelivered, the indications set and a scan asked for are forgotten, and the handle is invalid.
+/* Ends the initialisation. Once the operation has returned 0, no callback is running or will run, events that were
+ * still queued have been released undelivered, the indications set and a scan asked for are forgotten, and the handle
+ * is invalid.
  *
- *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down; the handle then answers
- *                       CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it starts anew. When not
- *                       even the lock could be had, everything is as before */
+ *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down. From then on operations with
+ *                       this handle return CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it
+ *                       starts anew. If not even the module's lock could be taken, nothing has changed */
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
 
-/* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id, and for CQI
- * and cell lock lists points value at its own zeroed record; the module keeps no pointer to it. The module sets
- * value_type and value. For a neighbour metric it starts a scan instead and leaves the record as it is; while a scan
- * is outstanding, further neighbour requests are refused.
+/* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id. For CQI and
+ * cell lock lists the caller also points value at a zeroed record of its own; the module does not keep this pointer.
+ * The module sets value_type and value. For a neighbour metric the module starts a scan instead and leaves the record
+ * unchanged. While a scan is outstanding, further requests for neighbour metrics are refused.
  *
  *   CPE_DM_ERR_INVALID_PARAM        also: dm_info is null or not a request, or its result record is missing
  *   CPE_DM_ERR_SERVICE_UNAVAILABLE  neither LTE nor NR 5G is in service (any metric but the registration status)
  *   CPE_DM_ERR_NOT_SUPPORTED        no such metric
  *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or its technology is not in service;
  *                                   value_type is CPE_DM_VALUE_NONE
- *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric, and a scan is outstanding
+ *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric was asked for while a scan is outstanding
  *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service meanwhile
- *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed (CPE_DM_ERR_FAILURE in the query for EARFCN, PCI, CGI,
- *                                   PLMN and TAC) */
+ *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed; in the query for EARFCN, PCI, CGI, PLMN and TAC the
+ *                                   status is CPE_DM_ERR_FAILURE instead */
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
 
-/* Retrieves dm_info_list_cnt (at least 1) metrics, each record as for cpe_dm_get_info, in order. Other operations and
- * callbacks may run between two records. The first record that fails ends the operation with its status; those before
- * it keep their values, and no scan is started. A metric that does not exist is passed over, and
- * CPE_DM_ERR_NOT_SUPPORTED returned when it was the last of the list and the list starts no scan. All neighbour metrics
- * of the list together start one scan, LTE before NR 5G, after the other records; they are not tested for service, nor
- * their records for their info_type.
+/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list, each record as for cpe_dm_get_info. Other
+ * operations and callbacks may run between two records.
  *
- *   as cpe_dm_get_info; CPE_DM_ERR_SCAN_ONGOING when the list names a neighbour metric while a scan is outstanding:
- *   nothing of it is processed then, unless another thread started that scan meanwhile */
+ * The first record that fails ends the operation with that record's status. The records before it keep their values,
+ * and no scan is started. But a metric that does not exist is passed over. Only if such a metric is the last of the
+ * list, and the list has no neighbour metric, does the operation return CPE_DM_ERR_NOT_SUPPORTED.
+ *
+ * All neighbour metrics of the list together start one scan, after the other records: first LTE, then NR 5G. For
+ * neighbour metrics in a list, neither the service nor the info_type of the record is tested.
+ *
+ * The statuses are those of cpe_dm_get_info. CPE_DM_ERR_SCAN_ONGOING means that the list has a neighbour metric while a
+ * scan is outstanding. No record has been processed in this case, unless another thread started the scan while the list
+ * was being processed. */
 int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt);
 
 /* Sets one indication, or replaces its threshold. The caller sets info_type to CPE_DM_INFO_TYPE_IND, id to a
  * cpe_dm_ind_id and, for all but the registration status, value_type to CPE_DM_VALUE_INT64 and i64_val to the
- * threshold, of which the low 16 bits are used. On failure the indications set are as before, though the modem may have
- * taken part of the change until the next one succeeds.
+ * threshold, of which the low 16 bits are used. On failure the module's indications are as before, but the modem may
+ * hold part of the failed change until a later change succeeds.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_info is null or not an indication, or its threshold is missing or below 1
  *   CPE_DM_ERR_NOT_SUPPORTED  no such indication
- *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused; a refusal of the thresholds alone is not noticed
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
 
@@ -386,36 +411,36 @@ int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_cnt is null */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
 
-/* Stores the IDs of the indications set in the first entries of dm_ind_list, in the order 1, 2, 4, 6, 3, 5, 7, and 0 in
- * the rest of its dm_ind_list_cnt entries. A list of 7 entries always suffices.
+/* Stores the IDs of the indications set in dm_ind_list, in the order 1, 2, 4, 6, 3, 5, 7. The list has dm_ind_list_cnt
+ * entries; those that are left over become 0. A list of 7 entries always suffices.
  *
- *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt 0
- *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; it is not written */
+ *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt is 0
+ *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; the list is not written */
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt);
 
-/* Clears the dm_clr_ind_list_cnt indications listed; those that are not set may be among them. All are cleared or, on
- * failure, none, as for cpe_dm_set_ind_info.
+/* Clears the dm_clr_ind_list_cnt indications whose IDs are in the list. The list may name indications that are not set.
+ * On failure no indication is cleared; what cpe_dm_set_ind_info says of the modem holds here too.
  *
- *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt 0
+ *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt is 0
  *   CPE_DM_ERR_NOT_SUPPORTED  the list names an indication that does not exist
- *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused; a refusal of the thresholds alone is not noticed
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt);
 
-/* There is no control setting: checks its arguments and refuses.
+/* The module has no control settings: this operation only checks its arguments.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ctrl_info is null
  *   CPE_DM_ERR_NOT_SUPPORTED  otherwise */
 int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info);
 
-/* Display names, static text. An ID outside its catalogue has the name of ID 0. Callable at any time, from any thread,
- * also from the callback. */
+/* Display names, static text. For an ID that does not exist they give the name of ID 0. Callable at any time, from any
+ * thread, also from the callback. */
 const char *cpe_dm_metric_name(uint32_t id);
 const char *cpe_dm_ind_name(uint32_t id);
 const char *cpe_dm_async_rsp_name(uint32_t id);
 
-/* What a status means, in a few words without a line end: static text, also for a number that is no status. Callable at
- * any time, from any thread, also from the callback. */
+/* What a status means, in a few words without a line end. The text is static; a number that is no status has one too.
+ * Callable at any time, from any thread, also from the callback. */
 const char *cpe_dm_strerror(int32_t status);
 
 #ifdef __cplusplus
