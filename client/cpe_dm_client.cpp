@@ -24,7 +24,7 @@ static const char *const menu[] = {
     "10. CPE DM Options Usage",
 };
 
-/* Async-signal-safe. No text waits in a buffer here, as standard output has none. */
+/* Async-signal-safe. _exit loses no text, as standard output is unbuffered. */
 static void end_program(int /*signal*/) {
     _exit(0);
 }
@@ -35,8 +35,8 @@ static void install_sigterm_handler() {
     sigaction(SIGTERM, &action, nullptr);
 }
 
-/* A standard descriptor that the program was started without is opened on the null device, so that no file opened later
- * takes its number and what is printed on it. */
+/* Opens the null device for each standard descriptor that the program was started without. Otherwise a file opened
+ * later could get the number of standard output, and the client would print into that file. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {
@@ -55,15 +55,16 @@ static void print_menu() {
     cpe_dm_client_print("Option > ");
 }
 
-/* What has been read of the console and not used yet. */
+/* Console input that was read but not used yet: block[next] to block[end - 1]. */
 struct console_input {
     char block[4096];
     size_t next;
     size_t end;
 };
 
-/* Reads the next block. False at the end of the input, or when it cannot be read. A read that a signal interrupts is
- * tried again, and one that would block, where whoever shares the descriptor has made it so, waits. */
+/* Reads the next block. Returns false at the end of the input, or when the input cannot be read. Reads again after a
+ * signal. Another process that shares the descriptor may have made it non-blocking; this function waits for input all
+ * the same. */
 static bool read_block(console_input &input) {
     ssize_t len = 0;
     while ((len = read(STDIN_FILENO, input.block, sizeof(input.block))) < 0) {
@@ -87,9 +88,9 @@ static int read_char(console_input &input) {
     return static_cast<unsigned char>(input.block[input.next++]);
 }
 
-/* Reads up to the next newline, which is dropped, or until the buffer is full; the rest of a longer line is the next
- * one. False when there is nothing left to read. *ended becomes true with the end of the input, also behind a last line
- * without a newline: a terminal would go on after it. */
+/* Reads up to the next newline, which is dropped, or until the buffer is full. The rest of a longer line is read as the
+ * next line. Returns false when there is nothing left to read. Sets *ended at the end of the input, even if a last line
+ * without a newline was read: after an end of input a terminal could be read on. */
 static bool read_console_line(console_input &input, char *line, size_t size, bool *ended) {
     size_t len = 0;
     int c = 0;
@@ -101,7 +102,8 @@ static bool read_console_line(console_input &input, char *line, size_t size, boo
     return len > 0 || !*ended;
 }
 
-/* Parses and dispatches one line and prints its failure. A line without numbers counts as failed unless empty_ok. */
+/* Parses and dispatches one line, and prints a message when the line fails. A line without numbers fails, unless
+ * empty_ok. */
 static bool run_line(char *line, bool empty_ok) {
     cpe_dm_client_values values = {};
     const bool parsed = cpe_dm_client_parse(line, &values) == 0;
@@ -130,7 +132,7 @@ static void run_console() {
     }
 }
 
-/* Runs the lines of the file; false when one failed. */
+/* Runs the lines of the file up to the first line that fails. Returns false when a line failed. */
 static bool run_file(FILE *file) {
     for (;;) {
         char *text = nullptr;

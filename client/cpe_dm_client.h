@@ -2,9 +2,10 @@
 #ifndef CPE_DM_CLIENT_H
 #define CPE_DM_CLIENT_H
 
-/* Runs the client and returns its exit status, always 0. When auto_test_file exists, its lines are run until its end or
- * the first failure; otherwise the console's lines are, until its end. From here on SIGTERM ends the program with
- * status 0, and standard output is unbuffered. The module is left as it is at the end. */
+/* Runs the client and returns its exit status, which is always 0. When auto_test_file exists, the client runs the lines
+ * of this file until the end or the first line that fails. Otherwise it runs the lines of the console until their end.
+ * From this call on, SIGTERM ends the program with status 0, and standard output is unbuffered. A registration with the
+ * module is not undone at the end. */
 int cpe_dm_client_run(const char *auto_test_file);
 
 #endif

@@ -38,7 +38,8 @@ static void print_ind(const cpe_dm_info *info) {
     }
 }
 
-/* Neighbours are numbered from 0. What both technologies report of one is printed here, line by line. */
+/* The next functions print what a neighbour of either technology has, one line each. nbr is the number of the
+ * neighbour, from 0. */
 static void print_nbr_freq(int nbr, uint32_t earfcn) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Frequency[%u]\n", nbr, earfcn);
 }
@@ -147,7 +148,7 @@ void cpe_dm_client_callback(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*us
         return;
     }
     const cpe_dm_client_owned<cpe_dm_info> owner(info);
-    // Only the value type says that the value points to a payload, and to which.
+    // Only the value type tells whether the value points to a neighbour record, and of which technology.
     const cpe_dm_client_owned<cpe_dm_lte_nbr_info> lte(
         info->value_type == CPE_DM_VALUE_LTE_NBR_INFO ? info->value.lte_nbr_info : nullptr);
     const cpe_dm_client_owned<cpe_dm_nr5g_nbr_info> nr5g(

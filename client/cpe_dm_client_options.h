@@ -1,4 +1,4 @@
-/* The client's options: a line is parsed into numbers, the first of which selects what is done with the others. */
+/* The client's options: an option line is a list of numbers, and its first number selects the option. */
 #ifndef CPE_DM_CLIENT_OPTIONS_H
 #define CPE_DM_CLIENT_OPTIONS_H
 
@@ -12,14 +12,15 @@ struct cpe_dm_client_values {
     uint32_t value[CPE_DM_CLIENT_VALUE_MAX];
 };
 
-/* Parses a line without its line end: signed decimal numbers separated by spaces, limited to 32 bits. A line whose
- * first character is '#' is a comment and has no numbers. Returns 0, or prints a message and returns 1 when a token is
- * not a number or there are more than CPE_DM_CLIENT_VALUE_MAX. The line is changed. */
+/* Parses a line without its line end into signed decimal numbers, which are separated by blanks and limited to 32 bits.
+ * A line whose first character is '#' is a comment and has no numbers. Returns 0. When a token is not a number, or when
+ * there are more than CPE_DM_CLIENT_VALUE_MAX numbers, prints a message and returns 1. The line is changed by the
+ * call. */
 int32_t cpe_dm_client_parse(char *line, cpe_dm_client_values *values);
 
-/* Performs the option and prints what it does and its result. Returns the status of the module operation that failed, 1
- * when there are no values, otherwise 0: also for an unknown option, wrong arguments and a lack of memory, which print
- * their own messages. */
+/* Performs the option, and prints what it does and its result. Returns the status of the module operation that failed,
+ * 1 when there are no values, and otherwise 0. An unknown option, wrong arguments and a lack of memory print a message
+ * and give 0 as well. */
 int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values);
 
 #endif

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/* The records that the module fills for the metrics that need one; zeroed before a request. */
+/* The result records, for the metrics that need one. Zeroed before a request. */
 struct cpe_dm_client_results {
     cpe_dm_lte_cqi_info lte_cqi;
     cpe_dm_nr5g_cqi_info nr5g_cqi;
@@ -14,11 +14,11 @@ struct cpe_dm_client_results {
     cpe_dm_nr5g_cell_lock_list nr5g_locks;
 };
 
-/* Fills in the zeroed record info as a request for metric id; info may point into results afterwards. */
+/* Makes the zeroed record info a request for the metric with this ID. Afterwards info may point into results. */
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results);
 
-/* Prints the result of a successful request; nothing for a metric without one. listed says that the request was
- * one of a list, which words the lack of LTE cell locks in its own way. */
+/* Prints the result of a successful request; prints nothing for a metric without a result. When the request was part of
+ * a list (`listed`), a lack of LTE cell locks is printed with another text. */
 void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed);
 
 #endif

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <poll.h>
 
-/* Tells, the first time, that standard output does not take what is printed. */
+/* Reports on standard error, the first time only, that standard output cannot be written. */
 static void tell_lost_output(int error) {
     static std::atomic<bool> told;
     if (!told.exchange(true)) {
@@ -16,8 +16,8 @@ static void tell_lost_output(int error) {
     }
 }
 
-/* Writes the text, or what can be written of it. A write that a signal interrupts is tried again, and one that would
- * block, where whoever shares the descriptor has made it so, waits. */
+/* Writes the text, or the part of it that can be written. Writes again after a signal. Another process that shares the
+ * descriptor may have made it non-blocking; this function waits for room all the same. */
 static void write_text(const char *text, size_t len) {
     while (len > 0) {
         const size_t written = fwrite(text, 1, len, stdout);

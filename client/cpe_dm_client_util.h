@@ -7,13 +7,14 @@
 #include <cstdlib>
 #include <memory>
 
-/* Prints on standard output; the text has been written when the call returns, as standard output is unbuffered. Text
- * that cannot be written (full disk, no memory for a long line) is lost; one line on standard error tells of the first
- * loss. Callable from any thread; what one call prints stays together, so a line is printed by one call, line end
- * included. */
+/* Prints on standard output, which is unbuffered: the text has been written when the call returns. Text that cannot be
+ * written (full disk, no memory for a long line) is lost. The first loss is reported by one line on standard error.
+ *
+ * Callable from any thread. Only the text of one call stays together. So a caller prints a whole line, its line end
+ * included, with one call. */
 void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* How many of the cnt entries that a list is said to have are printed: those it has room for. */
+/* The number of list entries to print: the count that the record gives, but at most the room of the list. */
 inline int cpe_dm_client_bounded(uint32_t cnt, uint32_t room) {
     return static_cast<int>(std::min(cnt, room));
 }
@@ -24,11 +25,11 @@ struct cpe_dm_client_deleter {
     }
 };
 
-/* Owner of what calloc or the C library allocated. */
+/* Owns memory that calloc or the C library allocated. */
 template <typename T> using cpe_dm_client_owned = std::unique_ptr<T, cpe_dm_client_deleter>;
 
-/* A zeroed list, also for a cnt of 0; null when there is no memory, or when the list would take more than 2^31-1 bytes,
- * which no machine shall attempt. */
+/* A zeroed list; also for a cnt of 0. Null when there is no memory, or when the list would take more than 2^31-1 bytes:
+ * the client does not even try to allocate so much. */
 template <typename T> cpe_dm_client_owned<T[]> cpe_dm_client_alloc_list(uint32_t cnt) {
     if (cnt > INT32_MAX / sizeof(T)) {
         return nullptr;
