@@ -1,5 +1,5 @@
-/* A service of the stand-in, as the transport sees it. Private to platform/; to users of the libraries the object is an
- * opaque pointer. */
+/* A service of the stand-in, as the transport sees it. Private to platform/: for users of the libraries a service
+ * object is an opaque pointer. */
 #ifndef ZEB_SERVICE_H
 #define ZEB_SERVICE_H
 
@@ -15,7 +15,7 @@ struct zeb_replay;
 
 inline constexpr uint32_t ZEB_SERVICE_MAGIC = 0x5A454253;
 
-/* One message of a service definition. size is that of the decoded structure. */
+/* One message of a service definition. size is the size of the decoded structure. */
 struct zeb_message {
     zeb_message_type type;
     uint32_t id;
@@ -37,25 +37,26 @@ struct zeb_service {
     uint32_t instance;
     std::span<const zeb_message> messages;
 
-    /* True as soon as the service is present; false when it is still absent after timeout_ms (0: looks once). */
+    /* Returns true as soon as the service is present, and false when it is still absent after timeout_ms. With a
+     * timeout_ms of 0 looks once. */
     bool (*wait_present)(uint32_t timeout_ms);
 
-    /* Adds a peer, which may be done while the service is absent; never 0. */
+    /* Adds a peer and returns its number, which is never 0. The service may be absent. */
     uint64_t (*attach)(const zeb_sink &sink);
 
-    /* Removes a peer. Afterwards its sink is no longer called, and its pending requests end. */
+    /* Removes a peer. Afterwards the peer's sink is no longer called, and its pending requests end. */
     void (*detach)(uint64_t peer);
 
-    /* Carries out a request of a known ID; both structures have the sizes of the definition, and resp is zero-filled.
-     * */
+    /* Carries out a request of a known message ID. Both structures have the sizes of the service definition. resp is
+     * zero-filled. */
     int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
 
-    /* Not null: a recording is played. The libraries then judge nothing but their handles and pointers, and the service
+    /* Not null when a recording is played. The libraries then check only their handles and pointers, and the service
      * counts as present. */
     const zeb_replay *replay = nullptr;
 };
 
-/* The message of that type and ID, or null when the service does not define it. */
+/* The message with this type and ID; null when the service does not define it. */
 const zeb_message *zeb_find_message(zeb_service_object service, zeb_message_type type, uint32_t msg_id);
 
 #endif

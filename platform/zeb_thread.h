@@ -4,7 +4,7 @@
 #include <functional>
 #include <thread>
 
-/* Starts a thread of the stand-in. It takes no signal that is sent to the process: these are for the program's own
+/* Starts a thread of the stand-in with all signals blocked: signals sent to the process are for the program's own
  * threads. */
 std::thread zeb_start_thread(std::function<void()> body);
 

@@ -63,9 +63,7 @@ size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     return used + (n > 0 ? static_cast<size_t>(n) : 0);
 }
 
-/* Appends the text, with control characters written as escapes, so that one call makes one line. Returns the new
- * length.
- */
+/* Appends the text. Writes control characters as escapes, so that one call makes one line. Returns the new length. */
 size_t put_text(char *line, size_t used, size_t room, const char *text) {
     size_t length = strlen(text);
     if (length > 0 && text[length - 1] == '\n') {

@@ -1,4 +1,4 @@
-/* Diagnostic logging library (libdiag): what its users need of it. */
+/* Diagnostic logging library (libdiag): the part that its users need. */
 #ifndef DIAG_MSG_H
 #define DIAG_MSG_H
 
@@ -16,7 +16,7 @@ enum {
     DIAG_MSG_LEVEL_ERROR = 8,
 };
 
-/* What is constant about one log statement. The caller keeps it for the life of the process. */
+/* The constant part of one log statement. The caller keeps it for the life of the process. */
 typedef struct {
     uint16_t line;       /* source line of the statement */
     uint16_t ss_id;      /* subsystem that logs */
@@ -25,8 +25,8 @@ typedef struct {
     const char *fname;   /* source file name */
 } diag_msg_desc;
 
-/* Logs one line: the arguments formatted by desc->fmt. They are copied before the call returns.
- * May be called from any thread; never fails towards its caller. */
+/* Logs one line: the arguments, formatted by desc->fmt. The arguments are copied before the call returns. May be called
+ * from any thread. Reports no failure to its caller. */
 void msg_sprintf(const diag_msg_desc *desc, ...);
 
 #ifdef __cplusplus

@@ -1,4 +1,4 @@
-/* ZEB service definitions (libzebservices): the network access service (NAS), its messages as decoded structures.
+/* ZEB service definitions (libzebservices): the messages of the network access service (NAS) as decoded structures.
  *
  * A structure names the fields that are in use; the rest of the message is reserved and zero. A group of fields is
  * present when its *_valid flag is set. A *_len counts the valid entries of the list after it. */
@@ -11,13 +11,13 @@
 extern "C" {
 #endif
 
-/* The NAS service object for clients built against the given version of its definition, or null when this library
- * does not have that version or there is no memory for it; the next call may have it then. The object lives as long as
- * the process. */
+/* The NAS service object for clients built against the given version of its definition. Null when this library does not
+ * have that version, or when memory ran out; after a lack of memory a later call may succeed. The object lives as long
+ * as the process. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version);
 
-/* Message IDs. 0x0085 is a request, and the indication of its result. */
+/* Message IDs. 0x0085 is the ID of a request, and also of the indication that brings its result. */
 enum {
     ZEB_NAS_INDICATION_REGISTER = 0x0003,
     ZEB_NAS_GET_CELL_LOCATION_INFO = 0x0043,
@@ -100,7 +100,7 @@ typedef struct {
     uint8_t reserved[139];
 } zeb_nas_indication_register_req;
 
-/* 0x006C: change of each metric after which 0x0051 is sent; a metric whose threshold is absent is not watched. */
+/* 0x006C: for each metric, the change after which 0x0051 is sent. A metric without a valid threshold is not watched. */
 typedef struct {
     uint8_t valid;
     uint16_t delta; /* in the unit of the metric in 0x0051 */

@@ -27,7 +27,7 @@ thread_local const zeb_endpoint *dispatching = nullptr;
 zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
     endpoint_table &t = table();
     std::lock_guard guard(t.lock);
-    // A handle is a number in a pointer's clothes, so that a stale one can never pass for a new one.
+    // A handle is a number cast to a pointer. No number is used twice, so a stale handle is never taken for a new one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
     auto *const handle = reinterpret_cast<zeb_client_handle>(t.last_handle + 16);
     t.in_use.emplace(handle, endpoint);
@@ -118,7 +118,7 @@ bool zeb_service_valid(zeb_service_object service) {
     return service != nullptr && service->magic == ZEB_SERVICE_MAGIC;
 }
 
-/* The thread starts last, as a callback may use the handle at once. */
+/* The thread starts last, because its callbacks may use the handle at once. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint) {
     zeb_endpoint *e = endpoint.get();
     e->peer = e->service->attach({e, on_indication, on_event});

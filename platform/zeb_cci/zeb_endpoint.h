@@ -11,7 +11,7 @@
 #include <mutex>
 #include <thread>
 
-/* One indication (a client's) or one event (a notifier's) on its way to its callback. */
+/* One indication on its way to the callback of a client, or one event on its way to the callback of a notifier. */
 struct zeb_delivery {
     uint32_t msg_id;
     int32_t event;
@@ -32,7 +32,7 @@ struct zeb_endpoint {
 
     std::mutex lock; /* guards what follows */
     std::condition_variable wake;
-    /* Grows without limit while a callback blocks. A delivery that there is no memory for is dropped. */
+    /* Grows without limit while a callback blocks. When there is no memory for a delivery, it is dropped. */
     std::deque<zeb_delivery> queue;
     bool closing = false;
     zeb_client_notify_cb notify_cb = nullptr; /* of a notifier */
@@ -41,22 +41,22 @@ struct zeb_endpoint {
 
 bool zeb_service_valid(zeb_service_object service);
 
-/* Gives the endpoint its handle, attaches it to the service and starts its thread. Throws when out of memory or of
- * threads, and has then changed nothing. */
+/* Gives the endpoint its handle, attaches it to the service and starts its thread. Throws when memory or threads run
+ * out; the endpoint is then neither in use nor attached. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint);
 
-/* The endpoint in use under that handle, or null. Handles are never used twice. */
+/* The endpoint in use under that handle, or null. No handle is used for a second endpoint. */
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
 
-/* The recorded answer to a call, of a service that plays a recording. */
+/* The recorded answer to a call. The service plays a recording. */
 int32_t zeb_replay_answer(zeb_service_object service, zeb_call call);
 
-/* Opens an endpoint of a service that plays a recording. Returns the recorded status, and stores the handle if that is
- * 0. */
+/* Opens an endpoint of a service that plays a recording. Returns the recorded status, and stores the handle if the
+ * status is 0. */
 int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> &endpoint, zeb_client_handle *handle);
 
-/* Plays a recorded wait for the signal in os_params: returns true after the time that the wait took when it was
- * recorded. Returns false at once when no recording is played or no such wait is left in it. */
+/* Plays a recorded wait for the signal in os_params: returns true after the time that the recorded wait took. Returns
+ * false at once when no recording is played, or when the recording has no such wait left. */
 bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
 /* Runs the body of one function of the library, and turns whatever it throws into a status. */

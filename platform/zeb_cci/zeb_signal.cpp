@@ -10,23 +10,22 @@ namespace {
 
 /* The part of the signal that lies in the caller's block. The lock of the hub guards it. */
 struct os_signal {
-    uint32_t in_use; /* by a notifier */
+    uint32_t in_use; /* 1: a notifier uses the signal */
     uint32_t raised;
     uint32_t waiting; /* threads that wait */
 };
 static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signal) <= alignof(zeb_cci_os_params),
               "the signal fits into the OS-parameter block");
 
-/* One mutex and one condition for all signals: there is no room for them in the blocks, as their sizes differ from one
- * machine to the next. */
+/* One mutex and one condition for all signals. They do not go into the blocks, because their sizes differ between
+ * machines and may exceed the room of a block. */
 struct signal_hub {
     std::mutex lock;
     std::condition_variable changed;
 };
 
-/* The hub is never destroyed, as the process may exit while someone waits. It needs no heap, so that a wait never
- * fails.
- */
+/* The hub is never destroyed, as the process may exit while a thread waits. It needs no heap, so that a wait never
+ * fails. */
 signal_hub &hub() {
     alignas(signal_hub) static unsigned char place[sizeof(signal_hub)];
     static signal_hub *const instance = new (place) signal_hub;

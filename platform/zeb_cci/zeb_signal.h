@@ -4,14 +4,15 @@
 
 #include "zeb_service.h"
 
-/* Makes the block a lowered signal. Returns false, with the block untouched, when it is a signal already. */
+/* Makes the block a signal that is not raised. Returns false, with the block untouched, when the block is a signal
+ * already. */
 bool zeb_signal_open(zeb_cci_os_params *os_params);
 
-/* Ends the wait that runs, or else the next one. */
+/* Raises the signal: this ends a wait that is under way, or else the next wait. */
 void zeb_signal_raise(zeb_cci_os_params *os_params);
 
-/* Ends all waits for the signal. When the function has returned, none of them reads the block any more: the caller may
- * free it. */
+/* Ends all waits for the signal. Once the function has returned, no wait reads the block any more, and the caller may
+ * free the block. */
 void zeb_signal_close(zeb_cci_os_params *os_params);
 
 #endif
