@@ -1,5 +1,5 @@
-/* A child of fork: it is refused what belongs to the parent, never waits for the parent's lock, and can make a module
- * of its own. */
+/* A child of fork. It is refused everything that belongs to the parent, never waits for the parent's lock, and can make
+ * a module of its own. */
 #include "cpe_dm.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -22,7 +22,7 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
     free(info);
 }
 
-/* What is wrong in a child, each with its line; empty when nothing is. */
+/* The checks that failed in this process, each with its source line; empty when none failed. */
 std::string faults;
 
 #define CHECK_EQ(value, expected)                                                                                      \
@@ -31,7 +31,7 @@ std::string faults;
         faults += is == (expected) ? "" : std::to_string(__LINE__) + ": is " + std::to_string(is) + "\n";              \
     } while (0)
 
-/* What a child of this moment finds wrong. A child that hangs is ended by SIGALRM. */
+/* Forks, runs body in the child, and returns the child's faults. A child that hangs is ended by SIGALRM. */
 std::string in_child(const std::function<void()> &body) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
@@ -86,7 +86,7 @@ void check_refusals(cpe_dm_hndl handle) {
     CHECK_EQ(cpe_dm_init(nullptr, nullptr, on_event), CPE_DM_ERR_INVALID_PARAM);
 }
 
-/* A module of this process's own: registered, asked, told of an event, and taken down. */
+/* A module of this process's own: it is registered, answers, delivers an event, and is taken down. */
 void check_own_module() {
     cpe_dm_hndl handle = nullptr;
     const cpe_dm_info ind = {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 1}, 0};
@@ -119,7 +119,7 @@ struct Child : testing::Test {
     }
 };
 
-/* The first operation of the process asks to be told of forks; without that it is not carried out. */
+/* The first operation of a process asks the system to report forks. If the system refuses, the operation fails. */
 TEST_F(Child, IsNotGoneUnnoticed) {
     fault_arm("pthread_atfork", 1);
     EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
@@ -150,7 +150,7 @@ TEST_F(Child, OfARegisteredParent) {
     EXPECT_EQ(faults, "");
 }
 
-/* At the fork one thread is inside an operation, with the lock, and others wait for their turns. */
+/* Forks while another thread is inside the operation and holds the lock. */
 void child_meets(const std::function<void()> &operation) {
     std::latch inside(1);
     std::latch go(1);

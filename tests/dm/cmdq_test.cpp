@@ -18,7 +18,7 @@ std::vector<std::string> events;
 std::binary_semaphore entered{0};
 std::binary_semaphore go{0};
 
-/* A command records its number, which is its data. */
+/* The number of a command, to which its data points. A command records this number when it runs. */
 std::string number(const void *data) {
     return std::to_string(static_cast<const int *>(data)[0]);
 }
@@ -37,7 +37,7 @@ void execute_blocked(cpe_dm_cmd *cmd, void *data) {
 
 void release(cpe_dm_cmd *, void *data) {
     events.push_back("f" + number(data));
-    // The queue's mutex is free.
+    // The queue's mutex is free during free_f.
     EXPECT_EQ(pthread_mutex_trylock(&queue->mutex), 0);
     pthread_mutex_unlock(&queue->mutex);
 }
@@ -77,7 +77,7 @@ struct Cmdq : testing::Test {
         events.clear();
     }
 
-    /* Queues command 0, which keeps the thread. */
+    /* Queues command 0, which keeps the command thread until go is released. */
     static void block() {
         ASSERT_EQ(cpe_dm_cmdq_enq(queue, command(0, execute_blocked)), 0);
         entered.acquire();
@@ -141,7 +141,8 @@ TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
     EXPECT_EQ(joined(), "x1 f1 ");
 }
 
-/* The thread ends on an error; what it had taken out is released, and what is queued later too. */
+/* The thread ends on an error. The command that the thread had taken out is released, and so is a command queued
+ * later. */
 TEST_F(Cmdq, TheThreadEndsOnAnError) {
     block();
     cpe_dm_cmdq_enq(queue, command(1));
@@ -154,7 +155,7 @@ TEST_F(Cmdq, TheThreadEndsOnAnError) {
     EXPECT_EQ(joined(), "x0 f0 f1 f2 ");
 }
 
-/* A stop that the thread may not see is taken back, whatever failed, and can be asked for again. */
+/* When the thread may not have seen a stop request, the queue takes the request back, and the caller can ask again. */
 TEST_F(Cmdq, AStopThatFailsIsTakenBack) {
     for (const char *point : {"pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"}) {
         ASSERT_TRUE(fault_settle());
@@ -187,7 +188,8 @@ TEST_F(Cmdq, NullQueue) {
               "E Command thread not initialized\n\n");
 }
 
-/* Producers outpace the thread, and the queue comes and goes: nothing is lost, run twice or kept. */
+/* Producers queue faster than the thread runs commands, and the queue is set up and taken down again and again. Each
+ * command is released once and run at most once, and no memory is kept. */
 TEST(CmdqStorm, ManyProducers) {
     static std::atomic<int> executed;
     static std::atomic<int> released;

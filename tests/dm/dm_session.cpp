@@ -1,9 +1,11 @@
-/* Plays the session of one subject, the program's argument, from its standard input (the table at the end has the lines
- * there are), with the module on the scripted platform, and prints what can be seen of it. The line of an operation has
- * its status, the values it gave behind "=", the messages it sent behind "->", and how many info (I) and error (E)
- * lines it logged; operations in a row that have all of these in common share one line. Below it stand the events
- * delivered, and the requests and log lines that were not printed before. A request has the sizes of message and
- * response, its timeout, and the fields that are not 0. */
+/* Plays a session with the module on the scripted platform. The argument is the subject of the session. The lines of
+ * the session come from standard input; the table `commands` at the end has all kinds of lines.
+ *
+ * Prints what the session shows. The line of an operation has its status, the values it gave behind "=", the messages
+ * it sent behind "->", and how many info (I) and error (E) lines it logged. Successive operations that have all of this
+ * in common share one line. Below the line stand the events delivered, and those requests and log lines that were not
+ * printed before. A request is printed with the sizes of message and response, its timeout, and the fields that are not
+ * 0. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -25,10 +27,11 @@
 static cpe_dm_hndl handle;
 static std::string events;
 
-/* Nothing is printed, or nothing of the log; it counts as printed all the same. */
+/* quiet holds back all text, quiet_log only log lines. Text that is held back counts as printed, so it does not show
+ * later. */
 static bool quiet, quiet_log;
 
-/* The operations that wait for a line of their own, and what is to stand behind them. */
+/* The operations that are to share the next line, and the text that stands behind them on this line. */
 static std::string titles, outcome;
 
 static void print_pending() {
@@ -41,7 +44,7 @@ static void heading(const char *text) {
     printf("%s", quiet ? "" : (std::string(text) + "\n").c_str());
 }
 
-/* A field of a request: where it is, and how long. */
+/* A field of a request. */
 struct field {
     const char *name;
     size_t offset, size;
@@ -69,7 +72,8 @@ static const std::map<uint32_t, std::vector<field>> fields = {
       FIELD(scan_req, scan_type)}},
 };
 
-/* Each byte that is not 0 shows: in its field, or by its place where it is in none. */
+/* The text of a request. Each byte that is not 0 shows: as part of a field, or by its index if it belongs to no
+ * field. */
 static std::string text_of(fake_request request) {
     std::string text = "-> " + message_word(request.msg_id) + " " + std::to_string(request.bytes.size()) + "/" +
                        std::to_string(request.resp_len) + " bytes, " + std::to_string(request.timeout_ms) + " ms";
@@ -86,7 +90,7 @@ static std::string text_of(fake_request request) {
     return text;
 }
 
-/* Shows what happened since the last call: the line's result, and what came with it. */
+/* Shows what happened since the last call: the result of the line, and the requests, events and log lines. */
 static void show(const std::string &title, const std::string &result) {
     static std::set<std::string> seen;
     std::string line = result, below = std::exchange(events, {});
@@ -119,14 +123,16 @@ template <typename... Numbers> static std::string words(const char *first, Numbe
     return text;
 }
 
-/* A number of a caller's record, which is filled with sevens before the module gets it. */
+/* A number from a record of the caller. "kept" if the module has left the number alone: records are filled with bytes
+ * of 7 before the module gets them. */
 template <typename T> static std::string kept_or(T number) {
     T sevens;
     memset(&sevens, 7, sizeof(sevens));
     return number == sevens ? "kept" : std::to_string(number);
 }
 
-/* A list of which len entries hold: their number, all of them or, of a long one, the first and the last. */
+/* The text of a list: its length len, and its first len entries. A list longer than `longest` shows only the first and
+ * the last entry. */
 template <typename T, size_t N, typename Text>
 static std::string list_of(const T (&list)[N], uint32_t len, Text text, size_t longest = 3) {
     std::string result = kept_or(len) + " {";
@@ -138,7 +144,8 @@ static std::string list_of(const T (&list)[N], uint32_t len, Text text, size_t l
     return result + "}";
 }
 
-/* What is there by its flag shows. What is not shows only where it is not zero, as it should be. */
+/* A value with its validity flag. A valid value shows. An invalid value should be 0, and shows only when it is not
+ * 0. */
 static std::string flagged(const char *name, uint8_t valid, const std::string &text) {
     if (valid == 0 && (text == "0" || text == "0 {}")) {
         return "";
@@ -174,7 +181,7 @@ static std::string text_of(const cpe_dm_lte_cell_lock_list &locks) {
            " last " + text_of(locks.lte_cell_list[59]);
 }
 
-/* With a mark when the byte behind the last field is not 0. */
+/* The PLMNs of a neighbour. "UNCLEAN" marks a PLMN whose padding, the byte behind the last field, is not 0. */
 template <typename Nbr> static std::string text_of_plmns(const Nbr &nbr) {
     return flagged("plmn", nbr.plmn_valid, list_of(nbr.plmn, nbr.plmn_len, [](const cpe_dm_plmn &plmn) {
                        const bool clean = reinterpret_cast<const uint8_t *>(&plmn)[sizeof(plmn) - 1] == 0;
@@ -204,7 +211,7 @@ static std::string text_of(const cpe_dm_nr5g_nbr_info &info) {
     return flagged("nbr", info.nbr_valid, list_of(info.nbr, info.nbr_len, text));
 }
 
-/* The value of a record, in the form of its type. */
+/* The value of a record as text. The form of the text depends on the value type. */
 static std::string value_of(const cpe_dm_info &info) {
     switch (info.value_type) {
     case CPE_DM_VALUE_NONE:
@@ -232,7 +239,8 @@ static std::string value_of(const cpe_dm_info &info) {
 }
 
 static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
-    // What the module would copy of its stack unwritten is then seen in the next event.
+    // Fills the stack with a pattern. If the module copied bytes of its stack into a record, the next event would show
+    // the pattern.
     volatile char stack[8192];
     std::fill(std::begin(stack), std::end(stack), 'x');
     events += "  " + event_name(*info) + " " + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
@@ -248,7 +256,7 @@ template <typename Number> static uint32_t u32(Number number) {
     return static_cast<uint32_t>(number);
 }
 
-/* Gets metrics: one by itself, several as a list. */
+/* Gets metrics: a single metric with cpe_dm_get_info, several with cpe_dm_get_info_list. */
 static void get(const std::string &line, const numbers &ids) {
     static struct {
         cpe_dm_lte_cqi_info lte_cqi;
@@ -281,7 +289,7 @@ static void get_each(const std::string &, const numbers &ids) {
     }
 }
 
-/* Each metric but those of the neighbours. */
+/* Gets every metric except the neighbour metrics. */
 static void get_all(const std::string &, const numbers &) {
     for (int64_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         if (id < CPE_DM_METRIC_LTE_NBR_EARFCN || id > CPE_DM_METRIC_LTE_NBR_RSRQ) {
@@ -334,7 +342,7 @@ static zeb_nas_sig_info sig_info(int16_t level) {
     return {1, {-60, -10, level, 32767}, 1, {static_cast<int16_t>(level - 1), -1}, 1, -15, {}};
 }
 
-/* Both technologies' CQI. */
+/* A CQI answer with the same number of carriers and codewords for both technologies. */
 static zeb_nas_cqi_info_resp cqi(uint32_t carriers, uint32_t codewords) {
     zeb_nas_cqi_info_resp resp = {};
     resp.lte_cc_cqi_valid = resp.nr5g_cc_cqi_valid = 1;
@@ -364,7 +372,8 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-/* Every list as long as len says, whatever its room; beside a list of LTE that of NR 5G is shorter. */
+/* A scan result in which every list claims the length len, whatever room it has. Beside an LTE list the NR 5G list is
+ * only half as long. */
 static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
     scan.scan_status = status;
@@ -386,7 +395,8 @@ static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_
     return scan;
 }
 
-/* LTE with an NR 5G cell; with a third number, NR 5G's own status; without any, nothing. */
+/* System information. The first two numbers are the LTE service status and the PCI of the NR 5G cell, a third is the
+ * service status of NR 5G itself. Without numbers nothing is reported. */
 static zeb_nas_sys_info_resp sys_info(const numbers &args) {
     zeb_nas_sys_info_resp resp = {};
     if (!args.empty()) {
@@ -405,7 +415,7 @@ template <typename T> static void indicate(const std::string &line, uint32_t msg
     show(line, delivered ? "delivered" : "nobody there");
 }
 
-/* Everything is reported, or nothing is. */
+/* Sets the answers of the modem: either all report everything, or all but the system information report nothing. */
 static void set_answers(bool full) {
     const zeb_nas_tx_rx_info_resp tx = {{}, 1, INT32_MIN, {}};
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
@@ -417,7 +427,7 @@ static void set_answers(bool full) {
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, full ? nr5g_lock(false, 2) : zeb_nas_nr5g_cell_lock_list_resp{});
 }
 
-/* All lists of the answers so long; their log lines are no longer shown. */
+/* Gives all lists of the answers the length args[0]. From here on log lines are no longer shown. */
 static void set_counts(const std::string &, const numbers &args) {
     const uint32_t len = u32(args[0]);
     quiet_log = true;
@@ -445,7 +455,7 @@ static void answer_without_rsrq(const std::string &, const numbers &) {
     fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
 }
 
-/* The status changes between the two requests of a query. */
+/* The system information changes while a CQI request is under way, so between the two requests of a CQI query. */
 static void change_on_cqi(const std::string &, const numbers &args) {
     fake_on_request([args](uint32_t msg_id) {
         if (msg_id == ZEB_NAS_GET_CQI_INFO) {
@@ -454,7 +464,7 @@ static void change_on_cqi(const std::string &, const numbers &args) {
     });
 }
 
-/* Another thread starts a scan while a list is on its way. */
+/* Marks a scan as requested while a list is being processed, as another thread could do. */
 static void scan_on_signal(const std::string &, const numbers &) {
     fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request |= msg_id == ZEB_NAS_GET_SIG_INFO; });
 }
@@ -468,13 +478,15 @@ static std::string scan_word(uint32_t lte_valid) {
     return lte_valid == 1 ? "both" : "nr5g";
 }
 
-/* One kind of line: what it does, and which words its numbers may be written as. */
+/* One kind of line: the function that plays it, and the function that gives the words in which the line's numbers may
+ * be written. */
 struct command {
     std::function<void(const std::string &line, const numbers &args)> play;
     std::string (*word)(uint32_t number) = nullptr;
 };
 
-/* The lines of a session: the module's operations, what the modem indicates, and what it answers from then on. */
+/* The kinds of lines: the operations of the module, the indications of the modem, and the answers that the modem gives
+ * from then on. */
 static const std::map<std::string, command> commands = {
     {"get", {get, metric_word}},
     {"each", {get_each, metric_word}},
@@ -530,7 +542,7 @@ static const std::map<std::string, command> commands = {
     exit(EXIT_FAILURE);
 }
 
-/* A number as it stands, or one that has this word. */
+/* The number that the text is, or the number that has this text as its word. */
 static int64_t number_of(int line_number, const std::string &text, const command &command) {
     char *end = nullptr;
     const int64_t number = strtoll(text.c_str(), &end, 0);

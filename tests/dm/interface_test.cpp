@@ -96,7 +96,7 @@ TEST_F(Interface, EntryChecks) {
     EXPECT_EQ(cpe_dm_set_ctrl_info(handle, &ind), CPE_DM_ERR_NOT_SUPPORTED);
     EXPECT_TRUE(logged("E Setting diagnostic control information for metric[1] - not supported!!"));
 
-    // Half-way down: the handle still matches.
+    // After a de-initialisation that failed half-way, the handle still matches.
     cpe_dm_state.ind_info.reg_status = cpe_dm_state.ind_info.nr5g_sinr.valid = 1;
     cpe_dm_state.lte_scan_request = cpe_dm_state.nr5g_scan_ongoing = cpe_dm_state.nr5g_nbr_rsrp = 1;
     fault_arm("zeb_client_release", 1);
@@ -131,7 +131,7 @@ TEST_F(Interface, InitChecksItsArgumentsAndItsState) {
     EXPECT_EQ(cpe_dm_state.ind_info.reg_status, 0);
 }
 
-/* Whichever release fails, and however often: the next initialisation and de-initialisation clean up. */
+/* Whichever release fails, once or twice, the next initialisation and de-initialisation clean up. */
 TEST_F(Interface, DeinitFailsHalfWay) {
     for (const char *failing : {"notifier", "client", "client twice"}) {
         const bool notifier = strcmp(failing, "notifier") == 0;
@@ -139,7 +139,7 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
         EXPECT_TRUE(logged(notifier ? "E Releasing the ZEB NAS notifier handle failed with status[-1]"
                                     : "E Releasing the ZEB NAS client handle failed with status[-1]"));
-        // Events that still come are refused, and those queued are dropped.
+        // An event that still comes is refused.
         fake_indicate(ZEB_NAS_SIG_INFO_IND, zeb_nas_sig_info{});
         EXPECT_TRUE(logged("E Diagnostic monitor module is not initialized!!"));
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
@@ -203,7 +203,7 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* What an option line cannot say. */
+/* Records and IDs that no option line of the client can produce. */
 TEST_F(Interface, RecordsOfAnyKind) {
     for (uint32_t id : {16U, 17U, 33U, 34U}) {
         cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
@@ -252,8 +252,8 @@ TEST_F(Interface, Posting) {
 std::binary_semaphore entered{0};
 std::binary_semaphore go{0};
 
-/* While the queue is taken down, whoever comes waits and then finds the module down; an initialisation then proceeds.
- */
+/* An operation that is called while the queue is taken down waits, and then finds the module down. An initialisation
+ * waits as well, and then succeeds. */
 TEST_F(Interface, OperationsWaitForADeinit) {
     static cpe_dm_cmd blocker = {[](cpe_dm_cmd *, void *) {
                                      entered.release();
@@ -287,7 +287,7 @@ TEST_F(Interface, OperationsWaitForADeinit) {
         std::this_thread::yield();
     }
     EXPECT_EQ(returned, 0);
-    // They go on also when nobody wakes them.
+    // The waiting threads go on even if the broadcast that should wake them fails.
     fault_arm("pthread_cond_broadcast", 1);
     go.release();
     for (std::thread *thread : {&deinit, &operation, &init}) {
@@ -298,7 +298,7 @@ TEST_F(Interface, OperationsWaitForADeinit) {
     handle = next;
 }
 
-/* A de-initialisation does not take the queue from under a thread that is posting. */
+/* A de-initialisation waits for a thread that is posting before it takes the queue down. */
 TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_TRUE(fault_settle());
     std::atomic<bool> down{false};
@@ -315,7 +315,7 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     while (cpe_dm_is_initialized()) {
         std::this_thread::yield();
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // what must not happen has the time for it
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // time for a wrong de-initialisation to end
     EXPECT_FALSE(down);
     pthread_mutex_unlock(&cpe_dm_state.cmdq.mutex);
     poster.join();
@@ -323,8 +323,8 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* A notifier that could not be released keeps its block for ever: the next one gets the spare block, and a third none.
- * The last test, as what it leaves behind stays. */
+/* A notifier that could not be released keeps its block for ever. The next notifier gets the spare block, and there is
+ * no block for a third. This test stands last, because the notifier that it leaves behind stays in the process. */
 TEST_F(Interface, ANotifierKeepsItsBlock) {
     const zeb_nas_resp_header refused = {1, 3};
     const char *const releasing = "E Releasing the ZEB NAS notifier handle failed with status[-1]\n";
@@ -338,10 +338,10 @@ TEST_F(Interface, ANotifierKeepsItsBlock) {
     } steps[] = {
         {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // lost
         {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // released late
-        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // lost again
-        {false, true, CPE_DM_SUCCESS, 3, releasing},     // forgotten; the next one has the spare block
-        {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // lost
-        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // nothing goes on
+        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // a second one is lost
+        {false, true, CPE_DM_SUCCESS, 3, releasing},     // the lost one is forgotten; the next one has the spare block
+        {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // that one is lost too
+        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // no block is left
         {false, false, CPE_DM_SUCCESS, 3, nullptr},      // released late
     };
     for (const auto &step : steps) {

@@ -1,5 +1,5 @@
-/* Indications of all kinds from the framework's thread, while two threads call operations and a third initialises and
- * de-initialises. */
+/* Indications of all kinds come on the framework's thread, while two threads call operations and a third initialises
+ * and de-initialises. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -13,11 +13,11 @@ namespace {
 
 constexpr int indications = 30000;
 
-/* The handle of the day, as the initialising thread tells it to the others. */
+/* The current handle. The thread that initialises stores it for the other threads. */
 std::atomic<cpe_dm_hndl> handle;
 std::atomic<bool> over;
 
-/* Written by the command thread of the day only. */
+/* Written by the command thread. come_and_go also writes last_value, but only while there is no command thread. */
 int32_t last_value;
 int callbacks;
 int out_of_order;
@@ -30,7 +30,7 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
         out_of_order += info->value.i64_val <= last_value;
         last_value = static_cast<int32_t>(info->value.i64_val);
     }
-    // Now and then the user is slow.
+    // Now and then the callback is slow.
     if (callbacks % 1000 == 0) {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
@@ -38,7 +38,8 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
     free(info);
 }
 
-/* Every indication meets a connected client, initialised or not. */
+/* Repeats the indication until a client is connected and takes it. The module itself may or may not be initialised
+ * then. */
 template <typename T> void indicate(uint32_t msg_id, const T &message) {
     while (!fake_indicate(msg_id, message)) {
         std::this_thread::yield();
@@ -56,7 +57,7 @@ void indicate_all() {
         zeb_nas_scan_result_ind scan = {};
         scan.scan_status = i % 3 == 0;
         indicate(ZEB_NAS_SCAN_RESULT_IND, scan);
-        // A breath for the others, so that the storm meets the module in all its states.
+        // A pause for the other threads, so that the indications meet the module in all its states.
         if (i % 100 == 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }

@@ -1,8 +1,12 @@
-/* Plays a session that uses every operation and every kind of event, once for each call that can fail with just that
- * call failing, and prints what differs from the session without a fault: statuses, error lines and events, each
- * difference once with the steps in which the call failed ("..." stands for the name of such a step). Or plays it with
- * every call failing from the nth on. After each session the module must come up and go down again with nothing left
- * behind. No line says how many calls there are, so that those which fail alike may come and go. */
+/* Plays a session that uses every operation and every kind of event, again and again, with calls that fail.
+ *
+ * Normally one call fails in each session, and each call that can fail gets its session. Prints how these sessions
+ * differ from the session without a fault: in statuses, error lines and events. Each difference is printed once, with
+ * the steps in which the call failed; "..." stands for the name of such a step. The output does not say how many calls
+ * there are, so that it stays the same when the module makes one more call that fails like another one.
+ *
+ * With the argument "onwards", all calls fail from the nth on. After each session the module must come up and go down
+ * again and leave nothing behind. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -115,7 +119,7 @@ const struct {
              {"deinit", deinit}};
 constexpr size_t step_cnt = sizeof(steps) / sizeof(steps[0]);
 
-/* Only the error lines of a log, each behind a bar. */
+/* Only the error lines of a log, each after a bar. */
 std::string errors(const std::string &log) {
     std::string result;
     for (size_t start = 0, end = 0; (end = log.find('\n', start)) != std::string::npos; start = end + 1) {
@@ -126,7 +130,7 @@ std::string errors(const std::string &log) {
     return result;
 }
 
-/* What can be seen of each step, and the first in which a call failed. */
+/* The visible outcome of each step, and the first step in which a call failed. */
 struct played {
     std::vector<std::string> outcomes;
     size_t fault_step;
@@ -147,7 +151,7 @@ played session(int settle_ms) {
     return result;
 }
 
-/* Without faults the module comes up and goes down, and then has nothing left. */
+/* Whether the module, without faults, comes up and goes down and then has no memory left. */
 bool recovers() {
     fault_clear();
     cpe_dm_deinit(handle);
@@ -159,13 +163,13 @@ bool recovers() {
 
 int failures;
 
-/* What differs from the session without a fault, and the steps in which a call failed that made it so. */
+/* Each difference from the session without a fault, with the steps whose failed call led to this difference. */
 using differences = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
 void note(differences &found, const played &result, const std::vector<std::string> &expected) {
     const std::string step = steps[result.fault_step].name;
     std::string what;
-    // Where the module did not come up, every other step is refused.
+    // If the module did not come up, every other step is refused, so only the first step is compared.
     const bool up = result.outcomes[0].starts_with("init 0");
     for (size_t i = 0; i < (up ? step_cnt : 1); i++) {
         const std::string &outcome = result.outcomes[i];
@@ -205,7 +209,8 @@ void one_at_a_time(const char *point, const std::vector<std::string> &expected) 
     }
 }
 
-/* With all calls failing from the first on, from the second on, and so forth until no call is left to fail. */
+/* Plays a session in which all calls fail, then one in which all fail from the second on, and so forth until no call is
+ * left to fail. */
 void from_the_nth_on() {
     int n = 0;
     do {

@@ -1,5 +1,5 @@
-/* Who gets the module's lock next: operations in the order of their calls, events before them, and neither for ever;
- * who is refused it; and which signals the command thread takes. */
+/* The turns at the module's lock. Operations go in the order of their calls, events go before operations, and neither
+ * waits for ever. An operation called from the callback is refused. The command thread takes no signals. */
 #include "cpe_dm_interface.h"
 #include "cpe_dm_post.h"
 #include "fake_platform.h"
@@ -32,7 +32,8 @@ void wait_until(const std::function<bool()> &done) {
     }
 }
 
-/* Waits until so many takings of the lock have begun since fault_arm(POINT, ...): an operation then has its turn. */
+/* Waits until this many calls of pthread_mutex_lock have begun since fault_arm("pthread_mutex_lock", ...). An operation
+ * draws its turn before it makes this call, so its turn is fixed from here on. */
 void wait_for_calls(int calls) {
     wait_until([calls] { return fault_calls() >= calls; });
 }
@@ -75,7 +76,7 @@ TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     constexpr int operations = 8;
     static thread_local int number;
     std::latch go(1);
-    std::vector<int> order; // of the requests, which come under the lock
+    std::vector<int> order; // of the operations, noted when their requests come, under the lock
     fake_on_request([&](uint32_t) {
         order.push_back(number);
         go.wait();
@@ -96,8 +97,9 @@ TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
 }
 
-/* However many threads ask without a pause, an event waits for about one operation. A command thread that the machine
- * does not let run misses its turn, so the operations of all events are counted together. */
+/* Even when several threads call operations without a pause, an event waits for about one operation. On a busy machine
+ * the command thread may not run in time and so miss a turn. For that reason the test counts the operations of all
+ * events together. */
 TEST_F(Turns, EventsGoBetweenOperations) {
     constexpr int events = 40;
     std::atomic<int> begun{0};
@@ -157,7 +159,7 @@ TEST_F(Turns, AnOperationGoesAfterSixteenDeliveries) {
     wait_until([&] { return delivered == events; });
 }
 
-/* An operation that cannot have the lock leaves no gap in the order. */
+/* An operation that cannot take the lock leaves no gap in the order. */
 TEST_F(Turns, AnOperationWithoutTheLockIsSteppedOver) {
     std::latch go(1);
     fake_on_request([&](uint32_t) { go.wait(); });
@@ -177,7 +179,8 @@ TEST_F(Turns, AnOperationWithoutTheLockIsSteppedOver) {
     EXPECT_EQ(get_status(handle), 0);
 }
 
-/* Without a wait there is no order, but everybody gets through, and the order is there again with the next wait. */
+/* Operations whose waits for their turn fail go out of order, but every operation and every event gets through, and so
+ * does an operation after that. */
 TEST_F(Turns, WaitsThatFailStopNobody) {
     constexpr int operations = 300;
     std::atomic<int> delivered{0};
@@ -204,7 +207,7 @@ TEST_F(Turns, WaitsThatFailStopNobody) {
     EXPECT_EQ(get_status(handle), 0);
 }
 
-/* The callback would wait for the lock that its own thread holds. */
+/* An operation called from the callback is refused, because it would wait for the lock that its own thread holds. */
 TEST_F(Turns, TheCallbackIsRefused) {
     cpe_dm_info info = {};
     uint32_t number = 7;
@@ -243,7 +246,7 @@ TEST_F(Turns, TheCallbackIsRefused) {
     EXPECT_EQ(number, 1U) << "nothing that the callback asked for was done";
 }
 
-/* The program's signals are for the program's threads. */
+/* The command thread leaves signals to the program's own threads. */
 TEST_F(Turns, TheCommandThreadTakesNoSignals) {
     std::atomic<bool> delivered{false};
     sigset_t mask = {};
@@ -263,7 +266,7 @@ TEST_F(Turns, TheCommandThreadTakesNoSignals) {
     for (int signal = 1; signal < SIGRTMAX; signal++) {
         const bool of_thread = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE || signal == SIGILL ||
                                signal == SIGTRAP || signal == SIGSYS || signal == SIGABRT;
-        const bool blocked = sigismember(&all, signal) == 1; // the system lets nobody block its own
+        const bool blocked = sigismember(&all, signal) == 1; // the system keeps some signals unblocked
         EXPECT_EQ(sigismember(&mask, signal) == 1, blocked && !of_thread) << signal;
         EXPECT_EQ(sigismember(&own, signal), 0) << signal;
     }

@@ -1,11 +1,12 @@
-# Makes a transcript of a program's whole output. Nothing of it is lost but what is the same again:
-#   - the client's banner and menu, where the menu is printed more than once: "[menu] " stands for each exact copy;
-#   - the inner entries of a numbered list (lines with a #number) that are alike but for their numbers, and the inner
-#     lines of the client's announcements of a list of metrics, alike but for the names.
+# Makes a transcript of a program's whole output. Only repetitions are left out:
+#   - when the client's menu is printed more than once, "[menu] " stands for each exact copy, and the banner is left out;
+#     without the client's menu the banner is left out too, and after a single menu both stay;
+#   - of a long numbered list (lines with a #number) whose entries differ only in numbers, the first and the last entry
+#     stay; so do the first and the last of the lines in which the client announces a list of metrics.
 # A backslash at the end of a line says that the program ended the line's text without a newline.
 { text = text $0 "\n" }
 
-# What all entries of a list have in common; other lines have nothing in common with any.
+# The text that all entries of a list have in common. A line that is no list entry gets a text of its own.
 function shape(i,   s) {
     s = line[i]
     if (sub(/^CPE DEMO APP : Getting LTE.5G \[.*\] metric information\.$/, "Getting", s)) {
@@ -18,7 +19,7 @@ function shape(i,   s) {
     return s
 }
 
-# How many lines from i on repeat the shapes of the first p of them, in whole groups.
+# The number of lines from line i on, in whole groups of p lines, whose shapes repeat those of the first group.
 function alike(i, p,   n) {
     for (n = p; i + n <= lines && shape(i + n) == shape(i + n - p); n++) {
     }

@@ -1,8 +1,8 @@
-# For tests that sit at a program's console; sourced by them. Input is written when the program's output or log says that it
-# is time, however long that takes.
+# For tests that write to a program's console; they source this file. Each input line is written when the program's output
+# or log shows that the program is ready for it, however long this takes.
 # shellcheck shell=sh
 
-# wait_for N TEXT FILE: until the text stands in N lines of the file. 1 when it still does not after two minutes.
+# wait_for N TEXT FILE: waits until the text stands in N lines of the file. Returns 1 after two minutes without success.
 wait_for() {
     for _ in $(seq 2400); do
         lines=$(grep -c -- "$2" "$3" 2>/dev/null)
@@ -13,9 +13,10 @@ wait_for() {
     return 1
 }
 
-# feed INPUT NAME TIMES: writes the lines of INPUT for a program with its output in NAME.out and its log in NAME.log, which
-# plays a scenario that is TIMES times slower. Of these lines "wait N TEXT" waits for the output and "log N TEXT" for the
-# log; and "within MS" makes the file NAME.late when the scenario has come beyond MS milliseconds.
+# feed INPUT NAME TIMES: writes the lines of INPUT for a program whose output goes to NAME.out and whose log goes to
+# NAME.log. The program plays a scenario that was made TIMES times slower. Three kinds of lines are not written:
+# "wait N TEXT" waits for the text in the output, "log N TEXT" waits for the text in the log, and "within MS" makes the file
+# NAME.late when more than MS milliseconds of the scenario have passed.
 feed() {
     began=$(date +%s%3N)
     while read -r word count text; do
@@ -28,7 +29,7 @@ feed() {
     done <"$1"
 }
 
-# slower TIMES SCENARIO: prints the scenario with its timeline so many times slower.
+# slower TIMES SCENARIO: prints the scenario with a timeline that is TIMES times slower.
 slower() {
     awk -v times="$1" '/^(at_ms|repeat_ms) = / { $3 *= times } 1' "$2"
 }

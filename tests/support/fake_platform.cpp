@@ -29,21 +29,21 @@ struct answer {
     std::vector<uint8_t> response;
 };
 
-/* What tests read while other threads use the platform. */
+/* Guards data that tests read while other threads use the platform. */
 std::mutex books;
 std::vector<fake_request> requests;
 std::string log_text;
 std::map<uint32_t, std::deque<answer>> answers;
 std::map<uint32_t, std::vector<uint8_t>> defaults;
 uint32_t services = 1;
-/* Never released, so that a client whose release failed is still reachable at the end. */
+/* The set is never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
 bool blocks_kept = true;
 int waits_left;
 int late_by;
 std::function<void(uint32_t)> on_request;
 
-/* Held while a callback runs and while a client goes. */
+/* Held while a callback runs, and while a client or notifier is released. */
 std::mutex delivery;
 zeb_client *client;
 zeb_client *notifier;
@@ -69,7 +69,8 @@ zeb_client *new_client() {
     return *clients->insert(new zeb_client{}).first;
 }
 
-/* Whether the blocks of all notifiers are as they left them, and the new one is none of them. */
+/* Whether the block of every notifier still has the bytes that notifier_init wrote, and new_block is none of these
+ * blocks. */
 bool all_kept(const zeb_cci_os_params *new_block) {
     zeb_cci_os_params used;
     memset(&used, 1, sizeof(used));
@@ -193,7 +194,8 @@ int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *o
 int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services) {
     const int32_t status = next_status("zeb_client_get_service_list");
-    // A fault that never ends would make the module wait for ever, as it should: it ends after a few waits.
+    // The module waits for as long as the service list fails. So that a fault without end does not make it wait for
+    // ever, the list succeeds after a few waits.
     const bool over = info_array == nullptr && waits_left == 0;
     if (object != &service || late_by-- > 0 || (status != 0 && !over)) {
         return status != 0 ? status : ZEB_SERVICE_ERR;

@@ -16,7 +16,7 @@
 
 namespace {
 
-/* A lock of its own, since calls on a mutex may be those that are counted. */
+/* A spin lock, as calls of pthread_mutex_lock may be among the calls that are counted. */
 struct fault_spin {
     std::atomic_flag taken;
     void lock() {
@@ -45,7 +45,7 @@ struct fault_books {
     std::set<pthread_mutex_t *> stuck;
 };
 
-/* Made at the first use, which may come before this file's own variables are, and never released. */
+/* Made at the first use, because a call may come before the variables of this file are initialised. Never released. */
 fault_books &books() {
     static auto *const the_books = new fault_books;
     return *the_books;
@@ -68,8 +68,9 @@ template <typename T> T with_errno(int error, T result) {
 
 } // namespace
 
-/* Takes a function over: a call that counts fails with the given result when it has to. The function itself is weak, as
- * a program that is not linked for it has none. */
+/* Wraps a function: a call that counts gives the result `failure` when the plan lets it fail. The real function is a
+ * weak reference, because a program that is not linked with --wrap for the function has no real function under this
+ * name. */
 #define FAULT_CALL(type, name, counts, failure, params, args)                                                          \
     __attribute__((weak)) type __real_##name params;                                                                   \
     type __wrap_##name params {                                                                                        \
@@ -168,7 +169,8 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
     return error;
 }
 
-/* Not one of those that fail from the nth on: what is never found cannot be passed through to. */
+/* Does not fail in a plan with onwards: a library that never finds the real functions could pass no call through to
+ * them. */
 void *__wrap_dlsym(void *library, const char *name) {
     return !fails_onwards() && fault_hit("dlsym") ? nullptr : __real_dlsym(library, name);
 }

@@ -1,6 +1,7 @@
-/* Calls that fail on demand: those that a program or a library is linked with --wrap for, and whatever a test offers to
- * fail under a name of its own. Counts the calls that can fail, makes chosen ones fail, and keeps the books of the
- * heap. What is tested may have it linked in, or beside it in a library. */
+/* Calls that fail on demand. A point is a name under which calls can fail: a function for which the program or library
+ * is linked with --wrap, or a name that a test passes to fault_hit. Counts the calls of the points, makes chosen calls
+ * fail, and keeps account of allocated memory. This code can be linked into the tested program, or lie beside it in a
+ * library. */
 #ifndef FAULT_H
 #define FAULT_H
 
@@ -9,41 +10,42 @@
 #include <string>
 #include <vector>
 
-/* A library that hides the rest of what it has shows these. */
+/* The declarations below are visible even when a library hides its other symbols. */
 #pragma GCC visibility push(default)
 
-/* Fails the nth call (from 1) of the point, of any point when point is null; with onwards, all later ones too. A point
- * is the name of a function. */
+/* From here on the nth call (counted from 1) of the point fails; of all points together when point is null. With
+ * onwards all later calls fail too. */
 void fault_arm(const char *point, int nth, bool onwards = false);
 
-/* Ends the faults. A mutex whose release was made to fail, and was not released since, is released now. */
+/* Ends the faults. When the release of a mutex was made to fail and the mutex is still locked, releases the mutex. */
 void fault_clear();
 
-/* The points made to fail since fault_arm, in order. */
+/* The points of the calls that were made to fail since fault_arm, in order. */
 std::vector<std::string> fault_fired();
 
 /* The points called since fault_arm. */
 std::vector<std::string> fault_points();
 
-/* How many calls of the point have begun since fault_arm, which then has named it. */
+/* How many calls of the point that fault_arm named have begun since. */
 int fault_calls();
 
-/* One call of a point; true when it has to fail. */
+/* To be called for each call of a point. Returns true when this call has to fail. */
 bool fault_hit(const char *point);
 
-/* From now on each write takes so long; returns how many writes of the main thread took that long before. */
+/* Slows each write by this time from here on. Returns how many writes of the main thread were slowed since the call
+ * before. */
 int fault_slow_writes(int microseconds);
 
-/* Memory from calloc that is not released. */
+/* How many blocks of memory from calloc are not released. */
 size_t fault_live_allocations();
 
-/* Whether a thread waits on a condition, for however long. */
+/* Whether a thread is inside pthread_cond_wait. */
 bool fault_waiting();
 
-/* Whether calls on this mutex count; with a definition of its own a test leaves others out. */
+/* Whether calls on this mutex count. By default all do; a test may define this function to leave mutexes out. */
 bool fault_counts(const pthread_mutex_t *mutex);
 
-/* Waits until the module's command thread has nothing to do or has ended; false when that takes too long. */
+/* Waits until the module's command thread has nothing to do or has ended. Returns false when this takes too long. */
 bool fault_settle(int timeout_ms = 20000);
 
 #pragma GCC visibility pop

@@ -6,7 +6,7 @@
 #include <cctype>
 #include <cstring>
 
-/* A display name without the words that most of them have. */
+/* A display name without the words "Serving Cell", and with "Nbr" for "Neighboring Cell". */
 static std::string short_name(std::string name) {
     static const char *const shorter[][2] = {{"Serving Cell ", ""}, {"Serving cell ", ""}, {"Neighboring Cell", "Nbr"}};
     for (const auto &[words, by] : shorter) {

@@ -1,4 +1,4 @@
-/* Names for what a transcript shows and its input says. Of numbers without a name, the number. */
+/* Words for the numbers in a transcript and in its input. A number that has no word is written as a number. */
 #ifndef NAMES_H
 #define NAMES_H
 
@@ -10,17 +10,18 @@
 std::string metric_word(uint32_t id);
 std::string ind_word(uint32_t id);
 
-/* NONE, LTE, LTE_NR5G ...; and what the modem reports of one technology: none, service ... */
+/* Two kinds of statuses. A registration status: NONE, LTE, LTE_NR5G ... A service status, which the modem reports of
+ * one technology: none, service ... */
 std::string reg_status_word(uint32_t reg_status);
 std::string srv_status_word(uint32_t srv_status);
 
-/* 0, INFO_UNAVAILABLE ... */
+/* The status of an operation: 0, INFO_UNAVAILABLE ... */
 std::string status_word(int32_t status);
 
-/* SYS_INFO, INDICATION_REGISTER ...: a message of the modem's */
+/* A message of the modem: SYS_INFO, INDICATION_REGISTER ... */
 std::string message_word(uint32_t msg_id);
 
-/* Which event a record delivers: event LTE RSRP, response NR 5G Neighbor Info ... */
+/* The event that a record delivers: event LTE RSRP, response NR 5G Neighbor Info ... */
 std::string event_name(const cpe_dm_info &info);
 
 #endif

@@ -1,6 +1,6 @@
 #!/bin/sh
-# run_transcript.sh INPUT EXPECTED COMMAND...: runs the command with INPUT as its standard input. Passes when it ends with
-# status 0 and its standard output is EXPECTED, as compare.sh compares.
+# run_transcript.sh INPUT EXPECTED COMMAND...: runs the command with INPUT as its standard input. Passes when the command
+# ends with status 0 and compare.sh finds its standard output equal to EXPECTED.
 input=$1
 expected=$2
 shift 2
