@@ -32,6 +32,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <stdexcept>
 #include <sys/syscall.h>
 #include <system_error>
 #include <unistd.h>
@@ -121,6 +122,7 @@ struct player {
 };
 
 player *the_player = nullptr;
+const player *parents_player = nullptr; /* in a child of fork; never looked at */
 
 double rate(const player &p) {
     return p.speed > 0 ? p.speed : 1;
@@ -479,13 +481,16 @@ bool player_start(const char *file, double speed, std::string &error) {
 
 int32_t player_answer(const zeb_call &call) {
     try {
-        return answer_call(*the_player, call);
+        return the_player != nullptr ? answer_call(*the_player, call) : ZEB_SERVICE_ERR;
     } catch (...) {
         return ZEB_INTERNAL_ERR;
     }
 }
 
 void player_returned(uint64_t peer) {
+    if (the_player == nullptr) {
+        return;
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     look(p);
@@ -497,6 +502,9 @@ void player_returned(uint64_t peer) {
 }
 
 uint64_t player_attach(const zeb_sink &sink) {
+    if (the_player == nullptr) {
+        throw std::runtime_error("nothing is played in a child of fork");
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     p.peers.emplace(p.last_peer + 1, sink);
@@ -519,7 +527,15 @@ void player_detach(uint64_t peer) {
     p.conductor.notify_one();
 }
 
+void player_forget_parent() {
+    parents_player = the_player != nullptr ? the_player : parents_player;
+    the_player = nullptr;
+}
+
 void player_sum_up() {
+    if (the_player == nullptr) {
+        return;
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     const counts &c = p.count;

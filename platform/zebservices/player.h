@@ -22,6 +22,9 @@ void player_returned(uint64_t peer);
 uint64_t player_attach(const zeb_sink &sink);
 void player_detach(uint64_t peer);
 
+/* To be called in a child of fork: it plays nothing of what its parent plays. Every call fails then. */
+void player_forget_parent();
+
 /* Says on standard error how the play so far compares with the recording. */
 void player_sum_up();
 
