@@ -2,7 +2,9 @@
 #include "diag_msg.h"
 #pragma GCC visibility pop
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -18,19 +20,60 @@ namespace {
 /* Room for one line; a longer text is cut. */
 constexpr size_t LINE_ROOM = 2048;
 
+enum { NOT_OPENED = -2, NO_LOG = -1 };
+
+/* Opens the log that DIAG_LOG names. Returns its descriptor, or NO_LOG. */
 int open_log() {
     const char *name = getenv("DIAG_LOG"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
     if (name == nullptr || *name == '\0') {
-        return -1;
+        return NO_LOG;
     }
     if (strcmp(name, "stderr") == 0) {
         return STDERR_FILENO;
     }
-    const int fd = open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+    // Its owner's alone: it holds the identities of cells, and these tell where the device is.
+    const int fd = open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (fd < 0) {
         fprintf(stderr, "%s: cannot be opened for the log: %s\n", name, std::generic_category().message(errno).c_str());
+        return NO_LOG;
     }
     return fd;
+}
+
+/* The log, opened at the first call. Without a lock, which a thread could hold while another forks. */
+int log_descriptor() {
+    static std::atomic<int> log = NOT_OPENED;
+    int fd = log;
+    if (fd == NOT_OPENED) {
+        const int opened = open_log();
+        if (log.compare_exchange_strong(fd, opened)) {
+            return opened;
+        }
+        if (opened > STDERR_FILENO) {
+            close(opened);
+        }
+    }
+    return fd;
+}
+
+/* Writes a line. One that a limit on the size of files (ulimit -f) forbids is lost, as on a full disk; the signal that
+ * the kernel sends then is taken back. */
+void write_line(int fd, const char *line, size_t length) {
+    sigset_t too_large;
+    sigset_t before;
+    sigset_t pending;
+    ssize_t written = 0;
+    sigemptyset(&too_large);
+    sigaddset(&too_large, SIGXFSZ);
+    pthread_sigmask(SIG_BLOCK, &too_large, &before);
+    sigpending(&pending);
+    while ((written = write(fd, line, length)) < 0 && errno == EINTR) {
+    }
+    if (written < 0 && errno == EFBIG && sigismember(&pending, SIGXFSZ) == 0) {
+        const timespec at_once = {};
+        sigtimedwait(&too_large, nullptr, &at_once);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 const char *level_name(uint32_t level_mask) {
@@ -85,7 +128,7 @@ size_t put_text(char *line, size_t used, size_t room, const char *text) {
 } // namespace
 
 void msg_sprintf(const diag_msg_desc *desc, ...) {
-    static const int fd = open_log();
+    const int fd = log_descriptor();
     if (fd < 0 || desc == nullptr || desc->fmt == nullptr) {
         return;
     }
@@ -102,6 +145,5 @@ void msg_sprintf(const diag_msg_desc *desc, ...) {
     size_t used = put_prefix(line, sizeof(line), desc);
     used = put_text(line, used, sizeof(line), n < 0 ? "(text cannot be formatted)" : text);
     line[used++] = '\n';
-    while (write(fd, line, used) < 0 && errno == EINTR) {
-    }
+    write_line(fd, line, used);
 }

@@ -5,41 +5,64 @@
 #include <algorithm>
 #include <map>
 #include <new>
+#include <pthread.h>
 #include <utility>
 
 namespace {
 
-/* The endpoints in use. The table is never destroyed, as the process may exit while callbacks run. */
+/* The endpoints in use. Never destroyed, as the process may exit while callbacks run. */
 struct endpoint_table {
-    std::mutex lock;
     std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
-    uintptr_t last_handle = 0;
+    const endpoint_table *of_parent; /* in a child of fork: never looked at, but no leak either */
 };
 
-endpoint_table &table() {
-    static endpoint_table *const instance = new endpoint_table;
-    return *instance;
-}
+std::mutex table_lock; /* guards what follows */
+endpoint_table *table = nullptr;
+const endpoint_table *parents_table = nullptr;
+uintptr_t last_handle = 0;
 
 /* The endpoint whose callback the current thread runs. */
 thread_local const zeb_endpoint *dispatching = nullptr;
 
 zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
-    endpoint_table &t = table();
-    std::lock_guard guard(t.lock);
+    std::lock_guard guard(table_lock);
+    if (table == nullptr) {
+        table = new endpoint_table{{}, parents_table};
+    }
     // A handle is a number cast to a pointer. No number is used twice, so a stale handle is never taken for a new one.
     // NOLINTNEXTLINE(performance-no-int-to-ptr)
-    auto *const handle = reinterpret_cast<zeb_client_handle>(t.last_handle + 16);
-    t.in_use.emplace(handle, endpoint);
-    t.last_handle += 16;
+    auto *const handle = reinterpret_cast<zeb_client_handle>(last_handle + 16);
+    table->in_use.emplace(handle, endpoint);
+    last_handle += 16;
     return handle;
 }
 
 bool table_remove(zeb_client_handle handle) {
-    endpoint_table &t = table();
-    std::lock_guard guard(t.lock);
-    return t.in_use.erase(handle) != 0;
+    std::lock_guard guard(table_lock);
+    return table != nullptr && table->in_use.erase(handle) != 0;
 }
+
+std::shared_ptr<zeb_endpoint> table_find_notifier(const zeb_cci_os_params *os_params) {
+    std::lock_guard guard(table_lock);
+    if (table == nullptr) {
+        return nullptr;
+    }
+    const auto found = std::find_if(table->in_use.begin(), table->in_use.end(),
+                                    [=](const auto &entry) { return entry.second->os_params == os_params; });
+    return found == table->in_use.end() ? nullptr : found->second;
+}
+
+/* A child of fork has no endpoint: the threads of its parent's endpoints are not there, and their locks and the table's
+ * may be held for ever. */
+void forget_parent() {
+    new (&table_lock) std::mutex;
+    parents_table = table;
+    table = nullptr;
+    dispatching = nullptr;
+    zeb_signal_forget_parent();
+}
+
+[[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
 bool enqueue(zeb_endpoint &e, zeb_delivery delivery) {
     std::lock_guard guard(e.lock);
@@ -135,10 +158,12 @@ zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoin
 }
 
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle) {
-    endpoint_table &t = table();
-    std::lock_guard guard(t.lock);
-    const auto found = t.in_use.find(handle);
-    return found == t.in_use.end() ? nullptr : found->second;
+    std::lock_guard guard(table_lock);
+    if (table == nullptr) {
+        return nullptr;
+    }
+    const auto found = table->in_use.find(handle);
+    return found == table->in_use.end() ? nullptr : found->second;
 }
 
 int32_t zeb_replay_answer(zeb_service_object service, zeb_call call) {
@@ -159,20 +184,11 @@ int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> 
 }
 
 bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms) {
-    std::shared_ptr<zeb_endpoint> notifier;
-    {
-        endpoint_table &t = table();
-        std::lock_guard guard(t.lock);
-        const auto found = std::find_if(t.in_use.begin(), t.in_use.end(),
-                                        [=](const auto &entry) { return entry.second->os_params == os_params; });
-        if (found == t.in_use.end() || found->second->service->replay == nullptr) {
-            return false;
-        }
-        notifier = found->second;
-    }
-    return zeb_replay_answer(notifier->service,
+    const std::shared_ptr<zeb_endpoint> notifier = table_find_notifier(os_params);
+    return notifier != nullptr && notifier->service->replay != nullptr &&
+           zeb_replay_answer(notifier->service,
                              {.kind = zeb_call_kind::WAIT, .peer = notifier->peer, .numbers = {timeout_ms}}) ==
-           ZEB_NO_ERR;
+               ZEB_NO_ERR;
 }
 
 int32_t zeb_client_release(zeb_client_handle client) {

@@ -10,7 +10,7 @@ namespace {
 
 /* The part of the signal that lies in the caller's block. The lock of the hub guards it. */
 struct os_signal {
-    uint32_t in_use; /* 1: a notifier uses the signal */
+    uint32_t in_use; /* the generation of the process whose notifier uses the block; 0: none */
     uint32_t raised;
     uint32_t waiting; /* threads that wait */
 };
@@ -26,11 +26,11 @@ struct signal_hub {
 
 /* The hub is never destroyed, as the process may exit while a thread waits. It needs no heap, so that a wait never
  * fails. */
-signal_hub &hub() {
-    alignas(signal_hub) static unsigned char place[sizeof(signal_hub)];
-    static signal_hub *const instance = new (place) signal_hub;
-    return *instance;
-}
+alignas(signal_hub) unsigned char hub_place[sizeof(signal_hub)];
+signal_hub *const hub = new (hub_place) signal_hub;
+
+/* 1, and one more in each child of fork. */
+uint32_t generation = 1;
 
 os_signal *signal_of(zeb_cci_os_params *os_params) {
     return reinterpret_cast<os_signal *>(os_params);
@@ -39,47 +39,49 @@ os_signal *signal_of(zeb_cci_os_params *os_params) {
 } // namespace
 
 bool zeb_signal_open(zeb_cci_os_params *os_params) {
-    signal_hub &h = hub();
     os_signal *s = signal_of(os_params);
-    std::lock_guard guard(h.lock);
-    if (s->in_use != 0) {
+    std::lock_guard guard(hub->lock);
+    if (s->in_use == generation) {
         return false;
     }
-    *s = {1, 0, 0};
+    *s = {generation, 0, 0};
     return true;
 }
 
 void zeb_signal_raise(zeb_cci_os_params *os_params) {
-    signal_hub &h = hub();
-    std::lock_guard guard(h.lock);
+    std::lock_guard guard(hub->lock);
     signal_of(os_params)->raised = 1;
-    h.changed.notify_all();
+    hub->changed.notify_all();
 }
 
 void zeb_signal_close(zeb_cci_os_params *os_params) {
-    signal_hub &h = hub();
     os_signal *s = signal_of(os_params);
-    std::unique_lock guard(h.lock);
+    std::unique_lock guard(hub->lock);
     s->in_use = 0;
-    h.changed.notify_all();
-    h.changed.wait(guard, [s] { return s->waiting == 0; });
+    hub->changed.notify_all();
+    hub->changed.wait(guard, [s] { return s->waiting == 0; });
 }
 
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     if (os_params == nullptr || zeb_replay_wait(os_params, timeout_ms)) {
         return;
     }
-    signal_hub &h = hub();
     os_signal *s = signal_of(os_params);
-    std::unique_lock guard(h.lock);
-    const auto over = [s] { return s->in_use == 0 || s->raised != 0; };
+    std::unique_lock guard(hub->lock);
+    const auto over = [s] { return s->in_use != generation || s->raised != 0; };
     s->waiting++;
     if (timeout_ms == 0) {
-        h.changed.wait(guard, over);
+        hub->changed.wait(guard, over);
     } else {
-        h.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), over);
+        hub->changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), over);
     }
     s->raised = 0;
     s->waiting--;
-    h.changed.notify_all();
+    hub->changed.notify_all();
+}
+
+/* The hub's lock may have been held at the fork, by a thread that the child does not have. */
+void zeb_signal_forget_parent() {
+    new (hub_place) signal_hub;
+    generation++;
 }

@@ -1,4 +1,5 @@
-/* The operating-system signal that lives in a caller's OS-parameter block. */
+/* The operating-system signal that lives in a caller's OS-parameter block. A child of fork has none of its parent's
+ * signals: their blocks are free to be used again. */
 #ifndef ZEB_SIGNAL_H
 #define ZEB_SIGNAL_H
 
@@ -14,5 +15,8 @@ void zeb_signal_raise(zeb_cci_os_params *os_params);
 /* Ends all waits for the signal. Once the function has returned, no wait reads the block any more, and the caller may
  * free the block. */
 void zeb_signal_close(zeb_cci_os_params *os_params);
+
+/* To be called in a child of fork, before any other function. */
+void zeb_signal_forget_parent();
 
 #endif

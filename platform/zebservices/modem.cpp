@@ -4,8 +4,11 @@
 #include "zeb_thread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
+#include <pthread.h>
 
 namespace {
 
@@ -28,7 +31,7 @@ bool read_scenario(scenario &plan) {
                             ? scenario_parse(scenario_default_text, "(built-in scenario)", plan, error)
                             : scenario_read(name, plan, error);
     if (!usable) {
-        fprintf(stderr, "%s\nthe scenario is refused: the network access service stays absent\n", error.c_str());
+        fprintf(stderr, "%s\nthe scenario is refused: there is no network access service\n", error.c_str());
     }
     return usable;
 }
@@ -47,17 +50,41 @@ void run_timer(modem *m) {
     }
 }
 
-modem *switch_on() {
+/* Never destroyed, as the process may exit while the timer and clients use it. */
+std::atomic<modem *> the_modem = nullptr;
+std::mutex switch_lock; /* held while the modem is switched on; guards what follows */
+bool refused = false;
+const modem *parents_modem = nullptr; /* in a child of fork; only what never changes in it is looked at */
+
+/* The modem of a child of fork goes on with its parent's scenario. */
+std::unique_ptr<modem> make_modem() {
     auto m = std::make_unique<modem>();
-    m->usable = read_scenario(m->plan);
-    if (!m->usable) {
-        return m.release();
+    if (parents_modem != nullptr) {
+        m->plan = parents_modem->plan;
+        m->switched_on = parents_modem->switched_on;
+    } else if (!read_scenario(m->plan)) {
+        return nullptr;
+    } else {
+        m->switched_on = std::chrono::steady_clock::now();
     }
     m->occurrences.resize(m->plan.faults.size());
     m->present = m->plan.appear_ms == 0;
-    m->switched_on = std::chrono::steady_clock::now();
-    zeb_start_thread([timed = m.get()] { run_timer(timed); }).detach();
-    return m.release();
+    return m;
+}
+
+/* A child of fork has no thread that plays its parent's modem, whose lock may be held for ever. */
+void forget_parent() {
+    new (&switch_lock) std::mutex;
+    parents_modem = the_modem != nullptr ? the_modem.load() : parents_modem;
+    the_modem = nullptr;
+}
+
+[[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
+
+/* The modem, switched on. The scenario has been read: otherwise nobody has a service object. */
+modem &modem_in_use() {
+    modem_switch_on();
+    return *the_modem;
 }
 
 bool is_flag(uint8_t value) {
@@ -199,10 +226,20 @@ int32_t unreachable(const modem &m, uint64_t peer) {
 
 } // namespace
 
-/* Never destroyed: the process may exit while the timer and clients use it. */
-modem &the_modem() {
-    static modem *const instance = switch_on();
-    return *instance;
+bool modem_switch_on() {
+    if (the_modem != nullptr) {
+        return true;
+    }
+    std::lock_guard guard(switch_lock);
+    if (the_modem == nullptr && !refused) {
+        std::unique_ptr<modem> m = make_modem();
+        refused = m == nullptr;
+        if (m != nullptr) {
+            zeb_start_thread([timed = m.get()] { run_timer(timed); }).detach();
+            the_modem = m.release();
+        }
+    }
+    return the_modem != nullptr;
 }
 
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message) {
@@ -222,14 +259,14 @@ scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message)
 }
 
 bool modem_wait_present(uint32_t timeout_ms) {
-    modem &m = the_modem();
+    modem &m = modem_in_use();
     std::unique_lock guard(m.lock);
     modem_play(m);
     return m.changed.wait_for(guard, std::chrono::milliseconds(timeout_ms), [&m] { return m.present; });
 }
 
 uint64_t modem_attach(const zeb_sink &sink) {
-    modem &m = the_modem();
+    modem &m = modem_in_use();
     std::lock_guard guard(m.lock);
     modem_play(m);
     modem_client client;
@@ -239,7 +276,7 @@ uint64_t modem_attach(const zeb_sink &sink) {
 }
 
 void modem_detach(uint64_t peer) {
-    modem &m = the_modem();
+    modem &m = modem_in_use();
     std::lock_guard guard(m.lock);
     m.clients.erase(peer);
     if (m.scan.client == peer) {
@@ -249,7 +286,7 @@ void modem_detach(uint64_t peer) {
 }
 
 int32_t modem_request(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms) {
-    modem &m = the_modem();
+    modem &m = modem_in_use();
     std::unique_lock guard(m.lock);
     modem_play(m);
     if (const int32_t status = unreachable(m, peer); status != ZEB_NO_ERR) {

@@ -1,5 +1,5 @@
-/* The virtual modem: plays its scenario to the clients of the network access service. A process has one modem. Its
- * first use switches it on, and it never ends. */
+/* The virtual modem: plays its scenario to the clients of the network access service. A process has one modem, which
+ * never ends. A child of fork has a modem of its own, without its parent's clients. */
 #ifndef MODEM_H
 #define MODEM_H
 
@@ -37,7 +37,6 @@ struct modem_scan {
 struct modem {
     std::chrono::steady_clock::time_point switched_on = std::chrono::steady_clock::now();
     scenario plan;
-    bool usable = false; /* the scenario was read */
 
     std::mutex lock; /* guards what follows */
     std::condition_variable changed;
@@ -48,8 +47,6 @@ struct modem {
     modem_scan scan;
     std::vector<uint32_t> occurrences; /* for each fault of the plan: how often its message has occurred */
 };
-
-modem &the_modem();
 
 /* The caller of each of the following functions, up to modem_next_fault, holds the modem's lock. */
 
@@ -70,6 +67,10 @@ void modem_mark_told(const modem &m, modem_client &client);
 /* Counts an occurrence of a message with every fault of that moment and message, and returns the first fault that
  * strikes this occurrence. When none does, the fault returned has no effect. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
+
+/* Switches the modem on, unless it is on. Returns false when its scenario was refused, which is said on standard error
+ * the first time. Throws when out of memory or of threads, and may then be called again. */
+bool modem_switch_on();
 
 /* The operations of the service object (zeb_service). */
 bool modem_wait_present(uint32_t timeout_ms);

@@ -215,9 +215,6 @@ uint64_t modem_next_due(const modem &m) {
 }
 
 void modem_play(modem &m) {
-    if (!m.usable) {
-        return;
-    }
     const auto elapsed = std::chrono::steady_clock::now() - m.switched_on;
     const auto now = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
     // A process that stood still saw nothing of the changes meanwhile: it finds the modem as it is now.

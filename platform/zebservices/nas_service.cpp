@@ -43,9 +43,8 @@ zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version
         return nullptr;
     }
     try {
-        the_modem();
+        return modem_switch_on() ? &NAS_SERVICE : nullptr;
     } catch (...) {
         return nullptr;
     }
-    return &NAS_SERVICE;
 }

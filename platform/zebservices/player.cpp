@@ -4,21 +4,24 @@
  * How time passes. The recording has a clock of its own, which runs `speed` times as fast as real time. A call that has
  * come is answered after the time that it took. A delivery is made at its time, counted from the creation of its client
  * or notifier. When the program is late, the clock stands still: a delivery waits for the calls that were recorded
- * before it (for PATIENCE_US of the recording at most). When the program is early, a call waits for the deliveries that
- * were recorded before it (if they are due within AHEAD_US). With speed 0 nothing has a time, and the clock goes from
- * line to line. Between two lines, a recorded pause is kept up to QUIET_US of real time, and then the conductor waits
- * until all threads of the program sleep (for REST_US at most), so that everything that the first line set off is over
- * before the second is played. A callback that runs longer than CALLBACK_US holds nothing up. Real time is only counted
- * while the process runs: it is looked at every LOOK_US at least, and more than LOOK_MAX_US at once means that the
- * process was stopped, by a debugger say.
+ * before it (for PATIENCE_US at most). When the program is early, a call waits for the deliveries that were recorded
+ * before it (if they are due within AHEAD_US), and for the calls of other threads that ended before it did (for
+ * AHEAD_US). With speed 0 nothing has a time, and the clock goes from line to line. Between two lines, a recorded pause
+ * is kept up to QUIET_US, and then the conductor waits until all threads of the program sleep (for REST_US at most), so
+ * that everything that the first line set off is over before the second is played. A line that was recorded after a
+ * callback had returned waits for that callback (for PATIENCE_US beyond the time that the callback took; where a
+ * recording of version 1 does not tell, for CALLBACK_US). All these are real time, which is only counted while the
+ * process runs: it is looked at every LOOK_US at least, and more than LOOK_MAX_US at once means that the process was
+ * stopped, by a debugger say.
  *
  * Invariants. Everything from `lock` on in struct player is guarded by it. A role has a peer from the answer to the
  * creation of its client or notifier until the release. Its deliveries are made in their order, `next` being the next
- * one. A call is in `pending` from its arrival to its answer, and its thread waits in player_answer as long. At most
- * one callback runs that the conductor waits for: that of the peer `delivering`. */
+ * one. A call is in `pending` from its arrival to its answer, and its thread waits in player_answer as long. A delivery
+ * is in `running` from when it is made until its callback has returned. */
 #include "player.h"
 #include "recording.h"
-#include "zeb_file.h"
+#include "tally.h"
+#include "zeb_cci.h"
 #include "zeb_thread.h"
 
 #include <algorithm>
@@ -32,10 +35,11 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <stdexcept>
 #include <sys/syscall.h>
-#include <system_error>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
 
 namespace {
 
@@ -46,9 +50,6 @@ constexpr double LOOK_MAX_US = 250000;
 constexpr double CALLBACK_US = 1000000;
 constexpr double AHEAD_US = 100000;
 constexpr double PATIENCE_US = 10000000;
-
-constexpr const char *CALL_NAMES[] = {"service object", "notifier", "service list", "wait",   "watch",
-                                      "client",         "request",  "decoding",     "release"};
 
 /* An indication or event of the recording. */
 struct delivery {
@@ -63,9 +64,10 @@ struct role {
     size_t next = 0;
     uint64_t peer = 0;    /* 0: not yet, or released */
     double offset_us = 0; /* added to a time of the recording: that time on the clock */
+    std::thread::id creator;
 };
 
-/* The calls that were recorded with the same key. */
+/* The calls that were recorded with the same key. Kept ones come first. */
 struct answers {
     std::vector<const recording_entry *> entries;
     size_t next = 0;
@@ -76,34 +78,38 @@ struct pending_call {
     const recording_entry *entry;
     uint64_t peer;
     double ready_us; /* on the clock */
+    double came_us;  /* awake_us then */
     bool in_callback;
+    bool unprompted; /* as in tally_answered */
     bool done = false;
     bool ended = false; /* the peer was released */
 };
 
-struct counts {
-    size_t as_recorded = 0, out_of_order = 0, repeated = 0, lost = 0; /* requests */
-    size_t delivered = 0;
-    size_t decoded = 0, not_decoded = 0;
+/* A delivery whose callback has not returned. */
+struct running_callback {
+    const recording_entry *entry;
+    uint64_t peer;
+    double since_us;       /* awake_us then */
+    bool given_up = false; /* nothing waits for it any more */
 };
 
 struct player {
     std::string file;
     double speed = 1;
-    std::vector<recording_entry> entries;
-    size_t delivery_count = 0;
-    std::vector<const recording_entry *> requests; /* in the order in which they were made */
+    recording played;
 
     std::mutex lock; /* guards what follows */
     std::condition_variable conductor;
     std::condition_variable answered;
+    tally score;
     std::unordered_map<std::string, answers> by_key;
     std::unordered_map<const recording_entry *, double> gaps_us;
-    std::unordered_map<const recording_entry *, size_t> request_index;
     std::map<uint32_t, role> roles;
     std::map<uint64_t, zeb_sink> peers;
+    std::map<uint64_t, uint32_t> numbers; /* of the peers' clients and notifiers in the recording */
     uint64_t last_peer = 0;
     std::vector<pending_call *> pending;
+    std::vector<running_callback> running;
 
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
     double awake_us = 0;       /* real time in which the process was not stopped */
@@ -113,17 +119,19 @@ struct player {
     bool impatient = false;    /* the clock stood still for too long; until the next call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
     bool was_delivery = false; /* the last of these was not an answer */
-    uint64_t delivering = 0;   /* the peer whose callback runs */
-    size_t position = 0;       /* the highest line of the calls answered so far */
-    size_t next_request = 0;
-    bool differed = false;
-    counts count;
+    size_t delivered_line = 0; /* of the last delivery */
+    size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
 };
 
 player *the_player = nullptr;
+const player *parents_player = nullptr; /* in a child of fork; never looked at */
 
 double rate(const player &p) {
     return p.speed > 0 ? p.speed : 1;
+}
+
+double end_us(const recording_entry &e) {
+    return static_cast<double>(e.begin_us + e.took_us);
 }
 
 double due_us(const role &r, const delivery &d) {
@@ -143,8 +151,24 @@ const delivery *next_delivery(player &p, role *&of) {
     return next;
 }
 
-bool callback_runs(const player &p) {
-    return p.delivering != 0 && p.awake_us - p.activity_us < CALLBACK_US;
+/* Whether a line was recorded after a callback had returned. Version 1 does not tell: there, it may be any line. */
+bool comes_after(const player &p, const running_callback &c, size_t line) {
+    return p.played.version == 1 || (c.entry->returned && c.entry->returned_line < line);
+}
+
+/* Whether a line has to wait for a callback that runs. */
+bool waits_for_callback(const player &p, size_t line) {
+    return std::any_of(p.running.begin(), p.running.end(),
+                       [&p, line](const running_callback &c) { return !c.given_up && comes_after(p, c, line); });
+}
+
+/* Counts a line that is played although it should have waited for a callback. */
+void count_overtaking(player &p, size_t line) {
+    const auto c = std::find_if(p.running.begin(), p.running.end(),
+                                [&p, line](const running_callback &r) { return comes_after(p, r, line); });
+    if (c != p.running.end()) {
+        tally_overtook(p.score, line, c->entry->line);
+    }
 }
 
 /* Whether all other threads of the process sleep, so that whatever they had begun is done. Where the threads cannot be
@@ -189,6 +213,7 @@ void deliver(player &p, role &r, const delivery &d) {
     const zeb_sink &sink = p.peers.at(r.peer);
     bool runs = false;
     r.next++;
+    count_overtaking(p, e.line);
     try {
         if (e.kind == recording_kind::EVENT) {
             runs = sink.event(sink.owner, e.status);
@@ -200,8 +225,11 @@ void deliver(player &p, role &r, const delivery &d) {
     } catch (const std::bad_alloc &) {
         runs = false; // lost
     }
-    p.count.delivered += runs;
-    p.delivering = runs ? r.peer : 0;
+    if (runs) {
+        p.running.push_back({&e, r.peer, p.awake_us});
+    }
+    tally_delivered(p.score, e, runs);
+    p.delivered_line = e.line;
     p.activity_us = p.awake_us;
     p.was_delivery = true;
     if (p.speed == 0) {
@@ -213,7 +241,11 @@ void answer(player &p, pending_call &call) {
     const recording_entry &e = *call.entry;
     call.done = true;
     std::erase(p.pending, &call);
-    if (e.line > p.position) {
+    tally_answered(p.score, e, call.unprompted);
+    if (!call.in_callback) {
+        count_overtaking(p, e.line);
+    }
+    if (e.line > p.position && !e.kept) {
         p.position = e.line;
         p.stalled_us = 0;
         p.impatient = false;
@@ -221,7 +253,7 @@ void answer(player &p, pending_call &call) {
     p.activity_us = p.awake_us;
     p.was_delivery = false;
     if (p.speed == 0) {
-        p.clock_us = std::max(p.clock_us, static_cast<double>(e.begin_us + e.took_us) + p.shift_us);
+        p.clock_us = std::max(p.clock_us, end_us(e) + p.shift_us);
     }
     p.answered.notify_all();
 }
@@ -230,7 +262,8 @@ void answer(player &p, pending_call &call) {
 pending_call *next_call(const player &p) {
     pending_call *next = nullptr;
     for (pending_call *call : p.pending) {
-        if ((call->in_callback || !callback_runs(p)) && (next == nullptr || call->entry->line < next->entry->line)) {
+        if ((call->in_callback || !waits_for_callback(p, call->entry->line)) &&
+            (next == nullptr || call->entry->line < next->entry->line)) {
             next = call;
         }
     }
@@ -243,6 +276,17 @@ bool comes_first(const player &p, const role &r, const delivery &d, const pendin
            (p.speed == 0 || due_us(r, d) <= std::max(call.ready_us, p.clock_us) + AHEAD_US * p.speed);
 }
 
+/* How long the call still has to wait for one that has not come: a call of another thread, which ended before it. */
+double other_thread_us(const player &p, const pending_call &call) {
+    const double left = AHEAD_US - (p.awake_us - call.came_us);
+    const recording_entry *other = left > 0 ? tally_expected_call(p.score) : nullptr;
+    const bool overlaps =
+        other != nullptr && other->line < call.entry->line && other->begin_us + other->took_us > call.entry->begin_us;
+    const bool has_come =
+        std::any_of(p.pending.begin(), p.pending.end(), [other](const pending_call *c) { return c->entry == other; });
+    return overlaps && !has_come ? left : 0;
+}
+
 /* The real time until the recording's clock shows clock_us. */
 double until_us(const player &p, double clock_us) {
     return p.speed == 0 ? 0 : (clock_us - p.clock_us) / p.speed;
@@ -252,10 +296,16 @@ double until_us(const player &p, double clock_us) {
 double play(player &p) {
     pending_call *call = next_call(p);
     role *r = nullptr;
-    const delivery *d = callback_runs(p) ? nullptr : next_delivery(p, r);
+    const delivery *d = next_delivery(p, r);
     double wait = LOOK_US;
+    if (d != nullptr && waits_for_callback(p, d->entry->line)) {
+        d = nullptr;
+    }
     if (call != nullptr && (d == nullptr || !comes_first(p, *r, *d, *call))) {
         wait = until_us(p, call->ready_us);
+        if (wait <= 0) {
+            wait = other_thread_us(p, *call);
+        }
         if (wait <= 0 && p.was_delivery && !call->in_callback) {
             wait = unsettled_us(p, p.gaps_us.at(call->entry));
         }
@@ -274,6 +324,15 @@ double play(player &p) {
     return wait;
 }
 
+/* Gives a callback up that takes much longer than it did. */
+void look_at_callbacks(player &p) {
+    for (running_callback &c : p.running) {
+        const double took = static_cast<double>(c.entry->took_us) / rate(p);
+        const double limit = p.played.version == 1 ? CALLBACK_US : took + PATIENCE_US;
+        c.given_up = c.given_up || p.awake_us - c.since_us > limit;
+    }
+}
+
 /* Moves the clocks on. */
 void look(player &p) {
     const auto now = std::chrono::steady_clock::now();
@@ -281,12 +340,14 @@ void look(player &p) {
     p.looked = now;
     const double awake = std::min(passed, LOOK_MAX_US);
     p.awake_us += awake;
+    look_at_callbacks(p);
     double moves = awake * rate(p);
     role *r = nullptr;
     const delivery *d = next_delivery(p, r);
-    if (d != nullptr && d->after > p.position && p.pending.empty() && !callback_runs(p) && !p.impatient) {
+    if (d != nullptr && d->after > p.position && p.pending.empty() && !waits_for_callback(p, d->entry->line) &&
+        !p.impatient) {
         const double room = std::max(0.0, due_us(*r, *d) - p.clock_us);
-        p.stalled_us += std::max(0.0, moves - room);
+        p.stalled_us += std::max(0.0, moves - room) / rate(p);
         moves = std::min(moves, room);
         if (p.stalled_us > PATIENCE_US) {
             p.impatient = true;
@@ -308,106 +369,52 @@ void conduct(player *p) {
     }
 }
 
-/* Whether the call can be answered from the recording: the libraries knew its client or notifier then. */
-bool takes_part(const recording_entry &e) {
-    const bool of_handle = e.call == zeb_call_kind::SEND || e.call == zeb_call_kind::DECODE ||
-                           e.call == zeb_call_kind::WATCH || e.call == zeb_call_kind::RELEASE;
-    return e.kind == recording_kind::CALL && (!of_handle || e.handle != 0);
-}
-
 void prepare(player &p) {
     size_t after = 0;
     double end_before = 0;
-    for (const recording_entry &e : p.entries) {
-        const double end = static_cast<double>(e.begin_us + e.took_us);
+    for (const recording_entry &e : p.played.entries) {
+        const double end = end_us(e);
         const double gap = std::max(0.0, end - end_before);
-        end_before = std::max(end, end_before);
-        if (e.kind != recording_kind::CALL) {
-            p.roles[e.handle].deliveries.push_back({&e, after, gap});
-            p.delivery_count++;
-        } else if (takes_part(e)) {
-            const std::string key = recording_key(e.call, e.numbers, e.in, e.out.null, e.out.length);
-            p.by_key[key].entries.push_back(&e);
+        if (e.kind == recording_kind::INDICATION || e.kind == recording_kind::EVENT) {
+            const double begin = static_cast<double>(e.begin_us);
+            p.roles[e.handle].deliveries.push_back({&e, after, std::max(0.0, begin - end_before)});
+        } else if (tally_takes_part(e)) {
+            p.by_key[recording_key(e.call, e.handle, e.numbers, e.in, e.out.null, e.out.length)].entries.push_back(&e);
             p.gaps_us[&e] = gap;
-            after = e.call == zeb_call_kind::DECODE ? after : e.line;
-            if (e.call == zeb_call_kind::SEND) {
-                p.requests.push_back(&e);
-            }
+            after = e.call == zeb_call_kind::DECODE || e.kept ? after : e.line;
         }
+        end_before = std::max(end, end_before);
     }
-    std::stable_sort(p.requests.begin(), p.requests.end(),
-                     [](const auto *a, const auto *b) { return a->begin_us < b->begin_us; });
-    for (size_t i = 0; i < p.requests.size(); i++) {
-        p.request_index[p.requests[i]] = i;
-    }
-    p.clock_us = p.entries.empty() ? 0 : static_cast<double>(p.entries.front().begin_us);
-}
-
-/* Says which request is the first that differs from the one that was recorded in its place. */
-void tell_difference(player &p, uint32_t msg_id) {
-    if (p.differed) {
-        return;
-    }
-    p.differed = true;
-    if (p.next_request < p.requests.size()) {
-        const recording_entry &expected = *p.requests[p.next_request];
-        fprintf(stderr, "%s:%zu: the first request that differs: 0x%04x, where 0x%04x was recorded\n", p.file.c_str(),
-                expected.line, msg_id, expected.numbers[0]);
-    } else {
-        fprintf(stderr, "%s:%zu: the first request that differs: 0x%04x, after the last one that was recorded\n",
-                p.file.c_str(), p.requests.empty() ? 1 : p.requests.back()->line, msg_id);
-    }
-}
-
-void count_request(player &p, uint32_t msg_id, const recording_entry *entry, bool repeated) {
-    if (entry == nullptr) {
-        tell_difference(p, msg_id);
-        p.count.lost++;
-    } else if (repeated) {
-        tell_difference(p, msg_id);
-        p.count.repeated++;
-    } else if (const size_t index = p.request_index.at(entry); index == p.next_request) {
-        p.count.as_recorded++;
-        p.next_request++;
-    } else {
-        tell_difference(p, msg_id);
-        p.count.out_of_order++;
-        p.next_request = std::max(p.next_request, index + 1);
-    }
+    tally_begin(p.score, p.file.c_str(), p.played);
+    p.clock_us = p.played.entries.empty() ? 0 : static_cast<double>(p.played.entries.front().begin_us);
 }
 
 uint32_t number_of(const player &p, uint64_t peer) {
-    for (const auto &[number, r] : p.roles) {
-        if (peer != 0 && r.peer == peer) {
-            return number;
-        }
-    }
-    return 0;
+    const auto found = p.numbers.find(peer);
+    return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* The recorded call that answers this one: the next one with the same key, or the last of them again. */
-const recording_entry *find_answer(player &p, const zeb_call &call, bool &repeated) {
-    const recording_bytes in = recording_pack(call.in, call.in_len);
-    const auto found = p.by_key.find(recording_key(call.kind, call.numbers, in, call.out == nullptr, call.out_len));
-    const recording_entry *entry = nullptr;
-    if (found != p.by_key.end()) {
-        answers &a = found->second;
-        repeated = a.next == a.entries.size();
-        // A wait ends with an event, and no further event was recorded.
-        if (!repeated || call.kind != zeb_call_kind::WAIT) {
-            entry = repeated ? a.entries.back() : a.entries[a.next++];
-        }
+/* The recorded call that answers this one: the next one with the same key, or the last of them again. Before the first
+ * call of a part itself, a kept call is an answer as often as it is asked for, unless that first call is at hand. */
+const recording_entry *find_answer(player &p, const zeb_call &call, bool &again) {
+    const auto found =
+        p.by_key.find(recording_key(call.kind, number_of(p, call.peer), call.numbers,
+                                    recording_pack(call.in, call.in_len), call.out == nullptr, call.out_len));
+    if (found == p.by_key.end()) {
+        return nullptr;
     }
-    if (call.kind == zeb_call_kind::SEND) {
-        count_request(p, call.numbers[0], entry, repeated);
-    } else if (call.kind == zeb_call_kind::DECODE) {
-        (entry != nullptr ? p.count.decoded : p.count.not_decoded)++;
+    answers &a = found->second;
+    const bool has_kept = a.next > 0 && a.entries[a.next - 1]->kept;
+    if (a.next < a.entries.size() && !(has_kept && p.position == 0 && !a.entries[a.next]->kept &&
+                                       a.entries[a.next] != tally_expected_call(p.score))) {
+        return a.entries[a.next++];
     }
-    if (entry == nullptr && call.kind != zeb_call_kind::WAIT) {
-        fprintf(stderr, "%s:%zu: after this line: %s, message 0x%04x, was never recorded and is lost\n", p.file.c_str(),
-                p.position, CALL_NAMES[static_cast<size_t>(call.kind)], call.numbers[0]);
+    // A wait ends with an event, and no further event was recorded.
+    if (call.kind == zeb_call_kind::WAIT) {
+        return nullptr;
     }
-    return entry;
+    again = true;
+    return a.entries[a.next - 1];
 }
 
 /* From here on the peer plays the client or notifier that the entry created. */
@@ -416,11 +423,20 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     role &r = p.roles[entry.handle];
     r.peer = peer;
     r.offset_us = p.shift_us;
+    r.creator = std::this_thread::get_id();
 }
 
-void fill(const recording_entry &entry, const zeb_call &call) {
-    if (call.out != nullptr && call.out_len > 0) {
-        memset(call.out, 0, call.out_len);
+/* What the call writes. From version 2 on, a call that failed leaves the caller's bytes as they are, and a service list
+ * writes no entries but those that were returned. */
+void fill(const recording &played, const recording_entry &entry, const zeb_call &call) {
+    size_t length = call.out == nullptr ? 0 : call.out_len;
+    if (played.version >= 2 && entry.status != ZEB_NO_ERR) {
+        length = 0;
+    } else if (played.version >= 2 && entry.call == zeb_call_kind::LIST) {
+        length = std::min(length, std::max(entry.entries * sizeof(zeb_service_info), entry.out.head.size()));
+    }
+    if (length > 0) {
+        memset(call.out, 0, length);
         memcpy(call.out, entry.out.head.data(), entry.out.head.size());
     }
     if (call.entries != nullptr) {
@@ -431,20 +447,42 @@ void fill(const recording_entry &entry, const zeb_call &call) {
     }
 }
 
+/* Whether the program makes the call by itself: on the thread that created the client or notifier. Another thread's
+ * call may be how the program deals with an indication or event. */
+bool is_unprompted(const player &p, const zeb_call &call) {
+    const auto r = p.roles.find(number_of(p, call.peer));
+    return !call.in_callback && (r == p.roles.end() || r->second.creator == std::thread::id() ||
+                                 r->second.creator == std::this_thread::get_id());
+}
+
+/* The line of an indication or event that the program has not dealt with: its callback runs, or what the callback set
+ * off is not over. 0: none. */
+size_t unfinished_line(const player &p) {
+    const auto c = std::find_if(p.running.begin(), p.running.end(),
+                                [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
+    const bool recent = p.was_delivery && p.awake_us - p.activity_us < 2 * REST_US;
+    return c != p.running.end() ? c->entry->line : recent && !at_rest() ? p.delivered_line : 0;
+}
+
 int32_t answer_call(player &p, const zeb_call &call) {
     std::unique_lock guard(p.lock);
     look(p);
-    bool repeated = false;
-    const recording_entry *entry = find_answer(p, call, repeated);
+    bool again = false;
+    const recording_entry *entry = find_answer(p, call, again);
+    tally_came(p.score, call, number_of(p, call.peer), entry, again, p.position);
     if (entry == nullptr) {
         return call.kind == zeb_call_kind::RELEASE ? ZEB_NO_ERR : ZEB_TRANSPORT_ERR;
     }
     const bool creation = call.kind == zeb_call_kind::CLIENT || call.kind == zeb_call_kind::NOTIFIER;
-    if (creation && !repeated && entry->status == ZEB_NO_ERR) {
-        take_role(p, call.peer, *entry);
+    if (creation && entry->status == ZEB_NO_ERR) {
+        p.numbers[call.peer] = entry->handle;
+        if (!again) {
+            take_role(p, call.peer, *entry);
+        }
     }
     if (call.kind != zeb_call_kind::DECODE) {
-        pending_call waiting = {entry, call.peer, p.clock_us + static_cast<double>(entry->took_us), call.in_callback};
+        pending_call waiting = {entry,      call.peer,        p.clock_us + static_cast<double>(entry->took_us),
+                                p.awake_us, call.in_callback, is_unprompted(p, call)};
         p.pending.push_back(&waiting);
         p.conductor.notify_one();
         p.answered.wait(guard, [&waiting] { return waiting.done || waiting.ended; });
@@ -452,7 +490,7 @@ int32_t answer_call(player &p, const zeb_call &call) {
             return ZEB_TRANSPORT_ERR;
         }
     }
-    fill(*entry, call);
+    fill(p.played, *entry, call);
     return entry->status;
 }
 
@@ -460,14 +498,9 @@ int32_t answer_call(player &p, const zeb_call &call) {
 
 bool player_start(const char *file, double speed, std::string &error) {
     auto p = std::make_unique<player>();
-    std::string text;
     p->file = file;
     p->speed = speed;
-    if (const int failure = zeb_read_file(file, RECORDING_FILE_MAX, text); failure != 0) {
-        error = p->file + ":0: cannot be read: " + std::generic_category().message(failure);
-        return false;
-    }
-    if (!recording_parse(text, file, p->entries, error)) {
+    if (!recording_read(file, p->played, error)) {
         return false;
     }
     prepare(*p);
@@ -479,24 +512,31 @@ bool player_start(const char *file, double speed, std::string &error) {
 
 int32_t player_answer(const zeb_call &call) {
     try {
-        return answer_call(*the_player, call);
+        return the_player != nullptr ? answer_call(*the_player, call) : ZEB_SERVICE_ERR;
     } catch (...) {
         return ZEB_INTERNAL_ERR;
     }
 }
 
 void player_returned(uint64_t peer) {
+    if (the_player == nullptr) {
+        return;
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     look(p);
-    if (p.delivering == peer) {
-        p.delivering = 0;
+    const auto of_peer = [peer](const running_callback &c) { return c.peer == peer; };
+    if (const auto c = std::find_if(p.running.begin(), p.running.end(), of_peer); c != p.running.end()) {
+        p.running.erase(c);
         p.activity_us = p.awake_us;
         p.conductor.notify_one();
     }
 }
 
 uint64_t player_attach(const zeb_sink &sink) {
+    if (the_player == nullptr) {
+        throw std::runtime_error("nothing is played in a child of fork");
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     p.peers.emplace(p.last_peer + 1, sink);
@@ -507,10 +547,10 @@ void player_detach(uint64_t peer) {
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     p.peers.erase(peer);
-    if (const auto r = p.roles.find(number_of(p, peer)); r != p.roles.end()) {
+    if (const auto r = p.roles.find(number_of(p, peer)); r != p.roles.end() && r->second.peer == peer) {
         r->second.peer = 0;
     }
-    p.delivering = p.delivering == peer ? 0 : p.delivering;
+    std::erase_if(p.running, [peer](const running_callback &c) { return c.peer == peer; });
     for (pending_call *call : p.pending) {
         call->ended = call->ended || call->peer == peer;
     }
@@ -519,15 +559,41 @@ void player_detach(uint64_t peer) {
     p.conductor.notify_one();
 }
 
-void player_sum_up() {
+void player_forget_parent() {
+    parents_player = the_player != nullptr ? the_player : parents_player;
+    the_player = nullptr;
+}
+
+bool player_tell_endless_wait() {
     player &p = *the_player;
     std::lock_guard guard(p.lock);
-    const counts &c = p.count;
-    fprintf(
-        stderr,
-        "%s: replayed: requests: %zu as recorded, %zu out of order, %zu repeated, %zu never recorded, %zu not made; "
-        "indications and events: %zu delivered, %zu not delivered; decodings: %zu as recorded, %zu never recorded\n",
-        p.file.c_str(), c.as_recorded, c.out_of_order, c.repeated, c.lost,
-        p.requests.size() - c.as_recorded - c.out_of_order, c.delivered, p.delivery_count - c.delivered, c.decoded,
-        c.not_decoded);
+    const bool has_event = std::any_of(p.roles.begin(), p.roles.end(), [](const auto &entry) {
+        const role &r = entry.second;
+        return r.next < r.deliveries.size() && r.deliveries[r.next].entry->kind == recording_kind::EVENT;
+    });
+    const bool running = std::any_of(p.running.begin(), p.running.end(),
+                                     [](const running_callback &c) { return c.entry->kind == recording_kind::EVENT; });
+    if (has_event || running) {
+        return false;
+    }
+    fprintf(stderr, "%s:%zu: after this line: waits for the service, which does not come any more\n", p.file.c_str(),
+            p.position);
+    return true;
+}
+
+bool player_sum_up() {
+    player &p = *the_player;
+    std::unique_lock guard(p.lock);
+    look(p);
+    // Other threads of the program may still deal with what was delivered: they get as long for that as between lines.
+    const double end = p.awake_us + REST_US;
+    size_t line = unfinished_line(p);
+    while (line != 0 && p.awake_us < end) {
+        guard.unlock();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        guard.lock();
+        look(p);
+        line = unfinished_line(p);
+    }
+    return tally_sum_up(p.score, line);
 }

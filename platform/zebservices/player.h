@@ -22,7 +22,15 @@ void player_returned(uint64_t peer);
 uint64_t player_attach(const zeb_sink &sink);
 void player_detach(uint64_t peer);
 
-/* Says on standard error how the play so far compares with the recording. */
-void player_sum_up();
+/* To be called in a child of fork: it plays nothing of what its parent plays. Every call fails then. */
+void player_forget_parent();
+
+/* Whether no service event is left in the recording that could end a wait; says so on standard error. Not in a child of
+ * fork. */
+bool player_tell_endless_wait();
+
+/* Says on standard error whether the play so far was exact, and in what it was not. Returns whether it was. Not in a
+ * child of fork. */
+bool player_sum_up();
 
 #endif

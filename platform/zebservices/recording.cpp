@@ -1,13 +1,18 @@
 #include "recording.h"
+#include "zeb_file.h"
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
 #include <exception>
+#include <map>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 namespace {
 
-constexpr std::string_view FIRST_LINE = "zeb-recording 1";
+constexpr std::string_view FIRST_WORD = "zeb-recording ";
 constexpr int64_t U32_MAX = UINT32_MAX;
 constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exactly */
 
@@ -19,12 +24,15 @@ enum class slot {
     ID_0,
     STATUS,
     HANDLE,
+    INSTANCE,
+    TIMEOUT,
     ENTRIES, /* a count, or - for a null pointer; so are services */
     SERVICES,
     IN,
     OUT,
     TOOK,
-    PASSED_OVER, /* a number that nothing depends on */
+    COUNT,
+    REASON, /* letters and - */
 };
 
 struct field {
@@ -32,60 +40,74 @@ struct field {
     slot place;
 };
 
+/* What a line adds to the recording. */
+enum class line_kind { CALL, INDICATION, EVENT, RETURNED, LOST, UNRECORDED, BEFORE, END };
+
 struct kind {
     std::string_view name;
-    recording_kind kind;
-    zeb_call_kind call;
+    line_kind line;
+    zeb_call_kind call;          /* of a CALL */
+    uint32_t since;              /* the first version that has such lines */
     std::array<field, 7> fields; /* in this order; the first without a key ends them */
 };
 
+constexpr zeb_call_kind NO_CALL = zeb_call_kind::OBJECT;
+
+// clang-format off: a kind a row
 constexpr kind KINDS[] = {
     {"object",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::OBJECT,
+     1,
      {{{"major", slot::NUMBER_0},
        {"minor", slot::NUMBER_1},
        {"library", slot::NUMBER_2},
        {"found", slot::STATUS},
        {"took", slot::TOOK}}}},
     {"notifier",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::NOTIFIER,
+     1,
      {{{"status", slot::STATUS}, {"notifier", slot::HANDLE}, {"took", slot::TOOK}}}},
     {"list",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::LIST,
+     1,
      {{{"status", slot::STATUS},
        {"entries", slot::ENTRIES},
        {"services", slot::SERVICES},
        {"info", slot::OUT},
        {"took", slot::TOOK}}}},
-    {"wait", recording_kind::CALL, zeb_call_kind::WAIT, {{{"timeout", slot::NUMBER_0}, {"took", slot::TOOK}}}},
+    {"wait", line_kind::CALL, zeb_call_kind::WAIT, 1, {{{"timeout", slot::NUMBER_0}, {"took", slot::TOOK}}}},
     {"watch",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::WATCH,
+     1,
      {{{"notifier", slot::HANDLE}, {"status", slot::STATUS}, {"took", slot::TOOK}}}},
     {"client",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::CLIENT,
+     1,
      {{{"status", slot::STATUS},
-       {"instance", slot::PASSED_OVER},
-       {"timeout", slot::PASSED_OVER},
+       {"instance", slot::INSTANCE},
+       {"timeout", slot::TIMEOUT},
        {"client", slot::HANDLE},
        {"took", slot::TOOK}}}},
     {"send",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::SEND,
+     1,
      {{{"client", slot::HANDLE},
        {"id", slot::ID_0},
        {"status", slot::STATUS},
-       {"timeout", slot::PASSED_OVER},
+       {"timeout", slot::TIMEOUT},
        {"req", slot::IN},
        {"resp", slot::OUT},
        {"took", slot::TOOK}}}},
     {"decode",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::DECODE,
+     1,
      {{{"client", slot::HANDLE},
        {"type", slot::NUMBER_1},
        {"id", slot::ID_0},
@@ -94,15 +116,19 @@ constexpr kind KINDS[] = {
        {"dst", slot::OUT},
        {"took", slot::TOOK}}}},
     {"release",
-     recording_kind::CALL,
+     line_kind::CALL,
      zeb_call_kind::RELEASE,
+     1,
      {{{"handle", slot::HANDLE}, {"status", slot::STATUS}, {"took", slot::TOOK}}}},
-    {"ind",
-     recording_kind::INDICATION,
-     zeb_call_kind::OBJECT,
-     {{{"client", slot::HANDLE}, {"id", slot::ID_0}, {"buf", slot::IN}}}},
-    {"event", recording_kind::EVENT, zeb_call_kind::OBJECT, {{{"notifier", slot::HANDLE}, {"event", slot::STATUS}}}},
+    {"ind", line_kind::INDICATION, NO_CALL, 1, {{{"client", slot::HANDLE}, {"id", slot::ID_0}, {"buf", slot::IN}}}},
+    {"event", line_kind::EVENT, NO_CALL, 1, {{{"notifier", slot::HANDLE}, {"event", slot::STATUS}}}},
+    {"returned", line_kind::RETURNED, NO_CALL, 2, {{{"handle", slot::HANDLE}, {"took", slot::TOOK}}}},
+    {"lost", line_kind::LOST, NO_CALL, 2, {{{"lines", slot::COUNT}}}},
+    {"unrecorded", line_kind::UNRECORDED, NO_CALL, 2, {{{"handles", slot::COUNT}}}},
+    {"before", line_kind::BEFORE, NO_CALL, 2, {{{"lines", slot::COUNT}}}},
+    {"end", line_kind::END, NO_CALL, 1, {{{"reason", slot::REASON}}}},
 };
+// clang-format on
 
 template <typename T> bool read_number(std::string_view text, int64_t min, int64_t max, T &out, int base = 10) {
     int64_t value = 0;
@@ -154,8 +180,12 @@ bool read_bytes(std::string_view text, recording_bytes &out) {
     return true;
 }
 
-bool read_value(std::string_view text, slot place, recording_entry &out) {
-    uint32_t passed_over;
+bool is_reason(std::string_view text) {
+    return !text.empty() &&
+           std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'a' && c <= 'z') || c == '-'; });
+}
+
+bool read_value(std::string_view text, slot place, recording_entry &out, std::string &reason) {
     switch (place) {
     case slot::NUMBER_0:
         return read_number(text, INT32_MIN, U32_MAX, out.numbers[0]);
@@ -177,10 +207,17 @@ bool read_value(std::string_view text, slot place, recording_entry &out) {
         return read_bytes(text, out.in);
     case slot::OUT:
         return read_bytes(text, out.out);
+    case slot::INSTANCE:
+        return read_number(text, 0, U32_MAX, out.instance);
+    case slot::TIMEOUT:
+        return read_number(text, 0, U32_MAX, out.timeout_ms);
     case slot::TOOK:
-        return read_number(text, 0, US_MAX, out.took_us);
-    case slot::PASSED_OVER:
-        return read_number(text, 0, U32_MAX, passed_over);
+        return read_number(text, 0, RECORDING_TOOK_MAX_US, out.took_us);
+    case slot::COUNT:
+        return read_number(text, 0, US_MAX, out.count);
+    case slot::REASON:
+        reason = text;
+        return is_reason(text);
     }
     return false;
 }
@@ -193,21 +230,23 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-/* Throws what is wrong with the line. Returns false for the line that says that the recording ended at its limit. */
-bool read_line(std::string_view text, recording_entry &out) {
+/* Throws what is wrong with the line. */
+const kind &read_line(std::string_view text, uint32_t version, recording_entry &out, std::string &reason) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
         throw std::runtime_error("does not begin with a time");
     }
-    const std::string_view name = next_word(text);
-    if (name == "end") {
-        return false;
+    out.kept = version >= 2 && text.starts_with("kept ");
+    if (out.kept) {
+        next_word(text);
     }
-    const auto *found = std::find_if(std::begin(KINDS), std::end(KINDS), [=](const kind &k) { return k.name == name; });
+    const std::string_view name = next_word(text);
+    const auto *found = std::find_if(std::begin(KINDS), std::end(KINDS), [=, &out](const kind &k) {
+        return k.name == name && k.since <= version && (!out.kept || k.line == line_kind::CALL);
+    });
     if (found == std::end(KINDS)) {
         throw std::runtime_error("no such kind of event: " + std::string(name.substr(0, 40)));
     }
-    out.kind = found->kind;
     out.call = found->call;
     for (const field &f : found->fields) {
         if (f.key.empty()) {
@@ -217,22 +256,126 @@ bool read_line(std::string_view text, recording_entry &out) {
         if (!word.starts_with(f.key) || word.substr(f.key.size(), 1) != "=") {
             throw std::runtime_error(std::string(f.key) + "= is missing");
         }
-        if (!read_value(word.substr(f.key.size() + 1), f.place, out)) {
+        if (!read_value(word.substr(f.key.size() + 1), f.place, out, reason)) {
             throw std::runtime_error(std::string(f.key) + "= is not what it can be");
         }
     }
     if (!text.empty() || blank_at_end) {
         throw std::runtime_error("goes on after its last key");
     }
-    return true;
+    return *found;
 }
 
-/* Reads line after line into out, with the number of the current one in line. Throws what is wrong with it. */
-void read_lines(std::string_view text, size_t &line, std::vector<recording_entry> &out) {
-    bool ended = false;
+/* The callbacks that have not returned so far: the place in the recording's entries, by client or notifier and time. */
+using open_callbacks = std::map<std::pair<uint32_t, uint64_t>, size_t>;
+
+/* Fills in how long a callback took. Throws when none had begun then, and none can be missing. */
+void read_returned(const recording_entry &line, open_callbacks &open, recording &out) {
+    const auto found = open.find({line.handle, line.begin_us});
+    if (found != open.end()) {
+        recording_entry &callback = out.entries[found->second];
+        callback.returned = true;
+        callback.took_us = line.took_us;
+        callback.returned_line = line.line;
+        open.erase(found);
+    } else if (out.lost_lines == 0 && out.before_lines == 0) {
+        throw std::runtime_error("no such callback had begun");
+    }
+}
+
+void add_line(line_kind kind, recording_entry &&line, std::string &&reason, open_callbacks &open, recording &out) {
+    switch (kind) {
+    case line_kind::CALL:
+        line.kind = recording_kind::CALL;
+        break;
+    case line_kind::INDICATION:
+    case line_kind::EVENT:
+        line.kind = kind == line_kind::EVENT ? recording_kind::EVENT : recording_kind::INDICATION;
+        open[{line.handle, line.begin_us}] = out.entries.size();
+        break;
+    case line_kind::LOST:
+        line.kind = recording_kind::LOST;
+        out.lost_lines += line.count;
+        break;
+    case line_kind::UNRECORDED:
+        line.kind = recording_kind::UNRECORDED;
+        out.unrecorded = std::max(out.unrecorded, line.count);
+        break;
+    case line_kind::RETURNED:
+        read_returned(line, open, out);
+        return;
+    case line_kind::BEFORE:
+        out.before_lines += line.count;
+        return;
+    case line_kind::END:
+        out.end_reason = std::move(reason);
+        out.end_us = line.begin_us;
+        return;
+    }
+    out.entries.push_back(std::move(line));
+}
+
+/* "2026-11-23T02:16:57.123Z", or without the milliseconds, in milliseconds since 1970; -1 for anything else. */
+int64_t read_start(std::string_view text) {
+    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd.dddZ";
+    const size_t digits[] = {0, 5, 8, 11, 14, 17, 20};
+    int64_t values[7] = {};
+    const bool whole_seconds = text.size() == FORM.size() - 4 && text.ends_with('Z');
+    if (!whole_seconds && text.size() != FORM.size()) {
+        return -1;
+    }
+    for (size_t i = 0; i + 1 < text.size(); i++) {
+        if (FORM[i] == 'd' ? text[i] < '0' || text[i] > '9' : text[i] != FORM[i]) {
+            return -1;
+        }
+    }
+    for (size_t i = 0; i < (whole_seconds ? 6 : 7); i++) {
+        read_number(text.substr(digits[i], i == 0 ? 4 : i == 6 ? 3 : 2), 0, 9999, values[i]);
+    }
+    const std::chrono::year_month_day day{std::chrono::year(static_cast<int>(values[0])),
+                                          std::chrono::month(static_cast<unsigned>(values[1])),
+                                          std::chrono::day(static_cast<unsigned>(values[2]))};
+    if (!text.ends_with('Z') || !day.ok() || values[3] > 23 || values[4] > 59 || values[5] > 60) {
+        return -1;
+    }
+    const int64_t days = std::chrono::sys_days(day).time_since_epoch().count();
+    return (((days * 24 + values[3]) * 60 + values[4]) * 60 + values[5]) * 1000 + values[6];
+}
+
+/* Words that are not known are passed over. */
+void read_first_line(std::string_view text, recording &out) {
+    const bool right = text.starts_with(FIRST_WORD);
+    text.remove_prefix(right ? FIRST_WORD.size() : 0);
+    if (!right || !read_number(next_word(text), 1, 2, out.version)) {
+        throw std::runtime_error("is not the first line of a recording of version 1 or 2");
+    }
+    while (!text.empty()) {
+        const std::string_view word = next_word(text);
+        const size_t equals = std::min(word.find('='), word.size());
+        const std::string_view key = word.substr(0, equals);
+        const std::string_view value = word.substr(std::min(equals + 1, word.size()));
+        if (key == "start") {
+            out.start = value;
+        } else if (key == "machine") {
+            out.machine = value;
+        } else if (key == "program") {
+            out.program = value;
+        } else if (key == "recorder") {
+            out.recorder = value;
+        } else if (key == "part" && !read_number(value, 1, U32_MAX, out.part)) {
+            throw std::runtime_error("part= is not what it can be");
+        }
+    }
+    out.start_ms = read_start(out.start);
+}
+
+/* Reads line after line, with the number of the current one in line. Throws what is wrong with it. */
+void read_lines(std::string_view text, size_t &line, recording &out) {
     if (text.size() > RECORDING_FILE_MAX) {
         throw std::runtime_error("longer than " + std::to_string(RECORDING_FILE_MAX) + " bytes");
     }
+    open_callbacks open;
+    out.cut = !text.empty() && !text.ends_with('\n');
     for (size_t end = text.find('\n'); end != std::string_view::npos; end = text.find('\n')) {
         const std::string_view content = text.substr(0, end);
         text.remove_prefix(end + 1);
@@ -241,25 +384,23 @@ void read_lines(std::string_view text, size_t &line, std::vector<recording_entry
             throw std::runtime_error("longer than " + std::to_string(RECORDING_LINE_MAX) + " bytes");
         }
         if (line == 1) {
-            if (content != FIRST_LINE && !content.starts_with(std::string(FIRST_LINE) + " ")) {
-                throw std::runtime_error("is not the first line of a recording of version 1");
-            }
+            read_first_line(content, out);
         } else if (!content.starts_with('#')) {
-            if (ended) {
+            if (!out.end_reason.empty()) {
                 throw std::runtime_error("comes after the end");
             }
             recording_entry entry;
+            std::string reason;
             entry.line = line;
-            ended = !read_line(content, entry);
-            if (!ended) {
-                out.push_back(std::move(entry));
-            }
+            const kind &k = read_line(content, out.version, entry, reason);
+            add_line(k.line, std::move(entry), std::move(reason), open, out);
         }
     }
     if (line == 0) {
         line = 1;
         throw std::runtime_error("is not a whole line of a recording");
     }
+    out.last_line = line;
 }
 
 } // namespace
@@ -275,20 +416,22 @@ recording_bytes recording_pack(const void *bytes, uint32_t length) {
     return packed;
 }
 
-std::string recording_key(zeb_call_kind call, const std::array<uint32_t, 3> &numbers, const recording_bytes &in,
-                          bool out_null, uint32_t out_length) {
+std::string recording_key(zeb_call_kind call, uint32_t handle, const std::array<uint32_t, 3> &numbers,
+                          const recording_bytes &in, bool out_null, uint32_t out_length) {
+    const bool of_handle = call == zeb_call_kind::SEND || call == zeb_call_kind::DECODE ||
+                           call == zeb_call_kind::WATCH || call == zeb_call_kind::RELEASE;
     std::string key;
-    for (const uint32_t number : {static_cast<uint32_t>(call), numbers[0], numbers[1], numbers[2],
-                                  in.null ? UINT32_MAX : in.length, out_null ? UINT32_MAX : out_length}) {
+    for (const uint32_t number : {static_cast<uint32_t>(call), of_handle ? handle : 0, numbers[0], numbers[1],
+                                  numbers[2], in.null ? UINT32_MAX : in.length, out_null ? UINT32_MAX : out_length}) {
         key += std::to_string(number) + " ";
     }
     return key + in.head;
 }
 
-bool recording_parse(std::string_view text, const char *file, std::vector<recording_entry> &out, std::string &error) {
+bool recording_parse(std::string_view text, const char *file, recording &out, std::string &error) {
     size_t line = 0;
     try {
-        out.clear();
+        out = {};
         // Written while there is memory for it, in case that later there is none.
         error = std::string(file) + ":0: out of memory";
         try {
@@ -302,4 +445,18 @@ bool recording_parse(std::string_view text, const char *file, std::vector<record
         return false;
     }
     return false;
+}
+
+bool recording_read(const char *file, recording &out, std::string &error) {
+    try {
+        std::string text;
+        error = std::string(file) + ":0: out of memory";
+        if (const int failure = zeb_read_file(file, RECORDING_FILE_MAX, text); failure != 0) {
+            error = std::string(file) + ":0: cannot be read: " + std::generic_category().message(failure);
+            return false;
+        }
+        return recording_parse(text, file, out, error);
+    } catch (const std::exception &) {
+        return false;
+    }
 }

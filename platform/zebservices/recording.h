@@ -1,10 +1,11 @@
-/* A recording of what passed between a program and the platform, as docs/recording.md describes the file. */
+/* Reads a recording of what passed between a program and the platform: docs/recording.md describes the file. */
 #ifndef RECORDING_H
 #define RECORDING_H
 
 #include "zeb_call.h"
 
 #include <array>
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,8 +13,9 @@
 inline constexpr size_t RECORDING_FILE_MAX = size_t{64} << 20;
 inline constexpr size_t RECORDING_LINE_MAX = size_t{1} << 20;
 inline constexpr uint32_t RECORDING_BYTES_MAX = uint32_t{1} << 20; /* of one buffer */
+inline constexpr int64_t RECORDING_TOOK_MAX_US = int64_t{31} * 24 * 3600 * 1000000;
 
-/* A buffer as it was given: its bytes are those of head, and zeros up to its length. */
+/* A buffer as it was given: the bytes of head, and zeros up to its length. */
 struct recording_bytes {
     bool null = true;
     uint32_t length = 0;
@@ -22,31 +24,63 @@ struct recording_bytes {
 
 recording_bytes recording_pack(const void *bytes, uint32_t length);
 
-enum class recording_kind { CALL, INDICATION, EVENT };
+/* LOST: lines that came here could not be kept. UNRECORDED: from here on, a client, notifier or callback is not in the
+ * recording. */
+enum class recording_kind { CALL, INDICATION, EVENT, LOST, UNRECORDED };
 
-/* One line. */
+/* A line, but for the first, `before`, `end`, and `returned`, which belongs to the line of its callback. */
 struct recording_entry {
     size_t line = 0;
     recording_kind kind = recording_kind::CALL;
     zeb_call_kind call = zeb_call_kind::OBJECT; /* of a CALL */
-    uint64_t begin_us = 0;                      /* since the recording's start */
-    uint64_t took_us = 0;
-    int32_t status = 0;                   /* what a call returned; the number of an EVENT */
-    uint32_t handle = 0;                  /* the recording's number of the client or notifier; 0: none or unknown */
+    bool kept = false;        /* of a CALL before this part of the recording, repeated for its answer */
+    uint64_t begin_us = 0;    /* since the recording's start; of a kept call, when the part began */
+    uint64_t took_us = 0;     /* of a CALL, and of a callback that has returned */
+    bool returned = false;    /* of an INDICATION or EVENT: the callback has returned, which version 1 never tells */
+    size_t returned_line = 0; /* the line that says so */
+    int32_t status = 0;       /* what a call returned; the number of an EVENT */
+    uint32_t handle = 0;      /* the recording's number of the client or notifier; 0: none or unknown */
     std::array<uint32_t, 3> numbers = {}; /* as in zeb_call; the ID of an INDICATION comes first */
-    recording_bytes in;
-    recording_bytes out;
-    uint32_t entries = 0;
-    uint32_t services = 0;
+    uint32_t instance = 0;                /* CLIENT */
+    uint32_t timeout_ms = 0;              /* CLIENT, SEND */
+    recording_bytes in;                   /* as in zeb_call; the bytes of an INDICATION */
+    recording_bytes out;                  /* as in zeb_call, after the call */
+    uint32_t entries = 0;                 /* LIST */
+    uint32_t services = 0;                /* LIST */
+    uint64_t count = 0;                   /* LOST: lines; UNRECORDED: clients, notifiers and callbacks so far */
 };
 
-/* What makes a call the same as a recorded one: everything that goes into it. */
-std::string recording_key(zeb_call_kind call, const std::array<uint32_t, 3> &numbers, const recording_bytes &in,
-                          bool out_null, uint32_t out_length);
+struct recording {
+    uint32_t version = 0;
+    std::string start;    /* when it began, as the first line says it; this and the next three may be empty */
+    int64_t start_ms = 0; /* the same in milliseconds since 1970; -1: unknown */
+    std::string machine;
+    std::string program;
+    std::string recorder; /* its version */
+    uint32_t part = 0;    /* from 1; 0: a recording that is not in parts */
 
-/* Reads a recording from text of any content; file is the name for messages. The last line of a text that does not end
- * with a newline is left out. On a recording that is not right, returns false with "file:line: reason" in error
- * (nothing when there is not even the memory for that), and out is not to be used. Never throws. */
-bool recording_parse(std::string_view text, const char *file, std::vector<recording_entry> &out, std::string &error);
+    std::vector<recording_entry> entries; /* in the order of the lines */
+    size_t last_line = 0;
+
+    bool cut = false;       /* the file ends in the middle of a line, which is left out */
+    std::string end_reason; /* why the recording ended before the program did; empty: no such line */
+    uint64_t end_us = 0;
+    uint64_t before_lines = 0; /* of the recording, missing before this part */
+    uint64_t lost_lines = 0;
+    uint64_t unrecorded = 0; /* clients, notifiers and callbacks that are not in the recording */
+};
+
+/* What makes a call the same as a recorded one: everything that goes into it, with the number of the client or notifier
+ * of a request, decoding, callback registration or release. */
+std::string recording_key(zeb_call_kind call, uint32_t handle, const std::array<uint32_t, 3> &numbers,
+                          const recording_bytes &in, bool out_null, uint32_t out_length);
+
+/* Reads a recording from text of any content; file is the name for messages. On a recording that is not right, returns
+ * false with "file:line: reason" in error (nothing when there is not even the memory for that), and out is not to be
+ * used. Never throws. */
+bool recording_parse(std::string_view text, const char *file, recording &out, std::string &error);
+
+/* The same for the content of a file. */
+bool recording_read(const char *file, recording &out, std::string &error);
 
 #endif

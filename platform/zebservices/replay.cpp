@@ -1,15 +1,63 @@
 #include "replay.h"
 #include "player.h"
+#include "zeb_cci.h"
+#include "zeb_thread.h"
 
-#include <chrono>
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
+#include <cstring>
+#include <mutex>
+#include <new>
+#include <pthread.h>
+#include <unistd.h>
 
 namespace {
 
-constexpr zeb_replay REPLAY = {player_answer, player_returned};
+/* The program's status with ZEB_STRICT=1 when the play was not exact. */
+constexpr int NOT_EXACT_STATUS = 10;
+
+const char *environment(const char *name) {
+    const char *value = getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
+    return value == nullptr || *value == '\0' ? nullptr : value;
+}
+
+/* With ZEB_STRICT=1, ends the program, whose play was not exact. What it has not written of its output yet is written
+ * first, but a stream that another thread has locked, to read from it say, is waited for no longer than a second. */
+void end_if_strict() {
+    static std::atomic<bool> flushed = false;
+    const char *strict = environment("ZEB_STRICT");
+    if (strict == nullptr || strcmp(strict, "1") != 0) {
+        return;
+    }
+    fflush(stdout);
+    try {
+        zeb_start_thread([] {
+            fflush(nullptr);
+            flushed = true;
+        }).detach();
+        for (int ms = 0; ms < 1000 && !flushed; ms++) {
+            usleep(1000);
+        }
+    } catch (...) {
+        fprintf(stderr, "no thread to write what is left of the output\n");
+    }
+    _exit(NOT_EXACT_STATUS);
+}
+
+/* A wait that nothing ends would go on for ever: on the box the program waited so when the recording ended, or the play
+ * is not exact. */
+int32_t answer_or_end(const zeb_call &call) {
+    const int32_t status = player_answer(call);
+    const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;
+    if (unlimited && status != ZEB_NO_ERR && player_tell_endless_wait() && !player_sum_up()) {
+        end_if_strict();
+    }
+    return status;
+}
+
+constexpr zeb_replay REPLAY = {answer_or_end, player_returned};
 
 constinit const zeb_service PLAYED_SERVICE = {
     .magic = ZEB_SERVICE_MAGIC,
@@ -23,25 +71,16 @@ constinit const zeb_service PLAYED_SERVICE = {
     .replay = &REPLAY,
 };
 
-/* In the place of a recording that cannot be played. */
-constinit const zeb_service ABSENT_SERVICE = {
-    .magic = ZEB_SERVICE_MAGIC,
-    .service_id = 0,
-    .instance = 0,
-    .messages = {},
-    .wait_present =
-        [](uint32_t timeout_ms) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(timeout_ms));
-            return false;
-        },
-    .attach = [](const zeb_sink &) -> uint64_t { return 1; },
-    .detach = [](uint64_t) {},
-    .request = [](uint64_t, uint32_t, const void *, void *, uint32_t) -> int32_t { return ZEB_SERVICE_ERR; },
-};
+/* OF_PARENT: in a child of fork whose parent plays; NOT_HERE: and this has been said. */
+enum class replay_state { NOT_STARTED, PLAYS, REFUSED, OF_PARENT, NOT_HERE };
 
-const char *environment(const char *name) {
-    const char *value = getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
-    return value == nullptr || *value == '\0' ? nullptr : value;
+std::mutex start_lock; /* held while the recording is read */
+std::atomic<replay_state> state = replay_state::NOT_STARTED;
+bool forked = false; /* this is a child of fork */
+
+const char *recording_name() {
+    const char *name = environment("ZEB_RECORDING");
+    return name == nullptr ? "the recording" : name; // the program has taken it out of its environment
 }
 
 bool read_speed(double &speed) {
@@ -58,23 +97,64 @@ bool read_speed(double &speed) {
     return true;
 }
 
-/* Returns false when there is nothing to play. */
+/* Returns false, and says why on standard error, when there is nothing to play. */
 bool start() {
-    const char *file = environment("ZEB_RECORDING");
     double speed = 1;
     std::string error;
-    if (!read_speed(speed)) {
+    if (read_speed(speed) && player_start(recording_name(), speed, error)) {
+        return true;
+    }
+    fprintf(stderr, "%s%sthe recording is refused: there is no network access service\n", error.c_str(),
+            error.empty() ? "" : "\n");
+    return false;
+}
+
+/* Starts to play at the first call. Throws when out of memory or of threads, and may then be called again. */
+bool plays() {
+    std::lock_guard guard(start_lock);
+    if (state == replay_state::NOT_STARTED) {
+        state = start() ? replay_state::PLAYS : replay_state::REFUSED;
+    } else if (state == replay_state::OF_PARENT) {
+        fprintf(stderr, "%s: is played by the parent process, not by its child of fork\n", recording_name());
+        state = replay_state::NOT_HERE;
+    }
+    return state == replay_state::PLAYS;
+}
+
+/* The recording is that of the parent, and the thread that plays it is not in a child of fork. */
+void forget_parent() {
+    new (&start_lock) std::mutex;
+    forked = true;
+    if (state == replay_state::PLAYS) {
+        state = replay_state::OF_PARENT;
+    }
+    player_forget_parent();
+}
+
+/* Says whether the play was exact. A child of fork that makes no call has nothing to say: its parent may play. */
+bool sum_up() {
+    if (state == replay_state::PLAYS) {
+        return player_sum_up();
+    }
+    if (state == replay_state::REFUSED) {
+        fprintf(stderr, "not exact: %s: is refused\n", recording_name());
         return false;
     }
-    if (!player_start(file, speed, error)) {
-        fprintf(stderr, "%s\n", error.c_str());
+    if (state == replay_state::NOT_STARTED && environment("ZEB_RECORDING") != nullptr && !forked) {
+        fprintf(stderr, "not exact: %s: the program ended without a call\n", recording_name());
         return false;
-    }
-    if (atexit(player_sum_up) != 0) {
-        fprintf(stderr, "%s: nothing will be summed up at the end\n", file);
     }
     return true;
 }
+
+/* The last that happens when the program ends by returning from main or by exit. */
+[[gnu::destructor]] void end() {
+    if (!sum_up()) {
+        end_if_strict();
+    }
+}
+
+[[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
 } // namespace
 
@@ -84,9 +164,8 @@ bool replay_wanted() {
 
 zeb_service_object replay_service_object(const std::array<uint32_t, 3> &versions) {
     try {
-        static const bool started = start();
-        if (!started) {
-            return &ABSENT_SERVICE;
+        if (!plays()) {
+            return nullptr;
         }
         const int32_t found = player_answer({.kind = zeb_call_kind::OBJECT, .numbers = versions});
         return found == 1 ? &PLAYED_SERVICE : nullptr;

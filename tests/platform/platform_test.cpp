@@ -1,8 +1,10 @@
 // What the module may rely on in the platform, held against the stand-in.
+#include "diag_msg.h"
 #include "scenario.h"
 #include "zeb_wire.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -15,6 +17,8 @@
 #include <memory>
 #include <new>
 #include <sstream>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -81,6 +85,7 @@ struct told {
     text_list lines;
     bool released = false;
     int pause_ms = 0;
+    sigset_t blocked = {}; // in the thread that told
 };
 
 template <typename T> T decoded(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len, int32_t &status) {
@@ -95,7 +100,10 @@ void on_ind(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len
     int32_t status = -1;
     sleep_ms(t.pause_ms);
     EXPECT_FALSE(t.released);
-    if (id == ZEB_NAS_SYS_INFO_IND)
+    pthread_sigmask(SIG_BLOCK, nullptr, &t.blocked);
+    if (id == ZEB_NAS_SCAN_RESULT_IND)
+        line = "scan " + std::to_string(decoded<zeb_nas_scan_result_ind>(client, id, buf, len, status).scan_status);
+    else if (id == ZEB_NAS_SYS_INFO_IND)
         line = "sys " + std::to_string(decoded<zeb_nas_sys_info>(client, id, buf, len, status).lte_srv_status);
     else if (id == ZEB_NAS_SIG_INFO_IND)
         line = "sig " + std::to_string(decoded<zeb_nas_sig_info>(client, id, buf, len, status).lte_sig.rsrp);
@@ -130,6 +138,31 @@ void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) 
     config.lte_rsrp = {1, lte_rsrp_delta};
     EXPECT_EQ(send(client, 0x03, zeb_nas_indication_register_req{1, sys_info, 1, 1, {}}), "0/0");
     EXPECT_EQ(send(client, 0x6C, config), "0/0");
+}
+
+// What a child of fork does with its parent's blocks and handles. Ends it with status 0 when that was right.
+[[noreturn]] void child_of_fork(zeb_cci_os_params &os, zeb_client_handle parents) {
+    alarm(60);
+    static std::atomic<int> events = 0;
+    const auto count = [](zeb_client_handle, zeb_service_object, int32_t, void *) { events++; };
+    zeb_client_handle notifier = nullptr;
+    told t;
+    bool right = zeb_client_release(parents) == ZEB_INVALID_ARG_ERR &&
+                 zeb_client_notifier_init(nas(), &os, &notifier) == ZEB_NO_ERR &&
+                 zeb_client_register_notify_cb(notifier, count, nullptr) == ZEB_NO_ERR;
+    const zeb_client_handle client = connect(t);
+    zeb_nas_config_sig_info_req config = {};
+    config.lte_rsrp = {1, 1};
+    while (send(client, 0x03, zeb_nas_indication_register_req{1, 1, 1, 1, {}}) != "0/0" ||
+           send(client, 0x6C, config) != "0/0") {
+        sleep_ms(1); // the service has just gone
+    }
+    while (events < 2) {
+        sleep_ms(1);
+    }
+    right = right && zeb_client_release(client) == ZEB_NO_ERR && !t.lines.empty() &&
+            zeb_client_release(notifier) == ZEB_NO_ERR;
+    _exit(right && !testing::Test::HasFailure() ? 0 : 1);
 }
 
 } // namespace
@@ -274,6 +307,11 @@ TEST(Platform, ARampIsTold) {
                 return a.size() != b.size() ? a.size() < b.size() : a < b;
             }));
             EXPECT_EQ(t.lines.back(), "sig -120");
+            for (int signal = 1; signal < 32; signal++) {
+                const bool of_a_fault = strchr("\4\5\6\7\10\13\37", signal) != nullptr;
+                EXPECT_EQ(sigismember(&t.blocked, signal), !of_a_fault && signal != SIGKILL && signal != SIGSTOP)
+                    << signal;
+            }
         });
     const struct {
         scenario_value value;
@@ -288,6 +326,15 @@ TEST(Platform, ARampIsTold) {
     for (const auto &c : cases) {
         EXPECT_EQ(scenario_value_at(c.value, c.round_ms), c.expected) << c.round_ms;
     }
+    // A ramp that begins during another begins where that one has come to.
+    scenario plan;
+    std::string error;
+    const char *const toml =
+        "lte = { rsrp = -90 }\n[[change]]\nat_ms = 100\nlte = { rsrp = { to = -120, over_ms = 300 } }\n"
+        "[[change]]\nat_ms = 200\nlte = { rsrp = { to = -80, over_ms = 100 } }\n";
+    ASSERT_TRUE(scenario_parse(toml, "f", plan, error)) << error;
+    EXPECT_EQ(scenario_value_at(plan.states[2].lte.rsrp, 200), -100);
+    EXPECT_EQ(scenario_value_at(plan.states[2].lte.rsrp, 250), -90);
 }
 
 // Each allocation of the first look at the service fails once: no service object then, and one at the next try.
@@ -325,17 +372,167 @@ TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
     });
 }
 
-// A process that stood still is not paid back what it missed.
+// A process that stood still is not paid back what it missed, and a scan that ended meanwhile has ended.
 TEST(Platform, WhatNobodySawGoesBy) {
-    with_scenario("tick_ms = 10\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
+    with_scenario("tick_ms = 10\nscan_delay_ms = 2000\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
         told t;
         const zeb_client_handle client = connect(t);
         watch(client, 1, 1);
+        EXPECT_EQ(send(client, 0x85, zeb_nas_incremental_scan_req{1, 4, 1, 5, {}}), "0/0");
         raise(SIGSTOP);
         sleep_ms(200);
+        EXPECT_EQ(send(client, 0x85, zeb_nas_incremental_scan_req{1, 4, 1, 5, {}}), "0/0") << "another scan may begin";
         release(t, client);
-        EXPECT_GT(t.lines.size(), 1U);
+        EXPECT_EQ(std::count(t.lines.begin(), t.lines.end(), "scan 0"), 1);
+        EXPECT_GT(t.lines.size(), 2U);
         EXPECT_LT(t.lines.size(), 100U);
+    });
+}
+
+TEST(Platform, RequestsThatMakeNoSenseAreRejected) {
+    with_scenario("scan_delay_ms = 60000\n" + LTE, [] {
+        told t;
+        const zeb_client_handle client = connect(t);
+        const auto registered = [client](uint8_t a, uint8_t b, uint8_t c, uint8_t d) {
+            return send(client, 0x03, zeb_nas_indication_register_req{a, b, c, d, {}});
+        };
+        const auto configured = [client](int flag) {
+            std::array<uint16_t, sizeof(zeb_nas_config_sig_info_req) / 2> config = {};
+            config[static_cast<size_t>(flag) * 2] = 2;
+            return send(client, 0x6C, config);
+        };
+        const auto tx_rx = [client](uint32_t radio_if) {
+            return send(client, 0x5A, zeb_nas_tx_rx_info_req{radio_if, {}}, std::vector<uint8_t>(196));
+        };
+        const auto cqi = [client](uint8_t valid, uint32_t technology) {
+            return send(client, 0x133, zeb_nas_cqi_info_req{valid, technology}, std::vector<uint8_t>(176));
+        };
+        const auto scan = [client](uint8_t valid, uint8_t network, uint8_t valid_too, uint32_t type) {
+            return send(client, 0x85, zeb_nas_incremental_scan_req{valid, network, valid_too, type, {}});
+        };
+        EXPECT_EQ((text_list{registered(0, 1, 0, 1), registered(2, 1, 0, 0), registered(1, 2, 0, 0),
+                             registered(1, 1, 2, 0), registered(1, 1, 1, 2)}),
+                  (text_list{"1/1", "1/2", "1/2", "1/2", "1/2"}));
+        EXPECT_EQ((text_list{configured(0), configured(1), configured(2), configured(3), configured(4), configured(5)}),
+                  text_list(6, "1/2"));
+        EXPECT_EQ((text_list{tx_rx(7), tx_rx(8), tx_rx(12)}), (text_list{"1/2", "0/0", "0/0"}));
+        EXPECT_EQ((text_list{cqi(0, 0), cqi(2, 0), cqi(1, 2), cqi(1, 0), cqi(1, 1)}),
+                  (text_list{"1/1", "1/2", "1/2", "0/0", "0/0"}));
+        EXPECT_EQ((text_list{scan(0, 4, 1, 5), scan(1, 4, 0, 5), scan(2, 4, 1, 5), scan(1, 4, 2, 5), scan(1, 5, 1, 5),
+                             scan(1, 4, 1, 4), scan(1, 16, 1, 5), scan(1, 4, 1, 5)}),
+                  (text_list{"1/1", "1/1", "1/2", "1/2", "1/2", "1/2", "0/0", "1/3"}));
+    });
+}
+
+// The serving cell stands behind as many others as a scenario may have.
+TEST(Platform, TheListOfCellsHasRoomForTheServingCell) {
+    std::string others;
+    for (int i = 1; i <= 9; i++) {
+        others += "{ pci = " + std::to_string(i) + " }, ";
+    }
+    with_scenario(LTE + "pci = 77\nintra = [" + others + "]\n", [] {
+        told t;
+        zeb_nas_cell_location_info_resp resp = {};
+        const zeb_client_handle client = connect(t);
+        EXPECT_EQ(zeb_client_send_msg_sync(client, 0x43, "", 1, &resp, sizeof(resp), 300), ZEB_NO_ERR);
+        EXPECT_EQ(resp.lte_intra.cells_len, 10U);
+        EXPECT_EQ(resp.lte_intra.cells[8].pci, 9U);
+        EXPECT_EQ(resp.lte_intra.cells[9].pci, 77U);
+    });
+    scenario out;
+    std::string error;
+    EXPECT_FALSE(scenario_parse(LTE + "intra = [" + others + "{ pci = 10 }]\n", "f", out, error));
+    EXPECT_EQ(error, "f:4: intra: more than 9 entries");
+}
+
+// A client is told nothing at first, and then when its metric has moved by the threshold or has come up.
+TEST(Platform, EachMetricHasItsThreshold) {
+    std::string changes = "change = [";
+    for (int i = 0; i < 6; i++) {
+        changes += "{ at_ms = " + std::to_string(1500 + 50 * i) + (i < 3 ? ", lte" : ", nr5g") + " = { " +
+                   (i % 3 == 0   ? "rsrp"
+                    : i % 3 == 1 ? "rsrq"
+                                 : "snr") +
+                   " = " + std::to_string(-20 - i) + " } }, ";
+    }
+    changes += "{ at_ms = 1850, nr5g = { attached = false } }, { at_ms = 1900, nr5g = { attached = true } }]\n";
+    with_scenario(changes + "[lte]\nsrv_status = 'service'\n[nr5g]\nattached = true\n", [] {
+        told t[6];
+        zeb_client_handle clients[6];
+        for (size_t i = 0; i < 6; i++) {
+            std::array<zeb_nas_threshold, sizeof(zeb_nas_config_sig_info_req) / 4> config = {};
+            clients[i] = connect(t[i]);
+            config[i] = {1, 10};
+            EXPECT_EQ(send(clients[i], 0x03, zeb_nas_indication_register_req{0, 0, 1, 1, {}}), "0/0");
+            EXPECT_EQ(send(clients[i], 0x6C, config), "0/0");
+        }
+        sleep_ms(2300);
+        for (size_t i = 0; i < 6; i++) {
+            release(t[i], clients[i]);
+            EXPECT_EQ(t[i].lines.size(), i < 3 ? 1U : 2U) << i;
+        }
+    });
+}
+
+// A limit on the size of files costs lines of the log, not the program, and the log is its owner's alone.
+TEST(Platform, TheLogEndsAsOnAFullDisk) {
+    with_scenario(LTE, [] {
+        const std::string log = testing::TempDir() + "platform_test_log_" + std::to_string(getpid());
+        setenv("DIAG_LOG", log.c_str(), 1);
+        const rlimit limit = {5000, 5000};
+        setrlimit(RLIMIT_FSIZE, &limit);
+        for (int i = 0; i < 300; i++) {
+            static const diag_msg_desc desc = {1, 65, DIAG_MSG_LEVEL_INFO, "%d", "file.cpp"};
+            msg_sprintf(&desc, i);
+        }
+        struct stat status = {};
+        EXPECT_EQ(stat(log.c_str(), &status), 0);
+        EXPECT_EQ(status.st_size, 5000);
+        EXPECT_EQ(status.st_mode & 0777, 0600U);
+        std::filesystem::remove(log);
+    });
+}
+
+// A child of fork is served, events included, whatever its parent's threads were at when it was made.
+TEST(Platform, AChildOfForkIsServed) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the sanitizers' own locks and threads do not outlive a fork";
+#endif
+    const char *const outages = "tick_ms = 10\nrepeat_ms = 500\n[[change]]\nat_ms = 300\npresent = false\n";
+    with_scenario(outages + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
+        told t;
+        zeb_cci_os_params os = {};
+        zeb_client_handle notifier = nullptr;
+        const zeb_client_handle client = connect(t);
+        ASSERT_EQ(zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR);
+        std::atomic<bool> over = false;
+        std::thread busy[2]; // with the locks
+        for (std::thread &thread : busy) {
+            thread = std::thread([&over, service = nas()] {
+                zeb_cci_os_params unused = {};
+                for (uint32_t n = 0; !over; zeb_cci_os_signal_wait(&unused, 0)) {
+                    zeb_client_get_service_list(service, nullptr, nullptr, &n);
+                }
+            });
+        }
+        std::vector<pid_t> children;
+        for (int i = 0; i < 12; i++) {
+            sleep_ms(11);
+            children.push_back(fork());
+            if (children.back() == 0) {
+                child_of_fork(os, client);
+            }
+        }
+        for (const pid_t child : children) {
+            int status = -1;
+            waitpid(child, &status, 0);
+            EXPECT_EQ(status, 0);
+        }
+        over = true;
+        for (std::thread &thread : busy) {
+            thread.join();
+        }
+        release(t, client);
     });
 }
 
@@ -352,6 +549,7 @@ TEST(Platform, ScenariosAreReadStrictly) {
         const char *error;
     } cases[] = {
         {"[lte\n", "f:1: "},
+        {"\x80[lte]\n", "f:1: a byte that is not a printable ASCII character"},
         {"[lte]\nz = 1\na = 1\n", "f:2: unknown key \"z\""}, // the first one in the file
         {"[lte]\nearfcn = 65536\n", "f:2: earfcn: value out of range 0 to 65535"},
         {"[lte]\nswing = {}\nrsrp = -90.0\n", "f:3: rsrp: an integer is expected"},
@@ -374,7 +572,7 @@ TEST(Platform, ScenariosAreReadStrictly) {
         EXPECT_EQ(error.substr(0, strlen(c.error)), c.error);
     }
     with_scenario("lte = 5\n", [] {
-        uint32_t n = 0;
-        EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_SERVICE_ERR);
+        EXPECT_EQ(nas(), nullptr);
+        EXPECT_EQ(nas(), nullptr);
     });
 }

@@ -1,0 +1,9 @@
+# The reader of recordings. It needs nothing of the stand-in but its own sources, so that zeb_recording can be built where
+# the stand-in is left out.
+add_library(zeb_file STATIC ${CMAKE_CURRENT_LIST_DIR}/zeb_file.cpp)
+target_include_directories(zeb_file PUBLIC ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(zeb_file PRIVATE cpe_dm_warnings)
+
+add_library(zeb_recording_reader STATIC ${CMAKE_CURRENT_LIST_DIR}/zebservices/recording.cpp)
+target_include_directories(zeb_recording_reader PUBLIC ${CMAKE_CURRENT_LIST_DIR}/zebservices)
+target_link_libraries(zeb_recording_reader PUBLIC zeb_file PRIVATE cpe_dm_warnings)
