@@ -7,7 +7,9 @@
 
 namespace {
 
-constexpr std::string_view FIRST_LINE = "zeb-recording 1";
+constexpr std::string_view FIRST_LINES[] = {"zeb-recording 1", "zeb-recording 2"};
+/* Lines about the recording, and how long callbacks took, which nothing depends on. */
+constexpr std::string_view OTHER_LINES[] = {"returned", "lost", "before", "unrecorded"};
 constexpr int64_t U32_MAX = UINT32_MAX;
 constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exactly */
 
@@ -193,15 +195,29 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-/* Throws what is wrong with the line. Returns false for the line that says that the recording ended at its limit. */
-bool read_line(std::string_view text, recording_entry &out) {
+bool is_first_line(std::string_view text) {
+    const std::string_view version = text.substr(0, FIRST_LINES[0].size());
+    return std::ranges::find(FIRST_LINES, version) != std::end(FIRST_LINES) &&
+           (text.size() == version.size() || text[version.size()] == ' ');
+}
+
+enum class read_result { ENTRY, OTHER, END };
+
+/* Throws what is wrong with the line. */
+read_result read_line(std::string_view text, recording_entry &out) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
         throw std::runtime_error("does not begin with a time");
     }
-    const std::string_view name = next_word(text);
+    std::string_view name = next_word(text);
     if (name == "end") {
-        return false;
+        return read_result::END;
+    }
+    if (std::ranges::find(OTHER_LINES, name) != std::end(OTHER_LINES)) {
+        return read_result::OTHER;
+    }
+    if (name == "kept") { // what a part of a recording repeats of those before it
+        name = next_word(text);
     }
     const auto *found = std::find_if(std::begin(KINDS), std::end(KINDS), [=](const kind &k) { return k.name == name; });
     if (found == std::end(KINDS)) {
@@ -224,7 +240,7 @@ bool read_line(std::string_view text, recording_entry &out) {
     if (!text.empty() || blank_at_end) {
         throw std::runtime_error("goes on after its last key");
     }
-    return true;
+    return read_result::ENTRY;
 }
 
 /* Reads line after line into out, with the number of the current one in line. Throws what is wrong with it. */
@@ -241,8 +257,8 @@ void read_lines(std::string_view text, size_t &line, std::vector<recording_entry
             throw std::runtime_error("longer than " + std::to_string(RECORDING_LINE_MAX) + " bytes");
         }
         if (line == 1) {
-            if (content != FIRST_LINE && !content.starts_with(std::string(FIRST_LINE) + " ")) {
-                throw std::runtime_error("is not the first line of a recording of version 1");
+            if (!is_first_line(content)) {
+                throw std::runtime_error("is not the first line of a recording of version 1 or 2");
             }
         } else if (!content.starts_with('#')) {
             if (ended) {
@@ -250,8 +266,9 @@ void read_lines(std::string_view text, size_t &line, std::vector<recording_entry
             }
             recording_entry entry;
             entry.line = line;
-            ended = !read_line(content, entry);
-            if (!ended) {
+            const read_result result = read_line(content, entry);
+            ended = result == read_result::END;
+            if (result == read_result::ENTRY) {
                 out.push_back(std::move(entry));
             }
         }

@@ -31,7 +31,11 @@ TEST(Recording, ReadsOrSaysWhereItIsNotRight) {
         {"zeb-recording 1 machine=armv7l\n", "0"},
         {"", "r:1: is not a whole line"},
         {"zeb-recording 1", "r:1: is not a whole line"},
-        {"zeb-recording 2\n", "r:1: is not the first line"},
+        {"zeb-recording 2 part=3\n1 before lines=9\n1 kept " + OBJECT.substr(OBJECT.find("object")) +
+             "2 returned handle=1 took=3\n4 lost lines=1\n",
+         "1"},
+        {"zeb-recording 3\n", "r:1: is not the first line"},
+        {"zeb-recording 21\n", "r:1: is not the first line"},
         {HEAD + "x object\n", "r:2: does not begin"},
         {HEAD + "-1 object\n", "r:2: does not begin"},
         {HEAD + "1 objects\n", "r:2: no such kind"},
