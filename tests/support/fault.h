@@ -31,9 +31,6 @@ int fault_calls();
 /* One call of a point; true when it has to fail. */
 bool fault_hit(const char *point);
 
-/* From now on each write takes so long; returns how many writes of the main thread took that long before. */
-int fault_slow_writes(int microseconds);
-
 /* Memory from calloc that is not released. */
 size_t fault_live_allocations();
 
