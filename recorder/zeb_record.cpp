@@ -5,8 +5,10 @@
 #pragma GCC visibility pop
 
 #include "zeb_record_clients.h"
-#include "zeb_record_file.h"
+#include "zeb_record_lines.h"
+#include "zeb_record_state.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <dlfcn.h>
 
@@ -33,25 +35,43 @@ static void *platform_function(std::atomic<void *> *found, const char *name) {
     static std::atomic<void *> found;                                                                                  \
     const auto platform = reinterpret_cast<decltype(&(name))>(platform_function(&found, #name))
 
+/* How much room a buffer takes in a line. */
+static uint64_t room_of(uint64_t len) {
+    return len <= ZEB_RECORD_BYTES_MAX ? len : 0;
+}
+
+/* A callback is in the recording before the program sees it, so that one that ends the program is; and, when it has
+ * returned, again with how long it took. */
+static void record_returned(zeb_record_call *call, bool recorded, uint32_t number) {
+    zeb_record_after(call);
+    if (recorded && zeb_record_begin(call, 0, "returned handle=%u", number)) {
+        zeb_record_end_took(call);
+    }
+}
+
 static void record_indication(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                               void *cb_data) {
     auto *entry = static_cast<zeb_record_client *>(cb_data);
-    const zeb_record_call call = zeb_record_before();
+    const uint32_t number = entry->number;
+    zeb_record_call call = zeb_record_before();
     entry->handle = client; // it may come before the client's creation has returned
-    if (zeb_record_begin(&call, "ind client=%u id=0x%04x", entry->number.load(), msg_id)) {
-        zeb_record_bytes("buf", ind_buf, ind_buf_len);
-        zeb_record_end(&call, ZEB_RECORD_CALLBACK);
+    bool recorded = zeb_record_begin(&call, room_of(ind_buf_len), "ind client=%u id=0x%04x", number, msg_id);
+    if (recorded) {
+        zeb_record_bytes(&call, "buf", ind_buf, ind_buf_len, ind_buf_len);
+        recorded = zeb_record_end(&call);
     }
     entry->ind_cb(client, msg_id, ind_buf, ind_buf_len, entry->cb_data);
+    record_returned(&call, recorded, number);
 }
 
 static void record_event(zeb_client_handle client, zeb_service_object service, int32_t event, void *cb_data) {
     const auto *entry = static_cast<const zeb_record_client *>(cb_data);
-    const zeb_record_call call = zeb_record_before();
-    if (zeb_record_begin(&call, "event notifier=%u event=%d", entry->number.load(), event)) {
-        zeb_record_end(&call, ZEB_RECORD_CALLBACK);
-    }
+    const uint32_t number = entry->number;
+    zeb_record_call call = zeb_record_before();
+    const bool recorded =
+        zeb_record_begin(&call, 0, "event notifier=%u event=%d", number, event) && zeb_record_end(&call);
     entry->notify_cb(client, service, event, entry->cb_data);
+    record_returned(&call, recorded, number);
 }
 
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
@@ -63,9 +83,9 @@ zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version
     zeb_record_call call = zeb_record_before();
     zeb_service_object service = platform(idl_major_version, idl_minor_version, library_version);
     zeb_record_after(&call);
-    if (zeb_record_begin(&call, "object major=%d minor=%d library=%d found=%d", idl_major_version, idl_minor_version,
+    if (zeb_record_begin(&call, 0, "object major=%d minor=%d library=%d found=%d", idl_major_version, idl_minor_version,
                          library_version, service != nullptr)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+        zeb_record_end_took(&call);
     }
     return service;
 }
@@ -86,10 +106,18 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
     } else {
         zeb_record_client_undo(entry);
     }
-    if (zeb_record_begin(&call, "notifier status=%d notifier=%u", status, number)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    if (call.on && status == 0 && entry == nullptr) {
+        zeb_record_client_unrecorded();
+    }
+    if (zeb_record_begin(&call, 0, "notifier status=%d notifier=%u", status, number)) {
+        zeb_record_end_took(&call);
     }
     return status;
+}
+
+static uint32_t bytes_of_entries(const uint32_t *num_entries) {
+    const uint64_t bytes = num_entries != nullptr ? uint64_t{*num_entries} * sizeof(zeb_service_info) : 0;
+    return static_cast<uint32_t>(std::min<uint64_t>(bytes, UINT32_MAX));
 }
 
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
@@ -99,14 +127,15 @@ int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info
         return ZEB_INTERNAL_ERR;
     }
     zeb_record_call call = zeb_record_before();
-    const uint32_t room = num_entries != nullptr ? *num_entries : 0;
+    const uint32_t room = bytes_of_entries(num_entries);
     const int32_t status = platform(service, info_array, num_entries, num_services);
     zeb_record_after(&call);
-    if (zeb_record_begin(&call, "list status=%d", status)) {
-        zeb_record_count("entries", num_entries);
-        zeb_record_count("services", num_services);
-        zeb_record_bytes("info", info_array, room * sizeof(zeb_service_info));
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    const uint32_t filled = status == 0 ? std::min(room, bytes_of_entries(num_entries)) : 0;
+    if (zeb_record_begin(&call, room_of(filled), "list status=%d", status)) {
+        zeb_record_count(&call, "entries", num_entries);
+        zeb_record_count(&call, "services", num_services);
+        zeb_record_bytes(&call, "info", info_array, room, filled);
+        zeb_record_end_took(&call);
     }
     return status;
 }
@@ -119,8 +148,8 @@ void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     zeb_record_call call = zeb_record_before();
     platform(os_params, timeout_ms);
     zeb_record_after(&call);
-    if (zeb_record_begin(&call, "wait timeout=%u", timeout_ms)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    if (zeb_record_begin(&call, 0, "wait timeout=%u", timeout_ms)) {
+        zeb_record_end_took(&call);
     }
 }
 
@@ -143,8 +172,11 @@ int32_t zeb_client_register_notify_cb(zeb_client_handle notifier, zeb_client_not
     if (status != 0) {
         zeb_record_client_undo(entry);
     }
-    if (zeb_record_begin(&call, "watch notifier=%u status=%d", number, status)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    if (call.on && status == 0 && entry == nullptr) {
+        zeb_record_client_unrecorded();
+    }
+    if (zeb_record_begin(&call, 0, "watch notifier=%u status=%d", number, status)) {
+        zeb_record_end_took(&call);
     }
     return status;
 }
@@ -172,9 +204,12 @@ int32_t zeb_client_init_instance(zeb_service_object service, uint32_t instance, 
     } else {
         zeb_record_client_undo(entry);
     }
-    if (zeb_record_begin(&call, "client status=%d instance=%u timeout=%u client=%u", status, instance, timeout_ms,
+    if (call.on && status == 0 && entry == nullptr) {
+        zeb_record_client_unrecorded();
+    }
+    if (zeb_record_begin(&call, 0, "client status=%d instance=%u timeout=%u client=%u", status, instance, timeout_ms,
                          number)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+        zeb_record_end_took(&call);
     }
     return status;
 }
@@ -189,10 +224,13 @@ int32_t zeb_client_send_msg_sync(zeb_client_handle client, uint32_t msg_id, cons
     const uint32_t number = zeb_record_client_number(client);
     const int32_t status = platform(client, msg_id, req, req_len, resp, resp_len, timeout_ms);
     zeb_record_after(&call);
-    if (zeb_record_begin(&call, "send client=%u id=0x%04x status=%d timeout=%u", number, msg_id, status, timeout_ms)) {
-        zeb_record_bytes("req", req, req_len);
-        zeb_record_bytes("resp", resp, resp_len);
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    // What a request that has failed left in the program's memory is the program's own.
+    const uint32_t answered = status == 0 ? resp_len : 0;
+    if (zeb_record_begin(&call, room_of(req_len) + room_of(answered), "send client=%u id=0x%04x status=%d timeout=%u",
+                         number, msg_id, status, timeout_ms)) {
+        zeb_record_bytes(&call, "req", req, req_len, req_len);
+        zeb_record_bytes(&call, "resp", resp, resp_len, answered);
+        zeb_record_end_took(&call);
     }
     return status;
 }
@@ -207,11 +245,12 @@ int32_t zeb_client_message_decode(zeb_client_handle client, zeb_message_type typ
     const uint32_t number = zeb_record_client_number(client);
     const int32_t status = platform(client, type, msg_id, buf, buf_len, dst, dst_len);
     zeb_record_after(&call);
-    if (zeb_record_begin(&call, "decode client=%u type=%d id=0x%04x status=%d", number, static_cast<int>(type), msg_id,
-                         status)) {
-        zeb_record_bytes("buf", buf, buf_len);
-        zeb_record_bytes("dst", dst, dst_len);
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    const uint32_t decoded = status == 0 ? dst_len : 0;
+    if (zeb_record_begin(&call, room_of(buf_len) + room_of(decoded), "decode client=%u type=%d id=0x%04x status=%d",
+                         number, static_cast<int>(type), msg_id, status)) {
+        zeb_record_bytes(&call, "buf", buf, buf_len, buf_len);
+        zeb_record_bytes(&call, "dst", dst, dst_len, decoded);
+        zeb_record_end_took(&call);
     }
     return status;
 }
@@ -229,8 +268,8 @@ int32_t zeb_client_release(zeb_client_handle client) {
     if (status == 0) {
         zeb_record_client_release(entries);
     }
-    if (zeb_record_begin(&call, "release handle=%u status=%d", number, status)) {
-        zeb_record_end(&call, ZEB_RECORD_CALL);
+    if (zeb_record_begin(&call, 0, "release handle=%u status=%d", number, status)) {
+        zeb_record_end_took(&call);
     }
     return status;
 }

@@ -1,12 +1,14 @@
 #include "zeb_record_clients.h"
 
-#include "zeb_record_file.h"
+#include "zeb_record_lines.h"
+#include "zeb_record_state.h"
 
 #include <algorithm>
+#include <cerrno>
 
 static zeb_record_client clients[ZEB_RECORD_CLIENTS_MAX];
 static std::atomic<uint32_t> last_number;
-static std::atomic<bool> overflow_said;
+static std::atomic<uint32_t> unrecorded;
 
 zeb_record_client *zeb_record_client_add(uint32_t number) {
     for (zeb_record_client &entry : clients) {
@@ -21,10 +23,19 @@ zeb_record_client *zeb_record_client_add(uint32_t number) {
             return &entry;
         }
     }
-    if (!overflow_said.exchange(true)) {
-        zeb_record_say("clients", "too many at a time, some go unrecorded", 0);
-    }
     return nullptr;
+}
+
+void zeb_record_client_unrecorded() {
+    zeb_record_call call = zeb_record_before();
+    const uint32_t number = ++unrecorded;
+    if (zeb_record_begin(&call, 0, "unrecorded handles=%u", number)) {
+        zeb_record_end(&call);
+    }
+    if (number == 1) {
+        zeb_record_say("clients", "too many at a time, some go unrecorded", 0);
+        errno = call.error;
+    }
 }
 
 static void client_drop(zeb_record_client *entry) {

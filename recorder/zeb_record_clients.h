@@ -22,9 +22,12 @@ struct zeb_record_client {
     void *cb_data;
 };
 
-/* Takes a free entry, with the number given or, when that is 0, the next. Returns null when there is none, which is
- * said once on standard error: that client goes unrecorded. */
+/* Takes a free entry, with the number given or, when that is 0, the next. Returns null when there is none. */
 zeb_record_client *zeb_record_client_add(uint32_t number);
+
+/* A client, a notifier or a callback goes unrecorded for want of an entry: says so, once on standard error and each
+ * time in the recording. */
+void zeb_record_client_unrecorded();
 
 /* Gives an entry back that the platform did not take, and its number if it came with one of its own and no later client
  * has the next. entry may be null. */

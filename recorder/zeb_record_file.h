@@ -1,53 +1,42 @@
-/* The recording: a text of one line an event, written to the file that ZEB_RECORD names.
- *
- * A line is handed to the kernel by the thread that has it, before the call returns or the callback runs: so nothing is
- * lost when the program ends by a signal right after. The kernel takes it into its cache, in microseconds, and a thread
- * of the recorder's own sees to it that it is on the disk half a second later. But a disk that is slow keeps a call
- * once at most: as soon as handing over has taken more than 100 ms, the recorder's thread does it, until the disk is
- * prompt again, and nobody waits for it or for whoever is still at it. What is in memory then is lost if the program
- * ends, and when more comes than there is room for, the recording ends.
- *
- * Whatever fails ends the recording with one line on standard error, and is not seen by the program otherwise: errno is
- * kept, no signal comes of it (SIGXFSZ, SIGPIPE), and standard error is not waited for. Every function may be called
- * from any thread. A forked child records nothing until it has called exec; then it finds the file taken. */
+/* A file of a recording: the recorder's alone, from its opening on. A program that closes descriptors which are not its
+ * own may give this one's number to a file of its own, so each use looks whether it still is what it was. */
 #ifndef ZEB_RECORD_FILE_H
 #define ZEB_RECORD_FILE_H
 
 #include <cstdint>
+#include <sys/stat.h>
 
-enum {
-    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; what claims to be is not read */
+struct zeb_record_file {
+    int fd; /* -1: none */
+    dev_t device;
+    ino_t number;
 };
 
-/* A call or a callback that is on its way. */
-struct zeb_record_call {
-    bool on;        /* it is to be recorded */
-    uint64_t began; /* microseconds since the recording's start */
-    uint64_t took;
-    int error; /* errno as the call has left it */
-};
+/* Opens a file, which must be a regular one of this user's, without another link, without content and not in use by
+ * another recorder, or, with fresh, new. Returns null, or why it cannot be recorded to, with *error set to an errno
+ * value or 0. */
+const char *zeb_record_file_open(zeb_record_file *file, const char *path, bool fresh, int *error);
 
-/* To be called right before and right after the platform's function. The first call starts the recording if ZEB_RECORD
- * asks for one. */
-zeb_record_call zeb_record_before();
-void zeb_record_after(zeb_record_call *call);
+/* Whether the descriptor is still this file's; fills *status then. */
+bool zeb_record_file_look(const zeb_record_file *file, struct stat *status);
 
-/* Begins a line: the time, then the text. Returns false when nothing is recorded; otherwise zeb_record_bytes may
- * follow, zeb_record_end must, and until then every other line has to wait. */
-[[gnu::format(printf, 2, 3)]] bool zeb_record_begin(const zeb_record_call *call, const char *format, ...);
+/* Whether the name is still this file's. */
+bool zeb_record_file_is_at(const zeb_record_file *file, const char *path);
 
-/* Adds KEY=LENGTH:HEX; "-" in the place of the bytes for a null pointer and for more than ZEB_RECORD_BYTES_MAX bytes.
- */
-void zeb_record_bytes(const char *key, const void *bytes, uint32_t len);
+/* How many bytes the process may have in a file: beyond them a write would raise a signal. */
+uint64_t zeb_record_file_most();
 
-/* Adds KEY=NUMBER; "-" in the place of the number for a null pointer. */
-void zeb_record_count(const char *key, const uint32_t *count);
+/* Adds bytes at the file's end. On failure returns an errno value, and *written says how many of them are there all the
+ * same. */
+int zeb_record_file_add(const zeb_record_file *file, const char *bytes, uint32_t len, uint32_t *written);
 
-/* Ends a line, of a call with how long it took, and hands it over. */
-enum zeb_record_line { ZEB_RECORD_CALL, ZEB_RECORD_CALLBACK };
-void zeb_record_end(const zeb_record_call *call, zeb_record_line line);
+/* The file of a descriptor. */
+zeb_record_file zeb_record_file_of(int fd);
 
-/* Prints one line on standard error, with the text of an errno value unless that is 0. */
-void zeb_record_say(const char *subject, const char *reason, int error);
+/* A second descriptor of the same file, or -1. */
+int zeb_record_file_again(const zeb_record_file *file);
+
+/* Closes it if it is still this file's. */
+void zeb_record_file_close(zeb_record_file *file);
 
 #endif

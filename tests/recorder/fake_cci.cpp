@@ -1,9 +1,10 @@
-// A platform that answers by rote, at once, on the caller's thread, and calls back before its calls return. A handle is
-// the address of a client, which says whether it is in use.
+// A platform that answers by rote, on the caller's thread, and calls back before its calls return. A handle is the
+// address of a client, which says whether it is in use.
 #include "zeb_nas_v01.h"
 
 #include <cerrno>
 #include <cstring>
+#include <unistd.h>
 
 static const char service = 0;
 static bool clients[64];
@@ -34,8 +35,9 @@ int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *,
     return 0;
 }
 
-int32_t zeb_client_get_service_list(zeb_service_object, zeb_service_info *info, uint32_t *entries, uint32_t *services) {
-    if (info == nullptr) {
+int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info *info, uint32_t *entries,
+                                    uint32_t *services) {
+    if (info == nullptr || object == nullptr) {
         return ZEB_SERVICE_ERR;
     }
     info[0] = {3, 5, {}};
@@ -44,7 +46,8 @@ int32_t zeb_client_get_service_list(zeb_service_object, zeb_service_info *info, 
     return done(13);
 }
 
-void zeb_cci_os_signal_wait(zeb_cci_os_params *, uint32_t) {
+void zeb_cci_os_signal_wait(zeb_cci_os_params *, uint32_t timeout_ms) {
+    usleep(timeout_ms * 1000);
     errno = 14;
 }
 
@@ -66,7 +69,7 @@ int32_t zeb_client_init_instance(zeb_service_object, uint32_t instance, zeb_clie
 
 int32_t zeb_client_send_msg_sync(zeb_client_handle, uint32_t msg_id, const void *, uint32_t, void *resp,
                                  uint32_t resp_len, uint32_t) {
-    if (resp == nullptr) {
+    if (msg_id == 0x99) {
         return ZEB_TRANSPORT_ERR;
     }
     memset(resp, static_cast<int>(msg_id), resp_len / 2);
@@ -74,7 +77,10 @@ int32_t zeb_client_send_msg_sync(zeb_client_handle, uint32_t msg_id, const void 
 }
 
 int32_t zeb_client_message_decode(zeb_client_handle, zeb_message_type, uint32_t, const void *buf, uint32_t buf_len,
-                                  void *dst, uint32_t) {
+                                  void *dst, uint32_t dst_len) {
+    if (dst_len < buf_len) {
+        return done(20, ZEB_MSG_LEN_ERR);
+    }
     memcpy(dst, buf, buf_len);
     return done(18);
 }

@@ -1,19 +1,23 @@
 /* A program with the recorder in front of a platform that answers by rote: by its first argument, what it does. Prints
  * what it sees. */
 #include "fault.h"
+#include "record_fault.h"
 #include "zeb_nas_v01.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <fstream>
+#include <functional>
+#include <iterator>
+#include <set>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -27,8 +31,14 @@ extern "C" const char *__tsan_default_options() {
 
 namespace {
 
+unsigned pause_ms = 20; // of the wait, and of the callback for events
+
 void saw(const char *what, int64_t value) {
-    printf("%s %lld, errno %d\n", what, static_cast<long long>(value), errno);
+    const int error = errno;
+    int state = 0;
+    pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &state);
+    printf("%s %lld, errno %d%s\n", what, static_cast<long long>(value), error,
+           state == PTHREAD_CANCEL_ENABLE ? "" : ", cannot be cancelled");
     errno = 1;
 }
 
@@ -41,21 +51,30 @@ void on_ind(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len
 
 void on_event(zeb_client_handle, zeb_service_object service, int32_t event, void *data) {
     saw("event", event + (service != nullptr) + *static_cast<int *>(data));
+    usleep(pause_ms * 1000);
 }
 
+void ask_object() {
+    nas_get_service_object_internal_v01(1, 0, 0);
+}
+
+/* 5a is what the program has in its memory, and nobody else's to see. */
 void session() {
     int cookie = 1000;
     zeb_cci_os_params params = {};
     zeb_client_handle notifier = nullptr, client = nullptr;
-    zeb_service_info infos[2] = {};
+    zeb_service_info infos[2];
     uint32_t entries = 2, services = 0;
-    uint8_t req[3] = {0, 0x1F, 0}, resp[6] = {};
+    uint8_t req[3] = {0, 0x1F, 0}, resp[6] = {}, secret[6];
+    memset(infos, 0x5A, sizeof(infos));
+    memset(secret, 0x5A, sizeof(secret));
     saw("no object", nas_get_service_object_internal_v01(2, 0, 0) == nullptr);
     zeb_service_object nas = nas_get_service_object_internal_v01(1, 342, 6);
     saw("no notifier", zeb_client_notifier_init(nullptr, &params, &notifier));
     saw("notifier", zeb_client_notifier_init(nas, &params, &notifier));
     saw("no list", zeb_client_get_service_list(nas, nullptr, nullptr, nullptr));
-    zeb_cci_os_signal_wait(&params, 20);
+    saw("no list", zeb_client_get_service_list(nullptr, infos, &entries, &services));
+    zeb_cci_os_signal_wait(&params, pause_ms);
     saw("list", zeb_client_get_service_list(nas, infos, &entries, &services));
     saw("listed", entries + services + infos[0].instance);
     saw("watch", zeb_client_register_notify_cb(notifier, on_event, &cookie));
@@ -63,10 +82,35 @@ void session() {
     saw("client", zeb_client_init_instance(nas, 0xFFFF, on_ind, &cookie, &params, 500, &client));
     saw("send", zeb_client_send_msg_sync(client, 0x4D, req, sizeof(req), resp, sizeof(resp), 50));
     saw("lost", zeb_client_send_msg_sync(client, 0x99, req, 0, nullptr, UINT32_MAX, 50));
+    saw("lost", zeb_client_send_msg_sync(client, 0x99, req, 0, secret, sizeof(secret), 50));
+    saw("no decode", zeb_client_message_decode(client, ZEB_MESSAGE_INDICATION, 0x4E, req, 3, secret, 2));
     saw("answered", resp[2] + resp[3]);
     saw("release", zeb_client_release(client));
     saw("no release", zeb_client_release(nullptr));
     saw("release", zeb_client_release(notifier));
+}
+
+/* A client that lives, one that does not, and numbered requests, twelve that are the same again and again. */
+void long_session(uint32_t requests) {
+    int cookie = 1000;
+    zeb_cci_os_params params = {};
+    zeb_client_handle notifier = nullptr, client = nullptr, other = nullptr;
+    zeb_service_info info = {};
+    uint32_t entries = 1, services = 0;
+    zeb_service_object nas = nas_get_service_object_internal_v01(1, 342, 6);
+    zeb_client_notifier_init(nas, &params, &notifier);
+    zeb_client_get_service_list(nas, &info, &entries, &services);
+    zeb_client_register_notify_cb(notifier, on_event, &cookie);
+    zeb_client_init_instance(nas, 0xFFFF, on_ind, &cookie, &params, 0, &client);
+    zeb_client_init_instance(nas, 0xFFFF, on_ind, &cookie, &params, 0, &other);
+    for (uint32_t n = 1; n <= requests; n++) {
+        uint8_t req[2] = {0x77, static_cast<uint8_t>(n % 12)}, resp[800] = {};
+        zeb_client_send_msg_sync(n == 3 ? other : client, n % 4 == 3 ? 0x99 : 0x11, req, sizeof(req), resp,
+                                 sizeof(resp), n);
+        if (n == 3) {
+            zeb_client_release(other);
+        }
+    }
 }
 
 std::string contents(const std::string &name) {
@@ -75,22 +119,107 @@ std::string contents(const std::string &name) {
     return text.str();
 }
 
-/* A recording without what differs from run to run. */
-std::string timeless(const std::string &recording) {
-    std::string text;
-    std::istringstream lines(recording);
-    for (std::string line; std::getline(lines, line);) {
-        text += line.substr(line.find(' '), line.find(" start=") - line.find(' '));
-        text.resize(std::min(text.size(), text.rfind(" took=")));
-        text += '\n';
-    }
-    return text;
+std::string recording() {
+    return contents(getenv("ZEB_RECORD"));
 }
 
-/* Runs the session in a child with a call of the recorder's failing, and all that follow if they are to. Returns how it
+void wait_until(const std::function<bool()> &done) {
+    while (!done()) {
+        usleep(1000);
+    }
+}
+
+std::vector<std::string> lines_of(const std::string &text) {
+    std::vector<std::string> lines;
+    for (size_t at = 0, end; (end = text.find('\n', at)) != std::string::npos; at = end + 1) {
+        lines.push_back(text.substr(at, end - at));
+    }
+    return lines;
+}
+
+size_t number_after(const std::string &line, const char *key) {
+    const size_t at = line.find(key);
+    return at == std::string::npos ? 0 : strtoul(line.c_str() + at + strlen(key), nullptr, 10);
+}
+
+/* Lines of a recording without what differs from run to run. */
+std::vector<std::string> timeless(const std::string &text) {
+    std::vector<std::string> lines = lines_of(text);
+    for (std::string &line : lines) {
+        line = line.substr(line.find(' '), line.find(" start=") - line.find(' '));
+        line.resize(std::min(line.size(), line.rfind(" took=")));
+    }
+    return lines;
+}
+
+/* Whether a recording is what it should be, up to where it ends, but for lines whose loss it tells, each with what
+ * follows from it. */
+bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::string> &whole) {
+    std::set<std::string> unseen; // returns from callbacks that nothing tells of
+    size_t at = 0;
+    for (const std::string &line : lines) {
+        for (size_t lost = number_after(line, " lost lines="); lost > 0 && at < whole.size(); at++) {
+            if (whole[at].starts_with(" ind ") || whole[at].starts_with(" event ")) {
+                unseen.insert(" returned handle=" + whole[at].substr(whole[at].find('=') + 1, 1));
+            }
+            if (unseen.erase(whole[at]) == 0) {
+                lost--;
+            }
+        }
+        while (at < whole.size() && unseen.erase(whole[at]) != 0) {
+            at++;
+        }
+        if (line.starts_with(" end reason=")) {
+            return &line == &lines.back();
+        }
+        if (!line.starts_with(" lost ") && (at == whole.size() || line != whole[at++])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/* Says what is wrong with the parts of a long session: each has its beginning and whole lines, and all that is missing
+ * before it is counted. One that was ended may have its last line cut short. Returns how many there are. */
+int check_parts(const std::string &name, bool ended) {
+    int parts = 0;
+    size_t number = 0, so_far = 0, last = 0;
+    for (const std::string &file : {name + ".1", name}) {
+        const std::string text = contents(file);
+        const std::vector<std::string> lines = lines_of(text);
+        if (lines.empty()) { // whoever reads it is told that it is none
+            continue;
+        }
+        const size_t part = number_after(lines.at(0), " part=");
+        const size_t before = part > 1 ? number_after(lines.at(1), " before lines=") : 0;
+        bool right = lines[0].starts_with("zeb-recording 2 start=") && (number == 0 || part == number + 1) &&
+                     (part > 1) == (before > 0) && (so_far == 0 || before == so_far) &&
+                     (text.ends_with('\n') || (ended && file == name));
+        number = part;
+        so_far = before;
+        for (size_t i = part > 1 ? 2 : 1; i < lines.size(); i++) {
+            const bool kept = lines[i].find(" kept ") != std::string::npos;
+            const size_t lost = number_after(lines[i], " lost lines=");
+            const size_t request = kept ? 0 : number_after(lines[i], " timeout=");
+            so_far += kept ? 0 : std::max<size_t>(lost, 1);
+            right = right && (!kept || so_far == before) && (request == 0 || last == 0 || request == last + 1);
+            last = lost != 0 ? 0 : request != 0 ? request : last;
+        }
+        if (!right) {
+            printf("!! not right: %s\n%s", file.c_str(), text.c_str());
+        }
+        parts++;
+    }
+    return parts;
+}
+
+/* Runs a session in a child with a call of the recorder's failing, and all that follow if they are to. Returns how it
  * ended: 0, or 256 when there was no such call. */
-int play_fault(const std::string &name, int nth, bool onwards) {
-    unlink(name.c_str());
+int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
+    for (const char *suffix : {"", ".1", ".next"}) {
+        unlink((name + suffix).c_str());
+    }
+    fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
         fault_arm(nullptr, nth, onwards);
@@ -98,33 +227,44 @@ int play_fault(const std::string &name, int nth, bool onwards) {
             freopen((name + ".err").c_str(), "w", stderr) == nullptr) {
             _exit(2);
         }
-        session();
+        in_parts ? long_session(16) : session();
         fflush(stdout);
-        _exit(fault_fired().empty() ? 1 : 0);
+        const bool fired = !fault_fired().empty();
+        const std::vector<std::string> points = fault_points();
+        std::ofstream all(name + ".points", std::ios::app);
+        std::copy(points.begin(), points.end(), std::ostream_iterator<std::string>(all, "\n"));
+        all.close();
+        _exit(fired ? 0 : 1);
     }
     int status = -1;
     waitpid(child, &status, 0);
     return status;
 }
 
-void play_faults() {
+/* All of them in turn. Of a recording in one file one line is said at most; one in parts may go on after the first. */
+void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
-    play_fault(name, 0, false);
-    const std::string transcript = contents(name + ".out"), recording = timeless(contents(name));
-    int points = 0;
+    pause_ms = 0;
+    play_fault(name, in_parts, 0, false);
+    const std::string transcript = contents(name + ".out");
+    const std::vector<std::string> whole = timeless(contents(name));
+    int runs = 0;
     for (bool onwards : {false, true}) {
-        for (int nth = 1, status = 0; status == 0; nth++, points++) {
-            status = play_fault(name, nth, onwards);
-            const std::string said = contents(name + ".err"), recorded = contents(name);
-            if ((status != 0 && status != 256) || contents(name + ".out") != transcript ||
-                !recording.starts_with(timeless(recorded)) || std::count(said.begin(), said.end(), '\n') > 1 ||
-                !(said.empty() || said.starts_with("zeb_record: "))) {
+        for (int nth = 1, status = 0; status == 0; nth++, runs++) {
+            status = play_fault(name, in_parts, nth, onwards);
+            const std::string said = contents(name + ".err");
+            const size_t lines = lines_of(said).size();
+            const bool right = (status == 0 || status == 256) && contents(name + ".out") == transcript &&
+                               lines <= (in_parts ? 2 : 1) && (said.empty() || said.starts_with("zeb_record: ")) &&
+                               (in_parts || is_part_of(timeless(contents(name)), whole));
+            if (!right || (in_parts && check_parts(name, true) > 2)) {
                 printf("!! call %d%s: ended with %d, recorded\n%ssaid\n%s", nth, onwards ? " and on" : "", status,
-                       recorded.c_str(), said.c_str());
+                       contents(name).c_str(), said.c_str());
             }
         }
     }
-    fprintf(stderr, "recorder: %d points, one at a time and all from the nth on\n", points);
+    fprintf(stderr, "recorder: %d runs, a call failing in each, one at a time and all from the nth on\n", runs);
+    printf("%s of runs, in each of which a call fails\n", runs > 200 ? "hundreds" : "few");
 }
 
 /* More clients than the recorder can tell apart, twice; then threads that all have lines at the same time. */
@@ -157,10 +297,105 @@ void crowd() {
     }
 }
 
+/* A thread that is in the middle of a write. */
+std::thread in_a_write(record_writes how) {
+    const int begun = record_fault_begun();
+    record_fault_writes(how);
+    std::thread other(ask_object);
+    wait_until([begun] { return record_fault_begun() != begun; });
+    return other;
+}
+
+/* The disk keeps one thread: the others go on, and nothing is lost but what finds no room in memory. */
+void play_stuck(bool beyond_room) {
+    std::thread other = in_a_write(RECORD_WRITES_HANG);
+    if (beyond_room) {
+        static uint8_t req[65536];
+        memset(req, 1, sizeof(req));
+        for (uint32_t n = 1; n <= 30; n++) {
+            zeb_client_send_msg_sync(nullptr, 0x11, req, sizeof(req), req, 2, n);
+        }
+    } else {
+        session();
+    }
+    record_fault_writes(RECORD_WRITES_GO);
+    other.join();
+    wait_until(
+        [=] { return recording().find(beyond_room ? " lost lines=" : "release handle=1 ") != std::string::npos; });
+    for (const std::string &line : lines_of(recording())) {
+        const size_t lost = number_after(line, " lost lines=");
+        if (lost > 0) {
+            const size_t kept = timeless(recording()).size() - 53;
+            printf("%s, of 30 in all\n", lost > 15 && kept + lost == 30 ? "most lines are lost" : line.c_str());
+        }
+    }
+}
+
+/* The processor is taken away from a thread that writes: the others wait for it, and their lines are not left behind.
+ */
+void play_preempted() {
+    std::thread other = in_a_write(RECORD_WRITES_SPIN);
+    record_fault_writes(RECORD_WRITES_GO);
+    for (uint32_t n = 1; n <= 3; n++) {
+        zeb_client_send_msg_sync(nullptr, 0x99, "", 1, nullptr, 0, n);
+        const bool there = recording().find(" timeout=" + std::to_string(n) + " ") != std::string::npos;
+        printf("line %u %s\n", n, there ? "is with the kernel" : "is only in memory");
+    }
+    other.join();
+}
+
+/* A disk that takes its time for every write keeps one call, and then the recorder's thread. */
+void play_slow() {
+    record_fault_writes(RECORD_WRITES_SLEEP);
+    session();
+    wait_until([] { return recording().find("release handle=1 ") != std::string::npos; });
+    printf("calls that wait for a slow disk: %d\n", record_fault_begun_by_main());
+}
+
+/* AddressSanitizer takes the stack of a thread that ends in the middle of a function for one that is in use. */
+#ifdef __SANITIZE_ADDRESS__
+constexpr int CANCEL_TYPE = PTHREAD_CANCEL_DEFERRED;
+#else
+constexpr int CANCEL_TYPE = PTHREAD_CANCEL_ASYNCHRONOUS;
+#endif
+
+/* Threads that may end anywhere, while they have the recorder's lock too. */
+void play_cancel() {
+    for (int i = 0; i < 100; i++) {
+        std::atomic<bool> runs = false;
+        pthread_t thread;
+        const auto ask = [](void *at_work) -> void * {
+            pthread_setcanceltype(CANCEL_TYPE, nullptr);
+            for (;; pthread_testcancel()) {
+                ask_object();
+                *static_cast<std::atomic<bool> *>(at_work) = true;
+            }
+        };
+        pthread_create(&thread, nullptr, ask, &runs);
+        wait_until([&runs] { return runs.load(); });
+        pthread_cancel(thread);
+        pthread_join(thread, nullptr);
+    }
+    session();
+}
+
+/* A signal that the program keeps for itself is not taken by the recorder's thread. */
+void play_signal() {
+    sigset_t signals;
+    int taken = 0;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    ask_object();
+    kill(getpid(), SIGUSR1);
+    sigwait(&signals, &taken);
+    printf("signal %s\n", taken == SIGUSR1 ? "kept" : "lost");
+}
+
 /* Each way to go on or to end after lines that must stay. */
 void play_end(const std::string &way) {
     for (int i = 0; i < 50; i++) {
-        nas_get_service_object_internal_v01(1, 0, 0);
+        ask_object();
     }
     if (way == "fork" && fork() == 0) {
         session();
@@ -170,39 +405,57 @@ void play_end(const std::string &way) {
     } else if (way == "close") {
         dup2(open("/dev/zero", O_WRONLY), 64);
         session();
-    } else if (way == "stuck") {
-        fault_slow_writes(1500000);
-        std::thread other([] { nas_get_service_object_internal_v01(1, 0, 0); });
-        usleep(100000);
-        fault_slow_writes(0);
-        const auto start = std::chrono::steady_clock::now();
-        session();
-        fprintf(stderr, "zeb_record: calls beside a stuck one %s\n",
-                std::chrono::steady_clock::now() - start < std::chrono::seconds(1) ? "go on" : "wait");
-        other.join();
-        usleep(200000);
+    } else if (way == "stuck" || way == "room") {
+        play_stuck(way == "room");
+    } else if (way == "preempted") {
+        play_preempted();
+    } else if (way == "slow") {
+        play_slow();
+    } else if (way == "cancel") {
+        play_cancel();
     } else {
         kill(getpid(), way == "segv" ? SIGSEGV : SIGKILL);
     }
+}
+
+/* Sessions in which no time passes, so that they are the same to the byte. */
+void play_still(rlim_t file_size) {
+    const rlimit limit = {file_size, RLIM_INFINITY};
+    signal(SIGXFSZ, SIG_DFL);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    fault_arm("clock_gettime", 1, true);
+    session();
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
     const std::string what = argc > 1 ? argv[1] : "session";
-    fault_slow_writes(what == "slow" ? 150000 : 0);
+    const char *argument = argc > 2 ? argv[2] : "";
     if (what == "faults") {
-        play_faults();
+        play_faults(*argument != '\0');
     } else if (what == "crowd") {
         crowd();
-    } else if (what == "session" || what == "slow") {
+    } else if (what == "session") {
         session();
+    } else if (what == "elsewhere" && chdir("/") == 0) {
+        unsetenv("ZEB_RECORD");
+        session();
+    } else if (what == "input") {
+        close(STDIN_FILENO);
+        ask_object();
+        printf("descriptor %d is free\n", open("/dev/null", O_RDONLY));
+    } else if (what == "signal") {
+        play_signal();
+    } else if (what == "still") {
+        play_still(*argument != '\0' ? strtoul(argument, nullptr, 10) : RLIM_INFINITY);
+    } else if (what == "long") {
+        pause_ms = 0;
+        long_session(static_cast<uint32_t>(strtoul(argument, nullptr, 10)));
+    } else if (what == "parts") {
+        printf("%d parts\n", check_parts(argument, true));
     } else {
         play_end(what);
-    }
-    if (what == "slow") {
-        usleep(600000);
-        printf("calls that wait for a slow disk: %d\n", fault_slow_writes(0));
     }
     return 0;
 }

@@ -1,18 +1,13 @@
 #include "fault.h"
+#include "fault_call.h"
 
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
 #include <cstring>
 #include <ctime>
 #include <mutex>
-#include <poll.h>
 #include <set>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <sys/utsname.h>
-#include <unistd.h>
 
 namespace {
 
@@ -53,44 +48,16 @@ fault_books &books() {
 
 std::atomic<bool> armed;
 std::atomic<int> waiting;
-std::atomic<int> slow_us;
-std::atomic<int> slow_calls;
 
 bool fails_onwards() {
     const std::lock_guard guard(books().lock);
     return books().plan.onwards;
 }
 
-template <typename T> T with_errno(int error, T result) {
-    errno = error;
-    return result;
-}
-
 } // namespace
 
-/* Wraps a function: a call that counts gives the result `failure` when the plan lets it fail. The real function is a
- * weak reference, because a program that is not linked with --wrap for the function has no real function under this
- * name. */
-#define FAULT_CALL(type, name, counts, failure, params, args)                                                          \
-    __attribute__((weak)) type __real_##name params;                                                                   \
-    type __wrap_##name params {                                                                                        \
-        return (counts) && fault_hit(#name) ? (failure) : __real_##name args;                                          \
-    }
-
 extern "C" {
-FAULT_CALL(int, open, true, with_errno(EMFILE, -1), (const char *path, int flags, mode_t mode), (path, flags, mode))
-FAULT_CALL(int, fstat, true, with_errno(EIO, -1), (int fd, struct stat *status), (fd, status))
-FAULT_CALL(int, flock, true, with_errno(ENOLCK, -1), (int fd, int operation), (fd, operation))
-FAULT_CALL(int, fchmod, true, with_errno(EPERM, -1), (int fd, mode_t mode), (fd, mode))
-FAULT_CALL(int, fcntl, true, with_errno(EMFILE, -1), (int fd, int command, int value), (fd, command, value))
-FAULT_CALL(int, getrlimit, true, with_errno(EINVAL, -1), (int resource, rlimit *value), (resource, value))
-FAULT_CALL(int, fdatasync, true, with_errno(EIO, -1), (int fd), (fd))
-FAULT_CALL(int, clock_gettime, true, with_errno(EINVAL, -1), (clockid_t clock, timespec *now), (clock, now))
-FAULT_CALL(tm *, gmtime_r, true, with_errno(EOVERFLOW, nullptr), (const time_t *time, tm *utc), (time, utc))
-FAULT_CALL(int, uname, true, with_errno(EFAULT, -1), (utsname * machine), (machine))
-FAULT_CALL(int, poll, true, with_errno(ENOMEM, -1), (pollfd * fds, nfds_t cnt, int timeout), (fds, cnt, timeout))
-FAULT_CALL(int, vsnprintf, true, with_errno(ENOMEM, -1), (char *text, size_t size, const char *format, va_list values),
-           (text, size, format, values))
+FAULT_CALL(int, clock_gettime, true, fault_with_errno(EINVAL, -1), (clockid_t clock, timespec *now), (clock, now))
 FAULT_CALL(int, pthread_once, true, EINVAL, (pthread_once_t * once, void (*start)()), (once, start))
 FAULT_CALL(int, pthread_atfork, true, ENOMEM, (void (*before)(), void (*parent)(), void (*child)()),
            (before, parent, child))
@@ -116,7 +83,6 @@ __attribute__((weak)) int __real_pthread_mutex_init(pthread_mutex_t *mutex, cons
 __attribute__((weak)) int __real_pthread_mutex_unlock(pthread_mutex_t *mutex);
 __attribute__((weak)) int __real_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex);
 __attribute__((weak)) void *__real_dlsym(void *library, const char *name);
-__attribute__((weak)) ssize_t __real_write(int fd, const void *bytes, size_t len);
 
 void *__wrap_calloc(size_t count, size_t size) {
     if (fault_hit("calloc")) {
@@ -174,14 +140,6 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
 void *__wrap_dlsym(void *library, const char *name) {
     return !fails_onwards() && fault_hit("dlsym") ? nullptr : __real_dlsym(library, name);
 }
-
-ssize_t __wrap_write(int fd, const void *bytes, size_t len) {
-    if (slow_us != 0) {
-        slow_calls += gettid() == getpid();
-        usleep(static_cast<useconds_t>(slow_us));
-    }
-    return fault_hit("write") ? with_errno(ENOSPC, -1) : __real_write(fd, bytes, len);
-}
 }
 
 void fault_arm(const char *point, int nth, bool onwards) {
@@ -218,10 +176,7 @@ int fault_calls() {
     return books().calls;
 }
 
-bool fault_hit(const char *point) {
-    if (!armed) {
-        return false;
-    }
+[[gnu::noinline]] static bool armed_hit(const char *point) {
     const std::lock_guard guard(books().lock);
     const fault_plan &plan = books().plan;
     if (!armed || (plan.point != nullptr && strcmp(plan.point, point) != 0)) {
@@ -236,9 +191,9 @@ bool fault_hit(const char *point) {
     return fail;
 }
 
-int fault_slow_writes(int microseconds) {
-    slow_us = microseconds;
-    return slow_calls.exchange(0);
+/* Nothing here is to be undone, so that a thread may be cancelled in it at any instruction. */
+bool fault_hit(const char *point) {
+    return armed && armed_hit(point);
 }
 
 size_t fault_live_allocations() {

@@ -32,10 +32,6 @@ int fault_calls();
 /* To be called for each call of a point. Returns true when this call has to fail. */
 bool fault_hit(const char *point);
 
-/* Slows each write by this time from here on. Returns how many writes of the main thread were slowed since the call
- * before. */
-int fault_slow_writes(int microseconds);
-
 /* How many blocks of memory from calloc are not released. */
 size_t fault_live_allocations();
 
