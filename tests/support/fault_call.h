@@ -11,8 +11,9 @@ template <typename T> T fault_with_errno(int error, T result) {
     return result;
 }
 
-/* Takes a function over, inside extern "C": a call that counts fails with the given result when it has to. The function
- * itself is weak, as a program that is not linked for it has none. */
+/* Wraps a function, inside extern "C": a call that counts gives the result `failure` when the plan lets it fail. The real
+ * function is a weak reference, because a program that is not linked with --wrap for the function has no real function
+ * under this name. */
 #define FAULT_CALL(type, name, counts, failure, params, args)                                                          \
     __attribute__((weak)) type __real_##name params;                                                                   \
     type __wrap_##name params {                                                                                        \
