@@ -241,7 +241,8 @@ int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     return status;
 }
 
-/* All of them in turn, or each FAULT_STEP'th where programs are slow. Of a recording in one file one line is said at most; one in parts may go on after the first. */
+/* All of them in turn, or each FAULT_STEP'th where programs are slow. Of a recording in one file one line is said at
+ * most; one in parts may go on after the first. */
 void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
     pause_ms = 0;

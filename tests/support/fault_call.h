@@ -11,9 +11,9 @@ template <typename T> T fault_with_errno(int error, T result) {
     return result;
 }
 
-/* Wraps a function, inside extern "C": a call that counts gives the result `failure` when the plan lets it fail. The real
- * function is a weak reference, because a program that is not linked with --wrap for the function has no real function
- * under this name. */
+/* Wraps a function, inside extern "C": a call that counts gives the result `failure` when the plan lets it fail. The
+ * real function is a weak reference, because a program that is not linked with --wrap for the function has no real
+ * function under this name. */
 #define FAULT_CALL(type, name, counts, failure, params, args)                                                          \
     __attribute__((weak)) type __real_##name params;                                                                   \
     type __wrap_##name params {                                                                                        \
