@@ -23,14 +23,15 @@ const char *environment(const char *name) {
     return value == nullptr || *value == '\0' ? nullptr : value;
 }
 
-/* With ZEB_STRICT=1, ends the program, whose play was not exact. What it has not written of its output yet is written
- * first, but a stream that another thread has locked, to read from it say, is waited for no longer than a second. */
-void end_if_strict() {
-    static std::atomic<bool> flushed = false;
+bool is_strict() {
     const char *strict = environment("ZEB_STRICT");
-    if (strict == nullptr || strcmp(strict, "1") != 0) {
-        return;
-    }
+    return strict != nullptr && strcmp(strict, "1") == 0;
+}
+
+/* Ends the program, whose play was not exact. What it has not written of its output yet is written first, but a stream
+ * that another thread has locked, to read from it say, is waited for no longer than a second. */
+[[noreturn]] void end_program() {
+    static std::atomic<bool> flushed = false;
     fflush(stdout);
     try {
         zeb_start_thread([] {
@@ -46,13 +47,13 @@ void end_if_strict() {
     _exit(NOT_EXACT_STATUS);
 }
 
-/* A wait that nothing ends would go on for ever: on the box the program waited so when the recording ended, or the play
- * is not exact. */
+/* A wait that nothing ends goes on for ever: on the box the program waited so when the recording ended, or the play is
+ * not exact, which ends the program with ZEB_STRICT=1. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
     const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;
-    if (unlimited && status != ZEB_NO_ERR && player_tell_endless_wait() && !player_sum_up()) {
-        end_if_strict();
+    if (unlimited && status != ZEB_NO_ERR && player_tell_endless_wait() && is_strict() && !player_sum_up()) {
+        end_program();
     }
     return status;
 }
@@ -149,8 +150,8 @@ bool sum_up() {
 
 /* The last that happens when the program ends by returning from main or by exit. */
 [[gnu::destructor]] void end() {
-    if (!sum_up()) {
-        end_if_strict();
+    if (!sum_up() && is_strict()) {
+        end_program();
     }
 }
 
