@@ -1,5 +1,6 @@
 # cmake --install, in components:
 #   client    the test client, with its manual page
+#   tool      cpe_dm, with its manual page and its completion for bash
 #   recorder  what is preloaded to record
 #   lib       the module as a shared library
 #   dev       public headers, both libraries, CMake package, pkg-config files
@@ -15,6 +16,11 @@ set(CPE_DM_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/cpe_dm)
 
 if(CPE_DM_CLIENT)
     install(FILES ${PROJECT_SOURCE_DIR}/docs/man/cpe_dm_client.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT client)
+endif()
+if(CPE_DM_TOOL)
+    install(FILES ${PROJECT_SOURCE_DIR}/tool/cpe_dm.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+    install(FILES ${PROJECT_SOURCE_DIR}/tool/cpe_dm.bash RENAME cpe_dm
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
 endif()
 
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/cpe_dm-config.cmake.in

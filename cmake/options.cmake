@@ -43,7 +43,7 @@ if(CPE_DM_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# client/ and dm/: plain code that needs libc and nothing more on the box.
+# client/, tool/ and dm/: plain code that needs libc and nothing more on the box.
 add_library(cpe_dm_plain INTERFACE)
 target_link_libraries(cpe_dm_plain INTERFACE cpe_dm_warnings)
 target_compile_options(cpe_dm_plain INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)

@@ -48,11 +48,12 @@ cpe_dm_package(standin cpe-dm-standin comm       standin)
 
 set(CPACK_DEBIAN_BOX_PACKAGE_SUGGESTS cpe-dm-standin)
 set(CPACK_DEBIAN_BOX_DESCRIPTION "Diagnostic monitor of an LTE/5G modem
-A console program that offers every operation of the diagnostic monitor, which
-is part of it, and a library to preload that records what passes between such a
-program and the modem. They need the platform's libraries libzeb_cci,
-libzebservices and libdiag: the box has them, and cpe-dm-standin stands in for
-them at a desk.")
+The command cpe_dm, which tells how the modem is served and how well, with
+units, as JSON, as an exit status or over time; a console program that offers
+every operation of the diagnostic monitor; and a library to preload, which
+records what passes between such a program and the modem. They need the
+platform's libraries libzeb_cci, libzebservices and libdiag: the box has them,
+and cpe-dm-standin stands in for them at a desk.")
 
 set(CPACK_DEBIAN_LIB_PACKAGE_SUGGESTS cpe-dm-standin)
 set(CPACK_DEBIAN_LIB_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, shared library

@@ -26,8 +26,9 @@ all_sources() {
         -type f \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print | LC_ALL=C sort)
 }
 
-# build_to_run NAME PROGRAM: builds this program of the release folder when something has changed, with what it takes, for
-# the script NAME, and says nothing but that it does so for the first time, or what went wrong.
+# build_to_run NAME PROGRAM [TARGET]: builds this program of the release folder (TARGET, where it is not named like the
+# program) when something has changed, with what it takes, for the script NAME, and says nothing but that it does so for
+# the first time, or what went wrong.
 build_to_run() {
     local log=$root/build/logs/$1.log status=0
     "$root/scripts/setup" build </dev/null || return
@@ -35,7 +36,7 @@ build_to_run() {
     [[ -x $root/build/release/$2 ]] || echo "$1: building for the first time ..." >&2
     {
         flock 9 # one build at a time in this folder
-        build release "$(basename "$2")" >"$log" 2>&1 </dev/null 9>&- || status=$?
+        build release "${3:-$(basename "$2")}" >"$log" 2>&1 </dev/null 9>&- || status=$?
     } 9>"$root/build/logs/run.lock"
     [[ $status -eq 0 ]] || {
         cat "$log" >&2

@@ -58,7 +58,7 @@ static int columns;
 static int lines_left;
 
 bool cpe_dm_tool_can_live() {
-    const char *term = getenv("TERM");
+    const char *term = secure_getenv("TERM");
     return isatty(STDOUT_FILENO) != 0 && term != nullptr && strcmp(term, "dumb") != 0;
 }
 
@@ -66,7 +66,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     live.sink = sink;
     live.keys = *keys;
     live.interval_ms = interval_ms;
-    live.colours = getenv("NO_COLOR") == nullptr;
+    live.colours = secure_getenv("NO_COLOR") == nullptr;
     live.history_cnt = static_cast<int>(std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX));
     live.number = -1;
     for (int i = 0; i < keys->cnt && live.chart_cnt < CHART_MAX; i++) {
@@ -247,12 +247,12 @@ static void add_chart_line(int chart) {
     }
 }
 
-/* A line of words with the name of the technology, or blanks, before it. */
-static void add_words(const char **name, uint32_t tech,
+/* A line of words with a label, and the name of the technology, or blanks, before it. */
+static void add_words(const char **name, uint32_t tech, const char *label,
                       void (*add)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech)) {
     char line[160];
     cpe_dm_tool_text text = {line, sizeof(line), 0};
-    cpe_dm_tool_add(&text, "%-6s ", *name);
+    cpe_dm_tool_add(&text, "%-6s %s", *name, label);
     const size_t start = text.used;
     add(&text, &live.values, tech);
     if (text.used > start) {
@@ -265,9 +265,9 @@ static void add_words(const char **name, uint32_t tech,
 static void add_tech(uint32_t tech) {
     const char *name = cpe_dm_tool_tech_name(tech);
     add_line("");
-    add_words(&name, tech, cpe_dm_tool_add_cell_words);
-    add_words(&name, tech, cpe_dm_tool_add_channel_words);
-    add_words(&name, tech, cpe_dm_tool_add_network_words);
+    add_words(&name, tech, "", cpe_dm_tool_add_cell_words);
+    add_words(&name, tech, "channel ", cpe_dm_tool_add_channel_words);
+    add_words(&name, tech, "network ", cpe_dm_tool_add_network_words);
     if (*name != '\0') {
         add_line(name);
     }
@@ -277,7 +277,7 @@ static void add_tech(uint32_t tech) {
             cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS) {
             char line[160];
             cpe_dm_tool_text text = {line, sizeof(line), 0};
-            cpe_dm_tool_add(&text, "  %-8s ", cpe_dm_tool_short_name(key));
+            cpe_dm_tool_add(&text, "%-*s ", live.name_width, cpe_dm_tool_short_name(key));
             cpe_dm_tool_add_value(&text, &live.values, key);
             add_line(line);
         }

@@ -186,7 +186,7 @@ static bool take_option(char **argv, int *at, cpe_dm_tool_options *options) {
 static const cpe_dm_tool_command *find_command(cpe_dm_tool_commands commands, const char *name) {
     for (size_t i = 0; i < commands.cnt; i++) {
         if (strcmp(commands.row[i].name, name) == 0) {
-            return &commands.row[i];
+            return commands.row + i;
         }
     }
     return nullptr;
@@ -202,12 +202,12 @@ static bool fits(const cpe_dm_tool_command *command, const cpe_dm_tool_options *
         }
     }
     if (options->arg_cnt < command->arg_min) {
-        cpe_dm_tool_tell("%s is given too little: cpe_dm %s %s", command->name, command->name, command->args);
+        cpe_dm_tool_tell("%s takes %s; `cpe_dm %s --help` tells more", command->name, command->args, command->name);
         return false;
     }
     if (command->arg_max >= 0 && options->arg_cnt > command->arg_max) {
-        cpe_dm_tool_tell("%s does not take \"%s\": cpe_dm %s %s", command->name, options->args[command->arg_max],
-                         command->name, command->args);
+        cpe_dm_tool_tell("%s does not take \"%s\"; `cpe_dm %s --help` tells what it takes", command->name,
+                         options->args[command->arg_max], command->name);
         return false;
     }
     return true;

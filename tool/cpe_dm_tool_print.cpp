@@ -84,6 +84,9 @@ void cpe_dm_tool_tell_missing(const char *name, int32_t status) {
     case CPE_DM_ERR_SERVICE_UNAVAILABLE:
         cpe_dm_tool_tell("%s: out of service; try again later, or wait with `cpe_dm check --within`", name);
         break;
+    case CPE_DM_TOOL_NO_CHANNEL:
+        cpe_dm_tool_tell("%s: the number that the modem reports is no channel of that kind", name);
+        break;
     default:
         cpe_dm_tool_tell("%s: %s (%s); try again", name, cpe_dm_strerror(status), cpe_dm_status_name(status));
         break;

@@ -152,23 +152,17 @@ static void add_nr5g(const cpe_dm_nr5g_nbr_info &info) {
     }
 }
 
-/* Prints the response; the exit status. */
-static int print_response(const cpe_dm_info *info, uint32_t tech) {
-    uint32_t cnt = 0;
+/* Adds the neighbours of a response, or that there are none. */
+static void add_response(const cpe_dm_info *info, uint32_t tech) {
+    const size_t start = out.used;
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO) {
-        cnt = info->value.lte_nbr_info->nbr_len;
         add_lte(*info->value.lte_nbr_info);
     } else if (info->value_type == CPE_DM_VALUE_NR5G_NBR_INFO) {
-        cnt = info->value.nr5g_nbr_info->nbr_len;
         add_nr5g(*info->value.nr5g_nbr_info);
-    } else {
-        cpe_dm_tool_tell("the modem's scan for %s neighbours failed; try again", cpe_dm_tool_tech_name(tech));
-        return CPE_DM_TOOL_FAILED;
     }
-    if (cnt == 0 && !as_json) {
+    if (out.used == start && info->value_type != CPE_DM_VALUE_NONE && !as_json) {
         cpe_dm_tool_add(&out, "%-10s  no neighbours found\n", cpe_dm_tool_tech_name(tech));
     }
-    return cpe_dm_tool_print(&out);
 }
 
 static void tell_refused(uint32_t tech, int32_t status) {
@@ -209,8 +203,15 @@ static int scan_for(uint32_t tech, bool *goes_on) {
         return CPE_DM_TOOL_FAILED;
     }
     cpe_dm_info *info = response.exchange(nullptr);
-    const int printed = print_response(info, tech);
+    add_response(info, tech);
+    const bool succeeded = info->value_type != CPE_DM_VALUE_NONE;
     cpe_dm_release_info(info);
+    if (!succeeded) {
+        cpe_dm_tool_tell("the modem's scan for %s neighbours failed; try again", cpe_dm_tool_tech_name(tech));
+        return CPE_DM_TOOL_FAILED;
+    }
+    const int printed = cpe_dm_tool_print(&out);
+    *goes_on = printed == CPE_DM_TOOL_DONE;
     return printed;
 }
 

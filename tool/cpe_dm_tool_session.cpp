@@ -71,7 +71,7 @@ void cpe_dm_tool_tell_waiting(int64_t timeout_ms) {
 
 bool cpe_dm_tool_is_answer(int32_t status) {
     return status == CPE_DM_SUCCESS || status == CPE_DM_ERR_SERVICE_UNAVAILABLE ||
-           status == CPE_DM_ERR_INFO_UNAVAILABLE;
+           status == CPE_DM_ERR_INFO_UNAVAILABLE || status == CPE_DM_TOOL_NO_CHANNEL;
 }
 
 int cpe_dm_tool_exit_status(int32_t status) {

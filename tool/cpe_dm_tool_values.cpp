@@ -252,7 +252,7 @@ int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_k
     const bool always_follows = key == CPE_DM_TOOL_LTE_ENB || key == CPE_DM_TOOL_LTE_CELL;
     const bool nothing_follows = slot.status == CPE_DM_SUCCESS && cpe_dm_tool_is_derived(key) && !always_follows &&
                                  derive(key, static_cast<uint32_t>(slot.number[0])) == 0;
-    return nothing_follows ? int32_t{CPE_DM_ERR_INFO_UNAVAILABLE} : slot.status;
+    return nothing_follows ? int32_t{CPE_DM_TOOL_NO_CHANNEL} : slot.status;
 }
 
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {

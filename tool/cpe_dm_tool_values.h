@@ -14,6 +14,7 @@ struct cpe_dm_tool_slot {
 
 enum {
     CPE_DM_TOOL_NOT_ANSWERED = 1, /* not asked, or not answered yet */
+    CPE_DM_TOOL_NO_CHANNEL = 2,   /* of a derived value: the number that was answered is no channel */
     CPE_DM_TOOL_RECORD_CNT = 4,
 };
 
@@ -112,7 +113,7 @@ bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
 /* CPE_DM_SUCCESS when the value of the key is there, and why it is not otherwise: the status of the answer, or
- * CPE_DM_ERR_INFO_UNAVAILABLE for what does not follow from an answer, as the band of a number that is no channel. */
+ * CPE_DM_TOOL_NO_CHANNEL. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
 /* The number of counts of a value that is there and is a number; of the NR 5G CGI the 64 bits as they are. */

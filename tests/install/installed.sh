@@ -19,14 +19,15 @@ while read -r option; do
 done <"$dir/options"
 
 run_client "$(cd "$1" && pwd)/client/cpe_dm_client"
-for component in client dev lib standin; do
+for component in client tool dev lib standin; do
     cmake --install "$1" --prefix "$dir/first" --component "$component"
 done
 mv "$dir/first" "$dir/tree"
 grep -rlE "$source|$dir" "$dir/tree" && fail "these name a folder of the build"
-"$source/scripts/check-needed" "$dir/tree/bin/cpe_dm_client" "$dir/tree/lib/libcpe_dm.so.1"
+"$source/scripts/check-needed" "$dir"/tree/bin/cpe_dm* "$dir/tree/lib/libcpe_dm.so.1"
 "$source/scripts/check-needed" --hardened "$dir"/tree/lib/*.so
 run_client "$dir/tree/bin/cpe_dm_client"
+run_example "$dir/tree/bin/cpe_dm" get lte.rsrp
 
 cp -r "$example" "$dir/example"
 build "$dir/example/build" -S "$dir/example" -DCMAKE_PREFIX_PATH="$dir/tree"

@@ -1,6 +1,6 @@
 #!/bin/sh
 # packages.sh ARCHITECTURE [TOOLCHAIN-FILE LAUNCHER...]: unpacks the Debian packages in build/packages for this
-# architecture into an empty folder and uses them from there: the client runs, and a program is built and runs. Looks at
+# architecture into an empty folder and uses them from there: client and tool run, and a program is built and runs. Looks at
 # what Debian asks of a package, and what a box asks of a program.
 set -e
 # shellcheck source=tests/install/common.sh
@@ -25,11 +25,12 @@ for package in cpe-dm libcpe-dm1 libcpe-dm-dev cpe-dm-standin; do
 done
 lintian --fail-on error --suppress-tags no-copyright-file "$source"/build/packages/*_"$architecture".deb
 
-"$source/scripts/check-needed" "$dir/all/usr/bin/cpe_dm_client" "$libraries/libzeb_record.so" "$libraries/libcpe_dm.so.1"
+"$source/scripts/check-needed" "$dir"/all/usr/bin/cpe_dm* "$libraries/libzeb_record.so" "$libraries/libcpe_dm.so.1"
 "$source/scripts/check-needed" --hardened "$libraries"/*.so
 find "$dir/all" \( -name '*.so*' -o -path '*/bin/*' \) -exec readelf -d {} + | grep -E 'RPATH|RUNPATH' &&
     fail "what is packaged has a RUNPATH"
 LD_LIBRARY_PATH=$libraries run_client "$@" "$dir/all/usr/bin/cpe_dm_client"
+LD_LIBRARY_PATH=$libraries run_example "$@" "$dir/all/usr/bin/cpe_dm" get lte.rsrp
 
 build "$dir/build" -S "$example" ${toolchain:+"$toolchain"} -DCMAKE_PREFIX_PATH="$dir/all/usr"
 run_example "$@" "$dir/build/$program"

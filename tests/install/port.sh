@@ -25,6 +25,7 @@ sed -i -e "s,/path/to/platform,$dir/root," -e "s,-DCMAKE_TOOLCHAIN_FILE=.*,$tool
 
 export DIAG_LOG="$dir/log"
 LD_LIBRARY_PATH=$dir/root/lib run_client "$@" "$box/client/cpe_dm_client"
+LD_LIBRARY_PATH=$dir/root/lib run_example "$@" "$box/tool/cpe_dm" get lte.rsrp
 grep -q ' cpe_dm_zeb_nas\.cpp:[0-9]' "$DIAG_LOG" || fail "the log does not name its source"
 
 configure() { cmake "$box" -DCPE_DM_PLATFORM_ROOT="$1"; }

@@ -1,14 +1,15 @@
 #!/bin/sh
-# plot_signal.sh PLOT_SIGNAL: draws rows with a gap in them. Passes when that makes a picture, and not of other text;
-# skipped (77) without gnuplot.
+# plot_signal.sh PLOT_SIGNAL: draws rows with a gap in them, and a clock that was set back. Passes when that makes a picture
+# of the signals that have values, and of no others, and when other text makes none; skipped (77) without gnuplot.
 command -v gnuplot >/dev/null || { echo "skipped: there is no gnuplot" && exit 77; }
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
-cat >"$dir/signal.csv" <<'ROWS'
-time,lte_rsrp_dbm,lte_rsrq_db,lte_sinr_db,nr5g_rsrp_dbm,nr5g_rsrq_db,nr5g_sinr_db
-2026-11-23T06:00:00.123Z,-93,-10,12.8,,,
-2026-11-23T06:00:01.123Z,,,,,,
-2026-11-23T06:00:02.123Z,-95,-11,10.5,-88,-11,-0.5
+cat >"$dir/rows.csv" <<'ROWS'
+time,uptime,reg,lte.rsrp,lte.rsrq,lte.sinr,nr5g.rsrp
+2026-11-23T06:00:00.123Z,1.000,lte,-93,-10,,
+2026-11-23T06:00:01.123Z,2.000,none,,,,
+2026-11-23T05:00:00.000Z,3.000,lte_nr5g,-90,-9,,-88
 ROWS
-"$1" "$dir/signal.csv" "$dir/picture.svg" "Title" && grep -q '>RSRQ (dB)<' "$dir/picture.svg" || exit 1
+"$1" "$dir/rows.csv" "$dir/picture.svg" "Title" && grep -q '>RSRQ (dB)<' "$dir/picture.svg" || exit 1
+grep -q SINR "$dir/picture.svg" && exit 1
 ! "$1" "$0" "$dir/none.png"

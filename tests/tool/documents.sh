@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# documents.sh ROOT TOOL...: the manual page and docs/tool.md name every command and option that the tool knows, and the
+# completion offers them, and keys.
+root=$1
+shift
+tool=("$@")
+status=0
+wrong() {
+    echo "$*"
+    status=1
+}
+# shellcheck source=tool/cpe_dm.bash
+source "$root/tool/cpe_dm.bash"
+compopt() { :; }
+cpe_dm() { "${tool[@]}" "$@"; }
+# offered WORD...: what is offered behind these words, the last of which is being typed.
+offered() {
+    COMP_WORDS=(cpe_dm "$@")
+    COMP_CWORD=$#
+    _cpe_dm cpe_dm "${COMP_WORDS[-1]}" "${COMP_WORDS[-2]}"
+    echo "${COMPREPLY[*]}"
+}
+commands=$("$@" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+[ "$(offered '')" = "$(echo $commands)" ] || wrong "offered as commands: $(offered '')"
+for command in $commands; do
+    grep -q "^### \`$command\b" "$root/docs/tool.md" || wrong "docs/tool.md does not name $command"
+    grep -Eq "^\.B[IR]* \"?$command" "$root/tool/cpe_dm.1" || wrong "cpe_dm.1 does not name $command"
+    options=$("$@" "$command" --help | sed -nE 's/^ +(-[a-z], )?(--?[a-z]+) .*/\2/p')
+    [ "$(offered "$command" -)" = "$(echo $options)" ] || wrong "offered behind $command: $(offered "$command" -)"
+    for option in $options; do
+        grep -qF -e "${option//-/\\-}" "$root/tool/cpe_dm.1" || wrong "cpe_dm.1 does not name $option"
+    done
+done
+[ "$(offered get --raw lte.rs)" = "lte.rsrp lte.rsrq" ] || wrong "offered as keys: $(offered get --raw lte.rs)"
+[ "$(offered scan '')" = "lte nr5g all" ] || wrong "offered behind scan: $(offered scan '')"
+exit $status
