@@ -26,6 +26,12 @@ all_sources() {
         -type f \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print | LC_ALL=C sort)
 }
 
+# all_scripts: the shell scripts of the tree, those that are sourced too, one a line.
+all_scripts() {
+    (cd "$root" && grep -rlIE -m 1 --exclude-dir=build --exclude-dir=.git '^(#!.*[/ ](ba|da)?sh$|# shellcheck shell=)' . |
+        LC_ALL=C sort)
+}
+
 # build_to_run NAME PROGRAM [TARGET]: builds this program of the release folder (TARGET, where it is not named like the
 # program) when something has changed, with what it takes, for the script NAME, and says nothing but that it does so for
 # the first time, or what went wrong.

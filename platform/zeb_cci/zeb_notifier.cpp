@@ -79,3 +79,9 @@ int32_t zeb_client_register_notify_cb(zeb_client_handle notifier, zeb_client_not
         return ZEB_NO_ERR;
     });
 }
+
+void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
+    if (os_params != nullptr && !zeb_replay_wait(os_params, timeout_ms)) {
+        zeb_signal_wait(os_params, timeout_ms);
+    }
+}

@@ -1,5 +1,4 @@
 #include "zeb_signal.h"
-#include "zeb_endpoint.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -62,10 +61,7 @@ void zeb_signal_close(zeb_cci_os_params *os_params) {
     hub->changed.wait(guard, [s] { return s->waiting == 0; });
 }
 
-void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
-    if (os_params == nullptr || zeb_replay_wait(os_params, timeout_ms)) {
-        return;
-    }
+void zeb_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     os_signal *s = signal_of(os_params);
     std::unique_lock guard(hub->lock);
     const auto over = [s] { return s->in_use != generation || s->raised != 0; };
