@@ -27,6 +27,7 @@ grep -rlE "$source|$dir" "$dir/tree" && fail "these name a folder of the build"
 "$source/scripts/check-needed" "$dir/tree/bin/cpe_dm_client" "$dir/tree/lib/libcpe_dm.so.1"
 "$source/scripts/check-needed" --hardened "$dir"/tree/lib/*.so
 run_client "$dir/tree/bin/cpe_dm_client"
+"$dir/tree/bin/zeb_recording" page "$source/tests/recording/episode.rec" -o "$dir/page.html" || fail "no page"
 
 cp -r "$example" "$dir/example"
 build "$dir/example/build" -S "$dir/example" -DCMAKE_PREFIX_PATH="$dir/tree"
