@@ -4,7 +4,7 @@
 #   recorder  what is preloaded to record
 #   lib       the module as a shared library
 #   dev       public headers, both libraries, CMake package, pkg-config files
-#   standin   the platform's libraries for the desk, with headers and scenarios
+#   standin   the platform's libraries for the desk, with headers and scenarios, and zeb_recording
 # Programs and shared libraries are delivered (cmake/deliver.cmake) where they are built; here is what comes with them.
 include(CMakePackageConfigHelpers)
 
@@ -44,6 +44,8 @@ if(TARGET cpe_dm_shared)
 endif()
 
 if(NOT CPE_DM_PLATFORM_ROOT)
+    install(FILES ${PROJECT_SOURCE_DIR}/docs/man/zeb_recording.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+        COMPONENT standin)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/include/ TYPE INCLUDE COMPONENT standin)
     install(DIRECTORY ${PROJECT_SOURCE_DIR}/platform/scenarios
         DESTINATION ${CMAKE_INSTALL_DATADIR}/cpe_dm COMPONENT standin)

@@ -71,7 +71,8 @@ one, with a CMake package and pkg-config files.")
 
 set(CPACK_DEBIAN_STANDIN_DESCRIPTION "Diagnostic monitor of an LTE/5G modem, stand-in for the modem
 Stands in for the platform's libraries on a desk: libzeb_cci, libzebservices
-and libdiag with a virtual modem, their headers, and scenarios for it to play.
+and libdiag with a virtual modem, their headers, and scenarios for it to play;
+and zeb_recording, which says what a recording from a box says.
 Not for a box, which has libraries of its own by these names.")
 
 # Packages with libraries where the loader looks for them have it look again, and say which package a program needs that

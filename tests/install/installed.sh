@@ -28,6 +28,7 @@ grep -rlE "$source|$dir" "$dir/tree" && fail "these name a folder of the build"
 "$source/scripts/check-needed" --hardened "$dir"/tree/lib/*.so
 run_client "$dir/tree/bin/cpe_dm_client"
 run_example "$dir/tree/bin/cpe_dm" get lte.rsrp
+"$dir/tree/bin/zeb_recording" page "$source/tests/recording/episode.rec" -o "$dir/page.html" || fail "no page"
 
 cp -r "$example" "$dir/example"
 build "$dir/example/build" -S "$dir/example" -DCMAKE_PREFIX_PATH="$dir/tree"

@@ -12,6 +12,7 @@ wrong() {
 # shellcheck source=tool/cpe_dm.bash
 source "$root/tool/cpe_dm.bash"
 compopt() { :; }
+# shellcheck disable=SC2317 # the completion calls it
 cpe_dm() { "${tool[@]}" "$@"; }
 # offered WORD...: what is offered behind these words, the last of which is being typed.
 offered() {
@@ -20,14 +21,14 @@ offered() {
     _cpe_dm cpe_dm "${COMP_WORDS[-1]}" "${COMP_WORDS[-2]}"
     echo "${COMPREPLY[*]}"
 }
-commands=$("$@" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[ "$(offered '')" = "$(echo $commands)" ] || wrong "offered as commands: $(offered '')"
-for command in $commands; do
+mapfile -t commands < <("$@" --help | sed -n '/^Commands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
+[ "$(offered '')" = "${commands[*]}" ] || wrong "offered as commands: $(offered '')"
+for command in "${commands[@]}"; do
     grep -q "^### \`$command\b" "$root/docs/tool.md" || wrong "docs/tool.md does not name $command"
     grep -Eq "^\.B[IR]* \"?$command" "$root/tool/cpe_dm.1" || wrong "cpe_dm.1 does not name $command"
-    options=$("$@" "$command" --help | sed -nE 's/^ +(-[a-z], )?(--?[a-z]+) .*/\2/p')
-    [ "$(offered "$command" -)" = "$(echo $options)" ] || wrong "offered behind $command: $(offered "$command" -)"
-    for option in $options; do
+    mapfile -t options < <("$@" "$command" --help | sed -nE 's/^ +(-[a-z], )?(--?[a-z]+) .*/\2/p')
+    [ "$(offered "$command" -)" = "${options[*]}" ] || wrong "offered behind $command: $(offered "$command" -)"
+    for option in "${options[@]}"; do
         grep -qF -e "${option//-/\\-}" "$root/tool/cpe_dm.1" || wrong "cpe_dm.1 does not name $option"
     done
 done

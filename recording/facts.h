@@ -1,0 +1,86 @@
+/* What happened in a recording, as a whole: what was asked and how it went, the signal over time, where the box was
+ * served, and what failed. */
+#ifndef FACTS_H
+#define FACTS_H
+
+#include "session.h"
+
+#include <array>
+
+/* A call that took this long is slow; waits are not calls in this. */
+inline constexpr uint64_t FACTS_SLOW_US = 100000;
+
+/* A time without any line that is this long is a gap. */
+inline constexpr uint64_t FACTS_GAP_US = 10000000;
+
+/* One of the values that the charts show, by its metric. */
+struct facts_signal {
+    uint32_t metric;
+    const char *label; /* "LTE RSRP" */
+};
+
+inline constexpr size_t FACTS_SIGNALS = 6;
+extern const std::array<facts_signal, FACTS_SIGNALS> facts_signals;
+
+inline constexpr int32_t FACTS_NO_VALUE = INT32_MIN;
+
+/* What one answer or indication says of the signal; values in counts, FACTS_NO_VALUE where it has none. */
+struct facts_sample {
+    uint64_t us = 0;
+    size_t line = 0; /* of session::lines */
+    std::array<int32_t, FACTS_SIGNALS> values = {};
+};
+
+/* A time in which something was so. */
+struct facts_span {
+    uint64_t from_us = 0;
+    uint64_t to_us = 0;
+    size_t line = 0; /* that began it */
+    std::string text;
+    std::string more; /* what there is to say of it when it is looked at */
+};
+
+/* All requests, or indications, of one ID. */
+struct facts_message {
+    zeb_message_type type = ZEB_MESSAGE_REQUEST;
+    uint32_t id = 0;
+    size_t count = 0;
+    size_t failed = 0;       /* no answer, or one that refuses; of an indication: it could not be decoded */
+    size_t first_failed = 0; /* index of session::lines */
+    size_t undecoded = 0;    /* of an indication: it was not decoded */
+    uint64_t slowest_us = 0; /* of an indication: its callback */
+    size_t slowest = 0;      /* index of session::lines */
+};
+
+struct facts {
+    uint64_t from_us = 0;
+    uint64_t to_us = 0;
+    std::vector<facts_message> messages; /* by type and ID */
+    std::vector<facts_sample> samples;
+    std::vector<facts_span> registration; /* text: the name of the status */
+    std::vector<facts_span> lte_cells;
+    std::vector<facts_span> nr5g_cells;
+    std::vector<facts_span> outages;  /* not served, or without the modem's service */
+    std::vector<facts_span> absences; /* without the modem's service */
+    std::vector<facts_span> gaps;
+    std::vector<size_t> failures; /* lines */
+    std::vector<size_t> slow;
+    std::vector<size_t> unreturned; /* callbacks that did not return */
+    std::vector<size_t> events;
+    size_t restarts = 0;      /* the modem's service went and came back */
+    size_t registrations = 0; /* clients that were created */
+};
+
+facts facts_gather(const session &s);
+
+/* Whether the line tells of something that went wrong. A list of services without ours is none: the program waits. */
+bool facts_failed(const session_line &line);
+bool facts_slow(const session_line &line);
+
+/* Whether it is a callback that never returned. */
+bool facts_unreturned(const session_line &line);
+
+/* The registration status, CPE_DM_REG_..., that system information stands for. */
+uint32_t facts_registration(const message &sys_info, const uint8_t *bytes);
+
+#endif

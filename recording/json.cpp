@@ -1,0 +1,123 @@
+#include "json.h"
+
+#include <cstdio>
+
+namespace {
+
+/* Strings are written in ASCII whatever their bytes are, and without what ends a script in a page. A byte above 127,
+ * which no text of a recording has, is written as the character of that number. */
+void put_quoted(std::string &text, std::string_view value) {
+    text += '"';
+    for (const char c : value) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (c == '"' || c == '\\') {
+            text += '\\';
+            text += c;
+        } else if (byte < 0x20 || byte > 0x7E || c == '<' || c == '>' || c == '&') {
+            char escape[8];
+            snprintf(escape, sizeof(escape), "\\u%04x", unsigned{byte});
+            text += escape;
+        } else {
+            text += c;
+        }
+    }
+    text += '"';
+}
+
+void put_key(json_writer &to, std::string_view key) {
+    if (!to.first) {
+        to.text += ',';
+    }
+    to.first = false;
+    if (!key.empty()) {
+        put_quoted(to.text, key);
+        to.text += ':';
+    }
+}
+
+void put_element(json_writer &to, const field &f, const uint8_t *at, std::string_view key);
+
+/* One field of a message or group, under that key. */
+void put_field(json_writer &to, const field &f, const uint8_t *base, std::string_view key) {
+    if (f.place.max == 0) {
+        put_element(to, f, field_at(f, base, 0), key);
+        return;
+    }
+    json_open(to, '[', key);
+    for (uint32_t i = 0; i < field_count(f, base); i++) {
+        put_element(to, f, field_at(f, base, i), {});
+    }
+    json_close(to, ']');
+}
+
+void put_element(json_writer &to, const field &f, const uint8_t *at, std::string_view key) {
+    if (f.place.type == field_type::GROUP) {
+        json_open(to, '{', key);
+        for (const field &part : f.group) {
+            put_field(to, part, at, field_key(part));
+        }
+        json_close(to, '}');
+        return;
+    }
+    const std::string value = field_text(f, at);
+    const bool number = value.find_first_not_of("-.0123456789") == std::string::npos &&
+                        f.place.type != field_type::PLMN && f.place.type != field_type::PLMN_BYTES;
+    if (number) {
+        json_raw(to, value, key);
+    } else {
+        json_string(to, value, key);
+    }
+}
+
+} // namespace
+
+void json_open(json_writer &to, char bracket, std::string_view key) {
+    put_key(to, key);
+    to.text += bracket;
+    to.first = true;
+}
+
+void json_close(json_writer &to, char bracket) {
+    to.text += bracket;
+    to.first = false;
+}
+
+void json_string(json_writer &to, std::string_view value, std::string_view key) {
+    put_key(to, key);
+    put_quoted(to.text, value);
+}
+
+void json_number(json_writer &to, int64_t value, std::string_view key) {
+    json_raw(to, std::to_string(value), key);
+}
+
+void json_raw(json_writer &to, std::string_view value, std::string_view key) {
+    put_key(to, key);
+    to.text += value;
+}
+
+void json_message(json_writer &to, const message &m, const uint8_t *bytes) {
+    const uint8_t *base = bytes + m.body;
+    std::string_view open; // the object that is open
+    for (const field &f : m.fields) {
+        if (!field_present(f, base)) {
+            continue;
+        }
+        const std::string_view key = field_key(f);
+        const size_t dot = key.rfind('.');
+        const std::string_view prefix = key.substr(0, dot == std::string_view::npos ? 0 : dot);
+        if (prefix != open) {
+            if (!open.empty()) {
+                json_close(to, '}');
+            }
+            if (!prefix.empty()) {
+                json_open(to, '{', prefix);
+            }
+            open = prefix;
+        }
+        put_field(to, f, base, key.substr(prefix.empty() ? 0 : dot + 1));
+    }
+    if (!open.empty()) {
+        json_close(to, '}');
+    }
+}

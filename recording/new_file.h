@@ -1,0 +1,12 @@
+/* Files that this program writes. They are their owner's alone, as recordings are. */
+#ifndef NEW_FILE_H
+#define NEW_FILE_H
+
+#include <string>
+#include <string_view>
+
+/* Writes a file that does not exist yet. When one does that begins with `own`, where this is not empty, it is of this
+ * program's making, and is replaced. On failure nothing new is there, and the reason is in error: "file: reason". */
+bool new_file_write(const char *name, std::string_view text, std::string_view own, std::string &error);
+
+#endif

@@ -1,0 +1,46 @@
+#!/usr/bin/env python3
+"""known_lines.py SOURCES COMMAND...: every text that the module logs and the client prints, with values in it, goes through
+`COMMAND redact`, which must leave none out. What it leaves out needs a row in recording/known_lines_table.cpp."""
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+sources = pathlib.Path(sys.argv[1])
+literal = r'"((?:[^"\\]|\\.)*)"'
+calls = {"dm": r"CPE_DM_LOG_(?:ERROR|INFO)\(|CPE_DM_SUCCEEDS\([^;]*?,", "client": r"cpe_dm_client_print\(|print_usage_heading\("}
+# These print a name, a line of a table below, or what was read.
+passed_over = {"%s", "%-53s", "CPE DEMO APP : %s", r"%s\n%s\n%s"}
+samples = {"d": "7", "u": "7", "x": "0", "p": "0x7", "s": "LTE Serving Cell RSRP"}
+
+
+def texts():
+    for folder, call in calls.items():
+        for path in sorted((sources / folder).glob("*.cpp")):
+            source = path.read_text()
+            for found in re.finditer(rf"(?:{call})\s*((?:{literal}\s*|PRI(\w)\w*\s*)+)", source):
+                parts = re.findall(rf"{literal}|PRI(\w)", found[1])
+                yield "".join(text or conversion for text, conversion in parts)
+            if folder == "client": # those of the module are names
+                for table in re.findall(r"static const char \*const \w+\[\] = \{(.*?)\};", source, re.S):
+                    yield from re.findall(literal, table)
+
+
+lines = set()
+for text in texts():
+    text = re.sub(r"^(\\n)+|(\\n)+$", "", text)
+    if text not in passed_over and text.strip():
+        text = text.replace("%hi", "%d").replace("[%s] - %lld, ", "[LTE Serving Cell PLMN] - %lld, ")
+        lines.add(re.sub(r"%[a-z]*?([duxps])", lambda conversion: samples[conversion[1]], text))
+if len(lines) < 200:
+    sys.exit(f"only {len(lines)} texts were found")
+with tempfile.TemporaryDirectory() as folder:
+    recording, log, redacted = (pathlib.Path(folder) / name for name in ("rec", "log", "redacted"))
+    recording.write_text("zeb-recording 1\n")
+    log.write_text("".join(line + "\n" for line in sorted(lines)))
+    subprocess.run([*sys.argv[2:], "redact", recording, "-o", folder + "/out", "--also", log, "-o", redacted], check=True)
+    # What is an identity has changed, so lines are told from one another by all but their numbers.
+    bare = [re.sub(r"\d+", "7", line) for line in redacted.read_text().splitlines()]
+    missing = [line for line in sorted(lines) if re.sub(r"\d+", "7", line) not in bare]
+    sys.exit("left out:\n" + "\n".join(missing) if missing else 0)
