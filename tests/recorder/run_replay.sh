@@ -14,8 +14,10 @@ record=$1
 play=$2
 shift 2
 for program in "$record" "$play"; do
-    [ -e "$program/client/cpe_dm_client" ] && [ -e "$program/recorder/libzeb_record.so" ] ||
-        { echo "not built: $program" && exit 77; }
+    if ! [ -e "$program/client/cpe_dm_client" ] || ! [ -e "$program/recorder/libzeb_record.so" ]; then
+        echo "not built: $program"
+        exit 77
+    fi
 done
 
 # But for times, thread numbers and addresses.
