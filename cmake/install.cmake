@@ -2,6 +2,7 @@
 #   client    the test client, with its manual page
 #   tool      cpe_dm, with its manual page and its completion for bash
 #   recorder  what is preloaded to record
+#   service   what a box needs to be one of a fleet
 #   lib       the module as a shared library
 #   dev       public headers, both libraries, CMake package, pkg-config files
 #   standin   the platform's libraries for the desk, with headers and scenarios, and zeb_recording

@@ -1,0 +1,234 @@
+"""The servers of a fleet on one machine, each on loopback: mosquitto, Prometheus, busybox httpd; and Chromium."""
+import json
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import time
+import urllib.parse
+import urllib.request
+
+groups = []  # of all processes that were started; each is the first of a process group
+
+
+def free_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+def start(command, log, **more):
+    """A process, and what it starts, in a group of its own. What it says goes into the file log."""
+    with open(log, "ab") as said:
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stderr=said,
+                                   stdout=more.pop("stdout", said), start_new_session=True, **more)
+    groups.append(process)
+    return process
+
+
+def kill(process):
+    """Kills a group, and waits for its first process."""
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+    process.wait()
+
+
+def kill_all():
+    for process in groups:
+        try:
+            os.killpg(process.pid, signal.SIGKILL)
+        except ProcessLookupError:
+            pass
+    for process in groups:
+        process.wait()
+
+
+def until(condition, what, seconds=120, pause=0.1):
+    """Waits until the condition holds, which is tried again after each pause."""
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise TimeoutError(f"in vain for {seconds} s: {what}")
+        time.sleep(pause)
+
+
+def answers(port):
+    try:
+        socket.create_connection(("127.0.0.1", port), 1).close()
+        return True
+    except OSError:
+        return False
+
+
+def scale(text, factor):
+    """Prometheus's configuration or rules with every duration divided by the factor."""
+    unit = {"s": 1000, "m": 60000, "h": 3600000, "d": 86400000}
+    return re.sub(r"\b(\d+)([smhd])\b", lambda found: f"{max(1, round(int(found[1]) * unit[found[2]] / factor))}ms", text)
+
+
+class Broker:
+    """mosquitto with TLS, a user for each box, and one who reads all: `fleet`, who may also read what the broker costs."""
+
+    def __init__(self, folder, source, users):
+        self.folder = folder
+        self.port = free_port()
+        self.process = None
+        os.mkdir(folder)
+        openssl = ["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:prime256v1", "-nodes", "-days", "1",
+                   "-subj", "/CN=127.0.0.1", "-addext", "subjectAltName=IP:127.0.0.1",
+                   "-keyout", f"{folder}/key.pem", "-out", f"{folder}/ca.pem"]
+        subprocess.run(openssl, check=True, capture_output=True)
+        with open(f"{folder}/passwords", "w") as passwords:
+            passwords.writelines(f"{user}:{self.password(user)}\n" for user in [*users, "fleet"])
+        subprocess.run(["mosquitto_passwd", "-U", f"{folder}/passwords"], check=True)
+        shutil.copy(f"{source}/fleet/mqtt/acl", f"{folder}/acl")
+        with open(f"{folder}/acl", "a") as acl:
+            acl.write("topic read $SYS/#\n")
+        with open(f"{folder}/broker.conf", "w") as conf:
+            conf.write(f"listener {self.port} 127.0.0.1\ncertfile {folder}/ca.pem\nkeyfile {folder}/key.pem\nuser root\n"
+                       f"allow_anonymous false\npassword_file {folder}/passwords\nacl_file {folder}/acl\n"
+                       f"persistence true\npersistence_location {folder}/\nmax_queued_messages 0\nsys_interval 1\n")
+
+    @staticmethod
+    def password(user):
+        return f"secret-of-{user}"
+
+    def write_client(self, folder, program, user):
+        """The file of options of mosquitto_pub or mosquitto_sub, where XDG_CONFIG_HOME is the folder."""
+        with open(f"{folder}/{program}", "w", opener=lambda path, flags: os.open(path, flags, 0o600)) as options:
+            options.write(f"-h 127.0.0.1\n-p {self.port}\n-V mqttv5\n--cafile {self.folder}/ca.pem\n"
+                          f"-u {user}\n-P {self.password(user)}\n")
+
+    def start(self):
+        self.process = start(["mosquitto", "-c", f"{self.folder}/broker.conf"], f"{self.folder}/log")
+        until(lambda: answers(self.port), "the broker starts")
+
+    def kill(self):
+        self.process.send_signal(signal.SIGUSR1)  # it saves that there is a subscriber
+        time.sleep(0.5)
+        kill(self.process)
+
+
+class Subscriber:
+    """mosquitto_sub as the user `fleet`, with a session that the broker keeps while it is away."""
+
+    def __init__(self, folder, broker):
+        self.folder = folder
+        self.lines = {}  # box: set of its lines
+        self.count = 0   # of them, those that arrived again among them
+        self.again = 0
+        self.sys = {}    # what the broker says of itself, newest
+        self.rest = b""
+        os.mkdir(folder)
+        broker.write_client(folder, "mosquitto_sub", "fleet")
+        with open(f"{folder}/received", "wb") as received:
+            # It ends when a TLS connection breaks off.
+            again = "while :; do mosquitto_sub -c -i reader -q 1 -t 'cpe_dm/#' -t '$SYS/broker/#' -F '%t %p'; sleep 0.2; done"
+            self.process = start(["sh", "-c", again], f"{folder}/log", stdout=received,
+                                 env={**os.environ, "XDG_CONFIG_HOME": folder})
+        self.received = open(f"{folder}/received", "rb")
+
+    def read(self):
+        """Takes what has arrived by now."""
+        *lines, self.rest = (self.rest + self.received.read()).split(b"\n")
+        for line in lines:
+            topic, _, payload = line.decode().partition(" ")
+            if topic.startswith("$SYS/"):
+                self.sys[topic] = payload
+                continue
+            box = topic.removeprefix("cpe_dm/")
+            known = self.lines.setdefault(box, set())
+            if payload in known and payload != "null":
+                self.again += 1
+            known.add(payload)
+            self.count += 1
+
+    def is_there(self):
+        self.read()
+        return self.sys
+
+    def newest(self, seconds):
+        """What stands under every topic now: {box: payload}. Reads for so many seconds."""
+        done = subprocess.run(["mosquitto_sub", "-t", "cpe_dm/#", "-W", str(seconds), "-F", "%t %p"], capture_output=True,
+                              text=True, env={**os.environ, "XDG_CONFIG_HOME": self.folder})
+        return dict(line.removeprefix("cpe_dm/").split(" ", 1) for line in done.stdout.splitlines())
+
+
+class Prometheus:
+    """Prometheus with the fleet's configuration, every duration of which is divided by the factor."""
+
+    def __init__(self, folder, source, factor):
+        self.folder = folder
+        self.factor = factor
+        self.port = free_port()
+        self.url = f"http://127.0.0.1:{self.port}"
+        self.process = None
+        self.cpu_before = 0
+        os.makedirs(f"{folder}/boxes")
+        for name in ("prometheus.yml", "rules.yml", "alerts.yml"):
+            with open(f"{source}/fleet/prometheus/{name}") as file:
+                text = file.read()
+            # A busy machine may take long for an answer: as long as there is until the next one.
+            text = text.replace("scrape_timeout: 10s", "scrape_timeout: 30s")
+            with open(f"{folder}/{name}", "w") as file:
+                file.write(scale(text, factor))
+        self.command = ["prometheus", f"--config.file={folder}/prometheus.yml", f"--storage.tsdb.path={folder}/data",
+                        f"--web.listen-address=127.0.0.1:{self.port}", f"--web.user-assets={source}/fleet/page",
+                        f"--query.lookback-delta={scale('5m', factor)}", "--web.enable-admin-api", "--log.level=warn"]
+
+    def set_targets(self, targets):
+        """targets: {box: (address, path)}"""
+        with open(f"{self.folder}/boxes/new", "w") as file:
+            json.dump([{"targets": [address], "labels": {"instance": box, "__metrics_path__": path}}
+                       for box, (address, path) in targets.items()], file)
+        os.rename(f"{self.folder}/boxes/new", f"{self.folder}/boxes/all.json")
+
+    def start(self):
+        self.process = start(self.command, f"{self.folder}/log")
+        until(lambda: self.ready(), "Prometheus starts")
+
+    def ready(self):
+        try:
+            with urllib.request.urlopen(f"{self.url}/-/ready", timeout=5) as answer:
+                return answer.status == 200
+        except OSError:
+            return False
+
+    def get(self, path, **parameters):
+        url = f"{self.url}/api/v1/{path}?{urllib.parse.urlencode(parameters)}"
+        with urllib.request.urlopen(url, timeout=120) as answer:
+            return json.load(answer)["data"]
+
+    def query(self, expression, at=None):
+        return self.get("query", query=expression, **({"time": at} if at else {}))["result"]
+
+    def snapshot(self):
+        """All samples as blocks on the disk; their folder."""
+        request = urllib.request.Request(f"{self.url}/api/v1/admin/tsdb/snapshot", method="POST")
+        with urllib.request.urlopen(request, timeout=300) as answer:
+            return f"{self.folder}/data/snapshots/{json.load(answer)['data']['name']}"
+
+
+def start_httpd(folder, log):
+    """busybox httpd serves the folder; its port."""
+    port = free_port()
+    start(["busybox", "httpd", "-f", "-p", f"127.0.0.1:{port}", "-h", folder], log)
+    until(lambda: answers(port), "the web server starts")
+    return port
+
+
+def open_page(folder, url, *options):
+    """What Chromium makes of a page, which is given 5 s of its own time."""
+    command = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+               "--disable-background-networking", "--disable-component-update", "--disable-sync", "--disable-dev-shm-usage",
+               "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", f"--user-data-dir={folder}/profile",
+               "--window-size=1200,1500", "--virtual-time-budget=5000", *options, url]
+    process = start(command, f"{folder}/chromium.log", stdout=subprocess.PIPE)
+    try:
+        return process.communicate(timeout=120)[0].decode()
+    finally:
+        kill(process)
