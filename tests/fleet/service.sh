@@ -1,11 +1,12 @@
 #!/bin/bash
 # service.sh: the service of the box's package, installed and run for real, in two systems that exist in memory while this
-# runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Takes root, and
-# packages in build/packages; leaves nothing behind.
+# runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Takes root that may
+# mount, and packages in build/packages; leaves nothing behind.
 set -euo pipefail
 source=$(cd "$(dirname "$0")/../.." && pwd)
 [[ $(id -u) -eq 0 ]] || exec sudo "$0"
 if [[ ${1:-} != inside ]]; then
+    unshare --mount --pid --fork --mount-proc true || { echo "service.sh: not run: nobody may mount here" && exit; }
     exec unshare --mount --pid --fork --mount-proc --kill-child "$0" inside
 fi
 dir=$(mktemp -d)
