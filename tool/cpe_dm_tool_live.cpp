@@ -45,7 +45,7 @@ static struct {
     int chart_cnt;
     int name_width; /* of the longest name of a chart */
     int64_t number; /* of the newest row */
-    int history_cnt;
+    int64_t history_cnt;
     int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
     char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
     int note_cnt;
@@ -67,7 +67,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     live.keys = *keys;
     live.interval_ms = interval_ms;
     live.colours = secure_getenv("NO_COLOR") == nullptr;
-    live.history_cnt = static_cast<int>(std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX));
+    live.history_cnt = std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX);
     live.number = -1;
     for (int i = 0; i < keys->cnt && live.chart_cnt < CHART_MAX; i++) {
         if (strncmp(cpe_dm_tool_unit(keys->key[i]), "dB", 2) == 0) {
@@ -156,9 +156,12 @@ static void add_line(const char *line) {
     }
 }
 
+/* What is divided in a chart has 64 bits, as the numbers of rows have: a core without a division of its own takes a
+ * routine for each width. */
+
 /* The mean of the rows that one column of a chart stands for, or NO_VALUE. */
-static int column_value(const int16_t *history, int64_t first_row, int row_cnt) {
-    int sum = 0;
+static int column_value(const int16_t *history, int64_t first_row, int64_t row_cnt) {
+    int64_t sum = 0;
     int cnt = 0;
     for (int64_t row = std::max<int64_t>(first_row, live.number - live.history_cnt + 1); row < first_row + row_cnt;
          row++) {
@@ -167,7 +170,7 @@ static int column_value(const int16_t *history, int64_t first_row, int row_cnt) 
             cnt++;
         }
     }
-    return cnt > 0 ? sum / cnt : int{NO_VALUE};
+    return cnt > 0 ? static_cast<int>(sum / cnt) : int{NO_VALUE};
 }
 
 static const char *colour_of(const char *verdict) {
@@ -184,7 +187,7 @@ static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, cons
         return;
     }
     const char *wanted = colour_of(cpe_dm_tool_verdict(key, value));
-    const int level = (value - lowest) * static_cast<int>(std::size(blocks)) / (span + 1);
+    const int64_t level = (value - lowest) * std::ssize(blocks) / (int64_t{span} + 1);
     cpe_dm_tool_add(&screen, "%s%s", wanted != *colour ? wanted : "", blocks[level]);
     *colour = wanted;
 }
@@ -195,13 +198,13 @@ static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    const int rows_a_column = (live.history_cnt + width - 1) / width;
-    const int columns_a_row = std::max(width / live.history_cnt, 1);
-    const int column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
+    const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
+    const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
+    const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
     const int64_t newest = live.number / rows_a_column;
     int lowest = INT16_MAX;
     int highest = INT16_MIN;
-    for (int i = 0; i < column_cnt; i++) {
+    for (int64_t i = 0; i < column_cnt; i++) {
         values[i] = column_value(live.history[chart], (newest - column_cnt + 1 + i) * rows_a_column, rows_a_column);
         lowest = values[i] != NO_VALUE ? std::min(lowest, values[i]) : lowest;
         highest = std::max(highest, values[i]);
@@ -210,7 +213,7 @@ static void add_chart(int chart, int room) {
     const int span = std::max(highest - lowest, 8 * counts_per_unit);
     const int bottom = lowest - (span - (highest - lowest)) / 2;
     const char *colour = "";
-    for (int i = 0; i < column_cnt * columns_a_row; i++) {
+    for (int64_t i = 0; i < column_cnt * columns_a_row; i++) {
         add_block(values[i / columns_a_row], bottom, span, live.charts[chart], &colour);
     }
     cpe_dm_tool_add(&screen, "%s", colour[0] != '\0' ? "\033[0m" : "");
