@@ -23,8 +23,8 @@ enum {
 
 /* What an operator asks of the sign of (value - wanted). */
 struct op_row {
-    const char *symbol;
-    const char *word; /* the form that a shell leaves alone */
+    char symbol[3];
+    char word[5]; /* the form that a shell leaves alone */
     bool below;
     bool equal;
     bool above;

@@ -29,7 +29,7 @@ static const int64_t farewell_ms = 500;
 static const int value_width = 16;
 static const int range_width = 18;
 
-static const char *const blocks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+static const char blocks[][4] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 
 static struct {
     cpe_dm_tool_sink *sink;
@@ -132,14 +132,18 @@ void cpe_dm_tool_note(const char *line) {
     cpe_dm_tool_add(&note, "%s", line);
 }
 
+static int16_t *history_at(int chart, int64_t number) {
+    return &live.history[chart][number % live.history_cnt];
+}
+
 void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) {
     live.values = *values;
     for (int i = 0; i < live.chart_cnt; i++) {
         // What was skipped leaves a gap.
         for (int64_t skipped = std::max(live.number + 1, number - live.history_cnt); skipped < number; skipped++) {
-            live.history[i][skipped % live.history_cnt] = NO_VALUE;
+            *history_at(i, skipped) = NO_VALUE;
         }
-        int16_t *place = &live.history[i][number % live.history_cnt];
+        int16_t *place = history_at(i, number);
         *place = NO_VALUE;
         if (cpe_dm_tool_value_status(values, live.charts[i]) == CPE_DM_SUCCESS) {
             const int64_t count = cpe_dm_tool_value_number(values, live.charts[i]);
@@ -160,13 +164,13 @@ static void add_line(const char *line) {
  * routine for each width. */
 
 /* The mean of the rows that one column of a chart stands for, or NO_VALUE. */
-static int column_value(const int16_t *history, int64_t first_row, int64_t row_cnt) {
+static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
     int64_t sum = 0;
     int cnt = 0;
     for (int64_t row = std::max<int64_t>(first_row, live.number - live.history_cnt + 1); row < first_row + row_cnt;
          row++) {
-        if (row >= 0 && row <= live.number && history[row % live.history_cnt] != NO_VALUE) {
-            sum += history[row % live.history_cnt];
+        if (row >= 0 && row <= live.number && *history_at(chart, row) != NO_VALUE) {
+            sum += *history_at(chart, row);
             cnt++;
         }
     }
@@ -205,7 +209,7 @@ static void add_chart(int chart, int room) {
     int lowest = INT16_MAX;
     int highest = INT16_MIN;
     for (int64_t i = 0; i < column_cnt; i++) {
-        values[i] = column_value(live.history[chart], (newest - column_cnt + 1 + i) * rows_a_column, rows_a_column);
+        values[i] = column_value(chart, (newest - column_cnt + 1 + i) * rows_a_column, rows_a_column);
         lowest = values[i] != NO_VALUE ? std::min(lowest, values[i]) : lowest;
         highest = std::max(highest, values[i]);
     }

@@ -15,7 +15,7 @@
 
 /* The gauges that are a value of either technology each. */
 static const struct {
-    const char *name;
+    char name[13];
     const char *help;
     cpe_dm_tool_key key[2]; /* of LTE, of NR 5G */
 } gauges[] = {
@@ -25,11 +25,11 @@ static const struct {
     {"tx_power_dbm", "Transmit power.", {CPE_DM_TOOL_LTE_TX_POWER, CPE_DM_TOOL_NR5G_TX_POWER}},
 };
 
-static const char *const tech_labels[] = {"lte", "nr5g"};
+static const char tech_labels[][5] = {"lte", "nr5g"};
 
 /* The labels of cpe_dm_cell_info, besides the technology, and the values behind them. */
 static const struct {
-    const char *name;
+    char name[8];
     cpe_dm_tool_key key[2];
 } cell_labels[] = {
     {"plmn", {CPE_DM_TOOL_LTE_PLMN, CPE_DM_TOOL_NR5G_PLMN}},       {"tac", {CPE_DM_TOOL_LTE_TAC, CPE_DM_TOOL_NR5G_TAC}},

@@ -41,7 +41,7 @@ enum verdict {
     VERDICT_CNT,
 };
 
-static const char *const verdict_names[] = {"ok", "warning", "impossible", "not reported", "failed"};
+static const char verdict_names[][13] = {"ok", "warning", "impossible", "not reported", "failed"};
 static_assert(std::size(verdict_names) == VERDICT_CNT);
 
 /* What is said of one value. */

@@ -34,7 +34,7 @@ static_assert(std::size(sources) == CPE_DM_TOOL_KEY_CNT, "every key has its row"
 /* What has no description of its own in the library. */
 static constexpr struct derived_row {
     cpe_dm_tool_key key;
-    const char *name;
+    char name[13];
     const char *meaning;
 } derived_rows[] = {
     {CPE_DM_TOOL_LTE_ENB, "lte.enb", "base station, a part of the CGI"},
