@@ -47,19 +47,17 @@ static_assert(std::size(verdict_names) == VERDICT_CNT);
 /* What is said of one value. */
 struct finding {
     verdict judged;
-    char remark[80];
+    const char *remark;
 };
 
 static bool as_json;
 static char out_data[16384];
 static cpe_dm_tool_text out = {out_data, sizeof(out_data), 0};
 static int counts[VERDICT_CNT];
+static char range_remark[80]; /* of the newest finding about a range */
 
 static finding of(verdict judged, const char *remark) {
-    finding found = {judged, ""};
-    cpe_dm_tool_text text = {found.remark, sizeof(found.remark), 0};
-    cpe_dm_tool_add(&text, "%s", remark);
-    return found;
+    return {judged, remark};
 }
 
 /* One line (or one object) of the result. */
@@ -87,10 +85,9 @@ static finding judge_range(const range_row &range, int64_t number) {
     cpe_dm_count_text(least, sizeof(least), possible ? range.mostly_least : range.least,
                       cpe_dm_tool_counts_per_unit(key));
     cpe_dm_count_text(most, sizeof(most), possible ? range.mostly_most : range.most, cpe_dm_tool_counts_per_unit(key));
-    finding found = {possible ? WARNING : IMPOSSIBLE, ""};
-    cpe_dm_tool_text text = {found.remark, sizeof(found.remark), 0};
+    cpe_dm_tool_text text = {range_remark, sizeof(range_remark), 0};
     cpe_dm_tool_add(&text, "%s %s to %s %s", possible ? "is mostly" : "can be", least, most, cpe_dm_tool_unit(key));
-    return found;
+    return of(possible ? WARNING : IMPOSSIBLE, range_remark);
 }
 
 static finding judge_cgi(int64_t number, int bits) {
