@@ -120,7 +120,11 @@ bool cpe_dm_tool_quit_pressed() {
     char typed[64];
     const ssize_t cnt = read(STDIN_FILENO, typed, sizeof(typed));
     live.keys_ended = cnt <= 0; // a terminal that has gone says so again and again
-    return std::any_of(typed, typed + std::max<ssize_t>(cnt, 0), [](char key) { return key == 'q' || key == 'Q'; });
+    bool quit = false;
+    for (ssize_t i = 0; i < cnt; i++) {
+        quit = quit || typed[i] == 'q' || typed[i] == 'Q';
+    }
+    return quit;
 }
 
 void cpe_dm_tool_note(const char *line) {
@@ -296,11 +300,6 @@ static void add_tech(uint32_t tech) {
     }
 }
 
-static bool has_key_of(uint32_t tech) {
-    return std::any_of(live.keys.key, live.keys.key + live.keys.cnt,
-                       [tech](cpe_dm_tool_key key) { return cpe_dm_tool_tech_of(key) == tech; });
-}
-
 static void add_head() {
     char line[160];
     cpe_dm_tool_text text = {line, sizeof(line), 0};
@@ -334,7 +333,7 @@ int cpe_dm_tool_draw() {
     cpe_dm_tool_add(&screen, "\033[H");
     add_head();
     for (const uint32_t tech : {uint32_t{CPE_DM_TECH_LTE}, uint32_t{CPE_DM_TECH_NR5G}}) {
-        if (has_key_of(tech)) {
+        if (cpe_dm_tool_has_key_of(&live.keys, tech)) {
             add_tech(tech);
         }
     }

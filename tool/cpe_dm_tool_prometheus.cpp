@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -203,10 +202,10 @@ static void add_cqi(const cpe_dm_tool_values *values) {
 static void add_cells(const cpe_dm_tool_values *values) {
     add_head("cell_info", "gauge", "The serving cell, in the labels; always 1.");
     for (int tech = 0; tech < 2; tech++) {
-        const bool there =
-            std::any_of(std::begin(cell_labels), std::end(cell_labels), [values, tech](const auto &label) {
-                return cpe_dm_tool_value_status(values, label.key[tech]) == CPE_DM_SUCCESS;
-            });
+        bool there = false;
+        for (const auto &label : cell_labels) {
+            there = there || cpe_dm_tool_value_status(values, label.key[tech]) == CPE_DM_SUCCESS;
+        }
         if (!there) {
             continue;
         }

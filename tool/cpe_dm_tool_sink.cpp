@@ -25,7 +25,7 @@ static bool join_rows(int fd, const char *path, const char *header, off_t size) 
     char last = '\0';
     const size_t len = header != nullptr ? strlen(header) : 0;
     if (len > sizeof(start) ||
-        (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || memcmp(start, header, len) != 0))) {
+        (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || strncmp(start, header, len) != 0))) {
         cpe_dm_tool_tell("%s has other columns; name the same keys in the same order, or another file", path);
         return false;
     }

@@ -178,6 +178,15 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key) {
     keys->key[keys->cnt++] = key;
 }
 
+bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech) {
+    for (int i = 0; i < keys->cnt; i++) {
+        if (cpe_dm_tool_tech_of(keys->key[i]) == tech) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key) {
     for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
         *key = static_cast<cpe_dm_tool_key>(i);
