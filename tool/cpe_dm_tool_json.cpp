@@ -5,10 +5,8 @@
 
 cpe_dm_tool_moment cpe_dm_tool_now() {
     cpe_dm_tool_moment now = {};
-    timespec boot = {};
     clock_gettime(CLOCK_REALTIME, &now.time);
-    clock_gettime(CLOCK_BOOTTIME, &boot);
-    now.uptime_ms = int64_t{boot.tv_sec} * 1000 + boot.tv_nsec / 1000000;
+    now.uptime_ms = cpe_dm_tool_clock_ms(CLOCK_BOOTTIME);
     return now;
 }
 

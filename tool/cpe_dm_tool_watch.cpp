@@ -11,8 +11,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdarg>
-#include <cstdio>
 #include <iterator>
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -81,7 +79,7 @@ __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) 
     cpe_dm_tool_add(&line, " ");
     va_list args;
     va_start(args, format);
-    vsnprintf(data + line.used, sizeof(data) - line.used, format, args);
+    cpe_dm_tool_add_args(&line, format, args);
     va_end(args);
     if (watch.live) {
         cpe_dm_tool_note(data);
