@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -40,15 +39,15 @@ static struct {
     bool known_mode; /* standard input is the terminal, and mode its mode as it was at first */
     termios mode;
     bool keys_ended; /* nothing more can be typed */
-    cpe_dm_tool_values values;
     cpe_dm_tool_key charts[CHART_MAX];
     int chart_cnt;
     int name_width; /* of the longest name of a chart */
     int64_t number; /* of the newest row */
     int64_t history_cnt;
-    int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
-    char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
     int note_cnt;
+    cpe_dm_tool_values values;
+    char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
+    int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
 } live;
 
 /* The screen that is being drawn: lines are cut where it ends. */
@@ -136,6 +135,7 @@ void cpe_dm_tool_note(const char *line) {
     cpe_dm_tool_add(&note, "%s", line);
 }
 
+/* The place of a row, by its number, in the history of a chart. */
 static int16_t *history_at(int chart, int64_t number) {
     return &live.history[chart][number % live.history_cnt];
 }
@@ -163,9 +163,6 @@ static void add_line(const char *line) {
         cpe_dm_tool_add(&screen, "%.*s\033[K\r\n", columns, line);
     }
 }
-
-/* What is divided in a chart has 64 bits, as the numbers of rows have: a core without a division of its own takes a
- * routine for each width. */
 
 /* The mean of the rows that one column of a chart stands for, or NO_VALUE. */
 static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
@@ -206,6 +203,7 @@ static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
+    // 64 bits, as the numbers of rows have: where the processor cannot divide, each width takes a routine of its own.
     const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
     const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
     const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;

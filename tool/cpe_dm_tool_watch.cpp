@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
 #include <iterator>
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -39,7 +40,6 @@ static struct {
     uint64_t metrics;      /* what the modem is asked for, a bit each */
     bool rows;             /* rows go out, or are shown */
     bool live;
-    cpe_dm_tool_sink sink;
     int bell;
     int signals;
     bool asking;      /* the modem is being asked */
@@ -55,6 +55,7 @@ static struct {
     bool reader_gone;
     bool ended;
     int status; /* the exit status */
+    cpe_dm_tool_sink sink;
 } watch;
 
 static cell lte_cell = {{CPE_DM_TOOL_LTE_CGI, CPE_DM_TOOL_LTE_PCI, CPE_DM_TOOL_LTE_EARFCN},
