@@ -35,9 +35,12 @@ static_assert(CPE_DM_METRIC_CNT == 35, "a new metric of neighbours has a row abo
 
 /* The row of a neighbour metric; null for any other ID. */
 static const nbr_row *find_nbr(uint32_t id) {
-    const nbr_row *row =
-        std::find_if(std::begin(nbr_rows), std::end(nbr_rows), [id](const nbr_row &r) { return r.id == id; });
-    return row != std::end(nbr_rows) ? row : nullptr;
+    for (const nbr_row &row : nbr_rows) {
+        if (row.id == id) {
+            return &row;
+        }
+    }
+    return nullptr;
 }
 
 /* Stores a value of type T, widened to 64 bits. The caller names the type T, so that a value of another type does not
@@ -423,8 +426,12 @@ static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm
 }
 
 static bool names_neighbours(const cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
-    return std::any_of(dm_info_list, dm_info_list + dm_info_list_cnt,
-                       [](const cpe_dm_info &info) { return find_nbr(info.id) != nullptr; });
+    for (int32_t i = 0; i < dm_info_list_cnt; i++) {
+        if (find_nbr(dm_info_list[i].id) != nullptr) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /* Gets one metric of a list; not used for neighbour metrics. Called without the lock, which cpe_dm_get_info takes

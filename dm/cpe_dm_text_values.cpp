@@ -22,12 +22,14 @@ char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_
 }
 
 char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz) {
+    // 64 bits, as in cpe_dm_count_text: where the processor cannot divide, each width takes a routine of its own.
+    uint64_t count = khz;
     uint32_t counts_per_unit = 1000;
-    while (counts_per_unit > 1 && khz % 10 == 0) {
-        khz /= 10;
+    while (counts_per_unit > 1 && count % 10 == 0) {
+        count /= 10;
         counts_per_unit /= 10;
     }
-    return cpe_dm_count_text(text, size, khz, counts_per_unit);
+    return cpe_dm_count_text(text, size, static_cast<int64_t>(count), counts_per_unit);
 }
 
 char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn) {

@@ -5,7 +5,6 @@
 #include "cpe_dm_bounded.h"
 #include "cpe_dm_log.h"
 
-#include <algorithm>
 #include <cstring>
 #include <iterator>
 
@@ -26,8 +25,10 @@ static void nas_copy_lte_serving(const zeb_nas_cell_location_info_resp &resp, cp
     to.earfcn = from.earfcn;
     to.pci = from.serving_cell_id;
     const zeb_nas_intra_cell *end = from.cells + cpe_dm_bounded(from.cells_len, std::size(from.cells));
-    const zeb_nas_intra_cell *cell =
-        std::find_if(from.cells, end, [&](const zeb_nas_intra_cell &c) { return c.pci == from.serving_cell_id; });
+    const zeb_nas_intra_cell *cell = from.cells;
+    while (cell != end && cell->pci != from.serving_cell_id) {
+        cell++;
+    }
     if (cell != end) {
         CPE_DM_LOG_INFO("LTE serving cell info - rsrp[%hi]", cell->rsrp);
         CPE_DM_LOG_INFO("LTE serving cell info - rsrq[%hi]", cell->rsrq);

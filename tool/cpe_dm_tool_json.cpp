@@ -5,10 +5,8 @@
 
 cpe_dm_tool_moment cpe_dm_tool_now() {
     cpe_dm_tool_moment now = {};
-    timespec boot = {};
     clock_gettime(CLOCK_REALTIME, &now.time);
-    clock_gettime(CLOCK_BOOTTIME, &boot);
-    now.uptime_ms = int64_t{boot.tv_sec} * 1000 + boot.tv_nsec / 1000000;
+    now.uptime_ms = cpe_dm_tool_clock_ms(CLOCK_BOOTTIME);
     return now;
 }
 
@@ -104,11 +102,6 @@ static uint32_t add_members(cpe_dm_tool_text *text, const cpe_dm_tool_values *va
     return cnt;
 }
 
-static bool has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech) {
-    return std::any_of(keys->key, keys->key + keys->cnt,
-                       [tech](cpe_dm_tool_key key) { return cpe_dm_tool_tech_of(key) == tech; });
-}
-
 void cpe_dm_tool_add_json_object(cpe_dm_tool_text *text, const cpe_dm_tool_moment *moment,
                                  const cpe_dm_tool_values *values, const cpe_dm_tool_keys *keys,
                                  void (*add_more)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values,
@@ -116,7 +109,7 @@ void cpe_dm_tool_add_json_object(cpe_dm_tool_text *text, const cpe_dm_tool_momen
     cpe_dm_tool_add_json_moment(text, moment);
     uint32_t cnt = add_members(text, values, keys, CPE_DM_TECH_NONE);
     for (const uint32_t tech : {uint32_t{CPE_DM_TECH_LTE}, uint32_t{CPE_DM_TECH_NR5G}}) {
-        if (has_key_of(keys, tech)) {
+        if (cpe_dm_tool_has_key_of(keys, tech)) {
             add_separator(text, cnt++);
             cpe_dm_tool_add(text, tech == CPE_DM_TECH_LTE ? "\"lte\":{" : "\"nr5g\":{");
             add_members(text, values, keys, tech);

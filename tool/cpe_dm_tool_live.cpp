@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -29,7 +28,7 @@ static const int64_t farewell_ms = 500;
 static const int value_width = 16;
 static const int range_width = 18;
 
-static const char *const blocks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
+static const char blocks[][4] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};
 
 static struct {
     cpe_dm_tool_sink *sink;
@@ -40,15 +39,15 @@ static struct {
     bool known_mode; /* standard input is the terminal, and mode its mode as it was at first */
     termios mode;
     bool keys_ended; /* nothing more can be typed */
-    cpe_dm_tool_values values;
     cpe_dm_tool_key charts[CHART_MAX];
     int chart_cnt;
     int name_width; /* of the longest name of a chart */
     int64_t number; /* of the newest row */
-    int history_cnt;
-    int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
-    char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
+    int64_t history_cnt;
     int note_cnt;
+    cpe_dm_tool_values values;
+    char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
+    int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
 } live;
 
 /* The screen that is being drawn: lines are cut where it ends. */
@@ -67,7 +66,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     live.keys = *keys;
     live.interval_ms = interval_ms;
     live.colours = secure_getenv("NO_COLOR") == nullptr;
-    live.history_cnt = static_cast<int>(std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX));
+    live.history_cnt = std::clamp<int64_t>(minute_ms / interval_ms, 1, HISTORY_MAX);
     live.number = -1;
     for (int i = 0; i < keys->cnt && live.chart_cnt < CHART_MAX; i++) {
         if (strncmp(cpe_dm_tool_unit(keys->key[i]), "dB", 2) == 0) {
@@ -120,7 +119,11 @@ bool cpe_dm_tool_quit_pressed() {
     char typed[64];
     const ssize_t cnt = read(STDIN_FILENO, typed, sizeof(typed));
     live.keys_ended = cnt <= 0; // a terminal that has gone says so again and again
-    return std::any_of(typed, typed + std::max<ssize_t>(cnt, 0), [](char key) { return key == 'q' || key == 'Q'; });
+    bool quit = false;
+    for (ssize_t i = 0; i < cnt; i++) {
+        quit = quit || typed[i] == 'q' || typed[i] == 'Q';
+    }
+    return quit;
 }
 
 void cpe_dm_tool_note(const char *line) {
@@ -132,14 +135,19 @@ void cpe_dm_tool_note(const char *line) {
     cpe_dm_tool_add(&note, "%s", line);
 }
 
+/* The place of a row, by its number, in the history of a chart. */
+static int16_t *history_at(int chart, int64_t number) {
+    return &live.history[chart][number % live.history_cnt];
+}
+
 void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) {
     live.values = *values;
     for (int i = 0; i < live.chart_cnt; i++) {
         // What was skipped leaves a gap.
         for (int64_t skipped = std::max(live.number + 1, number - live.history_cnt); skipped < number; skipped++) {
-            live.history[i][skipped % live.history_cnt] = NO_VALUE;
+            *history_at(i, skipped) = NO_VALUE;
         }
-        int16_t *place = &live.history[i][number % live.history_cnt];
+        int16_t *place = history_at(i, number);
         *place = NO_VALUE;
         if (cpe_dm_tool_value_status(values, live.charts[i]) == CPE_DM_SUCCESS) {
             const int64_t count = cpe_dm_tool_value_number(values, live.charts[i]);
@@ -157,17 +165,17 @@ static void add_line(const char *line) {
 }
 
 /* The mean of the rows that one column of a chart stands for, or NO_VALUE. */
-static int column_value(const int16_t *history, int64_t first_row, int row_cnt) {
-    int sum = 0;
+static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
+    int64_t sum = 0;
     int cnt = 0;
     for (int64_t row = std::max<int64_t>(first_row, live.number - live.history_cnt + 1); row < first_row + row_cnt;
          row++) {
-        if (row >= 0 && row <= live.number && history[row % live.history_cnt] != NO_VALUE) {
-            sum += history[row % live.history_cnt];
+        if (row >= 0 && row <= live.number && *history_at(chart, row) != NO_VALUE) {
+            sum += *history_at(chart, row);
             cnt++;
         }
     }
-    return cnt > 0 ? sum / cnt : int{NO_VALUE};
+    return cnt > 0 ? static_cast<int>(sum / cnt) : int{NO_VALUE};
 }
 
 static const char *colour_of(const char *verdict) {
@@ -184,7 +192,7 @@ static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, cons
         return;
     }
     const char *wanted = colour_of(cpe_dm_tool_verdict(key, value));
-    const int level = (value - lowest) * static_cast<int>(std::size(blocks)) / (span + 1);
+    const int64_t level = (value - lowest) * std::ssize(blocks) / (int64_t{span} + 1);
     cpe_dm_tool_add(&screen, "%s%s", wanted != *colour ? wanted : "", blocks[level]);
     *colour = wanted;
 }
@@ -195,14 +203,15 @@ static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    const int rows_a_column = (live.history_cnt + width - 1) / width;
-    const int columns_a_row = std::max(width / live.history_cnt, 1);
-    const int column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
+    // 64 bits, as the numbers of rows have: where the processor cannot divide, each width takes a routine of its own.
+    const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
+    const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
+    const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
     const int64_t newest = live.number / rows_a_column;
     int lowest = INT16_MAX;
     int highest = INT16_MIN;
-    for (int i = 0; i < column_cnt; i++) {
-        values[i] = column_value(live.history[chart], (newest - column_cnt + 1 + i) * rows_a_column, rows_a_column);
+    for (int64_t i = 0; i < column_cnt; i++) {
+        values[i] = column_value(chart, (newest - column_cnt + 1 + i) * rows_a_column, rows_a_column);
         lowest = values[i] != NO_VALUE ? std::min(lowest, values[i]) : lowest;
         highest = std::max(highest, values[i]);
     }
@@ -210,7 +219,7 @@ static void add_chart(int chart, int room) {
     const int span = std::max(highest - lowest, 8 * counts_per_unit);
     const int bottom = lowest - (span - (highest - lowest)) / 2;
     const char *colour = "";
-    for (int i = 0; i < column_cnt * columns_a_row; i++) {
+    for (int64_t i = 0; i < column_cnt * columns_a_row; i++) {
         add_block(values[i / columns_a_row], bottom, span, live.charts[chart], &colour);
     }
     cpe_dm_tool_add(&screen, "%s", colour[0] != '\0' ? "\033[0m" : "");
@@ -289,11 +298,6 @@ static void add_tech(uint32_t tech) {
     }
 }
 
-static bool has_key_of(uint32_t tech) {
-    return std::any_of(live.keys.key, live.keys.key + live.keys.cnt,
-                       [tech](cpe_dm_tool_key key) { return cpe_dm_tool_tech_of(key) == tech; });
-}
-
 static void add_head() {
     char line[160];
     cpe_dm_tool_text text = {line, sizeof(line), 0};
@@ -327,7 +331,7 @@ int cpe_dm_tool_draw() {
     cpe_dm_tool_add(&screen, "\033[H");
     add_head();
     for (const uint32_t tech : {uint32_t{CPE_DM_TECH_LTE}, uint32_t{CPE_DM_TECH_NR5G}}) {
-        if (has_key_of(tech)) {
+        if (cpe_dm_tool_has_key_of(&live.keys, tech)) {
             add_tech(tech);
         }
     }

@@ -23,8 +23,8 @@ static constexpr number_range seconds(int64_t cpe_dm_tool_options::*number, int3
 struct option_row {
     uint32_t bit;
     char letter; /* '\0': there is none */
-    const char *name;
-    const char *argument; /* its form; "": the option takes none */
+    char name[9];
+    char argument[11]; /* its form; "": the option takes none */
     number_range range;
     const char *help;
 };

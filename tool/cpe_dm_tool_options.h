@@ -43,7 +43,7 @@ struct cpe_dm_tool_options {
 };
 
 struct cpe_dm_tool_command {
-    const char *name;
+    char name[9];
     const char *args;    /* the form of the arguments, for the help */
     int arg_min;         /* how many arguments there must be ... */
     int arg_max;         /* ... and may be; -1: any number */

@@ -2,10 +2,14 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <poll.h>
 #include <unistd.h>
+
+bool cpe_dm_tool_ready(int fd, short events, int patience_ms) {
+    pollfd one = {fd, events, 0};
+    return poll(&one, 1, patience_ms) > 0;
+}
 
 int cpe_dm_tool_write(int fd, const char *data, size_t len) {
     while (len > 0) {
@@ -14,8 +18,7 @@ int cpe_dm_tool_write(int fd, const char *data, size_t len) {
             data += written;
             len -= static_cast<size_t>(written);
         } else if (errno == EAGAIN) {
-            pollfd room = {fd, POLLOUT, 0};
-            poll(&room, 1, -1);
+            cpe_dm_tool_ready(fd, POLLOUT, -1);
         } else if (errno != EINTR) {
             return errno;
         }
@@ -39,13 +42,10 @@ void cpe_dm_tool_tell(const char *format, ...) {
     cpe_dm_tool_add(&text, "cpe_dm: ");
     va_list args;
     va_start(args, format);
-    const int len = vsnprintf(line + text.used, text.size - text.used, format, args);
+    cpe_dm_tool_add_args(&text, format, args);
     va_end(args);
-    const size_t room = text.size - text.used - 1;
-    text.used += len < 0 ? 0 : static_cast<size_t>(len) < room ? static_cast<size_t>(len) : room;
     line[text.used++] = '\n';
-    pollfd taker = {STDERR_FILENO, POLLOUT, 0};
-    if (poll(&taker, 1, 1000) > 0) {
+    if (cpe_dm_tool_ready(STDERR_FILENO, POLLOUT, 1000)) {
         // There is nobody to tell that a message could not be written.
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, text.used);
     }

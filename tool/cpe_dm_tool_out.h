@@ -13,6 +13,9 @@ enum {
     CPE_DM_TOOL_FAILED = 4,   /* modem, module or output failed, or the time ran out */
 };
 
+/* Waits until the descriptor is ready for these events of poll; whether it was in time. -1 ms: without limit. */
+bool cpe_dm_tool_ready(int fd, short events, int patience_ms);
+
 /* Writes it all, waiting where a descriptor that does not block is full. Returns 0 or an errno value. */
 int cpe_dm_tool_write(int fd, const char *data, size_t len);
 

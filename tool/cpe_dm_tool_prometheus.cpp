@@ -9,13 +9,12 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <iterator>
 #include <sys/stat.h>
 #include <unistd.h>
 
 /* The gauges that are a value of either technology each. */
 static const struct {
-    const char *name;
+    char name[13];
     const char *help;
     cpe_dm_tool_key key[2]; /* of LTE, of NR 5G */
 } gauges[] = {
@@ -25,11 +24,11 @@ static const struct {
     {"tx_power_dbm", "Transmit power.", {CPE_DM_TOOL_LTE_TX_POWER, CPE_DM_TOOL_NR5G_TX_POWER}},
 };
 
-static const char *const tech_labels[] = {"lte", "nr5g"};
+static const char tech_labels[][5] = {"lte", "nr5g"};
 
 /* The labels of cpe_dm_cell_info, besides the technology, and the values behind them. */
 static const struct {
-    const char *name;
+    char name[8];
     cpe_dm_tool_key key[2];
 } cell_labels[] = {
     {"plmn", {CPE_DM_TOOL_LTE_PLMN, CPE_DM_TOOL_NR5G_PLMN}},       {"tac", {CPE_DM_TOOL_LTE_TAC, CPE_DM_TOOL_NR5G_TAC}},
@@ -203,10 +202,10 @@ static void add_cqi(const cpe_dm_tool_values *values) {
 static void add_cells(const cpe_dm_tool_values *values) {
     add_head("cell_info", "gauge", "The serving cell, in the labels; always 1.");
     for (int tech = 0; tech < 2; tech++) {
-        const bool there =
-            std::any_of(std::begin(cell_labels), std::end(cell_labels), [values, tech](const auto &label) {
-                return cpe_dm_tool_value_status(values, label.key[tech]) == CPE_DM_SUCCESS;
-            });
+        bool there = false;
+        for (const auto &label : cell_labels) {
+            there = there || cpe_dm_tool_value_status(values, label.key[tech]) == CPE_DM_SUCCESS;
+        }
         if (!there) {
             continue;
         }

@@ -41,34 +41,33 @@ enum verdict {
     VERDICT_CNT,
 };
 
-static const char *const verdict_names[] = {"ok", "warning", "impossible", "not reported", "failed"};
+static const char verdict_names[][13] = {"ok", "warning", "impossible", "not reported", "failed"};
 static_assert(std::size(verdict_names) == VERDICT_CNT);
 
 /* What is said of one value. */
 struct finding {
     verdict judged;
-    char remark[80];
+    const char *remark;
 };
 
 static bool as_json;
 static char out_data[16384];
 static cpe_dm_tool_text out = {out_data, sizeof(out_data), 0};
 static int counts[VERDICT_CNT];
+static const char *separator = ""; /* before the next object of JSON */
+static char range_remark[80];      /* of the newest finding about a range */
 
 static finding of(verdict judged, const char *remark) {
-    finding found = {judged, ""};
-    cpe_dm_tool_text text = {found.remark, sizeof(found.remark), 0};
-    cpe_dm_tool_add(&text, "%s", remark);
-    return found;
+    return {judged, remark};
 }
 
 /* One line (or one object) of the result. */
 static void add_finding(const char *name, const char *value, const finding &found) {
-    const int first = std::all_of(std::begin(counts), std::end(counts), [](int count) { return count == 0; }) ? 1 : 0;
     counts[found.judged]++;
     if (as_json) {
-        cpe_dm_tool_add(&out, "%s{\"name\":\"%s\",\"verdict\":\"%s\",\"value\":%s,\"remark\":\"%s\"}", first ? "" : ",",
-                        name, verdict_names[found.judged], value, found.remark);
+        cpe_dm_tool_add(&out, "%s{\"name\":\"%s\",\"verdict\":\"%s\",\"value\":%s,\"remark\":\"%s\"}", separator, name,
+                        verdict_names[found.judged], value, found.remark);
+        separator = ",";
     } else {
         const bool more = value[0] != '\0' || found.remark[0] != '\0';
         cpe_dm_tool_add(&out, more ? "%-13s  %-12s  " : "%-13s  %s", name, verdict_names[found.judged]);
@@ -87,10 +86,9 @@ static finding judge_range(const range_row &range, int64_t number) {
     cpe_dm_count_text(least, sizeof(least), possible ? range.mostly_least : range.least,
                       cpe_dm_tool_counts_per_unit(key));
     cpe_dm_count_text(most, sizeof(most), possible ? range.mostly_most : range.most, cpe_dm_tool_counts_per_unit(key));
-    finding found = {possible ? WARNING : IMPOSSIBLE, ""};
-    cpe_dm_tool_text text = {found.remark, sizeof(found.remark), 0};
+    cpe_dm_tool_text text = {range_remark, sizeof(range_remark), 0};
     cpe_dm_tool_add(&text, "%s %s to %s %s", possible ? "is mostly" : "can be", least, most, cpe_dm_tool_unit(key));
-    return found;
+    return of(possible ? WARNING : IMPOSSIBLE, range_remark);
 }
 
 static finding judge_cgi(int64_t number, int bits) {
@@ -143,7 +141,7 @@ static finding judge_plmn(const cpe_dm_tool_values *values, cpe_dm_tool_key key)
     char data[CPE_DM_PLMN_TEXT_SIZE];
     cpe_dm_tool_text text = {data, sizeof(data), 0};
     cpe_dm_tool_add_value(&text, values, key);
-    return strpbrk(data, "abcdef") == nullptr ? of(OK, "") : of(IMPOSSIBLE, "a digit of it is not decimal");
+    return data[strspn(data, "0123456789-")] == '\0' ? of(OK, "") : of(IMPOSSIBLE, "a digit of it is not decimal");
 }
 
 /* Judges a value that is there. */
@@ -201,10 +199,12 @@ static const uint32_t cell_metrics[][3] = {
 };
 
 static bool same_cell(const cpe_dm_tool_values *a, const cpe_dm_tool_values *b, const uint32_t (&metrics)[3]) {
-    return std::all_of(std::begin(metrics), std::end(metrics), [a, b](uint32_t metric) {
-        return a->slot[metric].status == b->slot[metric].status &&
+    bool same = true;
+    for (const uint32_t metric : metrics) {
+        same = same && a->slot[metric].status == b->slot[metric].status &&
                a->slot[metric].number[0] == b->slot[metric].number[0];
-    });
+    }
+    return same;
 }
 
 /* Asks for the cell again, twice, as it may really change meanwhile: one of two answers in a row has to repeat itself.

@@ -25,7 +25,7 @@ static bool join_rows(int fd, const char *path, const char *header, off_t size) 
     char last = '\0';
     const size_t len = header != nullptr ? strlen(header) : 0;
     if (len > sizeof(start) ||
-        (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || memcmp(start, header, len) != 0))) {
+        (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || strncmp(start, header, len) != 0))) {
         cpe_dm_tool_tell("%s has other columns; name the same keys in the same order, or another file", path);
         return false;
     }
@@ -68,9 +68,8 @@ static void remove_part(const cpe_dm_tool_sink *sink) {
 }
 
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink) {
-    pollfd taker = {sink->fd, POLLOUT, 0};
     // What a pipe that has room takes without waiting, and whole.
-    while (cpe_dm_tool_pending(sink) && poll(&taker, 1, 0) > 0) {
+    while (cpe_dm_tool_pending(sink) && cpe_dm_tool_ready(sink->fd, POLLOUT, 0)) {
         const ssize_t written =
             write(sink->fd, sink->data + sink->done, std::min<size_t>(sink->len - sink->done, PIPE_BUF));
         if (written < 0 && errno != EINTR) {
@@ -101,9 +100,9 @@ int cpe_dm_tool_send(cpe_dm_tool_sink *sink, const char *row, size_t len) {
 
 int cpe_dm_tool_finish(cpe_dm_tool_sink *sink, int64_t patience_ms) {
     const int64_t until_ms = cpe_dm_tool_now_ms() + patience_ms;
-    pollfd taker = {sink->fd, POLLOUT, 0};
     int error = cpe_dm_tool_flush(sink);
-    while (error == 0 && cpe_dm_tool_pending(sink) && poll(&taker, 1, cpe_dm_tool_ms_until(until_ms)) > 0) {
+    while (error == 0 && cpe_dm_tool_pending(sink) &&
+           cpe_dm_tool_ready(sink->fd, POLLOUT, cpe_dm_tool_ms_until(until_ms))) {
         error = cpe_dm_tool_flush(sink);
     }
     return error;

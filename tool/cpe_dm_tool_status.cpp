@@ -48,7 +48,7 @@ static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_
 static void add_tech(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech) {
     const bool lte = tech == CPE_DM_TECH_LTE;
     const struct {
-        const char *label;
+        char label[12];
         cpe_dm_tool_key lte;
         cpe_dm_tool_key nr5g;
     } lines[] = {

@@ -6,11 +6,15 @@
 #include <cstdio>
 
 void cpe_dm_tool_add(cpe_dm_tool_text *text, const char *format, ...) {
-    const size_t room = text->size - text->used;
     va_list args;
     va_start(args, format);
-    const int len = vsnprintf(text->data + text->used, room, format, args);
+    cpe_dm_tool_add_args(text, format, args);
     va_end(args);
+}
+
+void cpe_dm_tool_add_args(cpe_dm_tool_text *text, const char *format, va_list args) {
+    const size_t room = text->size - text->used;
+    const int len = vsnprintf(text->data + text->used, room, format, args);
     const size_t added = len > 0 ? static_cast<size_t>(len) : 0;
     text->used += added < room ? added : room - 1;
 }
@@ -88,8 +92,12 @@ cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_pe
     return *c != '\0' ? CPE_DM_TOOL_NOT_A_NUMBER : too_fine ? CPE_DM_TOOL_TOO_FINE : CPE_DM_TOOL_PARSED;
 }
 
-int64_t cpe_dm_tool_now_ms() {
+int64_t cpe_dm_tool_clock_ms(clockid_t clock) {
     timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
+    clock_gettime(clock, &now);
     return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
+int64_t cpe_dm_tool_now_ms() {
+    return cpe_dm_tool_clock_ms(CLOCK_MONOTONIC);
 }

@@ -2,6 +2,7 @@
 #ifndef CPE_DM_TOOL_TEXT_H
 #define CPE_DM_TOOL_TEXT_H
 
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
@@ -13,7 +14,10 @@ struct cpe_dm_tool_text {
     size_t used;
 };
 
+/* Adds what printf, or vprintf, prints. */
 void cpe_dm_tool_add(cpe_dm_tool_text *text, const char *format, ...) __attribute__((format(printf, 2, 3)));
+void cpe_dm_tool_add_args(cpe_dm_tool_text *text, const char *format, va_list args)
+    __attribute__((format(printf, 2, 0)));
 
 /* As a string of JSON, with its quotation marks. */
 void cpe_dm_tool_add_json_string(cpe_dm_tool_text *text, const char *string);
@@ -35,7 +39,8 @@ enum cpe_dm_tool_parsed {
  * 63, or 64 for an identity that has as many: such a number without a sign is read as its bits. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
-/* The monotonic clock, ms. */
+/* The time of a clock, and of the monotonic clock, ms. */
+int64_t cpe_dm_tool_clock_ms(clockid_t clock);
 int64_t cpe_dm_tool_now_ms();
 
 #endif

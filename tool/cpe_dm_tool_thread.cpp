@@ -32,8 +32,7 @@ bool cpe_dm_tool_wait(int bell, int64_t until_ms) {
         if (left_ms == 0) {
             return false;
         }
-        pollfd ringing = {bell, POLLIN, 0};
-        poll(&ringing, 1, left_ms);
+        cpe_dm_tool_ready(bell, POLLIN, left_ms);
     }
     return true;
 }

@@ -34,7 +34,7 @@ static_assert(std::size(sources) == CPE_DM_TOOL_KEY_CNT, "every key has its row"
 /* What has no description of its own in the library. */
 static constexpr struct derived_row {
     cpe_dm_tool_key key;
-    const char *name;
+    char name[13];
     const char *meaning;
 } derived_rows[] = {
     {CPE_DM_TOOL_LTE_ENB, "lte.enb", "base station, a part of the CGI"},
@@ -176,6 +176,15 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key) {
         }
     }
     keys->key[keys->cnt++] = key;
+}
+
+bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech) {
+    for (int i = 0; i < keys->cnt; i++) {
+        if (cpe_dm_tool_tech_of(keys->key[i]) == tech) {
+            return true;
+        }
+    }
+    return false;
 }
 
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key) {

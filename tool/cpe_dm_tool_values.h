@@ -100,6 +100,7 @@ struct cpe_dm_tool_keys {
 };
 
 void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
+bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech);
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
 
 /* Whether the word names a group ("lte", "nr5g" or "all"), and its keys. */

@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
-#include <cstdio>
 #include <iterator>
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -41,7 +40,6 @@ static struct {
     uint64_t metrics;      /* what the modem is asked for, a bit each */
     bool rows;             /* rows go out, or are shown */
     bool live;
-    cpe_dm_tool_sink sink;
     int bell;
     int signals;
     bool asking;      /* the modem is being asked */
@@ -57,6 +55,7 @@ static struct {
     bool reader_gone;
     bool ended;
     int status; /* the exit status */
+    cpe_dm_tool_sink sink;
 } watch;
 
 static cell lte_cell = {{CPE_DM_TOOL_LTE_CGI, CPE_DM_TOOL_LTE_PCI, CPE_DM_TOOL_LTE_EARFCN},
@@ -81,7 +80,7 @@ __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) 
     cpe_dm_tool_add(&line, " ");
     va_list args;
     va_start(args, format);
-    vsnprintf(data + line.used, sizeof(data) - line.used, format, args);
+    cpe_dm_tool_add_args(&line, format, args);
     va_end(args);
     if (watch.live) {
         cpe_dm_tool_note(data);
