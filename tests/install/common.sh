@@ -41,8 +41,8 @@ build() {
     cmake -B "$@" -G Ninja -DCMAKE_BUILD_TYPE=Release && cmake --build "$1" -j "${JOBS:-2}"
 }
 
-# readme_commands HEADING: the first block of commands below that heading of the README.
-readme_commands() {
-    awk -v heading="## $1" '$0 == heading { here = 1 } here && /^```$/ { exit } block { print } here && /^```sh$/ { block = 1 }' \
-        "$source/README.md" | grep . || fail "the README has no commands below $1"
+# document_commands FILE HEADING: the first block of commands of a document below that line.
+document_commands() {
+    awk -v heading="$2" '$0 == heading { here = 1 } here && /^```$/ { exit } block { print } here && /^```sh$/ { block = 1 }' \
+        "$source/$1" | grep . || fail "$1 has no commands below $2" >&2
 }

@@ -7,15 +7,15 @@ set -e
 . "$(dirname "$0")/common.sh"
 
 # As the README has it, whose last command is the example.
-readme_commands 'Using the module in your own program' >"$dir/commands"
+document_commands docs/library.md '## Build and link' >"$dir/commands"
 rm -rf "$source/build/one_metric"
 (cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
-grep -q -e '^lte.rsrp -[0-9]' "$dir/example.out" || fail "no value from the README's example"
+grep -q -e '^lte.rsrp -[0-9]' "$dir/example.out" || fail "no value from the example of docs/library.md"
 
 cmake -N -LA "$1" | sed -n 's/^\(CPE_DM_[A-Z_]*\):.*/\1/p' >"$dir/options"
 [ -s "$dir/options" ] || fail "$1 has no options"
 while read -r option; do
-    grep -q "^| .$option. |" "$source/README.md" || fail "the README does not list $option"
+    grep -q "^| .$option. |" "$source/docs/porting.md" || fail "docs/porting.md does not list $option"
 done <"$dir/options"
 
 run_client "$(cd "$1" && pwd)/client/cpe_dm_client"

@@ -19,7 +19,7 @@ cp -r "$built/lib" "$dir/root/lib"
 
 # The README's commands, with this platform and toolchain, and as by a compiler that has no __FILE_NAME__.
 export CXXFLAGS="-U__FILE_NAME__ -Wno-builtin-macro-redefined"
-readme_commands 'Porting to a box' >"$dir/commands"
+document_commands docs/porting.md '# Porting to a box' >"$dir/commands"
 sed -i -e "s,/path/to/platform,$dir/root," -e "s,-DCMAKE_TOOLCHAIN_FILE=.*,$toolchain," "$dir/commands"
 (cd "$dir/source" && sh -e "$dir/commands")
 
