@@ -6,7 +6,7 @@ set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
 
-# As the README has it, whose last command is the example.
+# As docs/library.md has it, whose last command is the example.
 document_commands docs/library.md '## Build and link' >"$dir/commands"
 rm -rf "$source/build/one_metric"
 (cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
