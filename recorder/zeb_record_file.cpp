@@ -10,7 +10,7 @@ enum {
     FD_MIN = 64, /* so that the program's own descriptors keep their numbers */
 };
 
-/* With errno set to 0 or to the reason's reason. */
+/* Why the file cannot be recorded to, or null. errno is the error behind the reason; 0: there is none. */
 static const char *file_refusal(int fd, const struct stat *status) {
     errno = 0;
     if (!S_ISREG(status->st_mode) || status->st_size != 0) {

@@ -14,22 +14,23 @@ struct piece {
 
 enum line_kind { OTHER, OBJECT, LIST, NOTIFIER, WATCH, CLIENT, SEND, RELEASE };
 
-/* A line as far as it matters here. Of two that are the same but for what came of them, the later one is kept. */
+/* What matters here of a line. Of two lines that are the same but for the outcome of the call, the later one is
+ * kept. */
 struct line_facts {
     line_kind kind;
-    uint32_t handle; /* the client or notifier that it is about */
-    piece same[2];   /* what else makes it the same */
+    uint32_t handle; /* of the client or notifier */
+    piece same[2];   /* other pieces of text that the same line has again */
 };
 
 struct kept_line {
     line_kind kind;
     uint32_t handle;
     uint32_t len;
-    uint32_t hash; /* of what makes it the same */
+    uint32_t hash; /* of line_facts.same */
 };
 
 static char texts[ZEB_RECORD_KEPT_MAX];
-static kept_line lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order of their texts, which stand without their times */
+static kept_line lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order of their texts, which have no times */
 static uint32_t count;
 static uint32_t used;
 static uint64_t used_max = ZEB_RECORD_KEPT_MAX;
@@ -56,7 +57,7 @@ static uint32_t number_of(piece value) {
     return value.len > 0 ? static_cast<uint32_t>(strtoul(value.text, nullptr, 10)) : 0;
 }
 
-/* Everything up to the key. */
+/* The line's text before the key; no text when the line has no such key. */
 static piece before(piece line, const char *key) {
     const auto *at = static_cast<const char *>(memmem(line.text, line.len, key, strlen(key)));
     return {line.text, at != nullptr ? static_cast<uint32_t>(at - line.text) : 0};
@@ -68,7 +69,7 @@ static piece length_of(piece bytes) {
     return {bytes.text, colon != nullptr ? static_cast<uint32_t>(colon + 1 - bytes.text) : bytes.len};
 }
 
-/* The line without its time. */
+/* Of a line's text without its time. */
 static line_facts facts_of(piece line) {
     line_facts facts = {OTHER, 0, {}};
     if (begins(line, "object ") && number_of(value_of(line, " found=")) == 1) {
@@ -117,7 +118,7 @@ static void line_remove(uint32_t i, uint32_t at) {
     count--;
 }
 
-/* Removes the lines about a client or notifier that is no more, or the line that a new one stands for. */
+/* Removes the lines about a client or notifier that has been released, or the line whose place a new one takes. */
 static void lines_replace(const line_facts *facts, uint32_t hash) {
     for (uint32_t i = 0, at = 0; i < count;) {
         bool replaced = lines[i].handle == facts->handle &&
@@ -138,7 +139,7 @@ static bool lines_fit(uint32_t len) {
     return count < ZEB_RECORD_KEPT_LINES_MAX && used + len + (count + 1) * ZEB_RECORD_KEPT_PREFIX_MAX <= used_max;
 }
 
-/* Removes answers, the one first that was given longest ago, until there is room or there is none left. */
+/* Removes answers, the oldest first, until there is room or no answer is left. */
 static void lines_make_room(uint32_t len) {
     for (uint32_t i = 0, at = 0; i < count && !lines_fit(len);) {
         if (lines[i].kind == SEND) {

@@ -18,7 +18,7 @@ enum {
 
 static pthread_once_t once = PTHREAD_ONCE_INIT;
 
-/* In a child of the process that records, or a child's child. */
+/* Runs in a forked child of the process that records, and in a child of such a child. */
 static void record_stop_in_child() {
     const int phase = zeb_record_phase;
     if (phase == ZEB_RECORD_ON || phase == ZEB_RECORD_CHILD_TOLD) {
@@ -27,7 +27,7 @@ static void record_stop_in_child() {
     zeb_record_queue_close();
 }
 
-/* Before the first line, while nobody else has a hand in. */
+/* Runs once, before the first line; other threads that call the platform wait for it. */
 static void record_start() {
     const zeb_record_settings *settings = zeb_record_settings_get();
     if (*settings->path == '\0') {
@@ -51,8 +51,8 @@ static void record_tell_child() {
     }
 }
 
-/* A thread that ended while it has a lock would stop all others. A cancellation that comes at any time may have been
- * sent before it was disabled, and is held back by its type alone. */
+/* A thread that ended while it has a lock would stop all others, so cancellation is disabled meanwhile. An asynchronous
+ * cancellation may have been sent just before: only the deferred type holds that one back. */
 static void cancel_hold(zeb_record_call *call) {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &call->cancel_type);

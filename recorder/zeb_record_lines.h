@@ -1,16 +1,16 @@
 /* The recording's lines: when each began, how long it took, and what is in it.
  *
- * Whatever fails is not seen by the program otherwise than by one line on standard error: errno is kept, no signal
- * comes of it (SIGXFSZ, SIGPIPE), and standard error is not waited for. Every function may be called from any thread,
- * one that can be cancelled at any moment too. A forked child records nothing until it has called exec, and says so
- * when it calls the platform; then it finds the file taken. */
+ * When the recorder fails, the program notices nothing but a line on standard error: errno is kept, no signal comes of
+ * it (SIGXFSZ, SIGPIPE), and standard error is not waited for. Every function may be called from any thread, also from
+ * a thread that can be cancelled at any moment. A forked child records nothing, and says so when it calls the platform.
+ * When the child starts a program with exec, the recorder in that program finds the file taken. */
 #ifndef ZEB_RECORD_LINES_H
 #define ZEB_RECORD_LINES_H
 
 #include <cstdint>
 
 enum {
-    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; what claims to be is not read */
+    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; a buffer that claims to be is not read */
 };
 
 /* A call or a callback that is on its way, and the line about it. */
@@ -21,7 +21,7 @@ struct zeb_record_call {
     int error; /* errno as the call has left it */
     int cancel_state;
     int cancel_type;
-    char *line; /* where its next byte goes, while it is written; null when it does not fit */
+    char *line; /* the line's text, while it is written; null when it does not fit */
     uint32_t len;
     uint32_t room;
 };
@@ -31,19 +31,20 @@ struct zeb_record_call {
 zeb_record_call zeb_record_before();
 void zeb_record_after(zeb_record_call *call);
 
-/* Begins a line with room for the text and so many bytes: the time, then the text. Returns false when nothing is
- * recorded, or the line is lost; otherwise zeb_record_bytes may follow, one of the two ends must, and until then every
- * other line has to wait. */
+/* Begins a line with the time and the text, with room for `bytes` further bytes in hexadecimal. Returns false when
+ * nothing is recorded, or the line is lost. Otherwise zeb_record_bytes and zeb_record_count may follow, and
+ * zeb_record_end or zeb_record_end_took must; until then every other line has to wait. */
 [[gnu::format(printf, 3, 4)]] bool zeb_record_begin(zeb_record_call *call, uint64_t bytes, const char *format, ...);
 
-/* Adds KEY=LENGTH:HEX, of the first `shown` bytes at most; "-" in the place of the bytes for a null pointer and for
- * more than ZEB_RECORD_BYTES_MAX bytes. */
+/* Adds KEY=LENGTH:HEX with the first `shown` bytes at most; KEY=- for a null pointer and for more than
+ * ZEB_RECORD_BYTES_MAX bytes. */
 void zeb_record_bytes(zeb_record_call *call, const char *key, const void *bytes, uint32_t len, uint32_t shown);
 
-/* Adds KEY=NUMBER; "-" in the place of the number for a null pointer. */
+/* Adds KEY=NUMBER; KEY=- for a null pointer. */
 void zeb_record_count(zeb_record_call *call, const char *key, const uint32_t *count);
 
-/* Ends a line as it is, or with how long the call took, and hands it over. Returns false when it is lost. */
+/* Both end a line and hand it over; zeb_record_end_took adds how long the call took. Both return false when the line is
+ * lost. */
 bool zeb_record_end(zeb_record_call *call);
 bool zeb_record_end_took(zeb_record_call *call);
 

@@ -16,7 +16,7 @@
 #include <unistd.h>
 
 enum {
-    WORD_MAX = 49, /* of the first line, the zero included */
+    WORD_MAX = 49, /* bytes of a word of the first line, its zero included */
     MARK_MAX = 64, /* bytes of a "lost" or a "before" line */
     NAME_MAX_ALL = ZEB_RECORD_PATH_MAX + 8,
 };
@@ -34,14 +34,14 @@ static char beginning[size_t{ZEB_RECORD_FIRST_LINE_MAX} + MARK_MAX + ZEB_RECORD_
 static uint32_t part;
 static uint64_t part_max;     /* bytes */
 static uint64_t last_line;    /* where the file's last line begins */
-static bool has_beginning;    /* false after a disk that had no room even for that */
-static bool has_lines;        /* others than those of the beginning */
-static uint64_t lines_before; /* of the recording so far, with those lost */
-static uint64_t lost;         /* since the last line that was written */
+static bool has_beginning;    /* false when the disk had no room even for the beginning */
+static bool has_lines;        /* the part has lines besides its beginning */
+static uint64_t lines_before; /* lines of the recording so far, lost ones included */
+static uint64_t lost;         /* lines lost since the last one that was written */
 static bool lost_said;
 
 /* The recorder's thread has descriptors of its own, so that none is closed while it is in use. */
-static std::atomic<int> to_sync{-1}; /* of a part that it has not seen yet */
+static std::atomic<int> to_sync{-1}; /* of a part that this thread has not seen yet */
 static zeb_record_file synced = {-1, 0, 0};
 
 static bool disk_is_full(int error) {
@@ -74,7 +74,7 @@ static void first_words_print() {
              words[0], words[1], ZEB_RECORD_VERSION);
 }
 
-/* How much of whole lines at the beginning of the text takes no more than max bytes. */
+/* The length of the whole lines at the beginning of the text, as many as fit into `max` bytes. */
 static uint32_t lines_within(const char *text, uint32_t len, uint64_t max) {
     if (len <= max) {
         return len;
@@ -88,7 +88,7 @@ static uint32_t line_length(const char *text, uint32_t len) {
     return end != nullptr ? static_cast<uint32_t>(end + 1 - text) : len;
 }
 
-/* When what the line tells was over. */
+/* The time when the call or callback that the line tells of was over. */
 static uint64_t line_time(const char *line, uint32_t len) {
     static const char key[] = " took=";
     const uint64_t began = strtoull(line, nullptr, 10);
@@ -97,7 +97,7 @@ static uint64_t line_time(const char *line, uint32_t len) {
     return began + (took ? strtoull(word + sizeof(key) - 1, nullptr, 10) : 0);
 }
 
-/* The lines of the recording that a text holds or tells the loss of. */
+/* How many lines of the recording the text stands for: a `lost` line stands for all that it tells of. */
 static uint64_t count_lines(const char *text, uint32_t len) {
     static const char mark[] = " lost lines=";
     uint64_t lines = 0;
@@ -111,8 +111,8 @@ static uint64_t count_lines(const char *text, uint32_t len) {
     return lines;
 }
 
-/* Adds whole lines to the file, which has this size; of a line that does not get there whole, nothing stays. On failure
- * returns an errno value; *added says how many bytes are there. */
+/* Adds whole lines to the file, whose size is `size`. A line that is written in part is removed again. Returns 0 or an
+ * errno value; *added says how many bytes of the text stay. */
 static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *added) {
     int error = zeb_record_file_add(&file, text, len, added);
     if (error != 0) {
@@ -129,7 +129,8 @@ static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *add
     return error;
 }
 
-/* The last line of a recording that ends before the program does. On a full disk it stands for the line before it. */
+/* Writes the last line of a recording that ends before the program does. Without room for it, it takes the place of the
+ * line before. */
 static void file_end(const char *reason) {
     char line[ZEB_RECORD_END_MAX];
     struct stat status = {};
@@ -154,8 +155,8 @@ static void record_end(const char *reason, int error) {
     zeb_record_fail(reason, error);
 }
 
-/* How many bytes a new part may grow to, beside another of so many: half of what there is for both, which a full disk
- * or the limit of the process may make less. */
+/* Sets how many bytes a new part may grow to, when the part beside it has `other` bytes: half of the bytes to keep, or
+ * less when the disk is full or the process has a lower limit. */
 static void part_measure(uint64_t other) {
     struct statvfs disk = {};
     struct stat old = {};
@@ -170,8 +171,8 @@ static void part_measure(uint64_t other) {
     zeb_record_kept_limit(part_max / 2);
 }
 
-/* Writes the beginning of a part to the file, which is empty, at this time of the recording; beside it there is another
- * of so many bytes. Returns an errno value. */
+/* Writes the beginning of a part to the empty file. `time` is the time in the recording, `other` the size in bytes of
+ * the part beside it. Returns 0 or an errno value. */
 static int part_begin(uint64_t time, uint64_t other) {
     uint32_t added = 0;
     auto len = static_cast<uint32_t>(snprintf(beginning, sizeof(beginning), "%s", first_words));
@@ -189,7 +190,7 @@ static int part_begin(uint64_t time, uint64_t other) {
     has_beginning = error == 0;
     if (has_beginning) {
         part++;
-        lost = 0; // they are among the lines before
+        lost = 0; // the `before` line counts them
         has_lines = false;
         last_line = 0;
     } else if (added > 0 && ftruncate(file.fd, 0) != 0) {
@@ -203,11 +204,12 @@ static bool exists(const char *name) {
     return lstat(name, &status) == 0 || errno != ENOENT;
 }
 
-/* Gives the parts their names. The user may have taken parts away; what stands in their places is not the recorder's to
- * replace. Returns an errno value. */
+/* Gives the parts their names. The user may have taken parts away; another file in their place is never replaced.
+ * Returns 0 or an errno value. */
 static int part_rename(const zeb_record_file *old) {
     if (zeb_record_file_is_at(old, path)) {
-        // The oldest part goes by itself: a rename that replaces it may wait for the disk, with the newest in between.
+        // The oldest part is removed beforehand: a rename that replaces it may wait for the disk in the middle of a
+        // turn.
         if (zeb_record_file_is_at(&before, path_before)) {
             unlink(path_before);
         }
@@ -232,7 +234,7 @@ static void hand_to_sync() {
     }
 }
 
-/* Ends the part, which has this size, and begins the next. Returns an errno value; the part goes on then. */
+/* Ends the part, whose size is `size`, and begins the next. Returns 0, or an errno value when the part goes on. */
 static int part_turn(uint64_t time, uint64_t size) {
     zeb_record_file old = file;
     int error = 0;
@@ -257,7 +259,8 @@ static int part_turn(uint64_t time, uint64_t size) {
     return 0;
 }
 
-/* The older part goes; its room is there at once, whoever still has it open. */
+/* Removes the older part, whose room is free at once, even while somebody has the file open. Returns whether it was
+ * removed. */
 static bool part_drop_before() {
     const bool dropped = before.number != 0 && zeb_record_file_is_at(&before, path_before) &&
                          truncate(path_before, 0) == 0 && unlink(path_before) == 0;
@@ -265,7 +268,7 @@ static bool part_drop_before() {
     return dropped;
 }
 
-/* After a failure to write: whether there may be room now for what comes at this time. */
+/* Makes room after a failure to write; `time` is that of the next line. Returns whether there may be room now. */
 static bool make_room(int error, uint64_t time) {
     if (keep == 0 || !disk_is_full(error)) {
         record_end("cannot be written, recording ends", error);
@@ -285,7 +288,7 @@ static bool make_room(int error, uint64_t time) {
     return part_begin(time, 0) == 0;
 }
 
-/* Lines that cannot be kept. Returns their length. */
+/* Counts lines that cannot be kept. Returns their length. */
 static uint32_t give_up(const char *text, uint32_t len, int error) {
     const uint64_t lines = count_lines(text, len);
     lines_before += lines;
@@ -297,7 +300,8 @@ static uint32_t give_up(const char *text, uint32_t len, int error) {
     return len;
 }
 
-/* There is no room for the next line, by whichever limit. Returns how much of the text has been dealt with. */
+/* There is no room for the next line: because of the part's limit (`by_limit`), or the process's limit for files.
+ * Returns how much of the text has been dealt with. */
 static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool by_limit) {
     const uint32_t line = line_length(text, len);
     const uint64_t time = line_time(text, line);
@@ -311,7 +315,7 @@ static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool
         return len;
     }
     if (!has_lines) {
-        return give_up(text, line, 0); // it is too long for any part
+        return give_up(text, line, 0); // the line is too long for any part
     }
     const int error = part_turn(time, size);
     if (error == 0 || (disk_is_full(error) && make_room(error, time))) {
@@ -336,7 +340,7 @@ static void note_lines(const char *text, uint32_t len) {
     }
 }
 
-/* Returns how much of the text has been dealt with; 0 when it is to be tried again. */
+/* Adds lines to the part. Returns how much of the text has been dealt with; 0: try again. */
 static uint32_t part_add(const char *text, uint32_t len) {
     struct stat status = {};
     char mark[MARK_MAX];
@@ -386,7 +390,8 @@ void zeb_record_parts_write(const char *lines, uint32_t len) {
     }
 }
 
-/* The names beside the recording's are free, and files can be made there. */
+/* Whether the names beside the recording's are free and files can be made there. If not, says so, and the recording is
+ * off. */
 static bool parts_possible() {
     zeb_record_file trial = {-1, 0, 0};
     int error = 0;

@@ -17,35 +17,35 @@
 
 enum {
     ROOM = 1024 * 1024, /* bytes that may wait for the disk; a line of two messages of full length fits */
-    MARK_MAX = 64,      /* of which these are for the line that tells of lost ones */
+    MARK_MAX = 64,      /* bytes of ROOM that are kept for the `lost` line */
     PROMPT_US = 100000, /* a disk that keeps a thread longer is slow */
-    WAITS_MAX = 10,     /* so often that time for a thread that is ready to run */
-    SYNC_US = 500000,   /* from one time that the disk is brought up to date to the next */
+    WAITS_MAX = 10,     /* a thread that is ready to run is given PROMPT_US so often */
+    SYNC_US = 500000,   /* from one sync of the disk to the next */
 };
 
-/* Guards what follows; held for what is done in memory only, never for the disk. */
+/* Guards the variables below; held for work in memory only, never while the disk is waited for. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t work_came;    /* for the recorder's thread; both by the monotonic clock */
-static pthread_cond_t text_written; /* for who waits until another has handed over */
+static pthread_cond_t work_came;    /* for the recorder's thread; both use the monotonic clock */
+static pthread_cond_t text_written; /* for threads that wait until another has handed over */
 static char texts[2][ROOM];         /* one is filled while the other is written */
 static char *text = texts[0];
 static uint32_t used;    /* bytes of text */
 static uint64_t added;   /* bytes of all lines so far */
-static uint64_t handed;  /* and of those that have been handed over */
-static uint64_t left;    /* up to here the recorder's thread sees to it */
-static uint64_t writes;  /* times that has been done */
+static uint64_t handed;  /* bytes of all lines handed over so far */
+static uint64_t left;    /* lines up to here are left to the recorder's thread */
+static uint64_t writes;  /* how often lines have been handed over */
 static pid_t writer;     /* the thread that is handing over; 0: none */
 static pid_t own_thread; /* the recorder's; 0: not there yet */
-static bool own_idle;    /* it waits for work, however long that takes */
-static bool slow;        /* the disk is: only the recorder's thread hands over */
-static bool stuck;       /* somebody has seen that the disk keeps who is at it now */
-static bool preempted;   /* or that others have the processor */
+static bool own_idle;    /* that thread waits for work, without a limit */
+static bool slow;        /* the disk is slow: only the recorder's thread hands over */
+static bool stuck;       /* a thread has found that the disk keeps the writer */
+static bool preempted;   /* a thread has found that the writer waits for a processor */
 static bool unsynced;
 
-/* Lines since the last one that found room. Those that are lost one after the other do not need the lock: whoever hands
- * over could not get it beside a thread that does nothing else. */
+/* Lines lost since the last one that found room. While there is no room, lines are lost without the lock: a thread that
+ * does nothing but lose lines would keep the lock from the thread that hands over. */
 static std::atomic<uint64_t> lost;
-static std::atomic<bool> full; /* there is no room, and as long as nobody has handed over there will be none */
+static std::atomic<bool> full; /* there is no room, and will be none until lines are handed over */
 
 static bool queue_lock() {
     return zeb_record_check("pthread_mutex_lock", pthread_mutex_lock(&lock));
@@ -59,7 +59,7 @@ static pid_t this_thread() {
     return static_cast<pid_t>(syscall(SYS_gettid));
 }
 
-/* Whether a thread of this process is running, or would if it were given a processor. Where that cannot be seen, no. */
+/* Whether a thread of this process runs or is ready to run; false where its state cannot be read. */
 static bool thread_runs(pid_t thread) {
     char name[48];
     char status[256];
@@ -74,8 +74,9 @@ static bool thread_runs(pid_t thread) {
     return name_end != nullptr && name_end + 2 < status + len && name_end[2] == 'R';
 }
 
-/* Waits, with the lock, until somebody has handed over. Returns false when that is not to be waited for any longer:
- * the disk keeps who is at it. waits counts how often its thread was found ready to run instead. */
+/* Waits, with the lock, until a thread has handed over. Returns false when waiting any longer is no use: the disk keeps
+ * the writer. When the writer is found ready to run instead, returns true and counts that in *waits: the caller waits
+ * again. */
 static bool queue_wait(uint32_t *waits) {
     const uint64_t before = writes;
     const timespec until = zeb_record_timespec(zeb_record_clock(CLOCK_MONOTONIC) + PROMPT_US);
@@ -97,7 +98,7 @@ static bool queue_wait(uint32_t *waits) {
     return false;
 }
 
-/* Tells in its place of the lines that were lost. There must be room for a line. */
+/* Adds a `lost` line where lines were lost, if any were. There must be room for it. */
 static void queue_mark_lost() {
     full = false;
     const uint64_t lines = lost.exchange(0);
@@ -120,8 +121,8 @@ static long voluntary_switches() {
     return usage.ru_nvcsw;
 }
 
-/* Hands all lines to the kernel, while no other thread does. Called with the lock, which is given up meanwhile; returns
- * false when it was not to be had again. */
+/* Hands all lines to the kernel. Called with the lock, while no other thread hands over. The lock is given up
+ * meanwhile; returns false when it could not be taken again. */
 static bool queue_flush() {
     const char *lines = text;
     const uint32_t len = used;
@@ -134,8 +135,8 @@ static bool queue_flush() {
     const long switches = voluntary_switches();
     const uint64_t began = zeb_record_clock(CLOCK_MONOTONIC);
     zeb_record_parts_write(lines, len);
-    // Who has not slept has not waited for the disk, however long it took; one who has may have waited for something
-    // else.
+    // A thread that has not slept has not waited for the disk, however long writing took. A thread that has slept may
+    // have waited for something else.
     const bool prompt = zeb_record_clock(CLOCK_MONOTONIC) - began <= PROMPT_US || voluntary_switches() == switches;
     if (!queue_lock()) {
         return false;
@@ -156,7 +157,8 @@ static bool queue_own_work() {
     return left > handed || zeb_record_parts_sync_now() || (own_idle && unsynced);
 }
 
-/* Sees to it that the lines up to here are with the kernel, or will be. Called with the lock, which is given up. */
+/* Hands over the lines up to `upto`, or leaves them to the recorder's thread. Called with the lock, which is given
+ * up. */
 static void queue_hand_over(uint64_t upto) {
     uint32_t waits = 0;
     while (handed < upto && !slow) {
@@ -254,8 +256,8 @@ static void *queue_thread(void * /*unused*/) {
     return nullptr;
 }
 
-/* A signal that the program has blocked, or waits for, is not for this thread to take; one that says that the thread
- * itself has failed is not to be kept from ending the process. */
+/* The recorder's thread must not take a signal that the program has blocked or waits for, so it blocks signals. It does
+ * not block those that say that the thread itself has failed: these must end the process. */
 static bool queue_start_thread() {
     sigset_t blocked;
     sigset_t previous;

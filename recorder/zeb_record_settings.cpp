@@ -17,7 +17,8 @@ static bool is_set(const char *value) {
     return value != nullptr && *value != '\0';
 }
 
-/* A number of bytes: digits alone, and 64 bits. Returns false when the text is none, or it is less than min. */
+/* Reads a number of bytes: digits alone, 64 bits at most. Returns false for any other text, and for a number less than
+ * `min`. */
 static bool read_bytes(const char *text, uint64_t min, uint64_t *bytes) {
     char *end = nullptr;
     errno = 0;
@@ -64,7 +65,8 @@ static void settings_take() {
     }
 }
 
-/* A library that is loaded before this one may call the platform while it is, so the first to come reads. */
+/* The settings are read when this library is loaded, or before: a library that is loaded earlier may call the platform
+ * from its own constructor. */
 [[gnu::constructor]] static void settings_read_once() {
     if (!settings_read) {
         const int error = errno;

@@ -8,7 +8,7 @@
 enum {
     ZEB_RECORD_PATH_MAX = 4096,
     ZEB_RECORD_FIRST_LINE_MAX = 272,
-    ZEB_RECORD_END_MAX = 96, /* of the lines that end a recording */
+    ZEB_RECORD_END_MAX = 96, /* of the line that ends a recording */
     ZEB_RECORD_LIMIT_MIN = ZEB_RECORD_FIRST_LINE_MAX + ZEB_RECORD_END_MAX,
     ZEB_RECORD_KEEP_MIN = 16384,
 };
@@ -20,7 +20,7 @@ struct zeb_record_settings {
     const char *refused;            /* why nothing can be recorded as asked, or null */
 };
 
-/* They never change. */
+/* The settings, which never change. */
 const zeb_record_settings *zeb_record_settings_get();
 
 #endif

@@ -11,27 +11,27 @@ enum zeb_record_phase {
     ZEB_RECORD_ON,
     ZEB_RECORD_OFF,        /* not asked for, ended, or failed */
     ZEB_RECORD_IN_CHILD,   /* a forked child of a process that records, before its first call */
-    ZEB_RECORD_CHILD_TOLD, /* and after it */
+    ZEB_RECORD_CHILD_TOLD, /* likewise, after its first call */
 };
 
 extern std::atomic<int> zeb_record_phase;
 
-/* The time of a clock in microseconds, as it is and as a pthread function takes it. */
+/* The time of a clock in microseconds; and such a time as a pthread function takes it. */
 uint64_t zeb_record_clock(clockid_t clock);
 timespec zeb_record_timespec(uint64_t us);
 
-/* Starts the recording's time; what has passed since, in microseconds. */
+/* Starts the recording's clock; and the time since then, in microseconds. */
 void zeb_record_time_start();
 uint64_t zeb_record_time();
 
-/* Prints one line on standard error, with the text of an errno value unless that is 0. Waits for nobody who does not
- * read, and no signal comes of it. */
+/* Prints one line on standard error, with the text of an errno value unless that is 0. Does not wait for a reader that
+ * does not read, and raises no signal. */
 void zeb_record_say(const char *subject, const char *reason, int error);
 
-/* The end of the recording by a failure, of which the first is said, with the path that was asked for. */
+/* Ends the recording because of a failure. Only the first failure is said, with the path that was asked for. */
 void zeb_record_fail(const char *reason, int error);
 
-/* Ends the recording unless error, of the pthread functions' kind, is 0. Returns whether it is. */
+/* Ends the recording unless `error`, the result of a pthread function, is 0. Returns whether it is 0. */
 bool zeb_record_check(const char *primitive, int error);
 
 #endif

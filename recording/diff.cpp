@@ -50,7 +50,7 @@ void put(std::string &out, char mark, const diff_line &line) {
     out += " " + std::to_string(line.entry->line) + ": " + in_words(*line.entry) + "\n";
 }
 
-/* The fields of two messages that differ, with both values; "" where the difference is in none. */
+/* The fields of two messages that differ, with both values; "" where no field differs. */
 std::string fields_that_differ(const session_message &a, const session_message &b) {
     std::string text;
     if (a.what == nullptr || a.what != b.what) {
@@ -99,7 +99,7 @@ std::pair<size_t, size_t> next_equal(const std::vector<diff_line> &a, size_t i, 
                                      size_t j) {
     const size_t of_a = std::min(a.size() - i, AHEAD);
     const size_t of_b = std::min(b.size() - j, AHEAD);
-    std::unordered_map<std::string_view, size_t> first; // of each text among those lines of b
+    std::unordered_map<std::string_view, size_t> first; // where each text stands first among those lines of b
     for (size_t y = 0; y < of_b; y++) {
         first.try_emplace(b[j + y].text, y);
     }

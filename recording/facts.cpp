@@ -23,7 +23,7 @@ struct track {
     bool open = false;
 };
 
-/* From here on it is so, unless it is so already. */
+/* A state begins, unless the same state lasts already. */
 void track_state(track &t, uint64_t us, size_t line, std::string text, std::string more) {
     if (t.open) {
         t.spans.back().to_us = us;
@@ -95,7 +95,7 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
     const auto pci = message_number(m, bytes, "nr5g.pci");
     const auto arfcn = message_number(m, bytes, "nr5g.arfcn");
     if (!pci && !arfcn) {
-        return; // with LTE, what is attached is told with the system information
+        return; // an NR 5G cell attached to LTE is told with the system information
     }
     std::string more;
     if (arfcn) {
@@ -108,7 +108,7 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
     add(more, "TAC", number_text(m, bytes, "nr5g.tac"));
     std::string text = pci ? "PCI " + std::to_string(*pci) : "";
     if (!pci && g.nr5g.open) {
-        text = g.nr5g.spans.back().text; // that of the system information
+        text = g.nr5g.spans.back().text; // the text from the system information
     }
     text = text.empty() ? "attached" : text;
     if (g.nr5g.open && g.nr5g.spans.back().text == text && g.nr5g.spans.back().more.empty()) {
@@ -204,7 +204,7 @@ void see_line(gathering &g, size_t index) {
     const session_line &line = g.s.lines[index];
     const recording_entry &entry = *line.entry;
     if (entry.kept) {
-        return; // it is not known when that was
+        return; // a kept line does not tell when its call was made
     }
     if (facts_failed(line)) {
         g.out.failures.push_back(index);
@@ -237,7 +237,8 @@ bool is_served(const std::string &status) {
                        [&status](uint32_t number) { return status == cpe_dm_reg_status_name(number); });
 }
 
-/* The times without service, and those without the modem's service, as one row of spans that do not overlap. */
+/* Joins the times without a network's service and those without the modem's service into one row of spans that do not
+ * overlap. */
 void join_outages(facts &out) {
     std::vector<facts_span> all = out.absences;
     for (const facts_span &span : out.registration) {
@@ -296,13 +297,13 @@ bool facts_unreturned(const session_line &line) {
     const session_file &file = *line.file;
     const recording_entry &entry = *line.entry;
     const bool callback = entry.kind == recording_kind::INDICATION || entry.kind == recording_kind::EVENT;
-    // Where lines are missing, so may be the one that says that the callback returned.
+    // Where lines are missing, the line that says that the callback returned may be missing too.
     const bool goes_on = file.content.cut || file.continued || !file.content.end_reason.empty();
     const bool missing = file.content.lost_lines > 0 || (goes_on && entry.begin_us + AT_THE_END_US > file.end_us);
     return callback && file.content.version > 1 && !entry.returned && !missing;
 }
 
-/* What a service status other than `service` tells of the registration; otherwise as it was. */
+/* The registration status for a service status other than `service`; `otherwise` for one that tells nothing of it. */
 static uint32_t unserved(int64_t srv_status, uint32_t otherwise) {
     switch (srv_status) {
     case ZEB_NAS_SRV_STATUS_LIMITED:

@@ -7,10 +7,10 @@
 
 #include <array>
 
-/* A call that took this long is slow; waits are not calls in this. */
+/* A call or callback that takes this long is slow; a wait never is. */
 inline constexpr uint64_t FACTS_SLOW_US = 100000;
 
-/* A time without any line that is this long is a gap. */
+/* A time of this length without any line is a gap. */
 inline constexpr uint64_t FACTS_GAP_US = 10000000;
 
 /* One of the values that the charts show, by its metric. */
@@ -31,13 +31,13 @@ struct facts_sample {
     std::array<int32_t, FACTS_SIGNALS> values = {};
 };
 
-/* A time in which something was so. */
+/* A time during which a state lasted. */
 struct facts_span {
     uint64_t from_us = 0;
     uint64_t to_us = 0;
-    size_t line = 0; /* that began it */
+    size_t line = 0; /* that began the state */
     std::string text;
-    std::string more; /* what there is to say of it when it is looked at */
+    std::string more; /* details for whoever looks at the span */
 };
 
 /* All requests, or indications, of one ID. */
@@ -73,11 +73,12 @@ struct facts {
 
 facts facts_gather(const session &s);
 
-/* Whether the line tells of something that went wrong. A list of services without ours is none: the program waits. */
+/* Whether the line tells of something that went wrong. A list without the modem's service does not count: the program
+ * waits for the service. */
 bool facts_failed(const session_line &line);
 bool facts_slow(const session_line &line);
 
-/* Whether it is a callback that never returned. */
+/* Whether the line is that of a callback which never returned. */
 bool facts_unreturned(const session_line &line);
 
 /* The registration status, CPE_DM_REG_..., that system information stands for. */

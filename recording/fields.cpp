@@ -365,7 +365,7 @@ template <typename T> T load(const uint8_t *at) {
     return value;
 }
 
-/* Three bytes as the records of the module hold them. */
+/* Loads three bytes as three numbers, as the module's records have them. */
 void load_bytes(const uint8_t *at, int64_t (&list)[3]) {
     std::copy_n(at, 3, list);
 }

@@ -27,7 +27,7 @@ enum class field_type : uint8_t {
     GROUP,      /* a structure with fields of its own */
 };
 
-/* What a value would tell of where the box is. PLMNs tell by their type. */
+/* What a value identifies, and so tells of where the box is. A PLMN is known by its type instead. */
 enum class field_identity : uint8_t { NONE, CHANNEL, PCI, CGI, TAC };
 
 /* A number that has a name. */
@@ -36,10 +36,10 @@ struct field_name {
     const char *name;
 };
 
-/* Where a field lies, and as what. */
+/* Where a field lies, and its type. */
 struct field_place {
     uint32_t offset = 0;
-    uint32_t size = 0; /* of one element of a list, of the value otherwise */
+    uint32_t size = 0; /* of one element of a list, or of the value */
     field_type type = field_type::U8;
     uint32_t max = 0; /* elements of a list; 0: no list */
 };
@@ -55,7 +55,7 @@ struct field {
     uint32_t valid =
         FIELD_NO_OFFSET; /* where the flag (8 bits) lies that says that the field is present, if it has one */
     uint32_t length = FIELD_NO_OFFSET; /* where the number (32 bits) of a list's valid elements lies */
-    uint32_t cgi = FIELD_NO_OFFSET;    /* of a PCI: where the CGI (64 bits) lies; where that is 0, a PCI of 0 is none */
+    uint32_t cgi = FIELD_NO_OFFSET;    /* of a PCI: where the CGI (64 bits) lies; if that is 0, a PCI of 0 is missing */
     field_identity identity = field_identity::NONE;
     std::span<const field_name> names = {};
     std::span<const field> group = {}; /* the fields of an element; its offsets count from the element */
@@ -71,19 +71,19 @@ struct message {
     std::span<const field> fields;
 };
 
-/* Every response begins with these. */
+/* The fields with which every response begins. */
 extern const std::span<const field> message_response_header;
 
 /* An entry of the list of services, which is no message. */
 extern const message message_service_entry;
 
-/* The message of a zeb_message_type, or null when the table has none. */
+/* The message of this type (zeb_message_type) and ID, or null when the table has none. */
 const message *message_find(uint32_t type, uint32_t id);
 
 /* All of the table. */
 std::span<const message> message_all();
 
-/* What is asked with a request, or told with an indication, of that ID: "get signal info". "unknown message" when the
+/* The name for people of what a request asks for, or an indication tells: "get signal info". "unknown message" when the
  * table has none. */
 const char *message_name(uint32_t type, uint32_t id);
 
@@ -96,8 +96,8 @@ uint32_t field_counts_per_unit(const field &f);
 /* Whether the sender has set the field: its flag, where it has one, and for a metric what cpe_dm_is_reported says. */
 bool field_present(const field &f, const uint8_t *base);
 
-/* The values of a field: its valid elements, which are never more than there is room for; 1 for a field that is no
- * list. */
+/* How many values a field has: the valid elements of a list, never more than there is room for; 1 for a field that is
+ * no list. */
 uint32_t field_count(const field &f, const uint8_t *base);
 
 /* Where element i lies. */
@@ -105,7 +105,7 @@ inline const uint8_t *field_at(const field &f, const uint8_t *base, uint32_t i) 
     return &base[f.place.offset + size_t{i} * f.place.size];
 }
 
-/* An element as a number; of a PLMN or a group 0. An unsigned one of 64 bits keeps its bits. */
+/* An element as a number; 0 for a PLMN or a group. An unsigned element of 64 bits keeps its bits. */
 int64_t field_number(const field &f, const uint8_t *at);
 
 /* An element for people, without its unit. */
@@ -114,11 +114,12 @@ std::string field_text(const field &f, const uint8_t *at);
 /* The field of a message by its key; null: it has none. */
 const field *message_field(const message &m, std::string_view key);
 
-/* The number in a field of a message, in counts; std::nullopt where it is not present, or there is no such field. */
+/* The number in a field of a message, in counts; std::nullopt where the field is not present, or the message has no
+ * such field. */
 std::optional<int64_t> message_number(const message &m, const uint8_t *bytes, std::string_view key);
 
-/* A message for people: "lte.rsrp -93 dBm, lte.rsrq -10 dB". What is not present is left out. The bytes are as many as
- * the message has. */
+/* A message for people: "lte.rsrp -93 dBm, lte.rsrq -10 dB". Fields that are not present are left out. `bytes` has the
+ * length of the message. */
 std::string message_text(const message &m, const uint8_t *bytes);
 
 #endif

@@ -17,7 +17,7 @@ constexpr uint64_t LONG_CGI = uint64_t{1} << 36;
 constexpr uint64_t U16 = UINT16_MAX;
 constexpr uint64_t U24 = (uint64_t{1} << 24) - 1;
 
-/* LTE channels below this number may be the low 16 bits of one of band 65 or above. */
+/* LTE channels below this number may be the low 16 bits of a channel of band 65 or above. */
 constexpr uint64_t CUT_CHANNELS = 5110;
 constexpr uint64_t CUT = CPE_DM_LTE_EARFCN_CUT;
 
@@ -35,9 +35,9 @@ struct range {
     space_id space;
     uint64_t first;
     uint64_t last;
-    uint64_t likely_first; /* replacements are drawn from these ... */
-    uint64_t likely_last;
-    bool (*is_likely)(uint64_t value); /* ... of which this is true, as long as there are any */
+    uint64_t likely_first;             /* replacements are drawn from this value ... */
+    uint64_t likely_last;              /* ... to this one ... */
+    bool (*is_likely)(uint64_t value); /* ... and must satisfy this, until all that do are taken */
 };
 
 constexpr range RANGES[] = {
@@ -72,7 +72,8 @@ const range *range_of(space_id space, uint64_t value) {
     return found == std::end(RANGES) ? nullptr : found;
 }
 
-/* A value for `original` that nothing has yet. There always is one: a range has as many values as it has originals. */
+/* A replacement for `original` that no other value has. There always is one: a range has as many values as it has
+ * originals. */
 uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
     constexpr int TRIES = 1000;
     std::random_device random;
@@ -83,8 +84,8 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // The likely ones are all but used up: the next free one of the range, from anywhere in it. One that was seen will
-    // do, but for the original itself as long as there is another.
+    // The likely values are all but used up: take the next free value of the range, from anywhere in it. It may be a
+    // value that was seen, but the original itself only when no other is free.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
     uint64_t value = any(random);
     bool original_is_free = false;

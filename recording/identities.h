@@ -1,5 +1,5 @@
 /* What stands for what in a redacted recording. Every identity has one replacement, drawn at random for this run alone:
- * nothing computes the one from the other, so nothing can be tried out. Replacements are plausible values of the same
+ * neither can be computed from the other, so guesses cannot be tried out. Replacements are plausible values of the same
  * kind, none of them an identity that was seen.
  *
  * A 0 stays where it says that the modem reported nothing: as a channel, PCI, CGI, TAC, and country code. */
@@ -22,7 +22,7 @@ enum class identity_space : uint8_t {
     TAC,
     MCC,
     MNC,
-    ODD_PLMN, /* the bytes of one with digits that are none */
+    ODD_PLMN, /* the bytes of a PLMN with digits above 9 */
     COUNT,
 };
 
@@ -34,7 +34,7 @@ struct identities {
     };
     std::array<space, static_cast<size_t>(identity_space::COUNT)> spaces;
 
-    /* While true, what is asked for is taken down as seen, and comes back as it is. */
+    /* While true, a value that is asked for is noted as seen and returned unchanged. */
     bool collecting = true;
 };
 
@@ -43,14 +43,14 @@ uint64_t identity_replace(identities &all, field_identity kind, uint64_t value);
 uint64_t identity_replace_mcc(identities &all, uint64_t mcc);
 uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
 
-/* Of an NR 5G channel of which only the low 16 bits are known. */
+/* The replacement of an NR 5G channel of which only the low 16 bits are known. */
 uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 
-/* A PLMN and a TAC of three bytes each are replaced in place, so that they go with those that are numbers. */
+/* Replace a PLMN or a TAC of three bytes in place. The same PLMN or TAC written as numbers has the same replacement. */
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 
-/* All identities of the field at `at`, of whatever type. */
+/* Replaces all identities of the field at `at`, of whatever type. */
 void identity_replace_field(identities &all, const field &f, uint8_t *at);
 
 /* What was replaced, for people: "3 channels, 4 physical cell identities, ..."; "nothing" when nothing was. */

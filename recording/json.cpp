@@ -4,8 +4,8 @@
 
 namespace {
 
-/* Strings are written in ASCII whatever their bytes are, and without what ends a script in a page. A byte above 127,
- * which no text of a recording has, is written as the character of that number. */
+/* Strings are written in ASCII whatever their bytes are, and without characters that could end a script in a page. A
+ * byte above 127, which no text of a recording has, is written as the character of that number. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
     for (const char c : value) {

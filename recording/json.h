@@ -21,7 +21,7 @@ void json_number(json_writer &to, int64_t value, std::string_view key = {});
 /* A text that is JSON itself, such as "12.8", "true" or "null". */
 void json_raw(json_writer &to, std::string_view value, std::string_view key = {});
 
-/* The fields of a message as members of the open object, those that are present: "lte.rsrp" is "rsrp" of the object
+/* Writes the fields of a message that are present as members of the open object: "lte.rsrp" is "rsrp" of the object
  * "lte". Numbers are in units. */
 void json_message(json_writer &to, const message &m, const uint8_t *bytes);
 

@@ -43,7 +43,8 @@ bool is_name(std::string_view text) {
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
-/* The length of what a conversion can have made at the front of the text; `next` is what follows it in the form. */
+/* How much of the front of the text a conversion can have printed; `next` is what follows the conversion in the
+ * form. */
 size_t filled_length(char conversion, std::string_view text, std::string_view next) {
     switch (conversion) {
     case 'd':
@@ -94,7 +95,8 @@ bool matches(std::string_view form, std::string_view line, match &out) {
     return at == line.size();
 }
 
-/* A number as it was printed; -1 is the highest number of 64 bits. False when it has more bits. */
+/* Reads a number as it was printed; -1 is the highest number of 64 bits. Returns false when the number has more
+ * bits. */
 bool read_number(std::string_view line, const filled &place, uint64_t &value) {
     const char *begin = line.data() + place.begin;
     const char *end = begin + place.length;
@@ -137,7 +139,8 @@ uint64_t replacement(identities &all, char kind, uint64_t value) {
     }
 }
 
-/* Replaces the numbers of a line that are identities. False when one has more bits than it can have. */
+/* Replaces the numbers of a line that are identities. Returns false when one of them has more bits than its kind can
+ * have. */
 bool replace_numbers(std::array<uint64_t, FILLED_MAX> &values, size_t count, std::string_view kinds, identities &all) {
     for (size_t i = 0; i < count; i++) {
         const char kind = i < kinds.size() ? kinds[i] : '.';
@@ -187,7 +190,7 @@ std::optional<std::string> redact_text(std::string_view text, identities &all) {
     return std::nullopt;
 }
 
-/* A line of options: the first number is one, the others are small. */
+/* Whether the line is one of options: the first number is an option's, the others have few digits. */
 bool is_option_line(std::string_view text) {
     constexpr size_t DIGITS_MAX = 5; // a threshold
     constexpr unsigned OPTIONS = 10;
@@ -206,8 +209,8 @@ bool is_option_line(std::string_view text) {
     return true;
 }
 
-/* Takes the head of a log's line: "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 ". Returns its length, 0 where there
- * is none. */
+/* The length of the head of a log's line, "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 "; 0: it has none. `wall_us`
+ * is the head's time. */
 size_t head_length(std::string_view line, int64_t &wall_us) {
     const size_t blank = line.find(' ');
     const auto time = time_parse(line.substr(0, blank));

@@ -1,4 +1,5 @@
-/* Where the module or the client gets a new text, the test known_lines_complete asks for its row here. */
+/* When the module or the client gets a new text, the test known_lines_complete fails until the text has its row
+ * here. */
 #include "known_lines.h"
 
 namespace {

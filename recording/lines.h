@@ -8,7 +8,7 @@ struct line_words {
     const char *kind = ""; /* as the recording calls it: "send" */
     std::string what;      /* what was asked or told */
     std::string result;    /* what came of it */
-    std::string timing;    /* when that is worth a word */
+    std::string timing;    /* how long it took, when that is worth a word */
     bool failed = false;
     bool slow = false;
 };

@@ -8,7 +8,7 @@
 
 namespace {
 
-/* Whether the file is there and begins so. */
+/* Whether the file exists and begins with this text. */
 bool begins_with(const char *name, std::string_view begin) {
     std::string text(begin.size(), '\0');
     const int fd = open(name, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK);

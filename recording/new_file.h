@@ -5,8 +5,9 @@
 #include <string>
 #include <string_view>
 
-/* Writes a file that does not exist yet. When one does that begins with `own`, where this is not empty, it is of this
- * program's making, and is replaced. On failure nothing new is there, and the reason is in error: "file: reason". */
+/* Writes a file that does not exist yet. A file that does exist is replaced if it begins with `own`, as this program's
+ * own files do; an empty `own` replaces none. On failure nothing new is there, and the reason is in error: "file:
+ * reason". */
 bool new_file_write(const char *name, std::string_view text, std::string_view own, std::string &error);
 
 #endif

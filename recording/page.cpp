@@ -34,7 +34,7 @@ size_t place_of(text_table &table, std::string text) {
     return found->second;
 }
 
-/* A column of numbers that mostly grow, each as what it is more than the one before it. */
+/* A column of numbers that mostly grow, each written as its difference from the one before. */
 struct column {
     std::string text;
     int64_t last = 0;

@@ -1,9 +1,9 @@
-/* How a recording is redacted so that it plays as before. A play asks for calls by what goes into them: requests stay
- * as they are, since they hold no identities. What goes into a decoding is an encoded indication, in the box's own
- * layout, which nothing here can read. So each is replaced as a whole, by a number of the same length, the same by the
- * same: the indication that is delivered is the one whose decoding is recorded, whatever its bytes. In what came back,
- * identities are replaced by random ones, the same by the same, all other fields stay, and every byte that is no field
- * becomes 0. */
+/* How a recording is redacted so that it plays as before. A play finds the recorded call by what goes into the call.
+ * Requests stay as they are, since they hold no identities. Into a decoding goes an encoded indication, in the box's
+ * own layout, which nothing here can read. So each encoded indication is replaced as a whole, by a number of the same
+ * length; equal indications get equal numbers, and a delivered indication is still the one whose decoding is recorded.
+ * In what came back from a call, identities are replaced by random ones (equal ones by equal ones), all other fields
+ * stay, and every byte that belongs to no field becomes 0. */
 #include "redact.h"
 
 #include "identities.h"
@@ -23,13 +23,13 @@ constexpr std::string_view NEW_START = "2000-01-01T00:00:00.000Z";
 
 /* A file, and what is counted of it. */
 struct redacted_file {
-    session_file recording; /* its name and text are those of any file */
+    session_file recording; /* name and text also of a file that is no recording */
     bool is_recording = false;
     std::string result;
     size_t lines = 0;
     size_t left_out = 0; /* lines of no known form */
     size_t comments = 0;
-    size_t bytes_dropped = 0;  /* that were not 0 and are no field */
+    size_t bytes_dropped = 0;  /* bytes that were not 0 and belong to no field */
     size_t memory_dropped = 0; /* buffers of calls that failed: the program's memory */
     size_t blanked = 0;        /* messages that are not known */
 };
@@ -37,8 +37,8 @@ struct redacted_file {
 struct redaction {
     std::vector<redacted_file> files;
     identities all;
-    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings; /* length and bytes: its number */
-    std::map<uint32_t, uint64_t> last;                              /* number for each length */
+    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings; /* by length and bytes: the number in their place */
+    std::map<uint32_t, uint64_t> last;                              /* by length: the last number given */
     int64_t shift_us = 0;
     bool dated = false;
     bool blank = false;
@@ -57,7 +57,7 @@ std::string bytes_text(std::span<const uint8_t> bytes) {
     return text;
 }
 
-/* Puts another value in the place of a key's. */
+/* Replaces the value of a key. */
 void replace_value(std::string &line, std::string_view key, const std::string &value) {
     const size_t at = line.find(" " + std::string(key) + "=");
     if (at != std::string::npos) {
@@ -88,7 +88,8 @@ void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *t
     }
 }
 
-/* The fields of a message, and 0 in the place of everything else, of which the bytes that were not 0 are counted. */
+/* A copy of a message: its fields with identities replaced, and 0 for all other bytes. `dropped` counts those of the
+ * latter that were not 0. */
 std::vector<uint8_t> copy_message(identities &all, const message &m, bool header, const std::vector<uint8_t> &from,
                                   size_t &dropped) {
     std::vector<uint8_t> to(from.size());
@@ -220,7 +221,7 @@ void redact_recording(redaction &r, redacted_file &file) {
         const std::string_view line = rest.substr(0, end);
         file.lines++;
         if (end == std::string_view::npos) {
-            // Cut short: that it is shall still be seen.
+            // The last line is cut short, and so must its copy be.
             file.result += line.substr(0, std::min(line.find_first_not_of("0123456789"), line.size()));
             return;
         }
@@ -250,7 +251,7 @@ void redact_text(redaction &r, redacted_file &file) {
         const size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = rest.substr(0, end);
         file.lines++;
-        if (!r.dated) { // the recording has no date: the first one there is stands for it
+        if (!r.dated) { // the recording has no date: the first date in a log is taken for it
             const auto time = known_line_time(line);
             r.dated = time.has_value();
             r.shift_us = time ? *time_parse(NEW_START) - *time : 0;

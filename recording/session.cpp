@@ -8,8 +8,8 @@
 
 namespace {
 
-/* Joins decodings to the indications that they belong to: the last one of the client, with the same bytes. Returns
- * whether the entry is such a decoding, which is no line of its own then. */
+/* Joins a decoding to its indication: the last one of the same client, if the bytes are the same. Returns whether the
+ * entry is such a decoding, and so no line of its own. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();
@@ -28,7 +28,7 @@ bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> 
     return true;
 }
 
-/* Of the lines that a part keeps of those before it, only the first part's are not there anyway. */
+/* Adds the entries of a part. Its kept lines repeat lines of the parts before, so only the first part's are added. */
 void add_lines(session &s, session_file &file, bool first) {
     std::map<uint32_t, size_t> last;
     for (const recording_entry &entry : file.content.entries) {

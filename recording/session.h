@@ -46,14 +46,14 @@ bool session_make(std::vector<std::unique_ptr<session_file>> files, session &out
 /* A buffer with the zeros at its end. */
 std::vector<uint8_t> session_bytes(const recording_bytes &bytes);
 
-/* A message with its bytes; the message is null where there is none that the table knows. */
+/* A message with its bytes; `what` is null where the table knows no such message. */
 struct session_message {
     const message *what = nullptr;
     std::vector<uint8_t> bytes;
 };
 
-/* What was asked with a request, and what came back with status 0 from a request or a decoding. There is no message in
- * other entries, nor where the length is not that of the platform's header. */
+/* The message of a request; and the message that came back with status 0 from a request or a decoding. Other entries
+ * have none, and a message whose length is not that of the platform's header is none. */
 session_message session_request(const recording_entry &entry);
 session_message session_answer(const recording_entry &entry);
 

@@ -95,7 +95,7 @@ void put_json_message(json_writer &to, const session_message &m, const recording
     }
 }
 
-/* Of a request, with its answer. */
+/* A request with its answer. */
 void put_json_send(json_writer &to, const recording_entry &entry) {
     put_json_message(to, session_request(entry), entry.in, "request");
     const session_message answer = session_answer(entry);
@@ -142,7 +142,7 @@ std::optional<uint32_t> message_type(const recording_entry &entry) {
     return std::nullopt;
 }
 
-/* What only lines of this kind have. */
+/* The members that only lines of this kind have. */
 void put_json_details(json_writer &to, const session_line &line) {
     const recording_entry &entry = *line.entry;
     if (entry.handle != 0) {
@@ -211,7 +211,7 @@ std::string as_json(const session &s, const facts &f, const show_options &option
 }
 
 std::string as_csv(const session &s, const facts &f, const show_options &options) {
-    // The columns of `cpe_dm watch`; for the time since boot stands that since the recording's start.
+    // The columns of `cpe_dm watch`; `uptime` is the time since the recording's start.
     std::string text = "time,uptime";
     for (const facts_signal &signal : facts_signals) {
         text += std::string(",") + cpe_dm_metric_by_id(signal.metric)->key;

@@ -32,9 +32,9 @@ all_scripts() {
         LC_ALL=C sort)
 }
 
-# build_to_run NAME PROGRAM [TARGET]: builds this program of the release folder (TARGET, where it is not named like the
-# program) when something has changed, with what it takes, for the script NAME, and says nothing but that it does so for
-# the first time, or what went wrong.
+# build_to_run NAME PROGRAM [TARGET]: builds PROGRAM in the release folder, with all that it needs, when something has
+# changed. TARGET is its target, where that is not named like the program. Says, in the name of the script NAME, only
+# that it builds for the first time, or what went wrong.
 build_to_run() {
     local log=$root/build/logs/$1.log status=0
     "$root/scripts/setup" build </dev/null || return

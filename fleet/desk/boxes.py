@@ -7,10 +7,10 @@ import time
 
 import servers
 
-BLOCK = 20  # boxes that are a fleet of its own, with cells of its own
-KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # the first of a block
+BLOCK = 20  # boxes of a block, which has cells of its own
+KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # of the first boxes of a block
 PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # what the others of a block play, in turn
-ONCE = ["drive", "status_walk"]  # but these, once in a fleet: many of them would move as one
+ONCE = ["drive", "status_walk"]  # but for one box each of a fleet: many that play these would move as one
 
 # What happens to the cell of a box of this kind, in the blocks in which something happens.
 CHANGES = {
@@ -70,7 +70,7 @@ class Box:
         os.makedirs(os.path.dirname(self.textfile))
 
     def scenario(self, event):
-        """The file of what it plays; event: seconds from now until something happens, None: nothing does."""
+        """The scenario file that the box plays; event: seconds from now until something happens, None: nothing does."""
         if self.kind == "played":
             return f"{self.source}/platform/scenarios/{self.plays}.toml"
         path = f"{self.folder}/scenario.toml"

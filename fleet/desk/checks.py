@@ -6,7 +6,7 @@ import boxes as box_module
 
 
 def missing_lines(box, lines, arrived):
-    """([line that is lost], how many the box took with it when its power went: none older than 5 s)."""
+    """([lost line], how many further lines went with the box's power: none of them is older than 5 s)."""
     missing = [line for line in lines if line not in arrived]
     lost = [line for (time, _), line in zip(box_module.rows_of(missing), missing)
             if not any(kill - 5 < time <= kill + 1 for kill in box.kills)]
@@ -97,7 +97,7 @@ def expected_alerts(boxes):
     must = set()
     may = set()
     for box in boxes:
-        if box.kind == "played" and box.plays == "drive":  # whether its hole is long enough, depends on the factor
+        if box.kind == "played" and box.plays == "drive":  # its hole is long enough at some factors only
             may |= {("CpeDmOutOfService", box.name), ("CpeDmFellBackFromNr5g", box.name)}
         if not box.troubled:
             continue

@@ -71,7 +71,7 @@ class Run:
             time.sleep(0.2)
 
     def all_arrived(self):
-        """Whether something of each box has, and all that it had sent three intervals ago."""
+        """Whether something of each box has arrived, and everything that it had sent three intervals ago."""
         self.subscriber.read()
         for box in self.boxes:
             arrived = self.subscriber.lines.get(box.name)

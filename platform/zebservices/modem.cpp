@@ -54,7 +54,7 @@ void run_timer(modem *m) {
 std::atomic<modem *> the_modem = nullptr;
 std::mutex switch_lock; /* held while the modem is switched on; guards what follows */
 bool refused = false;
-const modem *parents_modem = nullptr; /* in a child of fork; only what never changes in it is looked at */
+const modem *parents_modem = nullptr; /* in a child of fork; only its members that never change are read */
 
 /* The modem of a child of fork goes on with its parent's scenario. */
 std::unique_ptr<modem> make_modem() {
@@ -81,7 +81,7 @@ void forget_parent() {
 
 [[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
-/* The modem, switched on. The scenario has been read: otherwise nobody has a service object. */
+/* The modem, switched on. It has a scenario: otherwise nobody would have a service object. */
 modem &modem_in_use() {
     modem_switch_on();
     return *the_modem;

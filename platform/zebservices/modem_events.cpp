@@ -11,7 +11,8 @@
 
 namespace {
 
-/* While the process runs, no change of the timeline is played later than this. When one is, the process was stopped. */
+/* No change of the timeline is played later than this while the process runs. A change that is more than this late
+ * means that the process was stopped. */
 constexpr uint64_t STOOD_STILL_MS = 5000;
 
 struct metric {
@@ -130,7 +131,7 @@ void end_scan(modem &m) {
     if (m.scan.status == 0) {
         nas_fill_scan_result(modem_state(m), m.scan.network_type, ind);
     }
-    // A scan goes with its client, so the client is there.
+    // A scan ends when its client is released, so the client is there.
     send_indication(m, m.clients.at(m.scan.client), ZEB_NAS_SCAN_RESULT_IND, &ind, sizeof(ind));
 }
 

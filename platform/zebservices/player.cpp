@@ -9,15 +9,16 @@
  * AHEAD_US). With speed 0 nothing has a time, and the clock goes from line to line. Between two lines, a recorded pause
  * is kept up to QUIET_US, and then the conductor waits until all threads of the program sleep (for REST_US at most), so
  * that everything that the first line set off is over before the second is played. A line that was recorded after a
- * callback had returned waits for that callback (for PATIENCE_US beyond the time that the callback took; where a
- * recording of version 1 does not tell, for CALLBACK_US). All these are real time, which is only counted while the
- * process runs: it is looked at every LOOK_US at least, and more than LOOK_MAX_US at once means that the process was
- * stopped, by a debugger say.
+ * callback had returned waits for that callback (for PATIENCE_US beyond the time that the callback took on the box, or
+ * for CALLBACK_US in a recording of version 1, which does not tell that time). All these limits are real time, and only
+ * time in which the process runs counts: the conductor looks at the clock every LOOK_US at least, and when more than
+ * LOOK_MAX_US has passed since its last look, the process was stopped, by a debugger say.
  *
- * Invariants. Everything from `lock` on in struct player is guarded by it. A role has a peer from the answer to the
- * creation of its client or notifier until the release. Its deliveries are made in their order, `next` being the next
- * one. A call is in `pending` from its arrival to its answer, and its thread waits in player_answer as long. A delivery
- * is in `running` from when it is made until its callback has returned. */
+ * Invariants. Everything from `lock` on in struct player is guarded by it. A role has a peer from the arrival of the
+ * call that creates its client or notifier until the release. Its deliveries are made in their order; `next` is the
+ * index of the next one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its
+ * thread waits in player_answer. A delivery is in `running` from when it is made until its callback has returned or its
+ * client or notifier is released. */
 #include "player.h"
 #include "recording.h"
 #include "tally.h"
@@ -63,7 +64,7 @@ struct role {
     std::vector<delivery> deliveries;
     size_t next = 0;
     uint64_t peer = 0;    /* 0: not yet, or released */
-    double offset_us = 0; /* added to a time of the recording: that time on the clock */
+    double offset_us = 0; /* a time of the recording plus this is the time on the clock */
     std::thread::id creator;
 };
 
@@ -78,7 +79,7 @@ struct pending_call {
     const recording_entry *entry;
     uint64_t peer;
     double ready_us; /* on the clock */
-    double came_us;  /* awake_us then */
+    double came_us;  /* awake_us at that moment */
     bool in_callback;
     bool unprompted; /* as in tally_answered */
     bool done = false;
@@ -89,7 +90,7 @@ struct pending_call {
 struct running_callback {
     const recording_entry *entry;
     uint64_t peer;
-    double since_us;       /* awake_us then */
+    double since_us;       /* awake_us when it was made */
     bool given_up = false; /* nothing waits for it any more */
 };
 
@@ -106,7 +107,7 @@ struct player {
     std::unordered_map<const recording_entry *, double> gaps_us;
     std::map<uint32_t, role> roles;
     std::map<uint64_t, zeb_sink> peers;
-    std::map<uint64_t, uint32_t> numbers; /* of the peers' clients and notifiers in the recording */
+    std::map<uint64_t, uint32_t> numbers; /* by peer: the recording's number of its client or notifier */
     uint64_t last_peer = 0;
     std::vector<pending_call *> pending;
     std::vector<running_callback> running;
@@ -114,11 +115,11 @@ struct player {
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
     double awake_us = 0;       /* real time in which the process was not stopped */
     double clock_us = 0;       /* the recording's clock */
-    double shift_us = 0;       /* the offset of the last client or notifier */
+    double shift_us = 0;       /* the offset_us of the role that was taken last */
     double stalled_us = 0;     /* how long the clock has stood still */
     bool impatient = false;    /* the clock stood still for too long; until the next call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
-    bool was_delivery = false; /* the last of these was not an answer */
+    bool was_delivery = false; /* the last answer or delivery was a delivery */
     size_t delivered_line = 0; /* of the last delivery */
     size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
 };
@@ -138,7 +139,7 @@ double due_us(const role &r, const delivery &d) {
     return static_cast<double>(d.entry->begin_us) + r.offset_us;
 }
 
-/* The delivery with the lowest line of those whose client or notifier is there. */
+/* The delivery with the lowest line, of all whose client or notifier is there; `of` is its role. */
 const delivery *next_delivery(player &p, role *&of) {
     const delivery *next = nullptr;
     for (auto &[number, r] : p.roles) {
@@ -151,7 +152,8 @@ const delivery *next_delivery(player &p, role *&of) {
     return next;
 }
 
-/* Whether a line was recorded after a callback had returned. Version 1 does not tell: there, it may be any line. */
+/* Whether a line was recorded after a callback had returned. Version 1 does not tell: there, every line counts as
+ * recorded after. */
 bool comes_after(const player &p, const running_callback &c, size_t line) {
     return p.played.version == 1 || (c.entry->returned && c.entry->returned_line < line);
 }
@@ -276,7 +278,8 @@ bool comes_first(const player &p, const role &r, const delivery &d, const pendin
            (p.speed == 0 || due_us(r, d) <= std::max(call.ready_us, p.clock_us) + AHEAD_US * p.speed);
 }
 
-/* How long the call still has to wait for one that has not come: a call of another thread, which ended before it. */
+/* How long the call still has to wait for a call of another thread, which ended before it on the box and has not come
+ * yet. */
 double other_thread_us(const player &p, const pending_call &call) {
     const double left = AHEAD_US - (p.awake_us - call.came_us);
     const recording_entry *other = left > 0 ? tally_expected_call(p.score) : nullptr;
@@ -324,7 +327,7 @@ double play(player &p) {
     return wait;
 }
 
-/* Gives a callback up that takes much longer than it did. */
+/* Gives up every callback that takes much longer than it took on the box. */
 void look_at_callbacks(player &p) {
     for (running_callback &c : p.running) {
         const double took = static_cast<double>(c.entry->took_us) / rate(p);
@@ -394,8 +397,9 @@ uint32_t number_of(const player &p, uint64_t peer) {
     return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* The recorded call that answers this one: the next one with the same key, or the last of them again. Before the first
- * call of a part itself, a kept call is an answer as often as it is asked for, unless that first call is at hand. */
+/* The recorded call that answers this one: the next one with the same key, or the last of them again. In a later part
+ * of a recording, a kept call answers as often as the program asks, until the program makes the part's own calls. The
+ * first of these to be played must be the call that is expected next; any other is still answered from a kept call. */
 const recording_entry *find_answer(player &p, const zeb_call &call, bool &again) {
     const auto found =
         p.by_key.find(recording_key(call.kind, number_of(p, call.peer), call.numbers,
@@ -409,7 +413,7 @@ const recording_entry *find_answer(player &p, const zeb_call &call, bool &again)
                                        a.entries[a.next] != tally_expected_call(p.score))) {
         return a.entries[a.next++];
     }
-    // A wait ends with an event, and no further event was recorded.
+    // A wait is not answered again: it ends with an event, and no further event was recorded.
     if (call.kind == zeb_call_kind::WAIT) {
         return nullptr;
     }
@@ -426,8 +430,8 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* What the call writes. From version 2 on, a call that failed leaves the caller's bytes as they are, and a service list
- * writes no entries but those that were returned. */
+/* Writes what the recorded call wrote. From version 2 on, a call that failed leaves the caller's bytes as they are, and
+ * a service list writes no entries but those that were returned. */
 void fill(const recording &played, const recording_entry &entry, const zeb_call &call) {
     size_t length = call.out == nullptr ? 0 : call.out_len;
     if (played.version >= 2 && entry.status != ZEB_NO_ERR) {
@@ -447,8 +451,8 @@ void fill(const recording &played, const recording_entry &entry, const zeb_call 
     }
 }
 
-/* Whether the program makes the call by itself: on the thread that created the client or notifier. Another thread's
- * call may be how the program deals with an indication or event. */
+/* Whether the program makes the call by itself: it does on the thread that created the client or notifier. A call of
+ * another thread may be how the program deals with an indication or event. */
 bool is_unprompted(const player &p, const zeb_call &call) {
     const auto r = p.roles.find(number_of(p, call.peer));
     return !call.in_callback && (r == p.roles.end() || r->second.creator == std::thread::id() ||
@@ -585,7 +589,8 @@ bool player_sum_up() {
     player &p = *the_player;
     std::unique_lock guard(p.lock);
     look(p);
-    // Other threads of the program may still deal with what was delivered: they get as long for that as between lines.
+    // Other threads of the program may still deal with what was delivered: they get REST_US for it, as between two
+    // lines.
     const double end = p.awake_us + REST_US;
     size_t line = unfinished_line(p);
     while (line != 0 && p.awake_us < end) {

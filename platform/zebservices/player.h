@@ -9,7 +9,7 @@
 
 #include <string>
 
-/* Reads the recording and starts to play it. speed is how many times as fast as life it is played; 0: as fast as the
+/* Reads the recording and starts to play it. `speed` says how many times as fast as on the box; 0: as fast as the
  * program asks. Returns false, with "file:line: reason" in error, when the recording is not right. Throws when out of
  * memory or of threads. */
 bool player_start(const char *file, double speed, std::string &error);
@@ -22,15 +22,15 @@ void player_returned(uint64_t peer);
 uint64_t player_attach(const zeb_sink &sink);
 void player_detach(uint64_t peer);
 
-/* To be called in a child of fork: it plays nothing of what its parent plays. Every call fails then. */
+/* To be called in a child of fork, which has no part in its parent's play: every call fails from then on. */
 void player_forget_parent();
 
-/* Whether no service event is left in the recording that could end a wait; says so on standard error. Not in a child of
- * fork. */
+/* Whether no service event is left in the recording that could end a wait; says so on standard error. Not to be called
+ * in a child of fork. */
 bool player_tell_endless_wait();
 
-/* Says on standard error whether the play so far was exact, and in what it was not. Returns whether it was. Not in a
- * child of fork. */
+/* Says on standard error whether the play so far was exact, and if not, why. Returns whether it was. Not to be called
+ * in a child of fork. */
 bool player_sum_up();
 
 #endif

@@ -18,7 +18,7 @@ constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exact
 
 /* Where the value of a key goes. */
 enum class slot {
-    NUMBER_0, /* any number of 32 bits, signed or not; so are the other two */
+    NUMBER_0, /* any number of 32 bits, signed or not, like the other two */
     NUMBER_1,
     NUMBER_2,
     ID_0,
@@ -26,7 +26,7 @@ enum class slot {
     HANDLE,
     INSTANCE,
     TIMEOUT,
-    ENTRIES, /* a count, or - for a null pointer; so are services */
+    ENTRIES, /* a count, or - for a null pointer, like SERVICES */
     SERVICES,
     IN,
     OUT,
@@ -48,7 +48,7 @@ struct kind {
     line_kind line;
     zeb_call_kind call;          /* of a CALL */
     uint32_t since;              /* the first version that has such lines */
-    std::array<field, 7> fields; /* in this order; the first without a key ends them */
+    std::array<field, 7> fields; /* in this order; a field without a key ends the list */
 };
 
 constexpr zeb_call_kind NO_CALL = zeb_call_kind::OBJECT;
@@ -222,7 +222,7 @@ bool read_value(std::string_view text, slot place, recording_entry &out, std::st
     return false;
 }
 
-/* The text up to the next blank, which goes with it. */
+/* Takes a word from the front of the text, and the blank behind the word. */
 std::string_view next_word(std::string_view &text) {
     const size_t end = std::min(text.find(' '), text.size());
     const std::string_view word = text.substr(0, end);
@@ -230,7 +230,7 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-/* Throws what is wrong with the line. */
+/* Reads one line. Throws what is wrong with it. */
 const kind &read_line(std::string_view text, uint32_t version, recording_entry &out, std::string &reason) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
@@ -266,10 +266,11 @@ const kind &read_line(std::string_view text, uint32_t version, recording_entry &
     return *found;
 }
 
-/* The callbacks that have not returned so far: the place in the recording's entries, by client or notifier and time. */
+/* The callbacks that have not returned so far. The key is the client or notifier and the time when the callback began,
+ * the value an index of the recording's entries. */
 using open_callbacks = std::map<std::pair<uint32_t, uint64_t>, size_t>;
 
-/* Fills in how long a callback took. Throws when none had begun then, and none can be missing. */
+/* Fills in how long a callback took. Throws when no such callback had begun, unless its line may be missing. */
 void read_returned(const recording_entry &line, open_callbacks &open, recording &out) {
     const auto found = open.find({line.handle, line.begin_us});
     if (found != open.end()) {
@@ -315,7 +316,8 @@ void add_line(line_kind kind, recording_entry &&line, std::string &&reason, open
     out.entries.push_back(std::move(line));
 }
 
-/* "2026-11-23T02:16:57.123Z", or without the milliseconds, in milliseconds since 1970; -1 for anything else. */
+/* Reads "2026-11-23T02:16:57.123Z", with or without the milliseconds. Returns milliseconds since 1970; -1 for anything
+ * else. */
 int64_t read_start(std::string_view text) {
     constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd.dddZ";
     const size_t digits[] = {0, 5, 8, 11, 14, 17, 20};
@@ -342,7 +344,7 @@ int64_t read_start(std::string_view text) {
     return (((days * 24 + values[3]) * 60 + values[4]) * 60 + values[5]) * 1000 + values[6];
 }
 
-/* Words that are not known are passed over. */
+/* Unknown words are passed over. */
 void read_first_line(std::string_view text, recording &out) {
     const bool right = text.starts_with(FIRST_WORD);
     text.remove_prefix(right ? FIRST_WORD.size() : 0);
@@ -369,7 +371,7 @@ void read_first_line(std::string_view text, recording &out) {
     out.start_ms = read_start(out.start);
 }
 
-/* Reads line after line, with the number of the current one in line. Throws what is wrong with it. */
+/* Reads line after line; `line` is the number of the current one. Throws what is wrong with that line. */
 void read_lines(std::string_view text, size_t &line, recording &out) {
     if (text.size() > RECORDING_FILE_MAX) {
         throw std::runtime_error("longer than " + std::to_string(RECORDING_FILE_MAX) + " bytes");

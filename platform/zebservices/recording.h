@@ -24,20 +24,21 @@ struct recording_bytes {
 
 recording_bytes recording_pack(const void *bytes, uint32_t length);
 
-/* LOST: lines that came here could not be kept. UNRECORDED: from here on, a client, notifier or callback is not in the
- * recording. */
+/* LOST: lines that belong here could not be kept. UNRECORDED: from here on, a client, notifier or callback is not in
+ * the recording. */
 enum class recording_kind { CALL, INDICATION, EVENT, LOST, UNRECORDED };
 
-/* A line, but for the first, `before`, `end`, and `returned`, which belongs to the line of its callback. */
+/* A line of the recording. The first line, `before` and `end` have no entry; `returned` is a part of its callback's
+ * entry. */
 struct recording_entry {
     size_t line = 0;
     recording_kind kind = recording_kind::CALL;
     zeb_call_kind call = zeb_call_kind::OBJECT; /* of a CALL */
-    bool kept = false;        /* of a CALL before this part of the recording, repeated for its answer */
-    uint64_t begin_us = 0;    /* since the recording's start; of a kept call, when the part began */
-    uint64_t took_us = 0;     /* of a CALL, and of a callback that has returned */
+    bool kept = false;                          /* a CALL of an earlier part, repeated here for its answer */
+    uint64_t begin_us = 0;                      /* since the recording's start; of a kept call, when the part began */
+    uint64_t took_us = 0;                       /* of a CALL, and of a callback that has returned */
     bool returned = false;    /* of an INDICATION or EVENT: the callback has returned, which version 1 never tells */
-    size_t returned_line = 0; /* the line that says so */
+    size_t returned_line = 0; /* the callback's `returned` line */
     int32_t status = 0;       /* what a call returned; the number of an EVENT */
     uint32_t handle = 0;      /* the recording's number of the client or notifier; 0: none or unknown */
     std::array<uint32_t, 3> numbers = {}; /* as in zeb_call; the ID of an INDICATION comes first */
@@ -52,11 +53,11 @@ struct recording_entry {
 
 struct recording {
     uint32_t version = 0;
-    std::string start;    /* when it began, as the first line says it; this and the next three may be empty */
+    std::string start;    /* when it began, as the first line says; this text and the next three may be empty */
     int64_t start_ms = 0; /* the same in milliseconds since 1970; -1: unknown */
     std::string machine;
     std::string program;
-    std::string recorder; /* its version */
+    std::string recorder; /* the recorder's version */
     uint32_t part = 0;    /* from 1; 0: a recording that is not in parts */
 
     std::vector<recording_entry> entries; /* in the order of the lines */
@@ -65,18 +66,18 @@ struct recording {
     bool cut = false;       /* the file ends in the middle of a line, which is left out */
     std::string end_reason; /* why the recording ended before the program did; empty: no such line */
     uint64_t end_us = 0;
-    uint64_t before_lines = 0; /* of the recording, missing before this part */
+    uint64_t before_lines = 0; /* lines of the recording that are before this part */
     uint64_t lost_lines = 0;
     uint64_t unrecorded = 0; /* clients, notifiers and callbacks that are not in the recording */
 };
 
-/* What makes a call the same as a recorded one: everything that goes into it, with the number of the client or notifier
- * of a request, decoding, callback registration or release. */
+/* The key of a call: calls with equal keys count as the same. It holds everything that goes into the call; for a
+ * request, decoding, callback registration or release also the number of the client or notifier. */
 std::string recording_key(zeb_call_kind call, uint32_t handle, const std::array<uint32_t, 3> &numbers,
                           const recording_bytes &in, bool out_null, uint32_t out_length);
 
-/* Reads a recording from text of any content; file is the name for messages. On a recording that is not right, returns
- * false with "file:line: reason" in error (nothing when there is not even the memory for that), and out is not to be
+/* Reads a recording from text of any content; `file` names it in messages. On a recording that is not right, returns
+ * false with "file:line: reason" in error (no text when there is not even the memory for one), and out is not to be
  * used. Never throws. */
 bool recording_parse(std::string_view text, const char *file, recording &out, std::string &error);
 

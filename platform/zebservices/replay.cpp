@@ -28,8 +28,8 @@ bool is_strict() {
     return strict != nullptr && strcmp(strict, "1") == 0;
 }
 
-/* Ends the program, whose play was not exact. What it has not written of its output yet is written first, but a stream
- * that another thread has locked, to read from it say, is waited for no longer than a second. */
+/* Ends the program, whose play was not exact. Output that is still buffered is written first. Another thread may have
+ * locked a stream, to read from it say: all streams but standard output get no more than a second. */
 [[noreturn]] void end_program() {
     static std::atomic<bool> flushed = false;
     fflush(stdout);
@@ -47,8 +47,9 @@ bool is_strict() {
     _exit(NOT_EXACT_STATUS);
 }
 
-/* A wait that nothing ends goes on for ever: on the box the program waited so when the recording ended, or the play is
- * not exact, which ends the program with ZEB_STRICT=1. */
+/* A wait without limit that no event of the recording can end goes on for ever. Either the program waited like this on
+ * the box when the recording ended, or the play is not exact; a play that is not exact ends the program with
+ * ZEB_STRICT=1. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
     const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;
@@ -72,7 +73,7 @@ constinit const zeb_service PLAYED_SERVICE = {
     .replay = &REPLAY,
 };
 
-/* OF_PARENT: in a child of fork whose parent plays; NOT_HERE: and this has been said. */
+/* OF_PARENT: in a child of fork whose parent plays; NOT_HERE: likewise, and standard error says so already. */
 enum class replay_state { NOT_STARTED, PLAYS, REFUSED, OF_PARENT, NOT_HERE };
 
 std::mutex start_lock; /* held while the recording is read */
@@ -110,7 +111,8 @@ bool start() {
     return false;
 }
 
-/* Starts to play at the first call. Throws when out of memory or of threads, and may then be called again. */
+/* Whether this process plays. The first call starts to play. Throws when out of memory or of threads, and may then be
+ * called again. */
 bool plays() {
     std::lock_guard guard(start_lock);
     if (state == replay_state::NOT_STARTED) {
@@ -122,7 +124,7 @@ bool plays() {
     return state == replay_state::PLAYS;
 }
 
-/* The recording is that of the parent, and the thread that plays it is not in a child of fork. */
+/* A child of fork does not go on with its parent's play: the thread that plays is not in the child. */
 void forget_parent() {
     new (&start_lock) std::mutex;
     forked = true;
@@ -148,7 +150,7 @@ bool sum_up() {
     return true;
 }
 
-/* The last that happens when the program ends by returning from main or by exit. */
+/* Runs last, when the program ends by returning from main or by exit. */
 [[gnu::destructor]] void end() {
     if (!sum_up() && is_strict()) {
         end_program();

@@ -131,9 +131,8 @@ struct scenario {
 /* The value at that time of the timeline, without its swing. */
 int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
 
-/* Reads a scenario from TOML text of any content; file is the name for messages. On a scenario that is not right,
- * returns false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing
- * else. */
+/* Reads a scenario from TOML text of any content; `file` names it in messages. On a scenario that is not right, returns
+ * false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing else. */
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
 /* Reads a scenario from a file, as scenario_parse does from a text. A file that cannot be read is refused as well. */

@@ -423,7 +423,7 @@ bool in_service(zeb_message_type type, uint32_t id) {
                        [=](const zeb_message &message) { return message.type == type && message.id == id; });
 }
 
-/* Why a fault is refused whose keys are each right by themselves, or null. */
+/* Why a fault is refused although each of its keys is right by itself; null: it is not refused. */
 const char *fault_reason(const toml::table &keys, const scenario_fault &fault) {
     const bool request = fault.moment == fault_moment::REQUEST;
     const bool indication = fault.moment == fault_moment::INDICATION;
@@ -513,7 +513,8 @@ bool plain(std::string_view line) {
                        [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; });
 }
 
-/* Refuses what toml++ is not safe with: texts of any depth, and characters beyond ASCII. */
+/* Refuses what toml++ is not safe with: characters beyond ASCII, and long texts and lines, which may be nested to any
+ * depth. */
 void check_lines(reader &r, std::string_view text) {
     size_t line = 1;
     if (text.size() > TEXT_MAX) {

@@ -43,8 +43,8 @@ bool is_delivery(const recording_entry &e) {
     return e.kind == recording_kind::INDICATION || e.kind == recording_kind::EVENT;
 }
 
-/* How a call differs from a recorded one of the same message: in its client, in a length, or in the first byte that is
- * not the same. Empty: in none of these. */
+/* How a request differs from a recorded request of the same message: in its client, in a length, or in the first byte
+ * that is not the same. Empty: in none of these, or one of them is another call. */
 std::string difference(const zeb_call &call, uint32_t handle, const recording_entry &expected) {
     if (call.kind != zeb_call_kind::SEND || call.numbers != expected.numbers) {
         return "";
@@ -71,7 +71,8 @@ std::string difference(const zeb_call &call, uint32_t handle, const recording_en
     return text;
 }
 
-/* Names the first call that is not the one that was recorded in its place. */
+/* Says where the play first differs: which call came, and which call was recorded in its place or how the two differ.
+ * Later differences are not said. */
 void tell_difference(tally &t, const std::string &name, const std::string &how, const recording_entry *expected) {
     if (std::exchange(t.differed, true)) {
         return;
@@ -88,7 +89,7 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
     }
 }
 
-/* A call that comes although an indication or event has not been delivered that was recorded well before it. */
+/* Counts the call as early when an indication or event that was recorded well before it has not been delivered. */
 void look_for_early(tally &t, const recording_entry &call) {
     const size_t end = index_of(t, call);
     for (size_t i = t.turn; i < end; i++) {
@@ -105,8 +106,8 @@ void look_for_early(tally &t, const recording_entry &call) {
     }
 }
 
-/* Plays the entry in its turn, or passes over those that should have been played before. Returns whether it was in its
- * turn. */
+/* Marks the entry as played, and open entries before it as passed. Returns whether it was the entry's turn: the entry
+ * was open, and no entry before it was open. */
 bool take_turn(tally &t, const recording_entry &entry) {
     const size_t index = index_of(t, entry);
     bool in_turn = t.states[index] == tally_state::OPEN;
@@ -120,8 +121,9 @@ bool take_turn(tally &t, const recording_entry &entry) {
     return in_turn;
 }
 
-/* For each call, an indication or event at its moment, if there is one. A call takes the time from its beginning to its
- * end, and a wait that of its end, as only then its thread goes on; an indication or event that of its callback. */
+/* Finds for each call an indication or event that is simultaneous with it, if there is one. A call lasts from its
+ * beginning to its end, an indication or event as long as its callback. Of a wait only the end counts, as its thread
+ * goes on only then. */
 void find_moments(tally &t) {
     struct span {
         uint64_t begin, end;
@@ -135,7 +137,7 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // From here on each tells of the one that ends last, of those that begin no later.
+    // From here on each span has the end and the line of the delivery that ends last among those that begin no later.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
@@ -232,7 +234,7 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording
         return;
     }
     if (entry == nullptr) {
-        // A wait ends with an event. One that was not recorded still went on when the recording ended.
+        // A wait is recorded when it ends, so this wait still went on when the recording ended.
         if (call.kind == zeb_call_kind::WAIT) {
             return;
         }

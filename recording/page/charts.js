@@ -1,5 +1,5 @@
-// The charts, the lanes under them and the whole recording in small. All of it is drawn anew for the time in view, and only
-// what can be told apart on the screen.
+// The charts, the lanes under them and the whole recording in small. All of it is drawn anew whenever the time in view
+// changes, and no more is drawn than can be told apart on the screen.
 
 // ---- what is shown
 
@@ -108,8 +108,8 @@ const polyline = (points) => {
     }
     return path;
 };
-// A few values are a line with a dot for each. Many are a band from the lowest to the highest of each column, and the line
-// of their means on it.
+// A few values are drawn as a line with a dot for each; many values as a band from the lowest to the highest of each
+// column of the screen, with a line of the means on it.
 const drawSignal = (group, signal, yOf) => {
     const few = columnsOf(signal, 0);
     const dense = few.count > 2 * plotWidth();
@@ -191,7 +191,7 @@ const drawSpans = (svg, lane, top) => {
         if (end - x > text.length * 6.6 + 10) make("text", { class: "inside", x: x + 6, y: top + 15 }, group, text);
     }
 };
-// Calls are as long as they took. Where there are more of a lane than can be told apart, bars say how many there are.
+// A call is drawn as long as it took. When a lane has more calls than can be told apart, bars show how many there are.
 const BAR = 4;
 const drawTicks = (svg, lane, top) => {
     const group = make("g", { class: "lane", "data-name": lane.name, "data-count": lane.indices.length }, svg);

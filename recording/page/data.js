@@ -15,7 +15,7 @@ const byId = (id) => document.getElementById(id);
 
 // ---- the data
 
-// Columns come as differences.
+// Makes a column's numbers from the differences that the data has.
 const summed = (column) => {
     const out = new Float64Array(column.length);
     let last = 0;
@@ -48,7 +48,7 @@ const quantities = ["RSRP", "RSRQ", "SINR"].map((name) => ({
     signals: data.signals.map((signal, index) => ({ ...signal, index })).filter((s) => s.label.endsWith(name)),
 }));
 
-// A line is not drawn over a time without reports, nor over one in which there was no service.
+// A chart's line breaks where there were no reports for a while, and where there was no service.
 const breaks = new Set();
 {
     const pauses = Array.from(samples.us.slice(1), (us, i) => us - samples.us[i]).sort((a, b) => a - b);

@@ -28,7 +28,7 @@ const filter = () => {
     byId("count").textContent = shown.length.toLocaleString("en") + " of " + lineCount.toLocaleString("en") + " lines";
     drawRows();
 };
-// Where there are more rows than an element can be tall, the scroll bar stands for a part of them.
+// When all rows together would be taller than an element can be, the scroll bar tells only the share of the rows above.
 const scaled = () => shown.length * ROW > TALLEST;
 const fits = () => Math.max(1, Math.floor(table.clientHeight / ROW));
 const farthest = () => Math.max(1, Math.min(shown.length * ROW, TALLEST) - table.clientHeight);

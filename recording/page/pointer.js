@@ -9,7 +9,7 @@ const element = (name, text, className) => {
     if (className) e.className = className;
     return e;
 };
-// What is under the pointer: a line, and how to call it.
+// What is under the pointer: a line, and the texts that the tip shows for it.
 const under = (x, y, target) => {
     const us = usOf(x);
     if (target && target.line !== undefined) return { line: target.line, title: target.title_, text: target.text_ };

@@ -21,7 +21,7 @@ start() {
     pid=$!
 }
 
-# says TEXT...: it has said these, each somewhere behind the one before.
+# says TEXT...: whether the example has said these texts, each somewhere behind the one before.
 says() {
     for text in "$@"; do
         echo "$text"
@@ -90,7 +90,8 @@ start "$dir/silent.toml" "$@"
 wait_until_it_says 'event_loop: registration: success'
 end_it
 
-# At moments from the first on, 0 to 320 ms; where nothing holds it up for too long, it deregisters.
+# SIGTERM 0 to 320 ms after its first line. The example deregisters unless something holds it up for too long; it must do so
+# at least once.
 deregistered=no
 for moment in 0 1 2 3 4 5 6 7 8 8 8 8 8 8 8 8; do
     [ $moment -lt 8 ] || [ $deregistered = no ] || break

@@ -29,7 +29,7 @@ fail() {
     exit 1
 }
 
-# until_true COMMAND...: waits for it, for a minute at most.
+# until_true COMMAND...: repeats the command until it succeeds, for a minute at most.
 until_true() {
     for _ in $(seq 600); do
         ! "$@" 2>/dev/null || return 0

@@ -1,7 +1,7 @@
 #!/bin/bash
-# service.sh: the service of the box's package, installed and run for real, in two systems that exist in memory while this
-# runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Takes root that may
-# mount, and packages in build/packages; leaves nothing behind.
+# service.sh: the service of the box's package, installed and run for real, in two systems that exist in memory while
+# this runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Needs root
+# that may mount, and packages in build/packages; leaves nothing behind.
 set -euo pipefail
 source=$(cd "$(dirname "$0")/../.." && pwd)
 [[ $(id -u) -eq 0 ]] || exec sudo "$0"
@@ -20,7 +20,7 @@ fail() {
     exit 1
 }
 
-# until_true COMMAND...: waits for it, for half a minute at most.
+# until_true COMMAND...: repeats the command until it succeeds, for half a minute at most.
 until_true() {
     for _ in $(seq 300); do
         ! "$@" 2>/dev/null || return 0

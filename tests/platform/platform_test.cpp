@@ -1,4 +1,4 @@
-// What the module may rely on in the platform, held against the stand-in.
+/* What the module may rely on in the platform, held against the stand-in. */
 #include "diag_msg.h"
 #include "scenario.h"
 #include "zeb_wire.h"
@@ -27,7 +27,7 @@ namespace {
 
 using text_list = std::vector<std::string>;
 
-// The allocation that fails, counted down; 0: none.
+/* How many allocations there are until one fails, that one included; 0: none fails. */
 std::atomic<int> failing_new;
 
 } // namespace
@@ -53,7 +53,7 @@ void sleep_ms(int ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-// A process has one modem, so each scenario is played in a child, which exits while the modem's threads run.
+/* A process has one modem, so each scenario is played in a child, which exits while the modem's threads run. */
 void with_scenario(const std::string &toml, const std::function<void()> &body) {
     const std::string path = testing::TempDir() + "platform_test_" + std::to_string(getpid());
     std::ofstream(path) << toml;
@@ -80,7 +80,7 @@ zeb_service_object nas() {
     return nas_get_service_object_internal_v01(1, 342, 6);
 }
 
-// What a client was told. Unguarded on purpose: that the client was released must be enough.
+/* What a client was told. It has no lock on purpose: nobody may write to it any more once the client is released. */
 struct told {
     text_list lines;
     bool released = false;
@@ -122,7 +122,7 @@ void release(told &t, zeb_client_handle client) {
     t.released = true;
 }
 
-// "result/error" of the response, or the status alone of a request that was not delivered.
+/* "result/error" of the response, or the status alone of a request that was not delivered. */
 template <typename Req>
 std::string send(zeb_client_handle c, uint32_t id, const Req &req,
                  std::vector<uint8_t> resp = std::vector<uint8_t>(8)) {
@@ -140,7 +140,7 @@ void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) 
     EXPECT_EQ(send(client, 0x6C, config), "0/0");
 }
 
-// What a child of fork does with its parent's blocks and handles. Ends it with status 0 when that was right.
+/* What a child of fork does with its parent's blocks and handles. Ends the child, with status 0 when all was right. */
 [[noreturn]] void child_of_fork(zeb_cci_os_params &os, zeb_client_handle parents) {
     alarm(60);
     static std::atomic<int> events = 0;
@@ -238,7 +238,7 @@ TEST(Platform, SignalRaisedBeforeTheWaitIsNotLost) {
         EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_NO_ERR);
         EXPECT_EQ(n, 1u);
         const auto before = std::chrono::steady_clock::now();
-        zeb_cci_os_signal_wait(&os, 50); // it was lowered, so this one runs out
+        zeb_cci_os_signal_wait(&os, 50); // the signal was lowered, so this wait runs out
         EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
         EXPECT_EQ(zeb_client_release(notifier), ZEB_NO_ERR);
     });
@@ -275,7 +275,7 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
     with_scenario(timeline + LTE, [] {
         told all;
         told signal;
-        all.pause_ms = 60; // slower than they come
+        all.pause_ms = 60; // slower than the indications come
         const zeb_client_handle a = connect(all);
         const zeb_client_handle b = connect(signal);
         watch(a, 1, 5);
@@ -289,7 +289,7 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
     });
 }
 
-// The value goes down its ramp, swing and all, and the timeline starts again.
+/* The value goes down its ramp, swing and all, and the timeline starts again. */
 TEST(Platform, ARampIsTold) {
     with_scenario(
         "tick_ms = 50\nrepeat_ms = 1500\nchange = [{ at_ms = 500, lte = { rsrp = { to = -120, over_ms = 500 } } }]\n" +
@@ -326,7 +326,7 @@ TEST(Platform, ARampIsTold) {
     for (const auto &c : cases) {
         EXPECT_EQ(scenario_value_at(c.value, c.round_ms), c.expected) << c.round_ms;
     }
-    // A ramp that begins during another begins where that one has come to.
+    // A ramp that begins during another one begins at the value which that one has reached.
     scenario plan;
     std::string error;
     const char *const toml =
@@ -337,7 +337,7 @@ TEST(Platform, ARampIsTold) {
     EXPECT_EQ(scenario_value_at(plan.states[2].lte.rsrp, 250), -90);
 }
 
-// Each allocation of the first look at the service fails once: no service object then, and one at the next try.
+/* Each allocation of the first look at the service fails once: no service object then, and one at the next try. */
 TEST(Platform, RunningOutOfMemoryAtFirstIsNotForEver) {
     with_scenario(LTE, [] {
         const auto open_files = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
@@ -355,7 +355,7 @@ TEST(Platform, RunningOutOfMemoryAtFirstIsNotForEver) {
     });
 }
 
-// Whoever has released a notifier may free its signal at once, though someone was waiting for it.
+/* Whoever has released a notifier may free its signal at once, though someone was waiting for it. */
 TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
     with_scenario(LTE, [] {
         for (int i = 0; i < 5; i++) {
@@ -372,7 +372,7 @@ TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
     });
 }
 
-// A process that stood still is not paid back what it missed, and a scan that ended meanwhile has ended.
+/* A process that stood still is not told what it missed, and a scan whose time was up meanwhile has ended. */
 TEST(Platform, WhatNobodySawGoesBy) {
     with_scenario("tick_ms = 10\nscan_delay_ms = 2000\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
         told t;
@@ -424,7 +424,7 @@ TEST(Platform, RequestsThatMakeNoSenseAreRejected) {
     });
 }
 
-// The serving cell stands behind as many others as a scenario may have.
+/* The serving cell stands behind as many others as a scenario may have. */
 TEST(Platform, TheListOfCellsHasRoomForTheServingCell) {
     std::string others;
     for (int i = 1; i <= 9; i++) {
@@ -445,7 +445,7 @@ TEST(Platform, TheListOfCellsHasRoomForTheServingCell) {
     EXPECT_EQ(error, "f:4: intra: more than 9 entries");
 }
 
-// A client is told nothing at first, and then when its metric has moved by the threshold or has come up.
+/* A client is told nothing at first, and then when its metric has moved by the threshold or has come up. */
 TEST(Platform, EachMetricHasItsThreshold) {
     std::string changes = "change = [";
     for (int i = 0; i < 6; i++) {
@@ -474,7 +474,7 @@ TEST(Platform, EachMetricHasItsThreshold) {
     });
 }
 
-// A limit on the size of files costs lines of the log, not the program, and the log is its owner's alone.
+/* A limit on the size of files costs lines of the log, not the program, and the log is its owner's alone. */
 TEST(Platform, TheLogEndsAsOnAFullDisk) {
     with_scenario(LTE, [] {
         const std::string log = testing::TempDir() + "platform_test_log_" + std::to_string(getpid());
@@ -493,7 +493,7 @@ TEST(Platform, TheLogEndsAsOnAFullDisk) {
     });
 }
 
-// A child of fork is served, events included, whatever its parent's threads were at when it was made.
+/* A child of fork is served, events included, whatever its parent's threads were at when it was made. */
 TEST(Platform, AChildOfForkIsServed) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "the sanitizers' own locks and threads do not outlive a fork";
@@ -557,7 +557,7 @@ TEST(Platform, ScenariosAreReadStrictly) {
         {"[[change]]\nat_ms = 5\nlte = { rsrp = { to = -9 } }\n", "f:3: rsrp: a ramp stands in a change"},
         {"[[change]]\nat_ms = 5\nlte = { snr = { to = 501 } }\n", "f:3: snr: value out of range -500 to 500"},
         {"[[change]]\nat_ms = 5\nlte = { snr = { for = 5 } }\n", "f:3: unknown key \"for\""},
-        {"[[change]]\nat_ms = '500'\n", "f:2: at_ms: an integer is expected"}, // and not what comes of it
+        {"[[change]]\nat_ms = '500'\n", "f:2: at_ms: an integer is expected"}, // the cause, not its effect
         {"[[fault]]\nmessage = '0x004D'\nstatus = -8\n", "f:2: message: an integer is expected"},
         {"change = 5\n", "f:1: change: a list is expected"},
         {"change = [{ at_ms = 5 },\n{ at_ms = 5 }]\n", "f:2: a change needs an at_ms later"},

@@ -1,4 +1,4 @@
-// Recordings written by hand: what the reader refuses, and what a program sees of those that are played.
+/* Recordings written by hand: what the reader refuses, and what a program sees of those that are played. */
 #include "recording.h"
 #include "zeb_nas_v01.h"
 
@@ -113,7 +113,7 @@ struct heard {
     int pause_ms = 0;
 };
 
-// Until so many messages have come, and then for as long as one more would take that must not come.
+/* Waits until so many messages have come, and then for as long as a further one, which must not come, would take. */
 void wait_for_messages(const heard &h, size_t count) {
     while (h.count < count) {
         usleep(1000);
@@ -141,15 +141,16 @@ int32_t open_client(heard &h, zeb_client_handle &client) {
     return zeb_client_init_instance(service(), ZEB_INSTANCE_ANY, on_ind, &h, &params, 1, &client);
 }
 
-// Status and first byte of the response of three bytes to a request of one.
+/* Makes a request of one byte, with room for a response of three. Returns the status and the response up to its first
+ * zero. */
 std::string ask(zeb_client_handle client, uint32_t id, uint8_t req) {
     char resp[4] = "...";
     const int32_t status = zeb_client_send_msg_sync(client, id, &req, 1, resp, 3, 1);
     return std::to_string(status) + resp;
 }
 
-// Plays a recording in a child, and returns what the child says on standard error. Without a failure its status is 0,
-// or 10 when the play was not exact.
+/* Plays a recording in a child, and returns what the child says on standard error. Without a failure its status is 0,
+ * or 10 when the play was not exact. */
 std::string play(const std::string &text, const char *speed, const std::function<void()> &body) {
     const std::string path = testing::TempDir() + "replay_test_" + std::to_string(getpid());
     std::ofstream(path) << text;
@@ -179,7 +180,7 @@ std::string play(const std::string &text, const char *speed, const std::function
     return said.str();
 }
 
-// The texts are among what was said, with FILE in the place of the file's name.
+/* Expects the texts among what was said, with FILE in the place of the file's name. */
 void expect_said(std::string said, std::initializer_list<const char *> texts) {
     const std::string file = testing::TempDir() + "replay_test_" + std::to_string(getpid());
     for (size_t at = said.find(file); at != std::string::npos; at = said.find(file)) {
@@ -220,7 +221,7 @@ TEST(Replay, RequestsAreAnsweredAsRecordedOrSaidToDiffer) {
                  "other calls: 2 as recorded, 1 never recorded\n"});
 }
 
-// The first call that differs, and where.
+/* The first call that differs, and where. */
 TEST(Replay, ARequestOfTheSameMessageNamesWhatDiffers) {
     const std::string recorded =
         HEAD + OBJECT + CLIENT + send_line("200000", "id=0x0011 status=0 timeout=1 req=3:070009 resp=3:61");
@@ -250,7 +251,7 @@ TEST(Replay, ARequestOfTheSameMessageNamesWhatDiffers) {
     }
 }
 
-// Whatever a play cannot show is said, although the program does all that was recorded.
+/* Whatever a play cannot show is said, although the program does all that was recorded. */
 TEST(Replay, APlayIsExactOrSaysWhyNot) {
     const std::string ask_line = " send client=1 id=0x0011 status=0 timeout=1 req=1:07 resp=3:61 took=0\n";
     const std::string session = OBJECT + CLIENT + "200000" + ask_line;
@@ -288,7 +289,7 @@ TEST(Replay, APlayIsExactOrSaysWhyNot) {
     }
 }
 
-// What comes earlier than it was recorded, as input that is typed ahead does.
+/* What comes earlier than it was recorded, as input that is typed ahead does. */
 TEST(Replay, CallsThatComeTooEarlyAreSaid) {
     const std::string recorded = HEAD + OBJECT + CLIENT + "400000 ind client=1 id=0x0044 buf=5:01\n" +
                                  send_line("420000", "id=0x0011 status=0 timeout=1 req=1:07 resp=3:61");
@@ -327,7 +328,7 @@ TEST(Replay, EachClientGetsItsOwnAnswers) {
                 {"not exact: FILE: requests: 2 out of order; other calls: 3 as recorded, 1 repeated\n"});
 }
 
-// An answer takes as long as it took, and a callback that hung holds up what came after it.
+/* An answer takes as long as it took, and a callback that hung holds up what came after it. */
 TEST(Replay, CallsAndCallbacksTakeTheirTime) {
     const std::string recorded = HEAD_2 + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  "200010 decode client=1 type=2 id=0x0044 status=-7 buf=5:01 dst=2: took=1\n" +
@@ -353,7 +354,7 @@ TEST(Replay, CallsAndCallbacksTakeTheirTime) {
     expect_said(said, {"requests: 2 as recorded; decodings: 1 as recorded; other calls: 2 as recorded;"});
 }
 
-// Version 1 does not tell how long a callback took: after a second the play goes on, and says so.
+/* Version 1 does not tell how long a callback took: after a second the play goes on, and says so. */
 TEST(Replay, ACallbackThatIsNotWaitedForIsSaid) {
     const std::string recorded = HEAD + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  send_line("300000", "id=0x0011 status=0 timeout=1 req=1:07 resp=3:61");
@@ -373,7 +374,8 @@ TEST(Replay, ACallbackThatIsNotWaitedForIsSaid) {
                        "; lines played before a callback had returned: 1, the first before that of line 4\n"});
 }
 
-// The last part of a recording plays by itself: kept calls answer as often as the program asks before the part begins.
+/* The last part of a recording plays by itself: kept calls answer as often as the program asks before the part
+ * begins. */
 TEST(Replay, APartAnswersFromKeptCalls) {
     const std::string recorded = "zeb-recording 2 part=2\n900000 before lines=50\n"
                                  "900000 kept object major=2 minor=7 library=1 found=1 took=0\n"
@@ -483,7 +485,7 @@ TEST(Replay, IndicationsComeAtTheirTimesButNotBeforeWhatCausedThem) {
             EXPECT_EQ(h2.messages.size(), 1U);
             EXPECT_EQ(h3.messages.size(), 0U);
         };
-        // A busy machine makes them late now and then, but not each time.
+        // On a busy machine indications are late now and then, but not each time.
         int tries = 0;
         while (play(INDICATIONS, c.speed, meet).find("late\n") != std::string::npos && tries < 20) {
             tries++;

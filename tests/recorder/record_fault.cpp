@@ -28,7 +28,7 @@ int record_fault_begun_by_main() {
     return begun_by_main;
 }
 
-/* Fails as the function does that says so by -1 and errno. */
+/* A call that fails with -1 and errno. */
 #define FILE_CALL(name, error, params, args) FAULT_CALL(int, name, true, fault_with_errno(error, -1), params, args)
 
 extern "C" {
@@ -50,7 +50,8 @@ FILE_CALL(uname, EFAULT, (utsname * machine), (machine))
 FILE_CALL(poll, ENOMEM, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
 FAULT_CALL(tm *, gmtime_r, true, fault_with_errno(EOVERFLOW, nullptr), (const time_t *time, tm *utc), (time, utc))
 
-/* One point by two names: the compiler may have put the checking one in the other's place. */
+/* Both names are one point of failure: the compiler may have put the checking function in the place of the plain
+ * one. */
 __attribute__((weak)) int __real_vsnprintf(char *text, size_t size, const char *format, va_list values);
 __attribute__((weak)) int __real___vsnprintf_chk(char *text, size_t size, int flag, size_t room, const char *format,
                                                  va_list values);
@@ -65,7 +66,7 @@ __attribute__((weak)) ssize_t __real_write(int fd, const void *bytes, size_t len
     return fault_hit("vsnprintf") ? -1 : __real___vsnprintf_chk(text, size, flag, room, format, values);
 }
 
-/* A disk that has room for half of it, and then for nothing. */
+/* A write that fails finds room for half of its bytes, and the next write for none. */
 ssize_t __wrap_write(int fd, const void *bytes, size_t len) {
     static thread_local bool was_short;
     const int how = fd == STDERR_FILENO ? RECORD_WRITES_GO : writes_do.load();

@@ -2,20 +2,20 @@
 #ifndef RECORD_FAULT_H
 #define RECORD_FAULT_H
 
-/* A library that hides the rest of what it has shows these. */
+/* These functions are visible, unlike all else in the library. */
 #pragma GCC visibility push(default)
 
 enum record_writes {
     RECORD_WRITES_GO,
     RECORD_WRITES_SLEEP, /* each for 150 ms */
     RECORD_WRITES_SPIN,  /* each for 250 ms, as on a processor that others have */
-    RECORD_WRITES_HANG,  /* each until that is over */
+    RECORD_WRITES_HANG,  /* each until record_fault_writes is called again */
 };
 
-/* What writes do that begin from now on. */
+/* Sets what the writes do that begin from now on. */
 void record_fault_writes(record_writes how);
 
-/* How many writes have begun that were not just to go on, and how many of these by the main thread. */
+/* How many writes have begun that were made to sleep, spin or hang; and how many of these on the main thread. */
 int record_fault_begun();
 int record_fault_begun_by_main();
 

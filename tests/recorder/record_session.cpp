@@ -1,5 +1,5 @@
-/* A program with the recorder in front of a platform that answers by rote: by its first argument, what it does. Prints
- * what it sees. */
+/* A program that runs with the recorder in front of a platform that answers by rote. Its first argument says what it
+ * does. It prints what it sees. */
 #include "fault.h"
 #include "record_fault.h"
 #include "zeb_nas_v01.h"
@@ -58,7 +58,7 @@ void ask_object() {
     nas_get_service_object_internal_v01(1, 0, 0);
 }
 
-/* 5a is what the program has in its memory, and nobody else's to see. */
+/* The bytes 5a are what the program has in its memory: they must not be in the recording. */
 void session() {
     int cookie = 1000;
     zeb_cci_os_params params = {};
@@ -90,7 +90,7 @@ void session() {
     saw("release", zeb_client_release(notifier));
 }
 
-/* A client that lives, one that does not, and numbered requests, twelve that are the same again and again. */
+/* A client that stays, one that is released, and numbered requests: twelve different ones, again and again. */
 void long_session(uint32_t requests) {
     int cookie = 1000;
     zeb_cci_os_params params = {};
@@ -152,10 +152,10 @@ std::vector<std::string> timeless(const std::string &text) {
     return lines;
 }
 
-/* Whether a recording is what it should be, up to where it ends, but for lines whose loss it tells, each with what
- * follows from it. */
+/* Whether the lines are those of the whole recording up to their end, but for lines whose loss they tell, and for the
+ * `returned` lines of lost callbacks. */
 bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::string> &whole) {
-    std::set<std::string> unseen; // returns from callbacks that nothing tells of
+    std::set<std::string> unseen; // `returned` lines of callbacks that are lost
     size_t at = 0;
     for (const std::string &line : lines) {
         for (size_t lost = number_after(line, " lost lines="); lost > 0 && at < whole.size(); at++) {
@@ -179,15 +179,16 @@ bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::st
     return true;
 }
 
-/* Says what is wrong with the parts of a long session: each has its beginning and whole lines, and all that is missing
- * before it is counted. One that was ended may have its last line cut short. Returns how many there are. */
+/* Checks the parts of a long session, and says what is wrong: each must have its beginning and whole lines, and count
+ * all lines before it. With `ended`, the program may have ended at any moment, and the last line may be cut short.
+ * Returns how many parts there are. */
 int check_parts(const std::string &name, bool ended) {
     int parts = 0;
     size_t number = 0, so_far = 0, last = 0;
     for (const std::string &file : {name + ".1", name}) {
         const std::string text = contents(file);
         const std::vector<std::string> lines = lines_of(text);
-        if (lines.empty()) { // whoever reads it is told that it is none
+        if (lines.empty()) { // whoever reads this file is told that it is no recording
             continue;
         }
         const size_t part = number_after(lines.at(0), " part=");
@@ -213,8 +214,8 @@ int check_parts(const std::string &name, bool ended) {
     return parts;
 }
 
-/* Runs a session in a child with a call of the recorder's failing, and all that follow if they are to. Returns how it
- * ended: 0, or 256 when there was no such call. */
+/* Runs a session in a child in which the recorder's nth call fails, and with `onwards` all later calls too. Returns the
+ * child's status as waitpid gives it: 0, or 256 when there was no such call. */
 int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     for (const char *suffix : {"", ".1", ".next"}) {
         unlink((name + suffix).c_str());
@@ -241,8 +242,8 @@ int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     return status;
 }
 
-/* All of them in turn, or each FAULT_STEP'th where programs are slow. Of a recording in one file one line is said at
- * most; one in parts may go on after the first. */
+/* Lets every call fail in turn, or each FAULT_STEP'th where programs are slow. A recording in one file may say one line
+ * on standard error; a recording in parts may go on and say a second. */
 void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
     pause_ms = 0;
@@ -298,7 +299,7 @@ void crowd() {
     }
 }
 
-/* A thread that is in the middle of a write. */
+/* Starts a thread, and returns when it is in the middle of a write. */
 std::thread in_a_write(record_writes how) {
     const int begun = record_fault_begun();
     record_fault_writes(how);
@@ -360,7 +361,7 @@ constexpr int CANCEL_TYPE = PTHREAD_CANCEL_DEFERRED;
 constexpr int CANCEL_TYPE = PTHREAD_CANCEL_ASYNCHRONOUS;
 #endif
 
-/* Threads that may end anywhere, while they have the recorder's lock too. */
+/* Threads that may be cancelled anywhere, also while they have the recorder's lock. */
 void play_cancel() {
     for (int i = 0; i < 100; i++) {
         std::atomic<bool> runs = false;

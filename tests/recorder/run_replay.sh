@@ -1,10 +1,10 @@
 #!/bin/sh
 # run_replay.sh RECORD PLAY COMMAND...: records the session of replay_session.in with the client of the build folder
 # RECORD, and plays it with that of PLAY, at the speed of life and as fast as it goes. COMMAND is zeb_recording. Passes
-# when both plays print and log what was recorded, line by line, but for times, thread numbers and addresses, and say that
-# they are exact, and a recording of the play is that recording; and when the same holds of what is redacted for being sent,
-# in which no identity of the session is left. A client for ARM runs under emulation. Ends with status 77, skipped, when a
-# build is not there.
+# when both plays print and log the lines of the recorded session, but for times, thread numbers and addresses; when
+# they say that they are exact; and when a recording of the play is the recording that was played. The same must hold
+# for the redacted recording, log and output, in which no identity of the session may be left. A client for ARM runs
+# under emulation. Ends with status 77, skipped, when a build is not there.
 here=$(dirname "$0")
 # shellcheck source=tests/support/console.sh
 . "$here/../support/console.sh"
@@ -27,7 +27,7 @@ lines() { sed -E 's/^[^ ]+ ([a-z]+) +[0-9]+ /\1 /; s/0x[0-9a-f]{5,}/ADDRESS/g' "
 session() {
     name=$dir/$1
     program=$2/client/cpe_dm_client
-    # What a sanitizer has of its own comes after what is preloaded.
+    # The sanitizer's own library comes after the preloaded one.
     set -- "$@" ZEB_RECORD="$name" LD_PRELOAD="$2/recorder/libzeb_record.so" ASAN_OPTIONS="$ASAN_OPTIONS:verify_asan_link_order=0"
     shift 2
     if [ "$(od -An -tu1 -j4 -N1 "$program")" -eq 1 ]; then
@@ -64,7 +64,7 @@ done
 is_complete || exit 1
 status=0
 
-# plays RECORDING NAME SPEED: RECORDING.out and RECORDING.lines are what the play has to give.
+# plays RECORDING NAME SPEED: the play must print RECORDING.out and log RECORDING.lines.
 plays() {
     session "$2" "$play" ZEB_RECORDING="$1" ZEB_SPEED="$3" ZEB_STRICT=1
     for form in out lines; do

@@ -11,7 +11,8 @@ fail() {
     exit 1
 }
 
-# opened PAGE#HASH: what becomes of the page. Where nothing is known of hosts, nothing can be fetched.
+# opened PAGE#HASH: puts the page, once its scripts have run, into the file dom. No host has an address, so nothing can
+# be fetched.
 opened() {
     timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking \
         --disable-component-update --disable-sync --disable-dev-shm-usage --host-resolver-rules='MAP * ~NOTFOUND' \

@@ -74,7 +74,7 @@ TEST(Fields, ReadAsTheModuleReadsThem) {
     cell.lte_intra_valid = 0;
     EXPECT_EQ(text_of(ZEB_MESSAGE_RESPONSE, ZEB_NAS_GET_CELL_LOCATION_INFO, cell),
               "nr5g.tac 4660, nr5g.cell_rsrp -88 dBm, nr5g.cell_rsrq -11 dB, nr5g.cell_sinr 17 dB");
-    cell.nr5g_serving.cgi = 0x123456789; // with it, a PCI of 0 is one
+    cell.nr5g_serving.cgi = 0x123456789; // with a CGI, a PCI of 0 is reported
     EXPECT_NE(text_of(ZEB_MESSAGE_RESPONSE, ZEB_NAS_GET_CELL_LOCATION_INFO, cell).find("nr5g.pci 0"),
               std::string::npos);
 

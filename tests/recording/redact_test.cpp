@@ -39,7 +39,7 @@ TEST(Identities, TheSameAreReplacedByTheSameAndDifferentByDifferent) {
 TEST(Identities, NoneThatWasSeenIsGiven) {
     identities all;
     for (uint64_t pci = 1; pci < 252; pci++) {
-        EXPECT_EQ(identity_replace(all, field_identity::PCI, pci), pci); // taken down
+        EXPECT_EQ(identity_replace(all, field_identity::PCI, pci), pci); // noted as seen
     }
     all.collecting = false;
     for (uint64_t pci = 1; pci < 252; pci++) {
@@ -152,7 +152,7 @@ TEST(Redact, IdentitiesDifferFieldsStayAndNothingElseIsLeft) {
     }
 }
 
-/* The result, or what the refusal says. */
+/* The redacted recording, or what the refusal says. */
 std::string redacted(const std::string &lines, bool blank = false) {
     std::vector<redact_file> files = {
         {.name = "r", .text = "zeb-recording 1 start=2026-11-23T02:16:57Z machine=m secret=s\n" + lines}};
@@ -170,7 +170,8 @@ TEST(Redact, WhatIsNotKnownIsRefusedOrLeftOut) {
               "r:2: 0x004f");
     EXPECT_EQ(redacted("1 send client=1 id=0x005a status=0 timeout=1 req=12:0800000001 resp=- took=1\n").substr(0, 11),
               "r:2: 0x005a");
-    // Failed calls have the program's memory; notes may say anything; a line that is cut short stays so.
+    // Buffers of failed calls hold the program's memory, and notes may say anything; a line that is cut short stays
+    // cut.
     EXPECT_EQ(
         redacted(
             "1 send client=1 id=0x0077 status=-8 timeout=1 req=2: resp=4:01020304 took=1\n"
@@ -205,7 +206,7 @@ TEST(KnownLines, AreTakenInTheirFormOnly) {
         identities all;
         EXPECT_FALSE(known_line_redact(line, all, 0)) << line;
     }
-    // Of the numbers only identities are replaced; until they are, a line is as it was.
+    // Of the numbers only identities are replaced; while identities are being collected, a line stays as it was.
     const char *kept[] = {
         "",
         "Option > ",

@@ -1,7 +1,7 @@
 #!/bin/sh
-# commands.sh SCENARIO TOOL...: runs the tool, against this scenario, with each line of standard input as its arguments, and
-# shows what it prints, its messages behind that, and its exit status where it is not 0. What is never the same twice
-# stands as a word: the time and the seconds since the start of the machine.
+# commands.sh SCENARIO TOOL...: runs the tool, against this scenario, with each line of standard input as its arguments,
+# and shows what it prints, its messages behind that, and its exit status where it is not 0. A word stands for what
+# differs from run to run: the time, and the seconds since the start of the machine.
 export ZEB_SCENARIO="$1"
 shift
 messages=$(mktemp) || exit 1

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # documents.sh ROOT TOOL...: the manual page and docs/tool.md name every command and option that the tool knows, and the
-# completion offers them, and keys.
+# completion offers these, and keys.
 root=$1
 shift
 tool=("$@")

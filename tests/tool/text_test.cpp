@@ -299,7 +299,7 @@ TEST(Text, WhatNr5gLeftOutIsNotReported) {
     }
 }
 
-/* The address sanitizer watches. */
+/* AddressSanitizer would find a leak or a second release. */
 TEST(Text, WhatTheCallbackWasGivenIsReleased) {
     cpe_dm_release_info(nullptr);
     for (const uint32_t type :

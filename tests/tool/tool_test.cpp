@@ -69,7 +69,7 @@ bool matches(const std::string &text, const std::string &pattern) {
     return found;
 }
 
-/* Lines without what stands before so many separators. */
+/* The lines without their first columns, `cnt` of them. */
 std::string cut(const std::string &text, char separator, int cnt) {
     std::istringstream lines(text);
     std::string rest;
@@ -83,7 +83,7 @@ std::string cut(const std::string &text, char separator, int cnt) {
     return rest;
 }
 
-/* Whether the condition comes to hold. */
+/* Waits until the condition holds; false when it does not in time. */
 bool eventually(const std::function<bool()> &condition) {
     for (const auto start = std::chrono::steady_clock::now(); std::chrono::steady_clock::now() - start < patience;) {
         if (condition()) {
@@ -94,7 +94,7 @@ bool eventually(const std::function<bool()> &condition) {
     return false;
 }
 
-/* A run of the tool. prepare runs in the child, before the tool is started. */
+/* A run of the tool. `prepare` runs in the child, before the tool is started. */
 struct run {
     run(
         const std::string &scenario, const words &arguments, const std::function<void()> &prepare = [] {}) {
@@ -128,7 +128,7 @@ struct run {
         close(err[0]);
     }
 
-    /* Adds what comes through fd to text; false when nothing more comes. */
+    /* Adds what comes through `fd` to `text`; false when nothing more will come. */
     static bool take(int fd, std::string &text) {
         char block[4096];
         pollfd readable = {fd, POLLIN, 0};
@@ -153,7 +153,7 @@ struct run {
                messages.find(text) != std::string::npos;
     }
 
-    /* Waits for the end; the exit status, or the negative number of the signal. */
+    /* Waits for the end. Returns the exit status, or the negative number of the signal. */
     int end(bool with_output = true) {
         bool out_open = with_output;
         ended = eventually([&] {
@@ -229,7 +229,7 @@ TEST(Tool, OutputThatCannotBeWritten) {
     EXPECT_EQ(deaf.output, "reg lte_nr5g\n");
     run textfile(steady, {"watch", "--textfile", "/nowhere/x.prom"});
     EXPECT_EQ(textfile.end(), 4);
-    // A row of which there was room for a part alone is not there.
+    // A row that there was not enough room for is not there, not even in part.
     const std::string file = temporary("limited.csv");
     run limited(steady, {"watch", "-i", "0.1", "-o", file, "all"}, [] {
         const rlimit limit = {2000, 2000};
@@ -421,7 +421,7 @@ struct terminal_run {
         close(slave);
     }
 
-    /* Waits until the screen shows it, from now on. */
+    /* Waits until the screen shows the text; what it showed before does not count. */
     bool shows(const std::string &text) {
         screen.clear();
         return eventually([&] {
