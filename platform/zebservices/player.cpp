@@ -31,14 +31,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <stdexcept>
-#include <sys/syscall.h>
-#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 
@@ -173,32 +170,6 @@ void count_overtaking(player &p, size_t line) {
     }
 }
 
-/* Whether all other threads of the process sleep, so that whatever they had begun is done. Where the threads cannot be
- * looked at, they count as sleeping. */
-bool at_rest() {
-    DIR *tasks = opendir("/proc/self/task");
-    if (tasks == nullptr) {
-        return true;
-    }
-    const long self = syscall(SYS_gettid);
-    bool rest = true;
-    while (const dirent *task = readdir(tasks)) { // NOLINT(concurrency-mt-unsafe): the folder is this thread's own
-        const long id = strtol(task->d_name, nullptr, 10);
-        char text[512];
-        char name[64];
-        snprintf(name, sizeof(name), "/proc/self/task/%ld/stat", id);
-        FILE *stat = id == 0 || id == self ? nullptr : fopen(name, "re");
-        if (stat != nullptr) {
-            text[fread(text, 1, sizeof(text) - 1, stat)] = '\0';
-            fclose(stat);
-            const char *state = strrchr(text, ')');
-            rest = rest && (state == nullptr || (strncmp(state, ") R", 3) != 0 && strncmp(state, ") D", 3) != 0));
-        }
-    }
-    closedir(tasks);
-    return rest;
-}
-
 /* How long the conductor still has to wait, after its last answer or delivery, before it plays a line that was recorded
  * gap_us after the line before it. */
 double unsettled_us(const player &p, double gap_us) {
@@ -207,7 +178,7 @@ double unsettled_us(const player &p, double gap_us) {
     if (quiet < kept) {
         return kept - quiet;
     }
-    return quiet < kept + REST_US && !at_rest() ? 1000 : 0;
+    return quiet < kept + REST_US && !zeb_other_threads_sleep() ? 1000 : 0;
 }
 
 void deliver(player &p, role &r, const delivery &d) {
@@ -465,7 +436,7 @@ size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
     const bool recent = p.was_delivery && p.awake_us - p.activity_us < 2 * REST_US;
-    return c != p.running.end() ? c->entry->line : recent && !at_rest() ? p.delivered_line : 0;
+    return c != p.running.end() ? c->entry->line : recent && !zeb_other_threads_sleep() ? p.delivered_line : 0;
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
