@@ -337,6 +337,30 @@ constexpr message MESSAGES[] = {
     {RESPONSE, ZEB_NAS_GET_CQI_INFO, sizeof(zeb_nas_cqi_info_resp), 0, cqi::RESP},
 };
 
+/* Neighbours are no values of their own, the registration status is derived from several, and the TX power is that of
+ * the technology that was asked for. */
+constexpr bool is_elsewhere(uint32_t metric) {
+    return (metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ) ||
+           metric == CPE_DM_METRIC_REG_STATUS || metric == CPE_DM_METRIC_LTE_TX_POWER ||
+           metric == CPE_DM_METRIC_NR5G_TX_POWER;
+}
+
+constexpr bool every_metric_has_a_field() {
+    for (uint32_t metric = CPE_DM_METRIC_REG_STATUS; metric < CPE_DM_METRIC_CNT; metric++) {
+        bool found = is_elsewhere(metric);
+        for (const message &one : MESSAGES) {
+            for (const field &f : one.fields) {
+                found = found || f.metric == metric;
+            }
+        }
+        if (!found) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(every_metric_has_a_field(), "a metric more is a field of the message that carries it");
+
 struct name_row {
     zeb_message_type type;
     uint32_t id;

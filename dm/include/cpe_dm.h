@@ -138,7 +138,7 @@ typedef enum {
     CPE_DM_METRIC_LTE_NBR_RSRQ = 32,
     CPE_DM_METRIC_LTE_CELL_LOCK_LIST = 33,  /* CELL_LOCK_LIST: fills the caller's cpe_dm_lte_cell_lock_list */
     CPE_DM_METRIC_NR5G_CELL_LOCK_LIST = 34, /* CELL_LOCK_LIST: fills the caller's cpe_dm_nr5g_cell_lock_list */
-    CPE_DM_METRIC_CNT = 35,
+    CPE_DM_METRIC_CNT,
 } cpe_dm_metric_id;
 
 /* Indications. The registration status is set without a value, and is delivered as UINT32: the new cpe_dm_reg_status.
@@ -160,7 +160,7 @@ typedef enum {
     CPE_DM_IND_NR5G_RSRQ = 5,
     CPE_DM_IND_LTE_SINR = 6,
     CPE_DM_IND_NR5G_SINR = 7,
-    CPE_DM_IND_CNT = 8,
+    CPE_DM_IND_CNT,
 } cpe_dm_ind_id;
 
 /* Asynchronous responses. */
@@ -168,7 +168,7 @@ typedef enum {
     CPE_DM_ASYNC_RSP_INVALID = 0,
     CPE_DM_ASYNC_RSP_LTE_NBR = 1,  /* LTE_NBR_INFO */
     CPE_DM_ASYNC_RSP_NR5G_NBR = 2, /* NR5G_NBR_INFO */
-    CPE_DM_ASYNC_RSP_CNT = 3,
+    CPE_DM_ASYNC_RSP_CNT,
 } cpe_dm_async_rsp_id;
 
 /* Which member of a record's value is in use. What the member means follows from the ID. */

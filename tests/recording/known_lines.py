@@ -33,14 +33,18 @@ for text in texts():
     if text not in passed_over and text.strip():
         text = text.replace("%hi", "%d").replace("[%s] - %lld, ", "[LTE Serving Cell PLMN] - %lld, ")
         lines.add(re.sub(r"%[a-z]*?([duxps])", lambda conversion: samples[conversion[1]], text))
-if len(lines) < 200:
+# A result that is a number, or three, has a row of its own, by its name.
+names = re.search(r"metric_names\[\] = \{(.*?)\};", (sources / "dm/cpe_dm_names.cpp").read_text(), re.S)[1]
+results = [f"[{name}] - 7" for name in re.findall(literal, names) if not re.search("Invalid|Neighb|CQI|Lock", name)]
+if len(lines) < 200 or not results:
     sys.exit(f"only {len(lines)} texts were found")
 with tempfile.TemporaryDirectory() as folder:
     recording, log, redacted = (pathlib.Path(folder) / name for name in ("rec", "log", "redacted"))
     recording.write_text("zeb-recording 1\n")
-    log.write_text("".join(line + "\n" for line in sorted(lines)))
+    log.write_text("".join(line + "\n" for line in [*sorted(lines), *results, *(one + ", 7, 7" for one in results)]))
     subprocess.run([*sys.argv[2:], "redact", recording, "-o", folder + "/out", "--also", log, "-o", redacted], check=True)
     # What is an identity has changed, so lines are told from one another by all but their numbers.
     bare = [re.sub(r"\d+", "7", line) for line in redacted.read_text().splitlines()]
     missing = [line for line in sorted(lines) if re.sub(r"\d+", "7", line) not in bare]
+    missing += [one for one in results if not {re.sub(r"\d+", "7", one + more) for more in ("", ", 7, 7")} & set(bare)]
     sys.exit("left out:\n" + "\n".join(missing) if missing else 0)
