@@ -13,7 +13,7 @@
 namespace {
 
 enum {
-    TRIES = 5, /* for a round without other processes */
+    TRIES = 5, /* at most, to get a round that other processes do not disturb */
 };
 
 /* The value below which the given share of the repetitions lies. */
@@ -23,7 +23,7 @@ template <int percent> double quantile(const std::vector<double> &values) {
     return sorted[(sorted.size() - 1) * percent / 100];
 }
 
-/* Processor time in seconds that all processes together have used, and that this one has. */
+/* Processor time used so far, in seconds: by all processes together, and by this process. */
 struct processor_time {
     double all;
     double own;
@@ -49,8 +49,8 @@ processor_time processor_now() {
     return {(user + nice + system) / ticks, seconds(own.ru_utime) + seconds(own.ru_stime)};
 }
 
-/* Whether other processes ran for more than a twentieth of the time since then. The kernel counts in hundredths of a
- * second, so the time should be ten of them or more. */
+/* Whether other processes ran for more than a twentieth of the time since `before`. The kernel counts in hundredths of
+ * a second, so a tenth of a second or more should have passed. */
 bool disturbed(const processor_time &before, double elapsed_s) {
     const processor_time now = processor_now();
     return (now.all - before.all) - (now.own - before.own) > elapsed_s / 20 + 0.01;

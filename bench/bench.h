@@ -1,5 +1,6 @@
-/* Rows of the benchmark table. Each row is a Google Benchmark of many repetitions; a repetition is one round of what is
- * measured and one of what it is measured against, in turn, so that a change of the machine's mood meets both. */
+/* Rows of the benchmark table. Each row is a Google Benchmark of many repetitions. A repetition is one round of the
+ * measured code and one round of the code that it is compared with, so that both meet the same changes of the machine's
+ * speed. */
 #ifndef BENCH_H
 #define BENCH_H
 
@@ -18,10 +19,10 @@ using bench_round = std::function<double()>;
 
 enum bench_sense {
     BENCH_TIME, /* ratio: ours / theirs */
-    BENCH_RATE, /* ratio: theirs / ours; operations a second, from nanoseconds an operation */
+    BENCH_RATE, /* ratio: theirs / ours, as of operations a second; a round returns ns an operation */
 };
 
-/* A row with the median of the rounds' ratios. The names stand in the table; reach is what the ratio should be. */
+/* A row with the median of the rounds' ratios. The texts stand in the table; `reach` tells what the ratio should be. */
 void bench_compare(const std::string &what, const std::string &against, bench_sense sense, const std::string &reach,
                    bench_round ours, bench_round theirs, int rounds = 41);
 
@@ -29,7 +30,7 @@ void bench_compare(const std::string &what, const std::string &against, bench_se
 void bench_number(const std::string &what, const std::string &against, const std::string &unit,
                   const std::string &reach, bench_round measure);
 
-/* Runs the rows and prints them as the lines of a Markdown table; for main to return. */
+/* Runs the rows and prints them as the lines of a Markdown table. Returns the exit status. */
 int bench_run(int argc, char **argv);
 
 #endif

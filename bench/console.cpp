@@ -1,4 +1,5 @@
-/* The client's console on a pipe, against reading the same lines with fgets and printing the same text. */
+/* The client's console on a pipe, compared with a program that reads the same lines with fgets and prints the same
+ * text. */
 #include "bench.h"
 #include "cpe_dm_client.h"
 
@@ -15,10 +16,10 @@ enum {
     LINES = 20000,
 };
 
-/* A line that asks the module for nothing, so that reading is all there is besides the menu. */
+/* A line that asks the module for nothing: the client reads the line and prints its menu, and does nothing else. */
 const char option_line[] = "# signal values of both technologies, then the cell locks\n";
 
-/* Plays with standard input on a pipe into which the lines are written, and with standard output on the null device.
+/* Runs the reader with standard input on a pipe that carries the lines, and with standard output on the null device.
  * Returns nanoseconds a line. */
 double play(void (*reader)()) {
     std::string text;
@@ -58,7 +59,7 @@ void client() {
     cpe_dm_client_run("no such file");
 }
 
-/* As many writes of as many characters for each line as the client makes. */
+/* Writes for each line as often as the client, and as many characters each time. */
 void plain() {
     setvbuf(stdout, nullptr, _IONBF, 0);
     clearerr(stdin);

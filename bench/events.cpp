@@ -1,5 +1,5 @@
-/* A burst of signal indications, from the framework's callback to the user's, against the parts that it cannot do
- * without, each alone: the queue's burst, decoding, and allocating and releasing the records. */
+/* A burst of signal indications, from the framework's callback to the user's callback. The burst is compared with its
+ * necessary parts, each measured alone: the queue's burst, decoding, and allocating and releasing the records. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "cpe_dm_cmdq.h"
@@ -34,7 +34,8 @@ zeb_nas_sig_info indication(int i) {
     return info;
 }
 
-/* Runs play on a thread, as the framework would, and waits for the last of what it causes. */
+/* Runs `play` on a thread, as the framework would, and waits until the last delivery. Returns nanoseconds a delivery.
+ */
 template <typename F> double burst(F play) {
     delivered = 0;
     const auto start = bench_clock::now();
@@ -75,7 +76,8 @@ double queue_alone() {
     return ns;
 }
 
-/* The message, the command's data and the user's record; the command and the list's node are the queue's. */
+/* Decodes, and allocates the message, the command's data and the user's record. The measurement of the queue covers the
+ * command and the list's node. */
 double decode_and_allocate() {
     const auto start = bench_clock::now();
     for (int i = 0; i < BURST; i++) {
@@ -85,7 +87,7 @@ double decode_and_allocate() {
                                   sizeof(info));
         void *records[] = {message, calloc(1, 2 * sizeof(void *)), calloc(1, sizeof(cpe_dm_info))};
         for (void *&record : records) {
-            // What is never looked at could be left out altogether.
+            // Keeps the compiler from leaving out an allocation that nobody reads.
             __asm__ volatile("" : "+r"(record) : : "memory");
             free(record);
         }

@@ -1,5 +1,5 @@
 /* What the module holds on the heap after many events and many initialisations, and what an event allocates. Bytes in
- * use are the C library's count, exact when it keeps no chunks of its own for each thread: run with
+ * use are the C library's count. The count is exact when the library keeps no spare chunks for each thread: run with
  * GLIBC_TUNABLES=glibc.malloc.tcache_count=0. */
 #include "bench.h"
 #include "cpe_dm.h"
@@ -41,7 +41,7 @@ void init() {
     }
 }
 
-/* Waits every so often, so that the queue stays short. */
+/* Waits for the deliveries after every 50 events, so that the queue stays short. */
 void play_events(int count) {
     for (int i = 1; i <= count; i++) {
         zeb_nas_sig_info info = {};

@@ -1,4 +1,5 @@
-/* How long an indication waits for operations, and an operation for indications, when the others do not pause. */
+/* How long an indication waits while operations come without a pause, and how long an operation waits while indications
+ * do. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"
@@ -14,7 +15,7 @@ namespace {
 
 enum {
     RUNS = 5,
-    STORM = 100000, /* indications that are there before the operation asks */
+    STORM = 100000, /* indications in a run */
 };
 
 constexpr auto RUN_TIME = std::chrono::milliseconds(1500);
@@ -33,7 +34,7 @@ void answer_slowly(uint32_t, uint32_t) {
     std::this_thread::sleep_for(answer_time);
 }
 
-/* Two requests. */
+/* One operation, which sends two requests. */
 void ask() {
     cpe_dm_info info = {CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_LTE_RSRP, 0, {}, 0};
     cpe_dm_get_info(handle, &info);

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/* The answer to a message: its bytes, which are valid for good. An EN-DC registration with every field reported. */
+/* The answer to a message. The bytes stay valid for ever. The answers are those of an EN-DC registration. */
 struct bench_answer {
     const void *bytes;
     uint32_t size;

@@ -1,5 +1,5 @@
-/* cpe_dm_get_info, one metric of each group, against the least that it could do: the same requests, answered into the
- * same buffers, and the same log lines formatted with their own formats. Both are learnt from a call of the module. */
+/* cpe_dm_get_info for one metric of each group, compared with the least that it has to do: the same requests, and the
+ * same log lines formatted with their own formats. The requests and the lines are learnt from a call of the module. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "diag_msg.h"
@@ -79,7 +79,7 @@ int32_t get(uint32_t id) {
 }
 
 lesson learn(uint32_t id) {
-    get(id); // once for what is done only once
+    get(id); // the first call also does what is done only once
     lesson l;
     learning = &l;
     bench_on_request = learn_exchange;
@@ -139,7 +139,7 @@ double module(uint32_t id) {
 
 } // namespace
 
-/* The module's log formats every line by one of these, whichever the build's options make it. */
+/* The module's log formats every line with one of these two functions; the build's options decide which. */
 extern "C" {
 int __real_vsnprintf(char *text, size_t size, const char *fmt, va_list args);
 int __real___vsnprintf_chk(char *text, size_t size, int flag, size_t room, const char *fmt, va_list args);

@@ -1,5 +1,5 @@
-/* The command queue against queues that one would take instead: a burst of commands, and the hand-over of one command
- * to a thread that sleeps. */
+/* The command queue compared with queues that could stand in its place: a burst of commands, and the hand-over of one
+ * command to a thread that sleeps. */
 #include "bench.h"
 #include "cpe_dm_cmdq.h"
 
@@ -36,7 +36,7 @@ void run(cpe_dm_cmd *cmd) {
     cmd->free_f(cmd, cmd->data);
 }
 
-/* The module's. */
+/* The module's queue. */
 cpe_dm_cmdq cmdq;
 
 void module_start() {
@@ -51,7 +51,7 @@ void module_stop() {
     cpe_dm_cmdq_deinit(&cmdq);
 }
 
-/* std::deque; a null command ends the thread, here and below. */
+/* A queue of std::deque. A null command ends the thread, here and in `slot`. */
 struct {
     std::mutex mutex;
     std::condition_variable ready;
@@ -88,7 +88,7 @@ void plain_stop() {
     plain.thread.join();
 }
 
-/* GLib, whose queue takes no null. */
+/* GLib's queue, which takes no null: the command `end` ends the thread. */
 struct {
     GAsyncQueue *queue;
     std::thread thread;
@@ -160,7 +160,7 @@ const queue_ops plain_queue = {plain_start, plain_send, plain_stop};
 const queue_ops glib_queue = {glib_start, glib_send, glib_stop};
 const queue_ops slot_queue = {slot_start, slot_send, slot_stop};
 
-/* The commands of a burst count themselves, on the thread that runs them; the last one says so. */
+/* Each command of a burst counts itself, on the thread that runs it. The last command releases the semaphore. */
 int executed;
 std::binary_semaphore all_executed{0};
 
@@ -216,8 +216,8 @@ void acknowledge(cpe_dm_cmd *, void *) {
     handed_over.release();
 }
 
-/* The given percentile of the time from sending a command to its start, in nanoseconds. The pauses let the thread go to
- * sleep. */
+/* The given percentile of the time from sending a command to its start, in nanoseconds. A pause before each command
+ * lets the queue's thread go to sleep. */
 double hand_over(const queue_ops &queue, int percent) {
     std::vector<double> ns;
     cpe_dm_cmd cmd = {arrive, acknowledge, nullptr};

@@ -1,5 +1,5 @@
-/* What recording costs: a query, and an indication up to the user's callback, on a platform that costs nothing, with
- * the recorder at work and with it asleep. A process has one recording, so every round is a process of its own. */
+/* What recording costs a query, and an indication up to the user's callback. The platform costs nothing, and the
+ * recorder is switched on or off. A process has one recording, so every round is a process of its own. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"
@@ -59,7 +59,8 @@ double measure(double (*round)()) {
 
 constexpr const char *ROUNDS[] = {"queries", "events"};
 
-/* One round, in a process that has just been started: what the recorder is asked, it reads when it is loaded. */
+/* Runs one round in a process that has just been started, because the recorder reads its settings only when it is
+ * loaded. */
 int run_round(const std::string &round, int result) {
     const double ns = measure(round == ROUNDS[0] ? queries : events);
     return write(result, &ns, sizeof(ns)) == sizeof(ns) ? 0 : 1;

@@ -1,4 +1,4 @@
-/* The tool against the virtual modem: how soon it answers, and what it costs to watch. */
+/* The tool with the virtual modem: how soon the tool answers, and what it costs to watch. */
 #include "bench.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ enum {
     STARTS = 41,
 };
 
-/* Runs the tool, its results on the null device, and returns the processor time in seconds that it took. */
+/* Runs the tool with its results on the null device. Returns the processor time that the tool took, in seconds. */
 template <typename... Words> double run(Words... words) {
     const char *const args[] = {CPE_DM_TOOL_PROGRAM, words..., nullptr};
     const pid_t child = fork();
@@ -36,7 +36,7 @@ template <typename... Words> double run(Words... words) {
     return seconds(used.ru_utime) + seconds(used.ru_stime);
 }
 
-/* Microseconds from start to end, the median of many. */
+/* The time from the start of the tool to its end, in microseconds: the median of STARTS runs. */
 double first_answer() {
     double times[STARTS];
     for (double &time : times) {
@@ -48,7 +48,7 @@ double first_answer() {
     return times[STARTS / 2];
 }
 
-/* Millionths of a core, start and end included. */
+/* The processor time of watch, in millionths of a core; the tool's start and end are included. */
 double watching(const char *interval, const char *rows) {
     const auto start = bench_clock::now();
     return run("watch", "-i", interval, "-n", rows) / (bench_ns_since(start) * 1e-9) * 1e6;

@@ -27,9 +27,10 @@ cpe_dm_dll_node *cpe_dm_dll_init(cpe_dm_dll_node *node);
  * allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_enqueue(cpe_dm_dll_node *start, cpe_dm_dll_node *node, void *data);
 
-/* Inserts node, or a newly allocated one when node is null, with the given data at index pos, counted from 0: first
- * when pos is 0 or negative, last when the list is shorter. When the inserted node has no successor, an owner that
- * keeps a tail sets the tail to it. Returns the inserted node, or null when head is null or the allocation failed. */
+/* Inserts a node with the given data: `node`, or a new node when `node` is null. Its index is pos, counted from 0: the
+ * node becomes the first when pos is 0 or negative, and the last when the list is shorter. When the inserted node has
+ * no successor, an owner that keeps a tail sets the tail to it. Returns the inserted node, or null when head is null or
+ * the allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_insert(cpe_dm_dll_node *head, cpe_dm_dll_node *node, void *data, int32_t pos);
 
 /* Unlinks the first element, stores its data in *data and returns the node, cleared. node is any node of the list; when

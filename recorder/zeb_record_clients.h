@@ -26,8 +26,8 @@ struct zeb_record_client {
 /* Takes a free entry and gives it this number; 0: the next number. Returns null when no entry is free. */
 zeb_record_client *zeb_record_client_add(uint32_t number);
 
-/* A client, a notifier or a callback goes unrecorded for want of an entry: says so, once on standard error and each
- * time in the recording. */
+/* Says that a client, a notifier or a callback is not recorded because no entry is free: once on standard error, and
+ * each time in the recording. */
 void zeb_record_client_unrecorded();
 
 /* Gives an entry back after the platform's call failed. A number of its own is given back too, unless a later client

@@ -10,7 +10,7 @@
 #include <cstdint>
 
 enum {
-    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; a buffer that claims to be is not read */
+    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; a longer buffer is not read */
 };
 
 /* A call or a callback that is on its way, and the line about it. */

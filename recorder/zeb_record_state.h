@@ -20,7 +20,7 @@ extern std::atomic<int> zeb_record_phase;
 uint64_t zeb_record_clock(clockid_t clock);
 timespec zeb_record_timespec(uint64_t us);
 
-/* Starts the recording's clock; and the time since then, in microseconds. */
+/* The first starts the recording's clock; the second returns the time since that start, in microseconds. */
 void zeb_record_time_start();
 uint64_t zeb_record_time();
 

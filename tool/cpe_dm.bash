@@ -1,6 +1,6 @@
-# Completion of cpe_dm for bash. Commands, options and keys are asked of the program itself.
+# Completion of cpe_dm for bash. The program itself tells its commands, options and keys.
 
-# _cpe_dm_of TITLE [COMMAND]: the first words of the lines under this title of a help.
+# _cpe_dm_of TITLE [COMMAND]: the first words of the lines under this title in the program's or the command's help.
 _cpe_dm_of() {
     "${COMP_WORDS[0]}" ${2:+"$2"} --help 2>/dev/null |
         sed -n "/^$1:/,/^\$/s/^ *\(-[a-z], \)\{0,1\}\([-a-z]\{2,\}\) .*/\2/p"

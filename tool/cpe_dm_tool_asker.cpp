@@ -8,29 +8,30 @@
 #include <atomic>
 #include <unistd.h>
 
-/* So many times without an answer make a modem that has restarted; a single request may fail for other reasons. */
+/* After this many rounds without an answer the modem counts as restarted. A single request may fail for other
+ * reasons. */
 enum {
     MODEM_GONE_TIMES = 2,
 };
 
-/* When a modem that did not answer is asked again, at the latest. */
+/* How long the thread waits, at most, before it tries a silent modem again. */
 static const int64_t retry_ms = 5000;
 
-/* A registration that is under way when the end comes gets so long: it takes no longer where the modem is there. */
+/* How long the end waits for a registration under way. Where the modem is there, a registration takes no longer. */
 static const int64_t connect_patience_ms = 200;
 
 static uint64_t metrics_wanted;
 static int news; /* the bell of whoever started the thread */
-static int work; /* the bell of the thread: a row is to be asked for, or the end has come */
+static int work; /* the thread's bell: rings for a row to ask for, and for the end */
 static pthread_t thread;
-static bool indication_lost; /* the modem may not know of it any more: of the thread */
+static bool indication_lost; /* the modem may have forgotten the registration indication; only the thread uses this */
 static std::atomic<bool> stopping;
-static std::atomic<bool> connecting; /* inside cpe_dm_init, which may wait without limit */
+static std::atomic<bool> connecting; /* the thread is inside cpe_dm_init, which may wait without limit */
 
 static pthread_mutex_t report_mutex = PTHREAD_MUTEX_INITIALIZER;
-static cpe_dm_tool_report shared; /* by report_mutex */
+static cpe_dm_tool_report shared; /* guarded by report_mutex */
 
-/* On the module's command thread. */
+/* Runs on the module's command thread. */
 static void on_event(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
     if (info->info_type == CPE_DM_INFO_TYPE_IND && info->value_type == CPE_DM_VALUE_UINT32) {
         const cpe_dm_tool_guard guard(&report_mutex);
@@ -44,7 +45,7 @@ static void on_event(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data
     cpe_dm_release_info(info);
 }
 
-/* Makes the answer for a metric known. */
+/* Copies the answer for a metric into the shared report. */
 static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t asked_ms) {
     const cpe_dm_tool_guard guard(&report_mutex);
     const cpe_dm_tool_slot &slot = values->slot[metric];
@@ -63,7 +64,7 @@ static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t a
     }
 }
 
-/* Registers; false when it failed. */
+/* Registers with the modem; false when the registration failed. */
 static bool connect() {
     connecting = true;
     const int32_t status = stopping ? int32_t{CPE_DM_ERR_FAILURE} : cpe_dm_tool_register(on_event);
@@ -77,8 +78,8 @@ static bool connect() {
     return registered;
 }
 
-/* Asks for the values of a row, the registration status first; false when the modem does not answer. Out of service
- * there is nothing more to ask for. */
+/* Asks for the values of a row, the registration status first; when the modem is out of service, for nothing more.
+ * Returns false when the modem does not answer. */
 static bool ask_row() {
     static cpe_dm_tool_values values;
     const int64_t asked_ms = cpe_dm_tool_now_ms();
@@ -89,7 +90,7 @@ static bool ask_row() {
         if (metric == CPE_DM_METRIC_REG_STATUS || (reg.number[0] >= CPE_DM_REG_LTE && (metrics_wanted >> metric & 1))) {
             cpe_dm_tool_ask(&values, metric);
             publish(&values, metric, asked_ms);
-            // A modem that fails may have restarted.
+            // A modem that did not answer may have restarted, and have forgotten the indication.
             indication_lost = indication_lost || !cpe_dm_tool_is_answer(slot.status);
             if (reg.status != CPE_DM_SUCCESS) {
                 return false;
@@ -105,7 +106,7 @@ static void *run_asker(void * /*argument*/) {
     bool registered = connect();
     cpe_dm_tool_ring(news);
     for (;;) {
-        // A modem that does not answer is looked after, also where the next row is far away.
+        // A silent modem is tried again after retry_ms at the latest, even when the next row is further away.
         const bool row_due =
             cpe_dm_tool_wait(work, registered && unanswered == 0 ? INT64_MAX : cpe_dm_tool_now_ms() + retry_ms);
         if (stopping) {
@@ -113,7 +114,7 @@ static void *run_asker(void * /*argument*/) {
         }
         const bool gone = registered && unanswered == MODEM_GONE_TIMES;
         if (gone) {
-            cpe_dm_tool_deregister(); // what it leaves, the next registration cleans up
+            cpe_dm_tool_deregister(); // the next registration cleans up whatever this one leaves
             unanswered = 0;
         }
         registered = registered && !gone ? registered : connect();

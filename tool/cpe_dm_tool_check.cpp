@@ -8,7 +8,7 @@
 #include <cstring>
 #include <poll.h>
 
-/* From one look at the values to the next, where there are several. */
+/* The time between two looks at the values. */
 static const int64_t step_ms = 500;
 
 enum {
@@ -20,8 +20,9 @@ enum {
     MODEM_GONE_LOOKS = 2,
 };
 
-/* What an operator asks of the sign of (value - wanted). Here, as in the other tables, short texts lie in the row: the
- * loader has to fill in each pointer, which takes three times its size in the program. */
+/* An operator, and the signs of (value - wanted) for which it holds. Short texts lie in the row itself, here as in
+ * the other tables: a pointer has to be filled in by the loader, which takes three times the pointer's size in the
+ * program. */
 struct op_row {
     char symbol[3];
     char word[5]; /* the form that a shell leaves alone */
@@ -30,7 +31,7 @@ struct op_row {
     bool above;
 };
 
-/* The longer symbols first. */
+/* The longer symbols stand first, so that "<=" is not read as "<". */
 static const op_row ops[] = {
     {"!=", ":ne:", true, false, true}, {"<=", ":le:", true, true, false}, {">=", ":ge:", false, true, true},
     {"=", ":eq:", false, true, false}, {"<", ":lt:", true, false, false}, {">", ":gt:", false, false, true},
@@ -70,7 +71,7 @@ static bool is_plmn(const char *text) {
     return (rest == 2 || rest == 3) && text[4 + rest] == '\0';
 }
 
-/* The operator at which the key of an expression ends, the earliest one. */
+/* The first operator in an expression, which ends the expression's key; null when there is no operator. */
 static const op_row *find_op(const char *text, size_t *key_len, size_t *op_len) {
     const op_row *found = nullptr;
     for (const op_row &op : ops) {
@@ -86,7 +87,7 @@ static const op_row *find_op(const char *text, size_t *key_len, size_t *op_len) 
     return found;
 }
 
-/* Reads what the value is compared with; what is wrong is told. */
+/* Reads the text that the value is compared with. False: the text is no such value; a message has been written. */
 static bool parse_wanted(expression *row) {
     const cpe_dm_tool_kind kind = cpe_dm_tool_kind_of(row->key);
     const char *name = cpe_dm_tool_name(row->key);
@@ -159,7 +160,7 @@ static bool holds(const expression &row) {
     return sign < 0 ? row.op->below : sign > 0 ? row.op->above : row.op->equal;
 }
 
-/* The exit status of one expression by the values at hand. */
+/* The exit status of one expression with the current values. */
 static int judge(const expression &row) {
     const int32_t status = cpe_dm_tool_value_status(&check.values, row.key);
     if (status != CPE_DM_SUCCESS) {
@@ -168,7 +169,7 @@ static int judge(const expression &row) {
     return holds(row) ? CPE_DM_TOOL_DONE : CPE_DM_TOOL_NO;
 }
 
-/* Asks for all values; the exit status of all expressions. */
+/* Asks for all values, and returns the exit status of all expressions together. */
 static int look() {
     int status = CPE_DM_TOOL_DONE;
     cpe_dm_tool_set_deadline(cpe_dm_tool_now_ms() + check.options->timeout_ms);
@@ -224,8 +225,7 @@ static int print_json(int status) {
     return cpe_dm_tool_print(&text);
 }
 
-/* What a restart of the modem calls for. False when there is no registration any more, of which a message has been
- * written. */
+/* Registers anew after a restart of the modem. False: there is no registration any more; a message has been written. */
 static bool register_anew(int64_t until_ms) {
     cpe_dm_tool_set_deadline(until_ms);
     cpe_dm_tool_deregister();
@@ -238,7 +238,7 @@ static bool register_anew(int64_t until_ms) {
 
 static int check_all() {
     const int64_t within_ms = cpe_dm_tool_now_ms() + check.options->within_ms;
-    int64_t since_ms = -1; // since when all hold; -1: they do not
+    int64_t since_ms = -1; // when all expressions began to hold; -1: they do not hold
     int unanswered = 0;
     for (;;) {
         const int64_t look_ms = cpe_dm_tool_now_ms();

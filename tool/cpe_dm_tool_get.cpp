@@ -6,8 +6,8 @@
 
 static struct {
     const cpe_dm_tool_options *options;
-    cpe_dm_tool_keys keys;  /* all that were named */
-    cpe_dm_tool_keys alone; /* those that were named by themselves, not by a group alone */
+    cpe_dm_tool_keys keys;  /* all keys that were named, by themselves or by a group */
+    cpe_dm_tool_keys alone; /* the keys that were named by themselves */
     cpe_dm_tool_values values;
 } get;
 
@@ -23,7 +23,7 @@ static void add_line(cpe_dm_tool_text *text, cpe_dm_tool_key key) {
     cpe_dm_tool_add(text, "\n");
 }
 
-/* The keys that were named by themselves: tells what is not there. */
+/* Tells which of the keys that were named by themselves have no value. Returns an exit status. */
 static int tell_missing_keys() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.alone.cnt; i++) {
@@ -36,7 +36,7 @@ static int tell_missing_keys() {
     return status;
 }
 
-/* The groups that were named: tells of those of which nothing is there, and of what failed. */
+/* Tells which of the named groups have no value at all, and which requests failed. Returns an exit status. */
 static int tell_missing_groups() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.options->arg_cnt; i++) {

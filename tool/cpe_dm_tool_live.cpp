@@ -21,10 +21,10 @@ enum {
 
 static const int64_t minute_ms = 60000;
 
-/* How long a terminal that stands still may hold up its return to what it was. */
+/* How long the program waits for a terminal that takes no output, before it restores the terminal's mode. */
 static const int64_t farewell_ms = 500;
 
-/* The columns beside a chart: behind the name, value and verdict; behind the chart, where there is room, its range. */
+/* Widths beside a chart, in columns: of the value and the verdict before the chart, and of the range after it. */
 static const int value_width = 16;
 static const int range_width = 18;
 
@@ -35,10 +35,10 @@ static struct {
     cpe_dm_tool_keys keys;
     int64_t interval_ms;
     bool colours;
-    bool entered;    /* the terminal is taken */
-    bool known_mode; /* standard input is the terminal, and mode its mode as it was at first */
+    bool entered;    /* the terminal shows the live view */
+    bool known_mode; /* standard input is a terminal, and `mode` holds its first mode */
     termios mode;
-    bool keys_ended; /* nothing more can be typed */
+    bool keys_ended; /* standard input has ended */
     cpe_dm_tool_key charts[CHART_MAX];
     int chart_cnt;
     int name_width; /* of the longest name of a chart */
@@ -47,10 +47,10 @@ static struct {
     int note_cnt;
     cpe_dm_tool_values values;
     char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
-    int16_t history[CHART_MAX][HISTORY_MAX]; /* counts, by the number of the row modulo history_cnt */
+    int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; row n has place n modulo history_cnt */
 } live;
 
-/* The screen that is being drawn: lines are cut where it ends. */
+/* The screen that is being drawn. Lines and parts of lines beyond its size are cut. */
 static char screen_data[16384];
 static cpe_dm_tool_text screen = {screen_data, sizeof(screen_data), 0};
 static int columns;
@@ -79,7 +79,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     }
 }
 
-/* Sends a few characters out at once, as far as the terminal takes them. */
+/* Sends a few characters. Does not wait for long when the terminal takes no output. */
 static void send_now(const char *text) {
     cpe_dm_tool_finish(live.sink, farewell_ms);
     cpe_dm_tool_send(live.sink, text, strlen(text));
@@ -94,7 +94,7 @@ static void enter_terminal() {
         mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
         tcsetattr(STDIN_FILENO, TCSANOW, &mode);
     }
-    send_now("\033[?1049h\033[?25l\033[2J"); // the other screen, without a cursor, empty
+    send_now("\033[?1049h\033[?25l\033[2J"); // the alternate screen, without a cursor, empty
 }
 
 void cpe_dm_tool_leave_terminal() {
@@ -118,7 +118,7 @@ int cpe_dm_tool_keyboard() {
 bool cpe_dm_tool_quit_pressed() {
     char typed[64];
     const ssize_t cnt = read(STDIN_FILENO, typed, sizeof(typed));
-    live.keys_ended = cnt <= 0; // a terminal that has gone says so again and again
+    live.keys_ended = cnt <= 0; // a terminal that has gone stays readable for ever
     bool quit = false;
     for (ssize_t i = 0; i < cnt; i++) {
         quit = quit || typed[i] == 'q' || typed[i] == 'Q';
@@ -143,7 +143,7 @@ static int16_t *history_at(int chart, int64_t number) {
 void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) {
     live.values = *values;
     for (int i = 0; i < live.chart_cnt; i++) {
-        // What was skipped leaves a gap.
+        // Skipped rows leave a gap.
         for (int64_t skipped = std::max(live.number + 1, number - live.history_cnt); skipped < number; skipped++) {
             *history_at(i, skipped) = NO_VALUE;
         }
@@ -157,7 +157,7 @@ void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) 
     live.number = number;
 }
 
-/* A line of ASCII, cut to the width of the screen. */
+/* Adds a line of ASCII, cut to the width of the screen. */
 static void add_line(const char *line) {
     if (lines_left-- > 0) {
         cpe_dm_tool_add(&screen, "%.*s\033[K\r\n", columns, line);
@@ -197,13 +197,14 @@ static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, cons
     *colour = wanted;
 }
 
-/* The last minute of a signal in so many columns at most; between which values it moved behind it, where that has room.
- */
+/* Adds a chart of a signal's last minute and, where there is room, the range of its values. Both fit into the given
+ * number of columns. */
 static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    // 64 bits, as the numbers of rows have: where the processor cannot divide, each width takes a routine of its own.
+    // All counts have 64 bits, like the numbers of rows: a processor without division needs a routine for each width of
+    // integers.
     const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
     const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
     const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
@@ -215,7 +216,7 @@ static void add_chart(int chart, int room) {
         lowest = values[i] != NO_VALUE ? std::min(lowest, values[i]) : lowest;
         highest = std::max(highest, values[i]);
     }
-    // A signal that stands still is a flat line, not a wall.
+    // A steady signal is drawn as a flat line, not as a wall.
     const int span = std::max(highest - lowest, 8 * counts_per_unit);
     const int bottom = lowest - (span - (highest - lowest)) / 2;
     const char *colour = "";
@@ -232,7 +233,7 @@ static void add_chart(int chart, int room) {
     }
 }
 
-/* A signal: name, value, verdict, chart. Where there is no room for that, the screen gets what has room. */
+/* Adds the line of a signal: name, value, verdict and chart. A narrow screen gets the parts that have room. */
 static void add_chart_line(int chart) {
     const cpe_dm_tool_key key = live.charts[chart];
     const bool there = cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS;
@@ -256,7 +257,8 @@ static void add_chart_line(int chart) {
     }
 }
 
-/* A line of words with a label, and the name of the technology, or blanks, before it. */
+/* Adds a line of the technology's name, a label and words; nothing when there are no words. The line sets *name to "",
+ * so that later lines have blanks in the place of the name. */
 static void add_words(const char **name, uint32_t tech, const char *label,
                       void (*add)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech)) {
     char line[160];
@@ -270,7 +272,7 @@ static void add_words(const char **name, uint32_t tech, const char *label,
     }
 }
 
-/* The part of the screen for one technology. */
+/* Adds the part of the screen for one technology. */
 static void add_tech(uint32_t tech) {
     const char *name = cpe_dm_tool_tech_name(tech);
     add_line("");

@@ -36,8 +36,8 @@ static const cpe_dm_tool_command commands[] = {
      cpe_dm_tool_metrics},
 };
 
-/* A standard descriptor that the program was started without is opened on the null device, so that no file opened later
- * takes its number; for reading alone, so that results that nobody gets are an error. */
+/* Opens each missing standard descriptor on the null device, so that no file opened later takes its number. The null
+ * device is opened for reading alone: results for a missing standard output are an error then. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {
@@ -52,7 +52,7 @@ int main(int argc, char **argv) {
     cpe_dm_tool_options options;
     int status = 0;
     open_missing_descriptors();
-    signal(SIGPIPE, SIG_DFL); // ends the program quietly, whatever its parent does about it
+    signal(SIGPIPE, SIG_DFL); // SIGPIPE ends the program quietly, even when the parent ignored it
     const cpe_dm_tool_command *command =
         cpe_dm_tool_parse_options({commands, std::size(commands)}, argc, argv, &options, &status);
     return command != nullptr ? command->run(&options) : status;

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-/* A number that an option takes: where it goes, and its range, in counts. */
+/* The number that an option takes: the field for the number, and the number's range in counts. */
 struct number_range {
     int64_t cpe_dm_tool_options::*number; /* null: the option takes no number */
     uint32_t counts_per_unit;
@@ -24,7 +24,7 @@ struct option_row {
     uint32_t bit;
     char letter; /* '\0': there is none */
     char name[9];
-    char argument[11]; /* its form; "": the option takes none */
+    char argument[11]; /* the argument's form in the help; "": the option takes none */
     number_range range;
     const char *help;
 };
@@ -72,7 +72,7 @@ static void add_option_help(cpe_dm_tool_text *help, uint32_t options) {
     }
 }
 
-/* The help of one command or, where there is none, of the program. */
+/* Prints the help of the command or, when the command is null, of the program. Returns an exit status. */
 static int print_help(cpe_dm_tool_commands commands, const cpe_dm_tool_command *command) {
     char data[4096];
     cpe_dm_tool_text help = {data, sizeof(data), 0};
@@ -138,7 +138,8 @@ static bool take_value(const option_row &row, const char *value, cpe_dm_tool_opt
     }
 }
 
-/* The option that a word of the command line names; *value is what stands in the same word as its value, or null. */
+/* The option that a word of the command line names, or null. *value is the option's value when the value stands in the
+ * same word ("-n5", "--rows=5"), and null otherwise. */
 static const option_row *find_option(const char *word, const char **value) {
     *value = nullptr;
     for (const option_row &row : option_rows) {
@@ -156,7 +157,8 @@ static const option_row *find_option(const char *word, const char **value) {
     return nullptr;
 }
 
-/* Takes the option at argv[*at], and moves *at to the last word that belongs to it. */
+/* Takes the option at argv[*at], and moves *at to the option's last word. False: the option is wrong; a message has
+ * been written. */
 static bool take_option(char **argv, int *at, cpe_dm_tool_options *options) {
     const char *word = argv[*at];
     const char *value = nullptr;
@@ -192,7 +194,7 @@ static const cpe_dm_tool_command *find_command(cpe_dm_tool_commands commands, co
     return nullptr;
 }
 
-/* Whether the command takes the options and as many arguments as it was given. */
+/* Whether the command takes the given options and the given number of arguments. If not, a message has been written. */
 static bool fits(const cpe_dm_tool_command *command, const cpe_dm_tool_options *options) {
     for (const option_row &row : option_rows) {
         if ((row.bit & options->given & ~(command->options | options_of_all)) != 0) {

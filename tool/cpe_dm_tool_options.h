@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/* The options, as bits. The first four are those of every command. */
+/* The options, as bits. Every command takes the first four. */
 enum : uint32_t {
     CPE_DM_TOOL_JSON = 1U << 0,
     CPE_DM_TOOL_TIMEOUT = 1U << 1,
@@ -26,7 +26,7 @@ enum {
     CPE_DM_TOOL_LABEL_MAX = 16,
 };
 
-/* What a command line asks for. All texts are those of the command line. */
+/* What a command line asks for. All texts point into the command line. */
 struct cpe_dm_tool_options {
     uint32_t given; /* the options that were given */
     int64_t timeout_ms;
@@ -38,7 +38,7 @@ struct cpe_dm_tool_options {
     const char *textfile;
     const char *labels[CPE_DM_TOOL_LABEL_MAX]; /* NAME=VALUE */
     int label_cnt;
-    char **args; /* what is no option, behind the command */
+    char **args; /* the words behind the command that are no options */
     int arg_cnt;
 };
 
@@ -47,21 +47,21 @@ struct cpe_dm_tool_command {
     const char *args;    /* the form of the arguments, for the help */
     int arg_min;         /* how many arguments there must be ... */
     int arg_max;         /* ... and may be; -1: any number */
-    uint32_t options;    /* besides those of every command */
+    uint32_t options;    /* the command's own, besides those of every command */
     const char *summary; /* one line */
-    const char *details; /* more of them, or "" */
+    const char *details; /* more lines, or "" */
     int (*run)(const cpe_dm_tool_options *options);
 };
 
-/* The commands, which the main program knows. */
+/* The table of commands, which is in the main program. */
 struct cpe_dm_tool_commands {
     const cpe_dm_tool_command *row;
     size_t cnt;
 };
 
-/* Reads the command line (argv behind the program's name is put in another order). Returns the command that is to be
- * run, or null when there is nothing more to do: then *status is the program's exit status, and help, version, or what
- * is wrong have been written. */
+/* Reads the command line, and puts the words of argv behind the program's name in another order. Returns the command to
+ * run. Null: nothing is left to do; help, the version or a message has been written, and *status is the program's exit
+ * status. */
 const cpe_dm_tool_command *cpe_dm_tool_parse_options(cpe_dm_tool_commands commands, int argc, char **argv,
                                                      cpe_dm_tool_options *options, int *status);
 

@@ -51,7 +51,7 @@ void cpe_dm_tool_tell(const char *format, ...) {
     }
 }
 
-/* strerror_r comes in two forms: POSIX's writes into the buffer, GNU's returns the text. */
+/* strerror_r comes in two forms. The form of POSIX writes into the buffer; the form of GNU returns the text. */
 [[maybe_unused]] static const char *error_text(int /*status*/, const char *buffer) {
     return buffer;
 }

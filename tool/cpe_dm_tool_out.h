@@ -13,21 +13,22 @@ enum {
     CPE_DM_TOOL_FAILED = 4,   /* modem, module or output failed, or the time ran out */
 };
 
-/* Waits until the descriptor is ready for these events of poll; whether it was in time. -1 ms: without limit. */
+/* Waits until the descriptor is ready for one of these events of poll; -1 ms: without limit. False: the time ran out
+ * first. */
 bool cpe_dm_tool_ready(int fd, short events, int patience_ms);
 
-/* Writes it all, waiting where a descriptor that does not block is full. Returns 0 or an errno value. */
+/* Writes all bytes, and waits while a non-blocking descriptor is full. Returns 0 or an errno value. */
 int cpe_dm_tool_write(int fd, const char *data, size_t len);
 
-/* Writes the text on standard output and empties it. Returns CPE_DM_TOOL_DONE; or CPE_DM_TOOL_FAILED, of which a
- * message has been written. */
+/* Writes the text on standard output and empties the text. Returns CPE_DM_TOOL_DONE or, after a message,
+ * CPE_DM_TOOL_FAILED. */
 int cpe_dm_tool_print(cpe_dm_tool_text *text);
 
-/* A message: one line on standard error, "cpe_dm: " and the text. From any thread. A line that nobody takes for a
- * second is dropped. */
+/* Writes a message: one line on standard error, "cpe_dm: " and the text. May be called on any thread. The line is
+ * dropped when standard error takes nothing for a second. */
 void cpe_dm_tool_tell(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* Tells that FILE (or standard output) cannot be written, and why. */
+/* Tells that the named file (or "standard output") cannot be written, and why. */
 void cpe_dm_tool_tell_unwritten(const char *file, int error);
 
 #endif

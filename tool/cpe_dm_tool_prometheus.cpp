@@ -12,7 +12,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/* The gauges that are a value of either technology each. */
+/* The gauges with one value for each technology. */
 static const struct {
     char name[13];
     const char *help;
@@ -26,7 +26,7 @@ static const struct {
 
 static const char tech_labels[][5] = {"lte", "nr5g"};
 
-/* The labels of cpe_dm_cell_info, besides the technology, and the values behind them. */
+/* The labels of cpe_dm_cell_info, and the keys of their values. The label "technology" is not in the table. */
 static const struct {
     char name[8];
     cpe_dm_tool_key key[2];
@@ -51,7 +51,7 @@ void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys) {
     }
 }
 
-/* The length of the name of a label; 0 where it is not one. */
+/* The length of the name in a label NAME=VALUE; 0 when the text is no such label. */
 static size_t name_len(const char *label) {
     const char *letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
     const size_t len = strspn(label, letters);
@@ -71,7 +71,7 @@ static bool is_own_name(const char *label, size_t len) {
     return is_name(label, len, "technology") || is_name(label, len, "carrier") || is_name(label, len, "codeword");
 }
 
-/* The bytes behind the first one of a character of UTF-8; -1: it does not begin one. */
+/* The number of bytes that follow the first byte of a UTF-8 character; -1: no character begins with this byte. */
 static int bytes_behind(unsigned char first) {
     return first < 0x80                    ? 0
            : first >= 0xC2 && first < 0xE0 ? 1
@@ -120,7 +120,7 @@ static void add_head(const char *name, const char *type, const char *help) {
     cpe_dm_tool_add(&file, "# HELP cpe_dm_%s %s\n# TYPE cpe_dm_%s %s\n", name, help, name, type);
 }
 
-/* One label, its value escaped. */
+/* Adds one label, with its value escaped. */
 static void add_label(const char *name, size_t name_size, const char *value) {
     cpe_dm_tool_add(&file, "%s%.*s=\"", file_data[file.used - 1] == '{' ? "" : ",", static_cast<int>(name_size), name);
     for (; *value != '\0'; value++) {
@@ -133,7 +133,7 @@ static void add_label(const char *name, size_t name_size, const char *value) {
     cpe_dm_tool_add(&file, "\"");
 }
 
-/* The beginning of a sample: name and labels, up to where more labels may follow. */
+/* Adds the beginning of a sample: name and labels, without the closing brace, so that more labels can follow. */
 static void start_sample(const char *name, const char *technology) {
     cpe_dm_tool_add(&file, "cpe_dm_%s{", name);
     if (technology != nullptr) {
@@ -198,7 +198,7 @@ static void add_cqi(const cpe_dm_tool_values *values) {
     }
 }
 
-/* A cell of which nothing is there has no sample. */
+/* Adds a sample for each technology whose serving cell has at least one value. */
 static void add_cells(const cpe_dm_tool_values *values) {
     add_head("cell_info", "gauge", "The serving cell, in the labels; always 1.");
     for (int tech = 0; tech < 2; tech++) {
@@ -222,7 +222,7 @@ static void add_cells(const cpe_dm_tool_values *values) {
     }
 }
 
-/* Puts the text in the place of the file at path; 0 or an errno value. */
+/* Replaces the file at this path by the text. Returns 0 or an errno value. */
 static int replace_file(const char *path) {
     char temporary[PATH_MAX];
     if (snprintf(temporary, sizeof(temporary), "%s.tmp", path) >= int{sizeof(temporary)}) {

@@ -4,22 +4,22 @@
 
 #include "cpe_dm_tool_asker.h"
 
-/* Counts since the start, besides those of the report. */
+/* Changes since the start. The report counts the other events. */
 struct cpe_dm_tool_change_counts {
     uint32_t registration;
     uint32_t lte_cell;
     uint32_t nr5g_cell;
 };
 
-/* The values that the file tells of. */
+/* Adds the keys of the values in the file. */
 void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys);
 
-/* Whether each label reads NAME=VALUE, with a name that Prometheus takes and that is not one of the file's own; what is
- * wrong has been told. */
+/* Whether each label reads NAME=VALUE, with a value in UTF-8 and a name that Prometheus takes, that no other label has
+ * and that the file does not use itself. If not, a message has been written. */
 bool cpe_dm_tool_check_labels(const char *const *labels, int cnt);
 
-/* Writes the file anew, in the place of the old one and at one stroke: a reader sees the old one or the new one.
- * Returns 0 or an errno value. */
+/* Replaces the file in one step: a reader sees the whole old file or the whole new file. Returns 0 or an errno value.
+ */
 int cpe_dm_tool_write_prometheus(const char *path, const char *const *labels, int label_cnt,
                                  const cpe_dm_tool_report *report, const cpe_dm_tool_change_counts *changes);
 

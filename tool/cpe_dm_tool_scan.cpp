@@ -51,7 +51,7 @@ static void add_heading() {
     }
 }
 
-/* A number as text, or what stands for none. */
+/* Writes a number as text. A missing number is "null" in JSON and "-" in the table. */
 static void write_number(char *data, size_t size, bool there, int64_t number) {
     cpe_dm_tool_text text = {data, size, 0};
     cpe_dm_tool_add(&text, "%s", as_json ? "null" : "-");
@@ -60,7 +60,8 @@ static void write_number(char *data, size_t size, bool there, int64_t number) {
     }
 }
 
-/* The lists of a neighbour, with commas between their entries; "-" in the table where there is none. */
+/* Adds the CGIs of a neighbour, with commas between them. In the table, "-" stands for an empty list; so too for
+ * PLMNs. */
 static void add_cgis(cpe_dm_tool_text *text, const neighbour &nbr) {
     for (uint32_t i = 0; i < nbr.cgi_cnt; i++) {
         cpe_dm_tool_add(text, "%s%" PRIu64, i > 0 ? "," : "", nbr.cgi[i]);
@@ -115,7 +116,7 @@ static void add_neighbour(const neighbour &nbr) {
     cpe_dm_tool_add(&out, "\"cgi\":[%s],\"plmn\":[%s]}\n", cgi_data, plmn_data);
 }
 
-/* The signal that comes with LTE neighbours is that of the first of them. */
+/* Adds LTE neighbours. The modem reports the signal of one LTE neighbour alone, the first. */
 static void add_lte(const cpe_dm_lte_nbr_info &info) {
     const uint32_t cnt = info.nbr_valid ? std::min<uint32_t>(info.nbr_len, CPE_DM_LTE_NBR_MAX) : 0;
     for (uint32_t i = 0; i < cnt; i++) {
@@ -152,7 +153,7 @@ static void add_nr5g(const cpe_dm_nr5g_nbr_info &info) {
     }
 }
 
-/* Adds the neighbours of a response, or that there are none. */
+/* Adds the neighbours of a response or, in the table, a line that there are none. */
 static void add_response(const cpe_dm_info *info, uint32_t tech) {
     const size_t start = out.used;
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO) {
@@ -175,13 +176,13 @@ static void tell_refused(uint32_t tech, int32_t status) {
     }
 }
 
-/* Whether a metric of neighbours is of this technology; it is asked for then. */
+/* Whether the metric is one of the metrics of neighbours of this technology. A scan asks for all of these. */
 static bool is_wanted(uint32_t metric, uint32_t tech) {
     const cpe_dm_metric_desc *desc = cpe_dm_metric_by_id(metric);
     return desc->value_type == CPE_DM_VALUE_NONE && desc->tech == tech;
 }
 
-/* One scan: *goes_on says whether another one may follow. Returns the exit status. */
+/* Runs one scan. *goes_on tells whether another scan may follow. Returns the exit status. */
 static int scan_for(uint32_t tech, bool *goes_on) {
     cpe_dm_info list[CPE_DM_METRIC_CNT];
     int32_t cnt = 0;
@@ -244,6 +245,6 @@ int cpe_dm_tool_scan(const cpe_dm_tool_options *options) {
     }
     const int status = cpe_dm_tool_run_session(options->timeout_ms, on_response, scan_all);
     close(answered);
-    cpe_dm_release_info(response.exchange(nullptr)); // one that came too late
+    cpe_dm_release_info(response.exchange(nullptr)); // a response that came too late
     return status;
 }

@@ -9,7 +9,8 @@
 #include <cstring>
 #include <iterator>
 
-/* What a value can be at all, in counts, and what it mostly is; a value between the two gets a warning. */
+/* The range in which a value is possible, and the range in which it mostly lies, in counts. A value in the first range
+ * but not in the second gets a warning. */
 struct range_row {
     uint8_t key; /* a cpe_dm_tool_key */
     int16_t least;
@@ -22,7 +23,7 @@ static const range_row ranges[] = {
     {CPE_DM_TOOL_REG, CPE_DM_REG_NONE, CPE_DM_REG_NR5G, CPE_DM_REG_NONE, CPE_DM_REG_NR5G},
     {CPE_DM_TOOL_LTE_PCI, 0, 503, 0, 503},
     {CPE_DM_TOOL_LTE_RSRP, -156, -44, -156, -44},
-    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2}, // up to 2.5 dB, which the modem counts in whole ones
+    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2}, // up to 2.5 dB; the modem reports whole dB
     {CPE_DM_TOOL_LTE_SINR, -500, 500, -230, 400},
     {CPE_DM_TOOL_LTE_TX_POWER, -600, 330, -600, 330},
     {CPE_DM_TOOL_NR5G_PCI, 0, 1007, 0, 1007},
@@ -44,7 +45,7 @@ enum verdict {
 static const char verdict_names[][13] = {"ok", "warning", "impossible", "not reported", "failed"};
 static_assert(std::size(verdict_names) == VERDICT_CNT);
 
-/* What is said of one value. */
+/* The verdict on one value, and a remark for the reader. */
 struct finding {
     verdict judged;
     const char *remark;
@@ -61,7 +62,7 @@ static finding of(verdict judged, const char *remark) {
     return {judged, remark};
 }
 
-/* One line (or one object) of the result. */
+/* Adds one line, or one object of JSON, to the result. */
 static void add_finding(const char *name, const char *value, const finding &found) {
     counts[found.judged]++;
     if (as_json) {
@@ -144,7 +145,7 @@ static finding judge_plmn(const cpe_dm_tool_values *values, cpe_dm_tool_key key)
     return data[strspn(data, "0123456789-")] == '\0' ? of(OK, "") : of(IMPOSSIBLE, "a digit of it is not decimal");
 }
 
-/* Judges a value that is there. */
+/* Judges a value that the modem reports. */
 static finding judge_value(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
     const cpe_dm_metric_record *record = cpe_dm_tool_record_of(values, cpe_dm_tool_metric_of(key));
     for (const range_row &range : ranges) {
@@ -173,7 +174,7 @@ static finding judge_value(const cpe_dm_tool_values *values, cpe_dm_tool_key key
         return judge_lte_locks(record->lte_locks);
     case CPE_DM_TOOL_NR5G_LOCK:
         return judge_nr5g_locks(record->nr5g_locks);
-    default: // a TAC: any number can be one
+    default: // a TAC, which can be any number
         return of(OK, "");
     }
 }
@@ -207,8 +208,8 @@ static bool same_cell(const cpe_dm_tool_values *a, const cpe_dm_tool_values *b, 
     return same;
 }
 
-/* Asks for the cell again, twice, as it may really change meanwhile: one of two answers in a row has to repeat itself.
- */
+/* Asks for the cell twice more. Of the three answers, two in a row have to be equal, as the cell may really change once
+ * meanwhile. */
 static void test_same_cell(const cpe_dm_tool_values *values, const char *name, const uint32_t (&metrics)[3]) {
     cpe_dm_tool_values again[2];
     if (values->slot[metrics[1]].status != CPE_DM_SUCCESS) {

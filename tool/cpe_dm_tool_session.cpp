@@ -10,7 +10,7 @@
 
 const int64_t cpe_dm_tool_patience_ms = 2000;
 
-/* How long a deregistration may take, at most, when the time was up before it. */
+/* The least time that a deregistration gets, even after the deadline. */
 static const int64_t farewell_ms = 5000;
 
 enum session_operation {
@@ -22,7 +22,7 @@ enum session_operation {
 
 static std::atomic<int> operation_on = NO_OPERATION;
 
-static cpe_dm_hndl hndl; /* of the thread that registers */
+static cpe_dm_hndl hndl; /* only the thread that registers uses the handle */
 
 static pthread_mutex_t deadline_mutex = PTHREAD_MUTEX_INITIALIZER;
 static int64_t deadline_ms;
@@ -84,7 +84,7 @@ int cpe_dm_tool_worse(int a, int b) {
     return std::max(a, b);
 }
 
-/* The number of an answered metric; 0 when it could not be had. */
+/* The number of a metric, which is asked for when it is not answered yet; 0 when the modem reports none. */
 static int64_t answered_number(cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     if (slot.status == CPE_DM_TOOL_NOT_ANSWERED) {
@@ -144,10 +144,10 @@ int32_t cpe_dm_tool_start_scan(cpe_dm_info *list, int32_t cnt) {
 /* The one session of a command. */
 static struct {
     pthread_t thread;
-    int done; /* a bell */
+    int done; /* a bell: the session's thread has finished */
     cpe_dm_user_cb callback;
     int (*job)();
-    int status; /* the exit status, when the bell has rung */
+    int status; /* the exit status; valid once the bell has rung */
 } session;
 
 static void *run_session(void * /*argument*/) {
@@ -169,7 +169,7 @@ static void *run_session(void * /*argument*/) {
     return nullptr;
 }
 
-/* Ends the program while an operation is on. */
+/* Ends the program, with a message, while this operation is running. */
 [[noreturn]] static void give_up(int operation) {
     switch (operation) {
     case REGISTERING:
@@ -199,12 +199,13 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
     }
     while (!done) {
         const int64_t now_ms = cpe_dm_tool_now_ms();
-        const int operation = operation_on; // looked at before the deadline, which the job moves before an operation
+        const int operation = operation_on; // read before the deadline, which the job moves before an operation
         const int64_t limit_ms = cpe_dm_tool_deadline();
         if (operation != NO_OPERATION && now_ms >= limit_ms) {
             give_up(operation);
         }
-        // Behind the deadline the job is at something that is no operation, and one may begin: look now and then.
+        // The deadline may have passed between two operations of the job. The job may begin the next one at any time,
+        // so look again after 20 ms.
         done = cpe_dm_tool_wait(session.done, std::max(limit_ms, now_ms + 20));
     }
     pthread_join(session.thread, nullptr);

@@ -19,7 +19,8 @@ void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink) {
     sink->name = "standard output";
 }
 
-/* Looks at a regular file that is there: the header has to be the same, and a row that was cut short goes. */
+/* Prepares an existing file for more rows: the header has to be the same, and a row that was cut short is removed.
+ * Returns whether rows can be added; if not, a message has been written. */
 static bool join_rows(int fd, const char *path, const char *header, off_t size) {
     char start[1024];
     char last = '\0';
@@ -41,7 +42,7 @@ static bool join_rows(int fd, const char *path, const char *header, off_t size) 
 }
 
 int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty) {
-    // Without waiting, so that a named pipe without a reader stops nobody.
+    // O_NONBLOCK: a named pipe without a reader must not stop the program.
     const int flags = append ? O_RDWR | O_CREAT | O_APPEND : O_RDWR | O_CREAT | O_EXCL;
     struct stat file = {};
     sink->name = path;
@@ -58,17 +59,17 @@ int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append,
     return *empty || join_rows(sink->fd, path, header, file.st_size) ? int{CPE_DM_TOOL_DONE} : int{CPE_DM_TOOL_USAGE};
 }
 
-/* A row of which a part was written into a file goes again, so that all rows are whole. */
+/* Removes the part of an unfinished row from a file, so that all rows in the file are whole. */
 static void remove_part(const cpe_dm_tool_sink *sink) {
     struct stat file = {};
     if (sink->done > 0 && fstat(sink->fd, &file) == 0 && S_ISREG(file.st_mode)) {
-        // When even that fails, the part stays: the failure to write is told in any case.
+        // When the truncation fails too, the part stays. The user is told of the failed write in any case.
         [[maybe_unused]] const int truncated = ftruncate(sink->fd, file.st_size - static_cast<off_t>(sink->done));
     }
 }
 
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink) {
-    // What a pipe that has room takes without waiting, and whole.
+    // At most PIPE_BUF bytes at once: a pipe that is ready takes so many whole, and without blocking.
     while (cpe_dm_tool_pending(sink) && cpe_dm_tool_ready(sink->fd, POLLOUT, 0)) {
         const ssize_t written =
             write(sink->fd, sink->data + sink->done, std::min<size_t>(sink->len - sink->done, PIPE_BUF));

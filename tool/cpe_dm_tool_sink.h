@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/* Holds what is on its way out: never more than one row. A row that comes while the one before has not been taken is
- * dropped. Rows are written whole, or not at all. */
+/* Holds the row that is on its way out, never more than one. A new row is dropped while the row before has not been
+ * taken. A row is written whole or not at all. */
 struct cpe_dm_tool_sink {
     int fd;
     const char *name;
@@ -16,22 +16,25 @@ struct cpe_dm_tool_sink {
     char data[16384];
 };
 
-/* Standard output; a terminal is opened anew where that can be done, so that a terminal that stands still stops nobody.
- */
+/* Makes standard output the sink. A terminal is opened anew where possible, without blocking, so that a terminal that
+ * takes no output does not stop the program. */
 void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink);
 
-/* The file at path, which must not exist unless append; then it goes on with rows of the same header (the first line,
- * line end included; null: without one), and a row that was cut short is removed. *empty says whether the header is
- * still to be written. Returns an exit status; what is wrong has been told. */
+/* Opens the file at this path as the sink. Without `append` the file must not exist. With `append` the file may have
+ * rows under the same header (the first line with its line end; null: no header), and a row that was cut short is
+ * removed. *empty tells whether the header is still to be written. Returns an exit status; after a failure a message
+ * has been written. */
 int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty);
 
-/* Sends a row out, or drops it; writes as much as is taken without waiting. Returns 0 or an errno value. */
+/* Sends a row out, or drops the row. Writes as much as the descriptor takes without waiting. Returns 0 or an errno
+ * value. */
 int cpe_dm_tool_send(cpe_dm_tool_sink *sink, const char *row, size_t len);
 
-/* Writes as much of what is left as is taken without waiting. Returns 0 or an errno value. */
+/* Writes the rest of the row, as far as the descriptor takes it without waiting. Returns 0 or an errno value. */
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink);
 
-/* Waits, so long at most, until what is left has been taken. Returns 0 or an errno value. */
+/* Writes the rest of the row, and waits patience_ms at most for the descriptor to take it. Returns 0 or an errno
+ * value. */
 int cpe_dm_tool_finish(cpe_dm_tool_sink *sink, int64_t patience_ms);
 
 inline bool cpe_dm_tool_pending(const cpe_dm_tool_sink *sink) {

@@ -9,7 +9,7 @@
 static bool as_json;
 static char out_data[16384];
 
-/* A line with a label, where there is anything behind it. */
+/* Adds a line of a label and words; nothing when there are no words. */
 static void add_line(cpe_dm_tool_text *text, const char *label, const char *words) {
     if (words[0] != '\0') {
         cpe_dm_tool_add(text, "%-13s  %s\n", label, words);
@@ -25,7 +25,7 @@ static void add_worded_line(cpe_dm_tool_text *text, const char *label, const cpe
     add_line(text, label, data);
 }
 
-/* The line of one value, with what is said of it. */
+/* Adds the line of one value, with the verdict on the value where there is one. */
 static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_dm_tool_values *values,
                            cpe_dm_tool_key key) {
     if (cpe_dm_tool_value_status(values, key) != CPE_DM_SUCCESS) {

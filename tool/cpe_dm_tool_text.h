@@ -7,39 +7,39 @@
 #include <cstdint>
 #include <ctime>
 
-/* A text in a buffer of its owner: always ended by a null character, cut where the buffer ends. */
+/* A text in a buffer of its owner. The text always ends with a null character, and is cut when the buffer is full. */
 struct cpe_dm_tool_text {
     char *data;
     size_t size;
     size_t used;
 };
 
-/* Adds what printf, or vprintf, prints. */
+/* Adds text as printf and vprintf format it. */
 void cpe_dm_tool_add(cpe_dm_tool_text *text, const char *format, ...) __attribute__((format(printf, 2, 3)));
 void cpe_dm_tool_add_args(cpe_dm_tool_text *text, const char *format, va_list args)
     __attribute__((format(printf, 2, 0)));
 
-/* As a string of JSON, with its quotation marks. */
+/* Adds a string in JSON's form, with quotation marks. */
 void cpe_dm_tool_add_json_string(cpe_dm_tool_text *text, const char *string);
 
-/* A point in time, UTC, with milliseconds: "2026-11-23T06:00:00.123Z". */
+/* Adds a point in time, UTC, with milliseconds: "2026-11-23T06:00:00.123Z". */
 void cpe_dm_tool_add_time(cpe_dm_tool_text *text, timespec when);
 
-/* Milliseconds in seconds, with three decimals or with as many as it takes. */
+/* Adds a time in seconds: the first with three decimals, the second with no more decimals than needed. */
 void cpe_dm_tool_add_seconds(cpe_dm_tool_text *text, int64_t ms);
 void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 
 enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_PARSED,
     CPE_DM_TOOL_NOT_A_NUMBER, /* or beyond 64 bits */
-    CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than counted */
+    CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than the counts have */
 };
 
-/* Reads a decimal number, such as "-12.8", whole in counts of which counts_per_unit (a power of ten) make one. bits:
- * 63, or 64 for an identity that has as many: such a number without a sign is read as its bits. */
+/* Reads a decimal number, such as "-12.8", as a whole number of counts. counts_per_unit, a power of ten, counts make
+ * one unit. bits is 63; or 64 for an identity of 64 bits, where a number without a minus fills all bits of *number. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
-/* The time of a clock, and of the monotonic clock, ms. */
+/* The time in ms: of the given clock, and of the monotonic clock. */
 int64_t cpe_dm_tool_clock_ms(clockid_t clock);
 int64_t cpe_dm_tool_now_ms();
 

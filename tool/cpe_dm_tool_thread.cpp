@@ -17,7 +17,7 @@ int cpe_dm_tool_new_bell() {
 
 void cpe_dm_tool_ring(int bell) {
     const uint64_t one = 1;
-    // It fails when the bell rings more often than anybody can count: it rings, then.
+    // The write fails when the counter of the eventfd is full: the bell rings already then.
     [[maybe_unused]] const ssize_t written = write(bell, &one, sizeof(one));
 }
 

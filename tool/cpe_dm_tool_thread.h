@@ -1,4 +1,4 @@
-/* What threads share: a lock for a scope, and a bell that one rings and another waits for. */
+/* What threads share: a lock for a scope, and a bell that one thread rings and another waits for. */
 #ifndef CPE_DM_TOOL_THREAD_H
 #define CPE_DM_TOOL_THREAD_H
 
@@ -18,20 +18,20 @@ struct cpe_dm_tool_guard {
     pthread_mutex_t *mutex_;
 };
 
-/* A new bell: a descriptor that is readable while it rings. -1: there is none to be had, of which a message has been
+/* A new bell: a descriptor that is readable while the bell rings. -1: the system has none left; a message has been
  * written. */
 int cpe_dm_tool_new_bell();
 
 void cpe_dm_tool_ring(int bell);
 
-/* Waits until the bell rings or the moment (monotonic clock, ms) has come, at once when it rings already; silences it.
- * False when it did not ring. */
+/* Waits until the bell rings, or until the given moment (monotonic clock, ms). Returns at once when the bell rings
+ * already. Silences the bell. False: the bell did not ring. */
 bool cpe_dm_tool_wait(int bell, int64_t until_ms);
 
-/* Starts a thread; false when there is none to be had, of which a message has been written. */
+/* Starts a thread. False: the system has none left; a message has been written. */
 bool cpe_dm_tool_start_thread(pthread_t *thread, void *(*run)(void *));
 
-/* What poll waits, in ms, for a moment to come: from 0 to an hour, rounded up. */
+/* The timeout of poll until the given moment, in ms: from 0 to an hour, rounded up. */
 int cpe_dm_tool_ms_until(int64_t then_ms);
 
 #endif

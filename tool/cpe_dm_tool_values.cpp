@@ -31,7 +31,7 @@ static constexpr key_source sources[] = {
 };
 static_assert(std::size(sources) == CPE_DM_TOOL_KEY_CNT, "every key has its row");
 
-/* What has no description of its own in the library. */
+/* The derived keys, which the library does not describe. */
 static constexpr struct derived_row {
     cpe_dm_tool_key key;
     char name[13];
@@ -143,7 +143,7 @@ void cpe_dm_tool_clear_values(cpe_dm_tool_values *values) {
     }
 }
 
-/* Where the record of a metric lies; CPE_DM_TOOL_RECORD_CNT for a metric that has none. */
+/* The index of a metric's record; CPE_DM_TOOL_RECORD_CNT for a metric that has none. */
 static int record_place(uint32_t metric) {
     switch (metric) {
     case CPE_DM_METRIC_LTE_CQI:
@@ -230,7 +230,8 @@ uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys) {
     return metrics;
 }
 
-/* What follows from the number of a metric; 0 where nothing follows, but for parts of the CGI, which always do. */
+/* The value that is derived from the number of a metric. 0 means that there is no such value, except for a part of the
+ * CGI, which always has a value. */
 static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
     switch (key) {
     case CPE_DM_TOOL_LTE_ENB:
@@ -271,7 +272,8 @@ int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_k
                                          : slot.number[0];
 }
 
-/* The text of a metric's value, by way of the answer as the module gave it. */
+/* Writes the text of a metric's value. The library makes the text from the module's answer, which is put together again
+ * here. */
 static void write_answer(char *text, size_t size, const cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     cpe_dm_metric_record record = {};

@@ -1,4 +1,4 @@
-/* Keys, and the values behind them: those that the modem answers, and those that follow from its answers. */
+/* Keys and their values: those that the modem answers, and those that are derived from its answers. */
 #ifndef CPE_DM_TOOL_VALUES_H
 #define CPE_DM_TOOL_VALUES_H
 
@@ -8,13 +8,13 @@
 /* The answer for one metric. */
 struct cpe_dm_tool_slot {
     int32_t status;      /* a cpe_dm_status, or CPE_DM_TOOL_NOT_ANSWERED */
-    int64_t answered_ms; /* when, on the monotonic clock */
+    int64_t answered_ms; /* when the answer came, on the monotonic clock */
     int64_t number[3];   /* the value: a number, or the bytes of a list */
 };
 
 enum {
     CPE_DM_TOOL_NOT_ANSWERED = 1, /* not asked, or not answered yet */
-    CPE_DM_TOOL_NO_CHANNEL = 2,   /* of a derived value: the number that was answered is no channel */
+    CPE_DM_TOOL_NO_CHANNEL = 2,   /* the value is derived from a number that is no channel */
     CPE_DM_TOOL_RECORD_CNT = 4,
 };
 
@@ -24,14 +24,14 @@ struct cpe_dm_tool_values {
     cpe_dm_metric_record record[CPE_DM_TOOL_RECORD_CNT]; /* of the metrics that fill a record */
 };
 
-/* No metric is answered. */
+/* Marks every metric as not answered. */
 void cpe_dm_tool_clear_values(cpe_dm_tool_values *values);
 
 /* The record of a metric, or null for a metric that has none. */
 const cpe_dm_metric_record *cpe_dm_tool_record_of(const cpe_dm_tool_values *values, uint32_t metric);
 cpe_dm_metric_record *cpe_dm_tool_record_of(cpe_dm_tool_values *values, uint32_t metric);
 
-/* Every key by its number: the metrics of the serving cells, and what is derived of them. */
+/* The keys: the metrics of the serving cells, and the values that are derived from these metrics. */
 enum cpe_dm_tool_key {
     CPE_DM_TOOL_REG,
     CPE_DM_TOOL_LTE_PLMN,
@@ -66,7 +66,7 @@ enum cpe_dm_tool_key {
     CPE_DM_TOOL_KEY_CNT,
 };
 
-/* What a value is made of. */
+/* The kinds of values. */
 enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_NUMBER,
     CPE_DM_TOOL_NAME, /* the registration status: a word */
@@ -74,14 +74,14 @@ enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_LIST, /* CQI, cell locks */
 };
 
-/* From how many counts on a signal value is good, and fair; below both it is poor. */
+/* The limits of a signal value, in counts: the value is good from good_from on, fair from fair_from on, and poor
+ * below. */
 struct cpe_dm_tool_limits {
     int16_t good_from;
     int16_t fair_from;
 };
 
-/* What there is to know of a key. The metric is the one to ask for; of a derived key, the one that the value follows
- * from. */
+/* The properties of a key. The metric of a derived key is the metric from which the value is derived. */
 uint32_t cpe_dm_tool_metric_of(cpe_dm_tool_key key);
 uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key); /* a cpe_dm_tech */
 bool cpe_dm_tool_is_derived(cpe_dm_tool_key key);
@@ -91,7 +91,7 @@ const char *cpe_dm_tool_short_name(cpe_dm_tool_key key); /* within its technolog
 const char *cpe_dm_tool_unit(cpe_dm_tool_key key);
 const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
 uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
-const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: nothing is good or poor about it */
+const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: the key has no limits */
 
 /* Keys in the order in which somebody named them, each once. */
 struct cpe_dm_tool_keys {
@@ -103,28 +103,29 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
 bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech);
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
 
-/* Whether the word names a group ("lte", "nr5g" or "all"), and its keys. */
+/* Whether the word names a group ("lte", "nr5g" or "all"); adds the keys of that group. */
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
 
-/* Adds the keys that words name, groups among them. False when a word names none, of which a message has been written.
- */
+/* Adds the keys that the words name; a word may name a group. False: a word names no key and no group; a message has
+ * been written. */
 bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 
-/* The metrics to ask for, one bit each. */
+/* The metrics to ask for to get these keys, one bit each. */
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
-/* CPE_DM_SUCCESS when the value of the key is there, and why it is not otherwise: the status of the answer, or
+/* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why not: the status of the answer, or
  * CPE_DM_TOOL_NO_CHANNEL. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* The number of counts of a value that is there and is a number; of the NR 5G CGI the 64 bits as they are. */
+/* The value of a key in counts. The key must have a value, and the value must be a number. The NR 5G CGI is returned as
+ * its 64 bits. */
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Adds a value that is there, without its unit, and with it. */
+/* Adds the value of a key, which must have one: the first without the unit, the second with the unit. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* "good", "fair" or "poor" of so many counts; "" where nothing is good or poor about them. */
+/* "good", "fair" or "poor" for this number of counts; "" when the key has no limits. */
 const char *cpe_dm_tool_verdict(cpe_dm_tool_key key, int64_t count);
 
 #endif

@@ -17,19 +17,19 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-/* How long the end waits for a request that is with the modem, and for a reader of what is left. */
+/* How long the end waits for an outstanding request, and how long for a reader to take the last row. */
 static const int64_t farewell_ms = 2000;
 
-/* Without keys: registration, cells and signals. */
+/* What is watched when the command line names no keys: registration, cells and signals. */
 static const cpe_dm_tool_key default_keys[] = {
     CPE_DM_TOOL_REG,       CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_PCI,   CPE_DM_TOOL_LTE_EARFCN, CPE_DM_TOOL_LTE_RSRP,
     CPE_DM_TOOL_LTE_RSRQ,  CPE_DM_TOOL_LTE_SINR,  CPE_DM_TOOL_NR5G_CGI,  CPE_DM_TOOL_NR5G_PCI,   CPE_DM_TOOL_NR5G_ARFCN,
     CPE_DM_TOOL_NR5G_RSRP, CPE_DM_TOOL_NR5G_RSRQ, CPE_DM_TOOL_NR5G_SINR,
 };
 
-/* The serving cell of a technology, as far as the keys tell. */
+/* The last known serving cell of a technology, as far as the watched keys tell. */
 struct cell {
-    cpe_dm_tool_key key[3]; /* what makes it this cell */
+    cpe_dm_tool_key key[3]; /* the keys that identify a cell */
     uint32_t cpe_dm_tool_change_counts::*changes;
     int64_t number[3]; /* -1: not known */
 };
@@ -38,19 +38,19 @@ static struct {
     const cpe_dm_tool_options *options;
     cpe_dm_tool_keys keys; /* of the rows */
     uint64_t metrics;      /* what the modem is asked for, a bit each */
-    bool rows;             /* rows go out, or are shown */
+    bool rows;             /* rows are written or shown */
     bool live;
     int bell;
     int signals;
     bool asking;      /* the modem is being asked */
     int64_t start_ms; /* of the first row */
-    int64_t number;   /* of the newest row: so many intervals after the first */
+    int64_t number;   /* of the newest row: the number of intervals after the first row */
     int64_t row_ms;   /* when the newest row was opened */
     bool row_open;    /* the newest row has not been written yet */
     cpe_dm_tool_moment moment;
     int64_t rows_written;
-    uint32_t reg_status; /* the last one that was told; 0: none yet */
-    int64_t reg_ms;      /* as of when */
+    uint32_t reg_status; /* the last known one; 0: none yet */
+    int64_t reg_ms;      /* the moment of that status */
     cpe_dm_tool_change_counts changes;
     bool reader_gone;
     bool ended;
@@ -65,12 +65,13 @@ static cell nr5g_cell = {{CPE_DM_TOOL_NR5G_CGI, CPE_DM_TOOL_NR5G_PCI, CPE_DM_TOO
                          &cpe_dm_tool_change_counts::nr5g_cell,
                          {-1, -1, -1}};
 
-/* Static, as they are large. */
+/* Static, because they are large. */
 static cpe_dm_tool_report report;
 static char row_data[8192];
 static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
 
-/* Tells what happened, with the time: in the live view, and on standard error where that is not the same terminal. */
+/* Tells an event, with the time: in the live view, and on standard error. With the live view on, a terminal on standard
+ * error gets nothing. */
 __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) {
     char data[300];
     cpe_dm_tool_text line = {data, sizeof(data), 0};
@@ -95,7 +96,8 @@ static void end_with(int status) {
     watch.status = cpe_dm_tool_worse(watch.status, status);
 }
 
-/* The output failed; 0 is no failure. A reader that has gone is told by SIGPIPE, once all is put away. */
+/* Ends watch when an output failed; error 0 is no failure. When the reader of the output has gone, the program ends by
+ * SIGPIPE after the clean-up. */
 static void end_unwritten(const char *name, int error) {
     if (error == EPIPE) {
         watch.reader_gone = true;
@@ -106,7 +108,8 @@ static void end_unwritten(const char *name, int error) {
     }
 }
 
-/* A registration status, as of then: from a row, or from an indication, which may overtake each other. */
+/* Takes a registration status that was reported at at_ms. Rows and indications both report it, and may overtake each
+ * other: a status older than the last known one is ignored. */
 static void note_registration(uint32_t reg_status, int64_t at_ms) {
     if (at_ms < watch.reg_ms) {
         return;
@@ -123,7 +126,7 @@ static bool is_asked_for(cpe_dm_tool_key key) {
     return (watch.metrics >> cpe_dm_tool_metric_of(key) & 1) != 0;
 }
 
-/* Compares the cell of a row with the last one. A row that lacks an answer tells nothing. */
+/* Compares the cell of a row with the last known cell. A row that lacks an answer is ignored. */
 static void note_cell(cell *last, uint32_t tech) {
     int64_t number[3] = {-1, -1, -1}; // -1: not reported
     bool changed = false;
@@ -154,7 +157,7 @@ static void note_cell(cell *last, uint32_t tech) {
     }
 }
 
-/* Takes what is known by now. */
+/* Takes the newest report of the asking thread, and tells what has changed. */
 static void take_report() {
     const bool was_up = report.up;
     const uint32_t registrations = report.registrations_anew;
@@ -201,7 +204,7 @@ static void send_row() {
     }
 }
 
-/* The open row gets what was answered since it was opened, and goes where rows go. */
+/* Completes the open row: keeps the answers that came since the row was opened, and writes or shows the row. */
 static void finish_row() {
     for (cpe_dm_tool_slot &slot : report.values.slot) {
         slot.status = slot.answered_ms < watch.row_ms ? int32_t{CPE_DM_TOOL_NOT_ANSWERED} : slot.status;
@@ -230,7 +233,7 @@ static void finish_row() {
     }
 }
 
-/* The moment of the next row; what was missed is skipped. */
+/* The moment of the next row. Rows that were missed are skipped by open_row. */
 static int64_t next_row_ms() {
     return watch.start_ms + (watch.number + 1) * watch.options->interval_ms;
 }
@@ -278,7 +281,8 @@ static void take_signal() {
     }
 }
 
-/* The signals come through a descriptor from here on; those that the program was told to ignore stay ignored. */
+/* From here on the signals are read from a descriptor. Signals that were ignored when the program started stay
+ * ignored. */
 static bool catch_signals() {
     static const int numbers[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT};
     sigset_t caught;
@@ -292,7 +296,7 @@ static bool catch_signals() {
         }
     }
     blocked = caught;
-    if (watch.live) { // in the background the terminal is left alone, and given back all the same
+    if (watch.live) { // a program in the background has to be able to restore the terminal
         sigaddset(&blocked, SIGTTOU);
         sigaddset(&blocked, SIGTTIN);
     }
@@ -303,7 +307,7 @@ static bool catch_signals() {
     return watch.bell >= 0 && watch.signals >= 0;
 }
 
-/* Waits for what comes next, and sees to it. */
+/* Waits for the next events, until the given moment at most, and handles them. */
 static void take_events(int64_t until_ms) {
     pollfd fds[] = {
         {watch.signals, POLLIN, 0},
@@ -364,7 +368,7 @@ static void watch_rows() {
     }
 }
 
-/* Puts all away; the exit status. */
+/* Cleans up, and returns the exit status. */
 static int end_watch() {
     if (watch.live) {
         cpe_dm_tool_leave_terminal();
@@ -375,20 +379,20 @@ static int end_watch() {
         cpe_dm_tool_tell("%u rows were dropped, as nobody read them", static_cast<unsigned>(watch.sink.dropped));
     }
     if (watch.options->textfile != nullptr) {
-        unlink(watch.options->textfile); // nothing of it holds any more
+        unlink(watch.options->textfile); // its values are out of date from now on
     }
     const bool stopped = cpe_dm_tool_stop_asker(watch.bell, farewell_ms);
     if (watch.reader_gone) {
         signal(SIGPIPE, SIG_DFL);
         raise(SIGPIPE);
     }
-    if (!stopped) { // the modem has it, and an operation of the module cannot be broken off
+    if (!stopped) { // the thread waits for the modem, and an operation of the module cannot be broken off
         _exit(watch.status);
     }
     return watch.status;
 }
 
-/* Opens what is written, and writes what can be before the modem is there. An exit status. */
+/* Opens the outputs, and writes what needs no modem: the heading, and a first text file. Returns an exit status. */
 static int open_output() {
     const cpe_dm_tool_options *options = watch.options;
     bool empty = true;
@@ -419,7 +423,8 @@ static int open_output() {
     return watch.status;
 }
 
-/* What is asked for, and in which form; false when the options do not fit together, of which a message is written. */
+/* Reads from the options which metrics are asked for, and how they are shown. False: the options do not fit together; a
+ * message has been written. */
 static bool understand(const cpe_dm_tool_options *options) {
     const uint32_t given = options->given;
     cpe_dm_tool_keys exposed = {};
@@ -472,7 +477,7 @@ int cpe_dm_tool_watch(const cpe_dm_tool_options *options) {
         }
         watch_rows();
     } else if (options->output != nullptr && (options->given & CPE_DM_TOOL_APPEND) == 0) {
-        unlink(options->output); // there is nothing in it, and the next try is to find its place free
+        unlink(options->output); // the file has no rows, and would be in the way of the next try
     }
     return end_watch();
 }

@@ -1,9 +1,10 @@
 /* event_loop: prints the registration status and the RSRP of the serving cells when they change, until SIGTERM or
- * SIGINT ends it. A pattern for programs with a loop of their own.
+ * SIGINT ends the program. A pattern for programs with a loop of their own.
  *
- * A loop must not wait, and the operations of CPE DM do: cpe_dm_init until there is a modem, the others until it has
- * answered, up to 50 s a request. So they are called on a thread of their own, the modem's thread. The loop gets the
- * newest values, and an eventfd wakes it when there is one; so there is no queue that could run full.
+ * A loop must not wait, but the operations of CPE DM wait: cpe_dm_init until there is a modem, the others until the
+ * modem has answered, up to 50 s a request. So the operations are called on a thread of their own, the modem's thread.
+ * The newest values are kept for the loop, and an eventfd wakes the loop when a new value has come. So there is no
+ * queue that could run full.
  *
  * Built by CMakeLists.txt, or: cc event_loop.c $(pkg-config --cflags --libs cpe_dm) -o event_loop */
 #define _POSIX_C_SOURCE 200809L
@@ -23,7 +24,7 @@
 #include <unistd.h>
 
 enum {
-    CHECK_MS = 1000,   /* from one check of the modem to the next: no modem restarts in so short a time, unseen */
+    CHECK_MS = 1000,   /* from one check of the modem to the next: shorter than any restart of a modem */
     FAREWELL_MS = 300, /* how long the end waits for the deregistration, which takes milliseconds as a rule */
 };
 
@@ -62,8 +63,8 @@ static void hand_over(uint32_t ind, int value) {
     eventfd_write(newest_fd, 1);
 }
 
-/* On CPE DM's thread, where no operation may be called and nothing should take long. The record is ours to release. It
- * is an indication, since no scan is ever asked for. */
+/* Runs on CPE DM's thread, where no operation may be called and nothing should take long. The callback has to release
+ * the record. Every record is an indication, since the program starts no scan. */
 static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
     (void)hndl;
     (void)user_data;
@@ -71,14 +72,15 @@ static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
     cpe_dm_release_info(info);
 }
 
-/* Until an operation fails, or the program is to end, which is success. */
+/* Sets the indications, and then asks for the registration status again and again. Returns the status of the first
+ * operation that fails, or CPE_DM_SUCCESS when the program is to end. */
 static int32_t watch(cpe_dm_hndl hndl) {
     int32_t status = CPE_DM_SUCCESS;
     for (size_t i = 0; i < INDICATION_CNT && status == CPE_DM_SUCCESS; i++) {
         status = cpe_dm_set_ind_info(hndl, &indications[i]);
     }
-    // No event tells of the registration status at the start, nor of a modem that goes: that one does not answer any
-    // more. Where an event overtakes an answer, the next answer puts it right.
+    // No event tells the registration status at the start. No event tells that the modem has gone either, but a modem
+    // that has gone does not answer any more. Where an event overtakes an answer, the next answer corrects the value.
     while (status == CPE_DM_SUCCESS) {
         cpe_dm_info info;
         cpe_dm_prepare_request(&info, CPE_DM_METRIC_REG_STATUS, NULL);
@@ -93,8 +95,8 @@ static int32_t watch(cpe_dm_hndl hndl) {
     return status;
 }
 
-/* The modem's thread. Behind a failure there may be a restart, after which the modem does not know of the indications
- * any more. So each failure ends the registration, and the next one waits for the modem. */
+/* The modem's thread. An operation may have failed because the modem has restarted and forgotten the indications. So
+ * each failure ends the registration, and the next registration waits for the modem. */
 static void *serve_modem(void *unused) {
     (void)unused;
     do {
@@ -104,8 +106,8 @@ static void *serve_modem(void *unused) {
         tell("registration", status);
         if (status == CPE_DM_SUCCESS) {
             tell("watch", watch(hndl));
-            tell("deregistration", cpe_dm_deinit(hndl));       // should it fail, the next cpe_dm_init cleans up
-            hand_over(CPE_DM_IND_REG_STATUS, CPE_DM_REG_NONE); // no event comes any more that would say otherwise
+            tell("deregistration", cpe_dm_deinit(hndl));       // if this fails, the next cpe_dm_init cleans up
+            hand_over(CPE_DM_IND_REG_STATUS, CPE_DM_REG_NONE); // no event would correct the value any more
         }
     } while (!is_readable(end_fd, CHECK_MS));
     eventfd_write(ended_fd, 1);
@@ -136,7 +138,7 @@ static void add_to_loop(int loop_fd, int fd) {
 }
 
 int main(void) {
-    // Blocked before there is another thread, so that no thread takes these signals from the loop.
+    // These signals are blocked before there is another thread, so that no thread takes them from the loop.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
@@ -164,7 +166,7 @@ int main(void) {
 
     eventfd_write(end_fd, 1);
     if (!is_readable(ended_fd, FAREWELL_MS)) {
-        _exit(0); // the thread waits for the modem, which nothing but the end of the process ends
+        _exit(0); // the thread waits for the modem; only the end of the process ends that wait
     }
     pthread_join(modem_thread, NULL);
     return 0;

@@ -56,8 +56,8 @@ int log_descriptor() {
     return fd;
 }
 
-/* Writes a line. One that a limit on the size of files (ulimit -f) forbids is lost, as on a full disk; the signal that
- * the kernel sends then is taken back. */
+/* Writes a line. A limit on the size of files (ulimit -f) may forbid the line. The line is lost then, as on a full
+ * disk, and the signal that the kernel sends is taken back. */
 void write_line(int fd, const char *line, size_t length) {
     sigset_t too_large;
     sigset_t before;

@@ -13,10 +13,10 @@ namespace {
 /* The endpoints in use. Never destroyed, as the process may exit while callbacks run. */
 struct endpoint_table {
     std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
-    const endpoint_table *of_parent; /* in a child of fork: never looked at, but no leak either */
+    const endpoint_table *of_parent; /* in a child of fork: unused, but makes the parent's table no leak */
 };
 
-std::mutex table_lock; /* guards what follows */
+std::mutex table_lock; /* guards the variables below */
 endpoint_table *table = nullptr;
 const endpoint_table *parents_table = nullptr;
 uintptr_t last_handle = 0;
@@ -52,8 +52,8 @@ std::shared_ptr<zeb_endpoint> table_find_notifier(const zeb_cci_os_params *os_pa
     return found == table->in_use.end() ? nullptr : found->second;
 }
 
-/* A child of fork has no endpoint: the threads of its parent's endpoints are not there, and their locks and the table's
- * may be held for ever. */
+/* A child of fork starts without endpoints. The threads of its parent's endpoints are not there, and the locks of these
+ * endpoints and of the table may be held for ever. */
 void forget_parent() {
     new (&table_lock) std::mutex;
     parents_table = table;

@@ -52,7 +52,7 @@ void run_timer(modem *m) {
 
 /* Never destroyed, as the process may exit while the timer and clients use it. */
 std::atomic<modem *> the_modem = nullptr;
-std::mutex switch_lock; /* held while the modem is switched on; guards what follows */
+std::mutex switch_lock; /* held while the modem is switched on; guards the two variables below */
 bool refused = false;
 const modem *parents_modem = nullptr; /* in a child of fork; only its members that never change are read */
 
@@ -72,7 +72,8 @@ std::unique_ptr<modem> make_modem() {
     return m;
 }
 
-/* A child of fork has no thread that plays its parent's modem, whose lock may be held for ever. */
+/* A child of fork has no thread that plays its parent's modem, and the lock of that modem may be held for ever. So the
+ * child forgets the modem. */
 void forget_parent() {
     new (&switch_lock) std::mutex;
     parents_modem = the_modem != nullptr ? the_modem.load() : parents_modem;

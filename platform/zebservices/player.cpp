@@ -114,7 +114,7 @@ struct player {
     double clock_us = 0;       /* the recording's clock */
     double shift_us = 0;       /* the offset_us of the role that was taken last */
     double stalled_us = 0;     /* how long the clock has stood still */
-    bool impatient = false;    /* the clock stood still for too long; until the next call is answered */
+    bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
     bool was_delivery = false; /* the last answer or delivery was a delivery */
     size_t delivered_line = 0; /* of the last delivery */

@@ -1,5 +1,5 @@
-/* The client under test: the client's code with a module that prints what reaches it and answers by rote. The program's
- * argument is the auto-test file. */
+/* The client under test: the client's code with a fake module that prints every call and gives fixed answers. The
+ * program's argument is the auto-test file. */
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -16,7 +16,8 @@
 static char registered;
 static cpe_dm_user_cb user_cb;
 
-/* The status of an operation: its own while the client is registered. What is printed stays open for a list of IDs. */
+/* Prints the call of an operation, without a line end, as more may follow on the line. Returns the given status while
+ * the client is registered, and an error otherwise. */
 static int32_t reached(const char *operation, cpe_dm_hndl hndl, int32_t status = 0) {
     printf(" MODULE: %s hndl[%s]", operation, hndl == &registered ? "registered" : hndl ? "unknown" : "0");
     return user_cb && hndl == &registered ? status : CPE_DM_ERR_INVALID_PARAM;
@@ -27,7 +28,8 @@ static int32_t ended(int32_t status) {
     return status;
 }
 
-/* Fills a record of the client, and tells whether it came zeroed: a second request for it finds it filled. */
+/* Fills a record of the client, and prints whether the record was zeroed before. A second request with the same record
+ * finds the record filled. */
 template <typename T> static void fill(void *record, const T &answer) {
     const char *bytes = static_cast<const char *>(record);
     const bool zeroed = std::all_of(bytes, bytes + sizeof(T), [](char byte) { return byte == 0; });
@@ -43,7 +45,8 @@ template <typename T> static void fill_cqi(void *record, uint32_t cnt) {
     fill(record, cqi);
 }
 
-/* The first answer for a record is empty, the second is not, and the third claims more than there can be. */
+/* For a metric with a record the first answer is empty, the second has entries, and the third claims more entries than
+ * there can be. */
 static int32_t answer(cpe_dm_info *info) {
     static uint32_t calls[CPE_DM_METRIC_CNT + 1];
     const uint32_t id = std::min<uint32_t>(info->id, CPE_DM_METRIC_CNT);
@@ -85,7 +88,7 @@ static int32_t answer(cpe_dm_info *info) {
     return 0;
 }
 
-/* The record and the payload are the callback's to release. */
+/* The callback has to release the record and the payload. */
 static void deliver(uint32_t info_type, uint32_t id, uint32_t value_type, int64_t value, void *record = nullptr) {
     auto *info = static_cast<cpe_dm_info *>(calloc(1, sizeof(cpe_dm_info)));
     info->info_type = info_type;
@@ -122,7 +125,7 @@ static void deliver_events() {
             deliver_rsp(id, value_type, nullptr);
         }
     }
-    // Neighbours that lack other values each, and counts beyond every room.
+    // Each response lacks other values than the one before; some counts are larger than the arrays.
     const cpe_dm_lte_nbr nbr = {4294967290, 65535, 1, 4294967200, 1, 2, {{65535, 7, 1}, {1, 2, 0}}};
     const cpe_dm_lte_nbr long_nbr = {1300, 2, 0, 3, 1, 7, {}};
     for (const cpe_dm_lte_nbr_info &values :
@@ -140,7 +143,7 @@ static void deliver_events() {
           cpe_dm_nr5g_nbr_info{1, 0, {full}}}) {
         deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(values));
     }
-    /* what is not printed is released all the same, and what is no payload is left alone */
+    // A payload that is not printed is released too. A value that is no payload is left alone.
     deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_INT64, &registered);
     for (uint32_t info_type = 0; info_type < 5; info_type++) {
@@ -186,7 +189,7 @@ int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info) {
     return ended(status);
 }
 
-/* Delivers the events as well. */
+/* The fake module delivers all its events during this call. */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt) {
     const int32_t status = ended(reached("get_ind_cnt", hndl));
     if (status != 0) {
@@ -214,7 +217,7 @@ int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, ui
     return ended(status);
 }
 
-/* An end by _exit loses what a coverage build has counted, unless it is told. */
+/* A coverage build loses its counts at _exit, unless they are written before. */
 extern "C" [[gnu::weak]] void __gcov_dump();
 extern "C" [[noreturn]] void __real__exit(int status);
 extern "C" [[noreturn]] void __wrap__exit(int status);
@@ -228,7 +231,8 @@ void __wrap__exit(int status) {
 
 extern "C" void *__real_calloc(size_t cnt, size_t size);
 
-/* There is no memory for a list of 13; one that must not be tried at all ends the program. */
+/* An allocation of 13 elements fails. An allocation beyond INT32_MAX bytes, which the client must never try, ends the
+ * program. */
 extern "C" void *__wrap_calloc(size_t cnt, size_t size) {
     if (cnt > INT32_MAX / size) {
         abort();
@@ -239,7 +243,7 @@ extern "C" void *__wrap_calloc(size_t cnt, size_t size) {
 extern "C" ssize_t __real_read(int fd, void *bytes, size_t len);
 extern "C" size_t __real_fwrite(const void *bytes, size_t size, size_t cnt, FILE *file);
 
-/* Tells the test what the client meets, where it wants to know. */
+/* Writes a line for the test, when the test has named a file for such lines. */
 static void mark(const std::string &text) {
     const char *name = getenv("CLIENT_MARKS");
     const int fd = name != nullptr ? open(name, O_WRONLY | O_CREAT | O_APPEND, 0600) : -1;
@@ -277,7 +281,7 @@ int main(int, char **argv) {
     struct sigaction action = {};
     action.sa_handler = [](int) {}; /* interrupts reads and writes */
     sigaction(SIGUSR1, &action, nullptr);
-    setvbuf(stdout, nullptr, _IONBF, 0); // keeps the order with what the client prints
+    setvbuf(stdout, nullptr, _IONBF, 0); // keeps its order with the client's output
     mark("started");
     return cpe_dm_client_run(argv[1]);
 }

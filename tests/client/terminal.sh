@@ -1,7 +1,8 @@
 #!/bin/bash
-# terminal.sh TRANSCRIPTS COMMAND...: what the client makes of descriptors that whoever else has the terminal may have made
-# non-blocking, of signals while it reads and writes, and of output that nobody takes. It ends with status 0 whatever
-# happens. CLIENT_MARKS is where it says that it has started, and which of its reads and writes had to be tried again.
+# terminal.sh TRANSCRIPTS COMMAND...: how the client copes with non-blocking descriptors (another program on the
+# terminal may have made them so), with signals while it reads and writes, and with output that nobody takes. The client
+# ends with status 0 in every case. It writes into the file CLIENT_MARKS that it has started, and which of its reads and
+# writes had to be tried again.
 here=$(dirname "$0")
 # shellcheck source=tests/support/console.sh
 . "$here/../support/console.sh"
@@ -19,7 +20,7 @@ fail() {
     exit 1
 }
 
-# client PREPARATION COMMAND...: runs the command when the preparation has been at its descriptors.
+# client PREPARATION COMMAND...: runs the command, after the preparation has changed its descriptors.
 client() {
     rm -f "$dir/marks" "$dir/status"
     # shellcheck disable=SC2016
@@ -44,7 +45,7 @@ ended() {
     [ "$(cat "$dir/status")" = 0 ] || fail "ended with status $(cat "$dir/status")"
 }
 
-# Half a line, a read that has to be tried again, the rest of the line, and SIGTERM at the next prompt.
+# The client gets half a line, a read that has to be tried again, the rest of the line, and SIGTERM at the next prompt.
 for preparation in : 'dd iflag=nonblock count=0'; do
     client "$preparation" "$@" no_such_file <"$dir/in" 2>&1 | cat >"$dir/out" &
     exec 3<>"$dir/in"
@@ -62,7 +63,7 @@ for preparation in : 'dd iflag=nonblock count=0'; do
     "$here/../support/compare.sh" "$transcripts/signals.out" "$dir/out" || exit 1
 done
 
-# The end of the input behind a read that would have blocked.
+# The input ends after a read that would have blocked.
 client 'dd iflag=nonblock count=0' "$@" no_such_file <"$dir/in" >"$dir/out" 2>&1 &
 exec 3<>"$dir/in"
 wait_for 1 'read would block' "$dir/marks" || fail "does not wait"
@@ -70,7 +71,7 @@ exec 3>&-
 ended
 "$here/../support/compare.sh" "$transcripts/start.out" "$dir/out" || exit 1
 
-# More output than a pipe takes while nobody reads it, a line of more than that among it: all of it arrives.
+# While nobody reads the pipe, the client prints more than a pipe holds; one line alone is longer. All output arrives.
 { printf '# %0100000d\n' 0 && yes 10 | head -n 20; } >"$dir/lines"
 "$@" "$dir/lines" >"$dir/plain"
 { printf 'CPE DEMO APP : ' && head -n 1 "$dir/lines"; } >"$dir/echo"
@@ -88,7 +89,7 @@ for preparation in : 'dd oflag=nonblock count=0'; do
     [ ! -s "$dir/err" ] || fail "said: $(cat "$dir/err")"
 done
 
-# Output that cannot be written is told once.
+# The client tells once that output cannot be written.
 client : "$@" "$dir/lines" >/dev/full 2>"$dir/err"
 ended
 [ "$(cat "$dir/err")" = "$full" ] || fail "said: $(cat "$dir/err")"

@@ -337,12 +337,12 @@ TEST_F(Interface, ANotifierKeepsItsBlock) {
         const char *line;
     } steps[] = {
         {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // lost
-        {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // released late
+        {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // the block is released late
         {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // a second one is lost
-        {false, true, CPE_DM_SUCCESS, 3, releasing},     // the lost one is forgotten; the next one has the spare block
+        {false, true, CPE_DM_SUCCESS, 3, releasing},     // the lost one is forgotten, its successor gets the spare
         {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // that one is lost too
         {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // no block is left
-        {false, false, CPE_DM_SUCCESS, 3, nullptr},      // released late
+        {false, false, CPE_DM_SUCCESS, 3, nullptr},      // the block is released late
     };
     for (const auto &step : steps) {
         const auto number = &step - steps;

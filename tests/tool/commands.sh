@@ -1,7 +1,7 @@
 #!/bin/sh
-# commands.sh SCENARIO TOOL...: runs the tool, against this scenario, with each line of standard input as its arguments,
-# and shows what it prints, its messages behind that, and its exit status where it is not 0. A word stands for what
-# differs from run to run: the time, and the seconds since the start of the machine.
+# commands.sh SCENARIO TOOL...: runs the tool against this scenario, once for each line of standard input, which holds
+# the tool's arguments. Shows the tool's output, then its messages, then its exit status unless that is 0. A fixed word
+# replaces each text that differs from run to run: the time, and the seconds since the start of the machine.
 export ZEB_SCENARIO="$1"
 shift
 messages=$(mktemp) || exit 1

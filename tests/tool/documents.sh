@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# documents.sh ROOT TOOL...: the manual page and docs/tool.md name every command and option that the tool knows, and the
-# completion offers these, and keys.
+# documents.sh ROOT TOOL...: docs/tool.md names every command of the tool, the manual page names every command and
+# option, and the completion offers the commands, the options and the keys.
 root=$1
 shift
 tool=("$@")
@@ -14,7 +14,7 @@ source "$root/tool/cpe_dm.bash"
 compopt() { :; }
 # shellcheck disable=SC2317 # the completion calls it
 cpe_dm() { "${tool[@]}" "$@"; }
-# offered WORD...: what is offered behind these words, the last of which is being typed.
+# offered WORD...: prints what the completion offers after these words, while the last word is being typed.
 offered() {
     COMP_WORDS=(cpe_dm "$@")
     COMP_CWORD=$#

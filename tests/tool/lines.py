@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""lines.py SCENARIOS TOOL...: against every scenario of this folder every line of JSON can be parsed and holds no key twice,
-every row of CSV has as many fields as the first one, and promtool, where it is installed, has nothing to say of the text
-file."""
+"""lines.py SCENARIOS TOOL...: runs the tool against every scenario of the folder SCENARIOS. Every line of JSON must be
+valid and hold no key twice, every row of CSV must have as many fields as the first row, and promtool, where it is
+installed, must accept the text file without a remark."""
 import concurrent.futures
 import json
 import os

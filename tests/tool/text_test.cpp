@@ -204,7 +204,7 @@ TEST(Text, Identities) {
     EXPECT_EQ(cpe_dm_lte_cgi_cell(27447297), 1U);
 }
 
-/* A request that was answered. */
+/* An answered request. */
 struct answer {
     cpe_dm_info info;
     cpe_dm_metric_record record;

@@ -1,5 +1,5 @@
-/* The tool as its users run it: processes, pipes, files, signals and a terminal. What it prints is in the transcripts.
- */
+/* The tool as its users run it: processes, pipes, files, signals and a terminal. The transcripts test the texts that
+ * the tool prints. */
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -69,7 +69,7 @@ bool matches(const std::string &text, const std::string &pattern) {
     return found;
 }
 
-/* The lines without their first columns, `cnt` of them. */
+/* The lines without their first `cnt` columns. */
 std::string cut(const std::string &text, char separator, int cnt) {
     std::istringstream lines(text);
     std::string rest;
@@ -83,7 +83,7 @@ std::string cut(const std::string &text, char separator, int cnt) {
     return rest;
 }
 
-/* Waits until the condition holds; false when it does not in time. */
+/* Waits until the condition holds; false when the time runs out first. */
 bool eventually(const std::function<bool()> &condition) {
     for (const auto start = std::chrono::steady_clock::now(); std::chrono::steady_clock::now() - start < patience;) {
         if (condition()) {
@@ -140,7 +140,7 @@ struct run {
         return len > 0;
     }
 
-    /* Waits until so many lines of output have come. */
+    /* Waits until `cnt` lines of output have come, or the output has ended. False: the time ran out first. */
     bool lines(long cnt) {
         return eventually([&] {
             take(err[0], messages);
@@ -205,7 +205,7 @@ TEST(Tool, ModemThatDoesNotAnswer) {
     run get(mute, {"get", "lte.pci", "lte.rsrp", "--timeout", "2"});
     EXPECT_EQ(get.end(), 4);
     EXPECT_EQ(get.messages, "cpe_dm: the modem did not answer in time; --timeout SECONDS waits longer\n");
-    // The rows of watch go on, and so does its end.
+    // watch writes its rows all the same, and ends.
     run watch(mute, {"watch", "-i", "0.1", "-n", "5", "reg", "lte.rsrp"});
     EXPECT_EQ(watch.end(), 0);
     EXPECT_EQ(std::count(watch.output.begin(), watch.output.end(), '\n'), 6) << watch.output;
@@ -229,7 +229,7 @@ TEST(Tool, OutputThatCannotBeWritten) {
     EXPECT_EQ(deaf.output, "reg lte_nr5g\n");
     run textfile(steady, {"watch", "--textfile", "/nowhere/x.prom"});
     EXPECT_EQ(textfile.end(), 4);
-    // A row that there was not enough room for is not there, not even in part.
+    // The file has no part of the row that it had no room for.
     const std::string file = temporary("limited.csv");
     run limited(steady, {"watch", "-i", "0.1", "-o", file, "all"}, [] {
         const rlimit limit = {2000, 2000};
@@ -263,7 +263,7 @@ TEST(Tool, ReaderThatDoesNotRead) {
         }
         return whole;
     };
-    ASSERT_TRUE(tool.lines(12)); // it goes on
+    ASSERT_TRUE(tool.lines(12)); // the rows go on
     EXPECT_TRUE(whole_rows()) << tool.output;
     kill(tool.pid, SIGTERM);
     EXPECT_EQ(tool.end(), 0);
@@ -289,7 +289,7 @@ TEST(Tool, SignalsAtEveryMoment) {
     }
 }
 
-/* Rows without the columns of the time. */
+/* The rows without the columns of the time. */
 std::string rows_of(const std::string &csv) {
     return cut(csv, ',', 2);
 }
@@ -314,8 +314,8 @@ lte = { srv_status = "service" }
     ASSERT_TRUE(tool.lines(55));
     kill(tool.pid, SIGTERM);
     ASSERT_EQ(tool.end(), 0);
-    // One after the other: served, away, served by another cell, no service, served. Any row may have come too late, or
-    // may have seen a change in its middle.
+    // One after the other: served, away, served by another cell, no service, served. Any row may lack answers that came
+    // too late, or may hold values from before and from after a change.
     const std::string rows = rows_of(tool.output);
     const std::string one = "(lte,(256)?,1?\n|,,\n)*";
     const std::string other = "(lte,(513)?,2?\n|,,\n)*";
@@ -352,7 +352,7 @@ TEST(Tool, FilesGoOn) {
     EXPECT_EQ(watch({"--append", "reg", "lte.rsrp"}), "0reg,lte.rsrp\nlte_nr5g,-93\nlte_nr5g,-93\n");
     EXPECT_EQ(watch({"--append", "lte.rsrp", "reg"}).substr(0, 8), "2cpe_dm:");
     const std::string rows = read_file(file);
-    write_file(file, rows.substr(0, rows.size() - 3)); // a power failure
+    write_file(file, rows.substr(0, rows.size() - 3)); // as after a power failure
     EXPECT_EQ(watch({"--append", "reg", "lte.rsrp"}), "0cpe_dm: " + file +
                                                           " ends in the middle of a row, which is removed\n" +
                                                           "reg,lte.rsrp\nlte_nr5g,-93\nlte_nr5g,-93\n");
@@ -382,8 +382,8 @@ TEST(Tool, TextFileForPrometheus) {
     EXPECT_NE(access((file + ".tmp").c_str(), F_OK), 0);
 }
 
-/* Stands between a terminal and the tool as a shell does: leads the session, and the tool is its job in the foreground.
- */
+/* Does what a shell does between a terminal and the tool: the calling process leads the session, and its child, which
+ * becomes the tool, is the job in the foreground. */
 void lead_session() {
     setsid();
     ioctl(STDIN_FILENO, TIOCSCTTY, 0);
@@ -421,7 +421,7 @@ struct terminal_run {
         close(slave);
     }
 
-    /* Waits until the screen shows the text; what it showed before does not count. */
+    /* Waits until the screen shows the text. Text that was shown before the call does not count. */
     bool shows(const std::string &text) {
         screen.clear();
         return eventually([&] {
@@ -441,7 +441,7 @@ struct terminal_run {
                (entered == std::string::npos || entered < left);
     }
 
-    /* The process of the tool, once it has shown something; the letter for its state. */
+    /* The tool's process, once the tool has shown something. state() is the letter of that process's state. */
     pid_t job() const {
         return tcgetpgrp(master);
     }
@@ -510,7 +510,7 @@ TEST(Tool, LiveViewOfAModemThatGoes) {
     terminal_run terminal(scenario("gone", lte + "[[change]]\nat_ms = 1500\npresent = false\n"), {"watch"});
     EXPECT_TRUE(terminal.shows("registration: LTE\033[K"));
     EXPECT_TRUE(terminal.shows("registration: the modem does not answer"));
-    EXPECT_TRUE(terminal.shows("Z the modem does not answer")); // and among what happened
+    EXPECT_TRUE(terminal.shows("Z the modem does not answer")); // also in the list of events
     kill(terminal.job(), SIGTERM);
     EXPECT_EQ(terminal.end(), 0);
 }
