@@ -9,13 +9,12 @@ build() {
     (cd "$root" && cmake --preset "$1" && cmake --build --preset "$1" -j "$jobs" ${2:+--target "$2"})
 }
 
-# run_tests PRESET [CTEST OPTION...]: the preset's tests, more at a time than jobs, since most of them wait for most of their
-# time; finding none is a failure. Each of ctest's tests is a program;
-# the last line says how many cases there were in those.
+# run_tests PRESET [CTEST OPTION...]: the preset's tests, many at a time, since most of them wait for most of their time;
+# finding none is a failure. The last line says how many cases there were in the GoogleTest programs.
 run_tests() {
     local folder=$root/build/$1
     shift
-    ctest --test-dir "$folder" -j $((3 * jobs)) --no-tests=error --no-label-summary --output-on-failure "$@" &&
+    ctest --test-dir "$folder" -j $((6 * jobs)) --no-tests=error --no-label-summary --output-on-failure "$@" &&
         awk '/^\[  PASSED  \]/ { passed += $4 } /^\[  SKIPPED \] [0-9]/ { skipped += $4 }
             END { printf "GoogleTest cases: %d passed, %d skipped\n", passed, skipped }' \
             "$folder/Testing/Temporary/LastTest.log"
