@@ -1,10 +1,12 @@
 #include "facts.h"
 
 #include "cpe_dm_text.h"
+#include "cpe_dm_zeb_nas_derive.h"
 #include "times.h"
 #include "zeb_nas_v01.h"
 
 #include <algorithm>
+#include <cstring>
 
 const std::array<facts_signal, FACTS_SIGNALS> facts_signals = {{
     {CPE_DM_METRIC_LTE_RSRP, "LTE RSRP"},
@@ -118,7 +120,9 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
 }
 
 void see_sys_info(gathering &g, const message &m, const uint8_t *bytes, uint64_t us, size_t line) {
-    const uint32_t status = facts_registration(m, bytes);
+    zeb_nas_sys_info info;
+    std::memcpy(&info, bytes + m.body, sizeof(info));
+    const uint32_t status = cpe_dm_zeb_nas_derive(info);
     track_state(g.registration, us, line, cpe_dm_reg_status_name(status), "");
     if (status != CPE_DM_REG_LTE && status != CPE_DM_REG_LTE_NR5G) {
         track_end(g.lte, us);
@@ -301,34 +305,6 @@ bool facts_unreturned(const session_line &line) {
     const bool goes_on = file.content.cut || file.continued || !file.content.end_reason.empty();
     const bool missing = file.content.lost_lines > 0 || (goes_on && entry.begin_us + AT_THE_END_US > file.end_us);
     return callback && file.content.version > 1 && !entry.returned && !missing;
-}
-
-/* The registration status for a service status other than `service`; `otherwise` for one that tells nothing of it. */
-static uint32_t unserved(int64_t srv_status, uint32_t otherwise) {
-    switch (srv_status) {
-    case ZEB_NAS_SRV_STATUS_LIMITED:
-        return CPE_DM_REG_LIMITED;
-    case ZEB_NAS_SRV_STATUS_LIMITED_REGIONAL:
-        return CPE_DM_REG_LIMITED_REG;
-    case ZEB_NAS_SRV_STATUS_PWR_SAVE:
-        return CPE_DM_REG_POWER_SAVE;
-    default:
-        return otherwise;
-    }
-}
-
-uint32_t facts_registration(const message &sys_info, const uint8_t *bytes) {
-    const auto nr5g = message_number(sys_info, bytes, "nr5g.srv_status");
-    const auto lte = message_number(sys_info, bytes, "lte.srv_status");
-    if (nr5g == ZEB_NAS_SRV_STATUS_SRV) {
-        return CPE_DM_REG_NR5G;
-    }
-    if (lte == ZEB_NAS_SRV_STATUS_SRV) {
-        return message_number(sys_info, bytes, "nr5g.pci") ? CPE_DM_REG_LTE_NR5G : CPE_DM_REG_LTE;
-    }
-    uint32_t status = CPE_DM_REG_NONE;
-    status = nr5g ? unserved(*nr5g, status) : status;
-    return lte ? unserved(*lte, status) : status;
 }
 
 facts facts_gather(const session &s) {

@@ -81,7 +81,4 @@ bool facts_slow(const session_line &line);
 /* Whether the line is that of a callback which never returned. */
 bool facts_unreturned(const session_line &line);
 
-/* The registration status, CPE_DM_REG_..., that system information stands for. */
-uint32_t facts_registration(const message &sys_info, const uint8_t *bytes);
-
 #endif

@@ -5,7 +5,6 @@
 #include "times.h"
 
 #include "cpe_dm.h"
-#include "cpe_dm_zeb_nas_status.h"
 
 #include "zeb_nas_v01.h"
 #include <cstring>
@@ -122,24 +121,6 @@ TEST(Fields, ReadAsTheModuleReadsThem) {
                                                   .nr5g_snr = {},
                                                   .reserved = {}}),
               "lte.sinr_change 1.5 dB, nr5g.rsrp_change 5 dB");
-}
-
-TEST(Facts, TheRegistrationIsThatOfTheModule) {
-    const message &m = *message_find(ZEB_MESSAGE_INDICATION, ZEB_NAS_SYS_INFO_IND);
-    for (uint32_t lte = 0; lte < 7; lte++) {
-        for (uint32_t nr5g = 0; nr5g < 7; nr5g++) {
-            for (const bool attached : {false, true}) {
-                zeb_nas_sys_info info = {};
-                info.lte_srv_status_valid = lte < 6;
-                info.lte_srv_status = lte;
-                info.nr5g_srv_status_valid = nr5g < 6;
-                info.nr5g_srv_status = nr5g;
-                info.nr5g_pci_valid = attached;
-                EXPECT_EQ(facts_registration(m, bytes_of(info).data()), cpe_dm_zeb_nas_derive_status(info))
-                    << lte << " " << nr5g << " " << attached;
-            }
-        }
-    }
 }
 
 TEST(Times, AreReadAndWritten) {
