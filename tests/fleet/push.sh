@@ -8,7 +8,8 @@ if [[ ${1:-} != inside ]]; then # a session of its own, of which nothing stays
     exit
 fi
 shift
-source=$(cd "$(dirname "$0")/../.." && pwd)
+# shellcheck source=tests/fleet/common.sh
+source "$(dirname "$0")/common.sh"
 security=$1
 shell=("${@:2}")
 dir=$(mktemp -d)
@@ -23,22 +24,6 @@ end() {
 trap end EXIT
 trap 'exit 1' INT TERM
 
-fail() {
-    echo "push.sh: $*" >&2
-    tail -n 5 ./*.err >&2
-    exit 1
-}
-
-# until_true COMMAND...: repeats the command until it succeeds, for a minute at most.
-until_true() {
-    for _ in $(seq 600); do
-        ! "$@" 2>/dev/null || return 0
-        sleep 0.1
-    done
-    fail "in vain: $*"
-}
-
-port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
 cp "$source/fleet/mqtt/acl" .
 printf '%s:secret\n' box1 box2 fleet >passwords
 mosquitto_passwd -U passwords

@@ -3,31 +3,18 @@
 # this runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Needs root
 # that may mount, and packages in build/packages; leaves nothing behind.
 set -euo pipefail
-source=$(cd "$(dirname "$0")/../.." && pwd)
 [[ $(id -u) -eq 0 ]] || exec sudo "$0"
 if [[ ${1:-} != inside ]]; then
     unshare --mount --pid --fork --mount-proc true || { echo "service.sh: not run: nobody may mount here" && exit; }
     exec unshare --mount --pid --fork --mount-proc --kill-child "$0" inside
 fi
+# shellcheck source=tests/fleet/common.sh
+source "$(dirname "$0")/common.sh"
 dir=$(mktemp -d)
 mount -t tmpfs none "$dir"
 trap 'cd /; umount -l "$dir"; rmdir "$dir"' EXIT
 cd "$dir"
 packages=("$source"/build/packages/cpe-dm{,-standin}_*_"$(dpkg --print-architecture)".deb)
-
-fail() {
-    echo "service.sh: $*" >&2
-    exit 1
-}
-
-# until_true COMMAND...: repeats the command until it succeeds, for half a minute at most.
-until_true() {
-    for _ in $(seq 300); do
-        ! "$@" 2>/dev/null || return 0
-        sleep 0.1
-    done
-    fail "in vain: $*"
-}
 
 # status_is NUMBER COMMAND...
 status_is() {
@@ -46,7 +33,6 @@ published() { # a pattern
     [[ $(mosquitto_sub -h 127.0.0.1 -p "$port" -u fleet -P secret -t cpe_dm/box1 -C 1 -W 5) = $1 ]]
 }
 
-port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
 printf '%s:secret\n' box1 fleet >passwords
 mosquitto_passwd -U passwords
 printf '%s\n' "listener $port 127.0.0.1" 'user root' "password_file $dir/passwords" "acl_file $source/fleet/mqtt/acl" >broker.conf
