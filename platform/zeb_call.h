@@ -22,11 +22,11 @@ struct zeb_call {
 };
 
 struct zeb_replay {
-    /* Returns the recorded return value of the call, and fills out, entries and services as recorded. A wait that was
-     * not recorded gives a status other than 0. */
+    /* Returns the recorded return value of the call, and fills out, entries and services as recorded. For a wait that
+     * was not recorded, returns a status other than 0. */
     int32_t (*answer)(const zeb_call &call);
 
-    /* Called when the callback for the last delivery to that peer has returned. */
+    /* To be called when the callback for the last delivery to this peer has returned. */
     void (*returned)(uint64_t peer);
 };
 

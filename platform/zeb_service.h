@@ -38,21 +38,21 @@ struct zeb_service {
     std::span<const zeb_message> messages;
 
     /* Returns true as soon as the service is present, and false when it is still absent after timeout_ms. With a
-     * timeout_ms of 0 looks once. */
+     * timeout_ms of 0 looks once, without waiting. */
     bool (*wait_present)(uint32_t timeout_ms);
 
     /* Adds a peer and returns its number, which is never 0. The service may be absent. */
     uint64_t (*attach)(const zeb_sink &sink);
 
-    /* Removes a peer. Afterwards the peer's sink is no longer called, and its pending requests end. */
+    /* Removes a peer. After the call the peer's sink is not called any more, and pending requests of the peer end. */
     void (*detach)(uint64_t peer);
 
     /* Carries out a request of a known message ID. Both structures have the sizes of the service definition. resp is
      * zero-filled. */
     int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
 
-    /* Not null when a recording is played. The libraries then check only their handles and pointers, and the service
-     * counts as present. */
+    /* Not null when a recording is played. The libraries then check only handles and pointers, and the service counts
+     * as present. */
     const zeb_replay *replay = nullptr;
 };
 
