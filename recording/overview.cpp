@@ -88,7 +88,7 @@ overview_row registration_row(const facts &f) {
     return {"registration", {text.empty() ? "nothing known" : text}};
 }
 
-/* A row with the number of spans, how long they are together, and each of the first of them. */
+/* A row about spans: how many there are, how long they are together, and the first few of them, one a line. */
 overview_row spans_row(const session &s, const char *label, const std::vector<facts_span> &spans) {
     constexpr size_t SHOWN = 5;
     uint64_t together = 0;
@@ -132,7 +132,7 @@ overview_row signal_row(const facts &f) {
     return row;
 }
 
-/* Every cell once, with how long it served. */
+/* Every cell once, with the time that it served. */
 overview_row cells_row(const facts &f) {
     constexpr size_t SHOWN = 8;
     overview_row row = {"cells", {""}};
