@@ -58,7 +58,7 @@ async function show_totals() {
     }));
 }
 
-/* What the rules say of boxes: the alerts, those that still wait for their time to be over as well. */
+/* Shows the boxes with an alert; also those whose alert is pending, which fires when the rule's time is over. */
 async function show_out() {
     const [{ alerts }, answered, status] = await Promise.all([
         get("alerts"), ask("cpe_dm_up"), ask("cpe_dm_registration_status")]);
@@ -94,7 +94,7 @@ async function show_cells() {
         text(changes, cell, 1, ""))));
 }
 
-/* A path through samples; it has a gap where some are missing. */
+/* A path through samples, with a gap where samples are missing. */
 function path(values, step, x, y) {
     let last = -Infinity;
     return values.map(([time, value]) => {
@@ -104,7 +104,7 @@ function path(values, step, x, y) {
     }).join("");
 }
 
-/* One chart: the series of a metric of a box, by technology. low to high in so many lines. */
+/* One chart: the series of a metric of a box, by technology. From low to high there is a line at every `every`. */
 function chart(series, from, to, step, top, low, high, every, words) {
     const height = 170;
     const x = time => 70 + (time - from) / (to - from) * 900;
