@@ -13,7 +13,7 @@
 namespace {
 
 enum {
-    TRIES = 5, /* at most, to get a round that other processes do not disturb */
+    TRIES = 5, /* how often a round is tried at most, until other processes do not disturb it */
 };
 
 /* The value below which the given share of the repetitions lies. */

@@ -19,7 +19,7 @@ using bench_round = std::function<double()>;
 
 enum bench_sense {
     BENCH_TIME, /* ratio: ours / theirs */
-    BENCH_RATE, /* ratio: theirs / ours, as of operations a second; a round returns ns an operation */
+    BENCH_RATE, /* ratio: theirs / ours, since a round returns ns an operation and not a rate */
 };
 
 /* A row with the median of the rounds' ratios. The texts stand in the table; `reach` tells what the ratio should be. */

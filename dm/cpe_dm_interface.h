@@ -12,7 +12,7 @@
 /* The one state record. cpe_dm_lock guards it, except for two fields: `initialized` is atomic, and the queue guards
  * itself while it is up. */
 struct cpe_dm_state_record {
-    cpe_dm_hndl hndl; /* handle of the registered client; 0 while there is none */
+    cpe_dm_hndl hndl; /* handle of the registered user; 0 while there is none */
     cpe_dm_cmdq cmdq;
     uint8_t initialized; /* atomic; 1 from the end of cpe_dm_init to the start of cpe_dm_deinit */
     void *user_data;

@@ -105,8 +105,8 @@ static void process_reg_status(const uint32_t *reg_status) {
     cpe_dm_call_user(record.release());
 }
 
-/* Copies at most as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that
- * the padding between the fields stays zero. */
+/* Copies as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that the
+ * padding between the fields stays zero. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
     const uint32_t count = cpe_dm_bounded(len, N, M);
@@ -292,8 +292,8 @@ void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data) {
     if (cpe_dm_lock_delivery(guard) != 0) {
         return;
     }
-    // Looked at again under the lock: while this thread waited for the lock, a de-initialisation may have taken the
-    // modem connection down.
+    // `initialized` is tested again under the lock: while this thread waited for the lock, a de-initialisation may have
+    // taken the modem connection down.
     if (!cpe_dm_is_initialized()) {
         CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
         return;

@@ -16,8 +16,8 @@ void cpe_dm_zeb_nas_store_network_status(uint32_t status);
 bool cpe_dm_zeb_nas_lte_in_service();
 bool cpe_dm_zeb_nas_nr5g_in_service();
 
-/* Logs the service status of both technologies and returns the network status that follows from them. NR 5G in service
- * outranks everything. Otherwise a status that follows from LTE outranks a status that follows from NR 5G. */
+/* Logs the service status of both technologies and returns the network status that follows from them. If NR 5G is in
+ * service, this decides. Otherwise a status that follows from LTE outranks a status that follows from NR 5G. */
 uint32_t cpe_dm_zeb_nas_derive_status(const zeb_nas_sys_info &info);
 
 #endif
