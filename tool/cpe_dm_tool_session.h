@@ -21,8 +21,8 @@ void cpe_dm_tool_drop_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data
 int64_t cpe_dm_tool_deadline();
 void cpe_dm_tool_set_deadline(int64_t deadline_ms);
 
-/* The functions below that call the module run on the session's thread; in watch, on the thread that asks the modem.
- * The others may be called on any thread. */
+/* Of the functions below, those that call the module run on the session's thread; in watch, on the thread that asks the
+ * modem. The others may be called on any thread. */
 
 /* Registers, and deregisters. Both return a cpe_dm_status. */
 int32_t cpe_dm_tool_register(cpe_dm_user_cb callback);
@@ -32,7 +32,7 @@ int32_t cpe_dm_tool_deregister();
 void cpe_dm_tool_tell_unregistered(int32_t status);
 void cpe_dm_tool_tell_absent();
 
-/* Tells a user at a terminal that the program waits for the modem. Called when the wait has lasted
+/* Tells a person at a terminal that the program waits for the modem. To be called when the wait has lasted
  * cpe_dm_tool_patience_ms. */
 void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;

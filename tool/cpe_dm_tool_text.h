@@ -35,8 +35,8 @@ enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than the counts have */
 };
 
-/* Reads a decimal number, such as "-12.8", as a whole number of counts. counts_per_unit, a power of ten, counts make
- * one unit. bits is 63; or 64 for an identity of 64 bits, where a number without a minus fills all bits of *number. */
+/* Reads a decimal number, such as "-12.8", as a whole number of counts. counts_per_unit is a power of ten. `bits` is 63
+ * as a rule. It is 64 for an identity of 64 bits: there a number without a minus may fill all bits of *number. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
 /* The time in ms: of the given clock, and of the monotonic clock. */

@@ -1,4 +1,4 @@
-/* Keys and their values: those that the modem answers, and those that are derived from its answers. */
+/* Keys and their values. The modem answers some of the values; the others are derived from its answers. */
 #ifndef CPE_DM_TOOL_VALUES_H
 #define CPE_DM_TOOL_VALUES_H
 
@@ -113,7 +113,7 @@ bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 /* The metrics to ask for to get these keys, one bit each. */
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
-/* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why not: the status of the answer, or
+/* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why it has none: the status of the answer, or
  * CPE_DM_TOOL_NO_CHANNEL. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
