@@ -2,7 +2,7 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # the first line of each description
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # empty, so that the first line of each description is the summary
 set(CPE_DM_PACKAGE_CONTACT "CPE DM <cpe-dm@cpe-dm.invalid>" CACHE STRING "Name and address of the packages' maintainer")
 set(CPACK_PACKAGE_CONTACT ${CPE_DM_PACKAGE_CONTACT})
 set(CPACK_STRIP_FILES ON)

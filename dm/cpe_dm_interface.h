@@ -20,7 +20,7 @@ struct cpe_dm_state_record {
     cpe_dm_nas_ind_info ind_info;
     uint8_t lte_scan_request; /* a scan was asked for, and its result has not come yet */
     uint8_t lte_scan_ongoing; /* the modem accepted the request for the scan */
-    uint8_t lte_nbr_earfcn;   /* the metrics that the scan was asked for: */
+    uint8_t lte_nbr_earfcn;   /* this field and the next five: the scan was asked for this metric */
     uint8_t lte_nbr_pci;
     uint8_t lte_nbr_cgi;
     uint8_t lte_nbr_plmn;

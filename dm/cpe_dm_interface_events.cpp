@@ -79,7 +79,8 @@ static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std:
     return true;
 }
 
-/* Reports the values in this order, and stops at the first value for which there is no memory. */
+/* Reports the signal values in the order of the calls below, and stops at the first value for which there is no
+ * memory. */
 static void process_sig_info(const zeb_nas_sig_info &info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication is reported here");
     cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;

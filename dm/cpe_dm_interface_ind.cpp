@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-/* The indications in the order in which they are listed. */
+/* The indications in the order in which cpe_dm_get_ind_list gives them. */
 static const uint32_t list_order[] = {
     CPE_DM_IND_REG_STATUS, CPE_DM_IND_LTE_RSRP,  CPE_DM_IND_LTE_RSRQ,  CPE_DM_IND_LTE_SINR,
     CPE_DM_IND_NR5G_RSRP,  CPE_DM_IND_NR5G_RSRQ, CPE_DM_IND_NR5G_SINR,

@@ -5,10 +5,10 @@
 #include <cstdint>
 
 /* Hands an indication to the command thread; called on the framework's thread. zeb_msg_data was allocated with calloc.
- * By message ID it is a uint32_t registration status, a zeb_nas_sig_info or a zeb_nas_scan_result_ind.
+ * Depending on the message ID it is a uint32_t registration status, a zeb_nas_sig_info or a zeb_nas_scan_result_ind.
  *
- * Ownership: zeb_msg_data passes to the command, and is released when the call fails. Only when the call returns
- * CPE_DM_ERR_INVALID_PARAM (no message ID or no data) does zeb_msg_data stay the caller's.
+ * Ownership: zeb_msg_data passes to the command, and is released when the call fails. The one exception is
+ * CPE_DM_ERR_INVALID_PARAM (no message ID or no data): there zeb_msg_data stays the caller's.
  *
  * CPE_DM_ERR_NO_MEMORY: no memory for the command. CPE_DM_ERR_FAILURE: no memory for the command's data, or the module
  * is not initialised, or the queue refused the command. */

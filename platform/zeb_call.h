@@ -11,7 +11,7 @@ enum class zeb_call_kind { OBJECT, NOTIFIER, LIST, WAIT, WATCH, CLIENT, SEND, DE
 struct zeb_call {
     zeb_call_kind kind;
     uint64_t peer = 0;                    /* the client or notifier of the call; 0: none */
-    std::array<uint32_t, 3> numbers = {}; /* OBJECT: versions; WAIT: timeout; SEND, DECODE: message ID; DECODE: type */
+    std::array<uint32_t, 3> numbers = {}; /* OBJECT: versions; WAIT: timeout; SEND: message ID; DECODE: ID and type */
     const void *in = nullptr;             /* SEND: the request; DECODE: the encoded message */
     uint32_t in_len = 0;
     void *out = nullptr; /* SEND: the response; DECODE: the destination; LIST: the array */

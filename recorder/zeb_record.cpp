@@ -1,7 +1,7 @@
 /* The recorder's functions. They have the names of the platform's functions and stand in front of them. Each function
  * passes its call on unchanged, and records the call. No lock is held while the platform's function or the program's
  * callback runs. */
-#pragma GCC visibility push(default) // what the platform's headers declare is what the library exports
+#pragma GCC visibility push(default) // the library exports what the platform's headers declare
 #include "zeb_nas_v01.h"
 #pragma GCC visibility pop
 

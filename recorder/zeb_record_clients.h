@@ -24,7 +24,8 @@ struct zeb_record_client {
     void *cb_data;
 };
 
-/* Takes a free entry and gives it this number; 0: the next number. Returns null when no entry is free. */
+/* Takes a free entry and gives it the number `number`, or the next number that was not used yet when `number` is 0.
+ * Returns null when no entry is free. */
 zeb_record_client *zeb_record_client_add(uint32_t number);
 
 /* Says that a client, a notifier or a callback is not recorded because no entry is free: once on standard error, and

@@ -341,7 +341,7 @@ static void note_lines(const char *text, uint32_t len) {
     }
 }
 
-/* Adds lines to the part. Returns how many bytes of the text are dealt with; 0: to be called again. */
+/* Adds lines to the part. Returns how many bytes of the text are dealt with; 0: the caller has to try again. */
 static uint32_t part_add(const char *text, uint32_t len) {
     struct stat status = {};
     char mark[MARK_MAX];

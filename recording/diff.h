@@ -1,4 +1,4 @@
-/* The command diff: what differs between two recordings but for times. */
+/* The command diff: the differences between two recordings, times left out. */
 #ifndef DIFF_H
 #define DIFF_H
 

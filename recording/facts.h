@@ -60,7 +60,7 @@ struct facts {
     std::vector<facts_span> registration; /* text: the name of the status */
     std::vector<facts_span> lte_cells;
     std::vector<facts_span> nr5g_cells;
-    std::vector<facts_span> outages;  /* not served, or without the modem's service */
+    std::vector<facts_span> outages;  /* times without a network's service, or without the modem's */
     std::vector<facts_span> absences; /* without the modem's service */
     std::vector<facts_span> gaps;
     std::vector<size_t> failures; /* lines */
@@ -81,7 +81,7 @@ bool facts_slow(const session_line &line);
 /* Whether the line is that of a callback which never returned. */
 bool facts_unreturned(const session_line &line);
 
-/* The registration status, CPE_DM_REG_..., that system information stands for. */
+/* The registration status, CPE_DM_REG_..., that follows from system information. */
 uint32_t facts_registration(const message &sys_info, const uint8_t *bytes);
 
 #endif

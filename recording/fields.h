@@ -66,7 +66,7 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* where the offsets of `fields` count from; a header may lie before */
+    uint32_t body; /* where the offsets of `fields` count from; a response's header may lie before */
     std::span<const field> fields;
 };
 
@@ -103,7 +103,7 @@ inline const uint8_t *field_at(const field &f, const uint8_t *base, uint32_t i) 
     return &base[f.place.offset + size_t{i} * f.place.size];
 }
 
-/* An element as a number; 0 for a PLMN or a group. An unsigned element of 64 bits keeps its bits. */
+/* An element as a number; 0 for a PLMN or a group. An unsigned element of 64 bits is returned bit for bit. */
 int64_t field_number(const field &f, const uint8_t *at);
 
 /* An element for people, without its unit. */

@@ -34,7 +34,7 @@ struct identities {
     };
     std::array<space, static_cast<size_t>(identity_space::COUNT)> spaces;
 
-    /* While true, a value that is asked for is noted as seen and returned unchanged. */
+    /* While true, the functions below only note each value as seen, and return it unchanged. */
     bool collecting = true;
 };
 
@@ -54,7 +54,7 @@ void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 /* Replaces all identities in the field at `at`, whatever its type. */
 void identity_replace_field(identities &all, const field &f, uint8_t *at);
 
-/* What was replaced, for people: "3 channels, 4 physical cell identities, ..."; "nothing" when nothing was. */
+/* A text for people about what was replaced: "3 channels, 4 physical cell identities, ...", or "nothing". */
 std::string identity_summary(const identities &all);
 
 #endif

@@ -39,7 +39,7 @@ bool is_name(std::string_view text) {
             return true;
         }
     }
-    // An operation, which has no digits but the 5 of nr5g.
+    // Otherwise the text must be the name of an operation: small letters and underscores alone.
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 

@@ -42,7 +42,7 @@ overview_row source_row(const session &s) {
     return {"recorded", {text + ", version " + std::to_string(head.version) + " of the format"}};
 }
 
-/* "162, 3 failed", and a line for each ID. */
+/* A row such as "162, 3 failed", with one more line for each message ID. */
 overview_row message_row(const session &s, const facts &f, zeb_message_type type, const char *label) {
     overview_row row = {label, {""}};
     size_t count = 0;
@@ -107,7 +107,7 @@ overview_row spans_row(const session &s, const char *label, const std::vector<fa
     return row;
 }
 
-/* Lowest, middle and highest of each value. */
+/* The lowest, the middle and the highest number of each signal value. */
 overview_row signal_row(const facts &f) {
     overview_row row = {"signal", {counted(f.samples.size(), "report", "reports")}};
     for (size_t i = 0; i < FACTS_SIGNALS; i++) {

@@ -153,7 +153,7 @@ static void add_nr5g(const cpe_dm_nr5g_nbr_info &info) {
     }
 }
 
-/* Adds the neighbours of a response or, in the table, a line that there are none. */
+/* Adds the neighbours of a response. In the table, adds a line that says so when there are none. */
 static void add_response(const cpe_dm_info *info, uint32_t tech) {
     const size_t start = out.used;
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO) {

@@ -48,7 +48,8 @@ void cpe_dm_tool_ask_all(cpe_dm_tool_values *values, uint64_t metrics);
 /* Whether a status means that the modem answered, with a value or without. */
 bool cpe_dm_tool_is_answer(int32_t status);
 
-/* The exit status that follows from the status of a value; and the worse (greater) of two exit statuses. */
+/* The first returns the exit status that follows from the status of a value. The second returns the worse (greater) of
+ * two exit statuses. */
 int cpe_dm_tool_exit_status(int32_t status);
 int cpe_dm_tool_worse(int a, int b);
 

@@ -93,7 +93,7 @@ const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
 uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
 const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: the key has no limits */
 
-/* Keys in the order in which somebody named them, each once. */
+/* Keys, each once, in the order in which they were first named. */
 struct cpe_dm_tool_keys {
     cpe_dm_tool_key key[CPE_DM_TOOL_KEY_CNT];
     int cnt;
@@ -103,7 +103,7 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
 bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech);
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
 
-/* Whether the word names a group ("lte", "nr5g" or "all"); adds the keys of that group. */
+/* Adds the keys of the group that the word names ("lte", "nr5g" or "all"). False: the word names no group. */
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
 
 /* Adds the keys that the words name; a word may name a group. False: a word names no key and no group; a message has

@@ -79,7 +79,7 @@ typedef enum {
     CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
     CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. A scan whose
                                              response never comes blocks further scans until cpe_dm_deinit */
-    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or serves no ID at all */
+    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* no such metric or indication; cpe_dm_set_ctrl_info knows no ID */
     CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
     CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a user is registered already */
     CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */
@@ -126,8 +126,8 @@ typedef enum {
     CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
     CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit, 0.1 dBm */
     CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit, 0.1 dBm */
-    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* all LTE_NBR metrics: CPE_DM_ASYNC_RSP_LTE_NBR */
-    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* all NR5G_NBR metrics: CPE_DM_ASYNC_RSP_NR5G_NBR */
+    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE_NBR metrics: their values come in CPE_DM_ASYNC_RSP_LTE_NBR */
+    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR5G_NBR metrics: their values come in CPE_DM_ASYNC_RSP_NR5G_NBR */
     CPE_DM_METRIC_LTE_NBR_PCI = 24,
     CPE_DM_METRIC_NR5G_NBR_PCI = 25,
     CPE_DM_METRIC_LTE_NBR_CGI = 26,
@@ -313,13 +313,13 @@ typedef struct {
  * operation asks for. */
 typedef struct {
     uint32_t info_type;  /* a cpe_dm_info_type */
-    uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, by info_type */
+    uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, as info_type says */
     uint32_t value_type; /* a cpe_dm_value_type; set by the module, except for a threshold, where the caller sets it */
     union {
         uint32_t u32_val;
         int64_t i64_val;
         int64_t i64_list[CPE_DM_I64_LIST_MAX];
-        void *cqi_info; /* a cpe_dm_lte_cqi_info or a cpe_dm_nr5g_cqi_info, by id */
+        void *cqi_info; /* a cpe_dm_lte_cqi_info or a cpe_dm_nr5g_cqi_info, as the ID says */
         cpe_dm_lte_cell_lock_list *lte_cell_lock_list;
         cpe_dm_nr5g_cell_lock_list *nr5g_cell_lock_list;
         cpe_dm_lte_nbr_info *lte_nbr_info;

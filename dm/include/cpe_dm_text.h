@@ -3,9 +3,9 @@
  * No function here keeps any state: each is callable at any time, without a registration, from any thread, and from the
  * callback. A program that links the static library and calls none of these functions does not contain them.
  *
- * A function with the parameters text and size writes at most size bytes to text, the ending null character included,
- * and returns text. A longer text is cut. The constants CPE_DM_..._TEXT_SIZE are sizes that always suffice. Numbers are
- * written with integer arithmetic, so a text is exact: 128 counts of 0.1 dB are "12.8". */
+ * A function with the parameters `text` and `size` writes at most `size` bytes to `text`, the ending null character
+ * included, and returns `text`. A longer result is cut. The constants CPE_DM_..._TEXT_SIZE are sizes that always
+ * suffice. Numbers are written with integer arithmetic, so a text is exact: 128 counts of 0.1 dB are "12.8". */
 #ifndef CPE_DM_TEXT_H
 #define CPE_DM_TEXT_H
 
@@ -71,12 +71,12 @@ char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz);
  * says so, and otherwise at least two. */
 char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn);
 
-/* Writes the PLMN of a serving cell in the form of cpe_dm_plmn_text. bytes is the i64_list of the answer: three
+/* Writes the PLMN of a serving cell in the form of cpe_dm_plmn_text. `bytes` is the i64_list of the answer: three
  * entries, of which only the low 8 bits count. A digit above 9, which no network has, is written as a hexadecimal
  * digit: "ff0-080". */
 char *cpe_dm_plmn_bytes_text(char *text, size_t size, const int64_t *bytes);
 
-/* The tracking area code of an NR 5G serving cell, 0 to 16777215. bytes is the i64_list of the answer: three entries,
+/* The tracking area code of an NR 5G serving cell, 0 to 16777215. `bytes` is the i64_list of the answer: three entries,
  * of which only the low 8 bits count. */
 uint32_t cpe_dm_nr5g_tac(const int64_t *bytes);
 

@@ -118,7 +118,7 @@ class Subscriber:
 
     def __init__(self, folder, broker):
         self.folder = folder
-        self.lines = {}  # box: set of its lines
+        self.lines = {}  # {box: set of its lines that arrived}
         self.count = 0   # arrived lines; a line that arrived twice counts twice
         self.again = 0
         self.sys = {}    # the broker's newest figures of itself

@@ -22,12 +22,12 @@ async function get(path, query) {
     return body.data;
 }
 
-/* The samples of an expression as [labels, number]. */
+/* Returns the samples of an expression as [labels, number]. */
 async function ask(expression) {
     return (await get("query", { query: expression })).result.map(each => [each.metric, Number(each.value[1])]);
 }
 
-/* An element; its children are elements or texts. */
+/* Makes an element. Its children are elements or texts. */
 function make(name, attributes, ...children) {
     const svg = ["svg", "path", "line", "text"].includes(name);
     const element = svg ? document.createElementNS("http://www.w3.org/2000/svg", name) : document.createElement(name);

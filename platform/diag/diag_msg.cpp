@@ -40,8 +40,8 @@ int open_log() {
     return fd;
 }
 
-/* The log, opened at the first call. There is no lock, because another thread could hold the lock while this thread
- * forks. */
+/* The log, opened at the first call. There is no lock here: if another thread held the lock at a fork, the child would
+ * wait for the lock for ever. */
 int log_descriptor() {
     static std::atomic<int> log = NOT_OPENED;
     int fd = log;

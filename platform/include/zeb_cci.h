@@ -66,8 +66,8 @@ typedef void (*zeb_client_notify_cb)(zeb_client_handle client, zeb_service_objec
                                      void *cb_data);
 
 /* Creates a notifier: a client whose signal, in *os_params, is raised whenever the availability of the service changes.
- * The notifier uses *os_params until it is released. On success stores the handle in *notifier and returns 0. Otherwise
- * *notifier is untouched. */
+ * The notifier uses *os_params until the notifier is released. On success stores the handle in *notifier and returns 0.
+ * Otherwise *notifier is untouched. */
 int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *os_params, zeb_client_handle *notifier);
 
 /* Discovery. Returns 0 when the service is present, and stores the number of its instances in *num_services. If
@@ -77,9 +77,9 @@ int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services);
 
-/* Waits until the signal in *os_params is raised, its notifier is released, or timeout_ms have passed (0: no limit).
- * Lowers the signal before it returns. Returns at once if the signal was raised before the call, or if no notifier uses
- * *os_params. */
+/* Waits until the signal in *os_params is raised, until its notifier is released, or until timeout_ms have passed (0:
+ * no limit). Lowers the signal before it returns. Returns at once if the signal was raised before the call, or if no
+ * notifier uses *os_params. */
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
 /* Registers the notification callback of a notifier. A notifier can have only one. The callback is called for every

@@ -40,7 +40,7 @@ struct modem {
 
     std::mutex lock; /* guards the fields below */
     std::condition_variable changed;
-    uint64_t now_ms = 0; /* the scenario has been played up to here */
+    uint64_t now_ms = 0; /* the scenario has been played up to this time */
     bool present = false;
     std::map<uint64_t, modem_client> clients;
     uint64_t last_client = 0;

@@ -21,7 +21,7 @@ struct metric {
     int32_t value;
 };
 
-/* In the order of the thresholds of message 0x006C. */
+/* The metrics of signal information, in the order of the thresholds in message 0x006C. */
 std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
     const bool lte = info.lte_sig_info_valid != 0;
     const bool nr5g = info.nr5g_sig_info_valid != 0;

@@ -48,7 +48,7 @@ struct recording_entry {
     recording_bytes out;                  /* as in zeb_call, with the content after the call */
     uint32_t entries = 0;                 /* LIST */
     uint32_t services = 0;                /* LIST */
-    uint64_t count = 0;                   /* LOST: lines; UNRECORDED: clients, notifiers and callbacks so far */
+    uint64_t count = 0; /* number of lines (LOST) or of clients, notifiers and callbacks so far (UNRECORDED) */
 };
 
 struct recording {
@@ -82,7 +82,7 @@ std::string recording_key(zeb_call_kind call, uint32_t handle, const std::array<
  * message, `error` is empty. Never throws. */
 bool recording_parse(std::string_view text, const char *file, recording &out, std::string &error);
 
-/* The same for the content of a file. */
+/* Reads a recording from a file, as recording_parse does from text. */
 bool recording_read(const char *file, recording &out, std::string &error);
 
 #endif
