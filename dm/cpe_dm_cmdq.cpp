@@ -92,7 +92,8 @@ static void append(cpe_dm_cmdq *cmdq, cpe_dm_dll_node *node, cpe_dm_cmd *cmd) {
     set_count(cmdq, cmdq->count + 1);
 }
 
-/* Takes back the command that was appended last. Called with the mutex held. Its node belongs to the caller again. */
+/* Takes back the command that was appended last. Called with the mutex held. The command's node belongs to the caller
+ * again. */
 static void drop_last(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, cmdq->tail);
     set_count(cmdq, cmdq->count - 1);

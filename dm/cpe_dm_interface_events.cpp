@@ -209,7 +209,7 @@ static cpe_dm_owned<cpe_dm_info> new_lte_response(const zeb_nas_scan_result_ind 
     return record;
 }
 
-/* The response to an NR 5G scan, as for LTE. */
+/* The response to an NR 5G scan, with neighbour data when the scan succeeded. Null (logged) when memory ran out. */
 static cpe_dm_owned<cpe_dm_info> new_nr5g_response(const zeb_nas_scan_result_ind &scan) {
     auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_NR5G_NBR);
     if (!record) {

@@ -94,9 +94,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. If the release
- * fails, forgets the lost notifier and makes the spare block the current one. If the spare block is the current one
- * already, fails. */
+/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. If this release
+ * fails, forgets the lost notifier and makes the spare block the current one. If this release fails while the spare
+ * block is the current one already, returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {

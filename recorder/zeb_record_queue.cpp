@@ -18,7 +18,7 @@
 enum {
     ROOM = 1024 * 1024, /* bytes that may wait for the disk; a line of two messages of full length fits */
     MARK_MAX = 64,      /* bytes of ROOM that are kept for the `lost` line */
-    PROMPT_US = 100000, /* a disk that keeps a thread longer than this is slow */
+    PROMPT_US = 100000, /* a disk that holds up a thread longer than this is slow */
     WAITS_MAX = 10,     /* how many times PROMPT_US a thread waits for a writer that is ready to run */
     SYNC_US = 500000,   /* from one sync of the disk to the next */
 };
@@ -38,7 +38,7 @@ static pid_t writer;     /* the thread that is handing over; 0: none */
 static pid_t own_thread; /* the recorder's; 0: not there yet */
 static bool own_idle;    /* the recorder's thread waits for work, without a limit */
 static bool slow;        /* the disk is slow: only the recorder's thread hands over */
-static bool stuck;       /* a thread has found that the disk keeps the writer */
+static bool stuck;       /* a thread has found that the disk holds up the writer */
 static bool preempted;   /* a thread has found that the writer waits for a processor */
 static bool unsynced;
 
@@ -76,7 +76,7 @@ static bool thread_runs(pid_t thread) {
 
 /* Waits, with the lock, until another thread has handed over lines. Returns true when it has. After a wait in vain
  * looks at the writer: when the writer is ready to run, counts the wait in *waits and returns true, and the caller
- * waits again. Returns false when the disk keeps the writer, or after WAITS_MAX waits: more waiting is no use. */
+ * waits again. Returns false when the disk holds up the writer, or after WAITS_MAX waits: more waiting is no use. */
 static bool queue_wait(uint32_t *waits) {
     const uint64_t before = writes;
     const timespec until = zeb_record_timespec(zeb_record_clock(CLOCK_MONOTONIC) + PROMPT_US);

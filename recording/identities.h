@@ -1,6 +1,7 @@
 /* The replacements of identities in a redacted recording. Every identity has one replacement, drawn at random for this
  * run alone. Neither can be computed from the other, so nobody can find an original by trying values out. A replacement
- * is a plausible value of the same kind, and no identity that was seen.
+ * is a plausible value of the same kind, and no identity that was seen. Only when such values are used up, other values
+ * of the same kind are taken.
  *
  * A 0 stays 0 where it means "not reported": as a channel, PCI, CGI, TAC, and country code. */
 #ifndef IDENTITIES_H
@@ -38,8 +39,8 @@ struct identities {
     bool collecting = true;
 };
 
-/* The first returns the replacement of a channel number, a PCI, a CGI or a TAC. The other two return those of the
- * numbers of a PLMN. */
+/* The first returns the replacement of a channel number, a PCI, a CGI or a TAC. The second and the third return the
+ * replacements of a PLMN's MCC and MNC. */
 uint64_t identity_replace(identities &all, field_identity kind, uint64_t value);
 uint64_t identity_replace_mcc(identities &all, uint64_t mcc);
 uint64_t identity_replace_mnc(identities &all, uint64_t mnc);

@@ -37,7 +37,8 @@ static const cpe_dm_tool_command commands[] = {
 };
 
 /* Opens the null device for each standard descriptor that is missing, so that no file opened later takes its number.
- * The null device is opened for reading alone: results for a missing standard output are an error then. */
+ * The null device is opened for reading alone. So the results of a program without standard output cannot be written,
+ * which is an error. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {

@@ -90,7 +90,7 @@ typedef enum {
 typedef enum {
     CPE_DM_INFO_TYPE_REQUEST = 1,   /* a metric request and its answer */
     CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* an asynchronous response, given to the callback */
-    CPE_DM_INFO_TYPE_IND = 3,       /* an indication: its setting, or one given to the callback */
+    CPE_DM_INFO_TYPE_IND = 3,       /* an indication that the user sets, or one given to the callback */
 } cpe_dm_info_type;
 
 /* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB

@@ -89,10 +89,10 @@ uint32_t cpe_dm_lte_cgi_cell(uint32_t cgi);
 /* The operating band of an LTE downlink channel number (EARFCN), and the frequency of the channel in kHz. A channel
  * number belongs to one band at most. Both functions return 0 for a number that is no channel.
  *
- * CPE_DM_METRIC_LTE_EARFCN and the LTE cell locks have only 16 bits. In band 65 and above these are the channel number
- * less CPE_DM_LTE_EARFCN_CUT. The answer 1300 may be channel 1300 of band 3 or channel 66836 of band 66, and nothing
- * tells which of the two. So when the answer plus CPE_DM_LTE_EARFCN_CUT is a channel too, both channels are possible.
- * The EARFCN of a neighbour is complete. */
+ * CPE_DM_METRIC_LTE_EARFCN and the LTE cell locks have only 16 bits. For a channel of band 65 or above, these bits are
+ * the channel number less CPE_DM_LTE_EARFCN_CUT. The answer 1300 may be channel 1300 of band 3 or channel 66836 of band
+ * 66, and nothing tells which of the two. So when the answer plus CPE_DM_LTE_EARFCN_CUT is a channel too, both channels
+ * are possible. The EARFCN of a neighbour is complete. */
 uint32_t cpe_dm_lte_band(uint32_t earfcn);
 uint32_t cpe_dm_lte_khz(uint32_t earfcn);
 enum { CPE_DM_LTE_EARFCN_CUT = 65536 };

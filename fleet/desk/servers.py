@@ -114,7 +114,7 @@ class Broker:
 
 
 class Subscriber:
-    """mosquitto_sub as the user `fleet`. The broker keeps its session while it is not connected."""
+    """mosquitto_sub as the user `fleet`. The broker keeps the session of mosquitto_sub while mosquitto_sub is away."""
 
     def __init__(self, folder, broker):
         self.folder = folder

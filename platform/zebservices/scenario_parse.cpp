@@ -382,8 +382,7 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
     read_table<T>(r, node, KEYS, out);
 }
 
-/* Fills in the start of a ramp. A ramp starts at the time of its change, from the value that the states before give at
- * that time. */
+/* Fills in the start of a ramp: the time of its change, and the value at that time before the change. */
 void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
     if (value.from_ms == RAMP_STARTS_HERE) {
         value.from = scenario_value_at(before, at_ms);
