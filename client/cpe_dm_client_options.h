@@ -18,9 +18,9 @@ struct cpe_dm_client_values {
  * call. */
 int32_t cpe_dm_client_parse(char *line, cpe_dm_client_values *values);
 
-/* Performs the option, and prints what it does and its result. When an operation of the module fails, returns the
- * status of this operation. When there are no values, returns 1. Otherwise returns 0, also for an unknown option, wrong
- * arguments and a lack of memory, each of which prints a message. */
+/* Performs the option, and prints what is done and with which result. When an operation of the module fails, returns
+ * the status of this operation. When there are no values, returns 1. Otherwise returns 0, also for an unknown option,
+ * wrong arguments and a lack of memory, each of which prints a message. */
 int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values);
 
 #endif

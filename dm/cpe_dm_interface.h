@@ -26,7 +26,7 @@ struct cpe_dm_state_record {
     uint8_t lte_nbr_plmn;
     uint8_t lte_nbr_rsrp;
     uint8_t lte_nbr_rsrq;
-    uint8_t nr5g_scan_request; /* as for LTE */
+    uint8_t nr5g_scan_request; /* the same fields for NR 5G */
     uint8_t nr5g_scan_ongoing;
     uint8_t nr5g_nbr_earfcn;
     uint8_t nr5g_nbr_pci;

@@ -136,11 +136,11 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info);
  * request fails, the LTE value stays in the record. */
 int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info);
 
-/* Channel quality of the technologies in service, with the same rules as for the transmit power, and one more: when no
- * technology is in service, returns CPE_DM_ERR_FAILURE. */
+/* Channel quality of the technologies in service. The rules of cpe_dm_zeb_nas_get_tx_pwr_info hold here too. In
+ * addition, returns CPE_DM_ERR_FAILURE when no technology is in service. */
 int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info);
 
-/* Cell lock lists of the technologies in service, with the same rules as for the transmit power. */
+/* Cell lock lists of the technologies in service. The rules of cpe_dm_zeb_nas_get_tx_pwr_info hold here too. */
 int32_t cpe_dm_zeb_nas_get_cell_lock_list(cpe_dm_nas_cell_lock_list *cell_lock_list);
 
 /* Registration status, and the PCI of an NR 5G cell attached to the LTE cell. When update_network_status is not 0, the

@@ -1,5 +1,5 @@
-/* The recorder's functions. They have the names of the platform's functions and stand in front of them. Each function
- * passes its call on unchanged, and records the call. No lock is held while the platform's function or the program's
+/* The recorder's functions. Each one has the name of a function of the platform, and stands in front of that function:
+ * it passes the call on unchanged, and records it. No lock is held while the platform's function or the program's
  * callback runs. */
 #pragma GCC visibility push(default) // the library exports what the platform's headers declare
 #include "zeb_nas_v01.h"

@@ -19,7 +19,7 @@ enum line_kind { OTHER, OBJECT, LIST, NOTIFIER, WATCH, CLIENT, SEND, RELEASE };
 struct line_facts {
     line_kind kind;
     uint32_t handle; /* of the client or notifier */
-    piece same[2];   /* the rest of the line, without the outcome of the call */
+    piece same[2];   /* the parts of the line besides the handle and the outcome of the call */
 };
 
 struct kept_line {

@@ -91,8 +91,8 @@ uint32_t field_counts_per_unit(const field &f);
 
 /* In the functions below, `base` is the structure that the field belongs to. */
 
-/* Whether the sender has set the field, by its flag, where there is one. For a metric, cpe_dm_is_reported has to
- * agree. */
+/* Whether the sender has set the field. If the field has a flag, the flag must be set. If the field is a metric,
+ * cpe_dm_is_reported must agree. */
 bool field_present(const field &f, const uint8_t *base);
 
 /* How many values a field has: 1, or for a list the number of its valid elements, at most the room of the list. */

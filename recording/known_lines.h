@@ -9,7 +9,7 @@
 
 /* The forms as they stand in the module and in the client, without line ends. `kinds` has a letter for each conversion:
  *   c  channel           l  the low 16 bits of an NR 5G channel     p  PCI    g  CGI    t  TAC    m  MCC    n  MNC
- *   P  one of the three bytes of a PLMN, which stand one behind the other           T  likewise of a TAC
+ *   P  one of the three bytes of a PLMN, which stand one behind the other           T  one of those of a TAC
  *   .  no identity; with empty `kinds`, no conversion is an identity
  * %s is the name of a metric, an indication or an operation. */
 struct known_line {

@@ -69,7 +69,7 @@ void replace_value(std::string &line, std::string_view key, const std::string &v
     }
 }
 
-/* Copies a field with its flag and its count, present or not, and replaces identities. */
+/* Copies a field with its flag and its count, also when the field is not present. Replaces identities in the copy. */
 void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *to) {
     if (f.valid != FIELD_NO_OFFSET) {
         to[f.valid] = from[f.valid];

@@ -37,10 +37,11 @@ struct session {
 bool session_parse(std::string name, std::string text, session_file &out, std::string &error);
 bool session_read(const char *name, session_file &out, std::string &error);
 
-/* Reads the text of a file of any kind, up to the greatest length of a recording. Failures are reported as above. */
+/* Reads the text of a file of any kind, up to the greatest length of a recording. Reports failures as session_parse
+ * does. */
 bool session_read_text(const char *name, std::string &text, std::string &error);
 
-/* Makes a session of one recording, or of several parts of one recording. Failures are reported as above. */
+/* Makes a session of one recording, or of several parts of one recording. Reports failures as session_parse does. */
 bool session_make(std::vector<std::unique_ptr<session_file>> files, session &out, std::string &error);
 
 /* The whole buffer, with the zeros at its end. */

@@ -184,8 +184,8 @@ typedef enum {
     CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, allocated by the module */
 } cpe_dm_value_type;
 
-/* Registration status. In CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G all metrics can be requested. In the
- * others only the registration status itself can be requested. */
+/* Registration status. In CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G all metrics can be requested. In any
+ * other status only the registration status itself can be requested. */
 typedef enum {
     CPE_DM_REG_NONE = 1,        /* none of the values below applies */
     CPE_DM_REG_POWER_SAVE = 2,  /* the serving system reports service status 4 */
@@ -225,7 +225,7 @@ typedef struct {
     cpe_dm_cw_cqi cc_cqi[CPE_DM_LTE_CC_MAX];
 } cpe_dm_lte_cqi_info;
 
-/* CQI of the NR 5G serving cells, as for LTE. */
+/* CQI of the NR 5G serving cells. The fields have the same meanings as in cpe_dm_lte_cqi_info. */
 typedef struct {
     uint8_t cc_cqi_valid;
     uint32_t cc_cqi_len;
@@ -376,13 +376,13 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
  *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or its technology is not in service;
  *                                   value_type is CPE_DM_VALUE_NONE
  *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric was asked for while a scan is outstanding
- *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service meanwhile
+ *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service during the call
  *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed; in the query for EARFCN, PCI, CGI, PLMN and TAC the
  *                                   status is CPE_DM_ERR_FAILURE instead */
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
 
-/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list, each record as for cpe_dm_get_info. Other
- * operations and callbacks may run between two records.
+/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list. The caller prepares each record as for
+ * cpe_dm_get_info. Other operations and callbacks may run between two records.
  *
  * The first record that fails ends the operation with that record's status. The records before it keep their values,
  * and no scan is started. But a metric that does not exist is passed over. Only if such a metric is the last of the
@@ -407,13 +407,13 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
 
-/* Stores the number of indications set, 0 to 7, in *dm_ind_cnt.
+/* Stores in *dm_ind_cnt the number of indications that are set, 0 to 7.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_cnt is null */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
 
-/* Stores the IDs of the indications set in dm_ind_list, in the order 1, 2, 4, 6, 3, 5, 7. The list has dm_ind_list_cnt
- * entries; those that are left over become 0. A list of 7 entries always suffices.
+/* Stores in dm_ind_list the IDs of the indications that are set, in the order 1, 2, 4, 6, 3, 5, 7. The list has
+ * dm_ind_list_cnt entries; unused entries become 0. A list of 7 entries always suffices.
  *
  *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt is 0
  *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; the list is not written */

@@ -135,8 +135,8 @@ void forget_parent() {
     player_forget_parent();
 }
 
-/* Says on standard error whether the play was exact, and returns the same. In a child of fork that makes no call there
- * is nothing to say, and the result is true. */
+/* Returns whether the play was exact, and says so on standard error. In a child of fork that makes no call, returns
+ * true and says nothing. */
 bool sum_up() {
     if (state == replay_state::PLAYS) {
         return player_sum_up();

@@ -138,8 +138,8 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // From here on each span has the end and the line of another delivery, if that one began no later and ended later.
-    // It is the one with the latest end.
+    // From here on each span has the end and the line of the delivery that ends last, among all deliveries that begin
+    // no later than the span.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
