@@ -1,5 +1,5 @@
 /* Rows of the benchmark table. Each row is a Google Benchmark of many repetitions. A repetition is one round of the
- * measured code and one round of the code that it is compared with, so that both meet the same changes of the machine's
+ * measured code, and then one round of the code to compare with. So both meet the same changes of the machine's
  * speed. */
 #ifndef BENCH_H
 #define BENCH_H

@@ -17,7 +17,7 @@ function(cpe_dm_depends variable)
         list(SORT symbols COMPARE NATURAL ORDER DESCENDING)
         list(GET symbols 0 newest)
         string(REGEX REPLACE ".*\\." "" newest ${newest})
-        set(release 14) # the release of GCC, by the last number of the newest symbol
+        set(release 14) # the release of GCC that has the newest symbol, by the symbol's last number
         foreach(pair 32:13 30:12 29:11 28:10)
             string(REPLACE ":" ";" pair ${pair})
             list(GET pair 0 last)

@@ -128,9 +128,9 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
 }
 
 /* Makes the module anew in a child of fork. The child must not clean up its copy of the parent's state: a release of
- * handles would be made in the parent's name, and at the fork other threads of the parent may have been using the
- * mutexes, the conditions and the queue. So the copy is left behind as it is. Other threads of the child wait here
- * until the state is new. */
+ * handles would be made in the parent's name. Also, other threads of the parent may have been using the mutexes, the
+ * conditions and the queue at the fork. So the copy is left behind as it is. Other threads of the child wait here until
+ * the state is new. */
 static void renew_in_child() {
     int of_parent = STATE_OF_PARENT;
     if (state_owner.compare_exchange_strong(of_parent, STATE_RENEWED_NOW)) {

@@ -1,9 +1,9 @@
 /* A doubly linked list of opaque data pointers.
  *
  * A list is a chain of nodes behind a head node that carries no data. The list does not record its tail. An owner that
- * needs the tail keeps a pointer to the last node (to the head while the list is empty), and passes the address of this
- * pointer to the operations that may remove the last node. Nothing is locked here; the owner serialises access. A node
- * taken out of the list belongs to the caller, who releases it with cpe_dm_dll_free_node. */
+ * needs the tail keeps a pointer to the last node (to the head while the list is empty). The owner passes the address
+ * of this pointer to the operations that may remove the last node. Nothing is locked here; the owner serialises access.
+ * A node taken out of the list belongs to the caller, who releases it with cpe_dm_dll_free_node. */
 #ifndef CPE_DM_LIST_H
 #define CPE_DM_LIST_H
 

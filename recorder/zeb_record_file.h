@@ -1,6 +1,6 @@
-/* A file of a recording, which belongs to the recorder alone. The program may close this descriptor by mistake, and
- * then get its number for a file of the program's own. So zeb_record_file_look is called before each use of the
- * file. */
+/* A file of a recording. Its descriptor belongs to the recorder alone. But the program may close the descriptor by
+ * mistake, and a file that the program opens later may get the same number. So zeb_record_file_look is called before
+ * each use of the descriptor. */
 #ifndef ZEB_RECORD_FILE_H
 #define ZEB_RECORD_FILE_H
 

@@ -22,7 +22,7 @@ struct zeb_record_call {
     int error; /* errno as the call has left it */
     int cancel_state;
     int cancel_type;
-    char *line; /* the line's text, while it is written; null when it does not fit */
+    char *line; /* the text of the line that is being written; null when the line does not fit */
     uint32_t len;
     uint32_t room;
 };

@@ -25,8 +25,8 @@ enum {
 
 /* Guards the variables below. Held for work in memory only, never during a wait for the disk. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t work_came;    /* for the recorder's thread; both use the monotonic clock */
-static pthread_cond_t text_written; /* for threads that wait until another thread has handed over lines */
+static pthread_cond_t work_came;    /* for the recorder's thread; uses the monotonic clock */
+static pthread_cond_t text_written; /* for threads that wait for another to hand over lines; uses the monotonic clock */
 static char texts[2][ROOM];         /* one is filled while the other is being written */
 static char *text = texts[0];
 static uint32_t used;    /* bytes of text */
@@ -256,8 +256,8 @@ static void *queue_thread(void * /*unused*/) {
     return nullptr;
 }
 
-/* Starts the recorder's thread. It must not take a signal that the program has blocked or waits for, so it blocks all
- * signals but those that report a fault of the thread itself. These signals must end the process. */
+/* Starts the recorder's thread. This thread must not take a signal that the program has blocked or waits for. So it
+ * blocks all signals but those that report a fault of the thread itself: these must end the process. */
 static bool queue_start_thread() {
     sigset_t blocked;
     sigset_t previous;

@@ -11,8 +11,8 @@
  * that are still in memory are lost. A line that finds the memory full is lost and counted.
  *
  * Handing over also takes long when the thread that does it loses its processor. This says nothing of the disk. So a
- * waiting thread asks the kernel for the state of that thread, and goes on waiting while the thread is ready to run,
- * for about a second at most. */
+ * waiting thread asks the kernel for the state of that thread. While that thread is ready to run, the waiting thread
+ * goes on waiting, for about a second at most. */
 #ifndef ZEB_RECORD_QUEUE_H
 #define ZEB_RECORD_QUEUE_H
 

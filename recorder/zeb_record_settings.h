@@ -1,5 +1,5 @@
-/* What the environment asked of the recorder when the library was loaded. It is read so early because the program may
- * change its folder or its environment before its first call of the platform. */
+/* What the environment asked of the recorder when the library was loaded. The environment is read so early because the
+ * program may change it, or the current folder, before the first call of the platform. */
 #ifndef ZEB_RECORD_SETTINGS_H
 #define ZEB_RECORD_SETTINGS_H
 

@@ -31,8 +31,8 @@ struct cpe_dm_tool_report {
     int event_cnt;
 };
 
-/* Starts the thread. It asks for these metrics, one bit each, and rings the bell when there is news. False: the thread
- * could not be started; a message has been written. */
+/* Starts the thread. The thread asks for these metrics, one bit each, and rings the bell when there is news. False: the
+ * thread could not be started; a message has been written. */
 bool cpe_dm_tool_start_asker(uint64_t metrics, int bell);
 
 /* Tells the thread to ask for the values of one row. */

@@ -10,8 +10,8 @@
 
 /* Runs the job on the session's thread, between a registration with this callback and a deregistration. Returns the
  * job's exit status, or CPE_DM_TOOL_FAILED. The deadline is timeout_ms after the start, unless the job moves the
- * deadline. When an operation of the module (the registration too) is running at the deadline, the program ends with a
- * message, and output that the job has not written is lost. */
+ * deadline. If an operation of the module (the registration too) is running at the deadline, the program ends with a
+ * message. Output that the job has not written is lost then. */
 int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*job)());
 
 /* A callback for commands that set no indication and start no scan. It releases the record. */

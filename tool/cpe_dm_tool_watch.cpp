@@ -71,8 +71,8 @@ static cpe_dm_tool_report report;
 static char row_data[8192];
 static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
 
-/* Tells an event, with its time, on standard error and, if it is on, in the live view. While the live view is on,
- * nothing is written to standard error if it is a terminal. */
+/* Tells an event, with its time: on standard error, and in the live view while that is on. While the live view is on,
+ * nothing is written to standard error if standard error is a terminal. */
 __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) {
     char data[300];
     cpe_dm_tool_text line = {data, sizeof(data), 0};

@@ -76,7 +76,7 @@ def values_found(boxes, samples, scrapes, interval):
 
 
 def samples_go_on(boxes, scrapes, failed, outage, end):
-    """Each box has samples before the outage of Prometheus, none during it, and some at the end if it is alive."""
+    """Each box has samples before the outage of Prometheus, none during it, and some at the end if the box is alive."""
     faults = []
     total = sum(map(len, scrapes.values()))
     for box in boxes:

@@ -8,14 +8,14 @@
  *
  * When the program is late, the clock stands still: a delivery waits for the calls that were recorded before it (for
  * PATIENCE_US at most). When the program is early, a call waits for two things: for deliveries that were recorded
- * before it, if they are due within AHEAD_US; and for calls of other threads that ended before it on the box, for
- * AHEAD_US at most.
+ * before this call, if they are due within AHEAD_US; and for calls of other threads that ended before this call on the
+ * box, for AHEAD_US at most.
  *
  * A delivery, and an answer that follows a delivery, waits until the line before it has had its effect. First the
  * recorded pause between the two lines is kept, up to QUIET_US. Then the conductor waits until all threads of the
  * program sleep, for REST_US at most. A line that was recorded after a callback had returned waits for this callback as
- * well, for the time that the callback took on the box and PATIENCE_US more. A recording of version 1 does not tell
- * that time; there the limit is CALLBACK_US.
+ * well. The limit is the time that the callback took on the box, and PATIENCE_US more. A recording of version 1 does
+ * not tell that time; there the limit is CALLBACK_US.
  *
  * All these limits are real time, and only time in which the process runs counts. The conductor looks at the clock at
  * least every LOOK_US. When more than LOOK_MAX_US has passed since the last look, the process was stopped meanwhile,

@@ -90,7 +90,8 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
     }
 }
 
-/* Counts the call as early when it came before an indication or event that was recorded well before it. */
+/* Counts the call as early when an indication or event that was recorded well before the call has not been delivered
+ * yet. */
 void look_for_early(tally &t, const recording_entry &call) {
     const size_t end = index_of(t, call);
     for (size_t i = t.turn; i < end; i++) {
