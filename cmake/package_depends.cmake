@@ -2,7 +2,8 @@
 # files of a package need, by the versions of the symbols that they use. dpkg-shlibdeps does the same for programs of
 # this machine, but knows nothing of the libraries of another architecture.
 
-# cpe_dm_depends(VARIABLE FILE...): sets the variable to the Depends field of these programs and libraries.
+# cpe_dm_depends(VARIABLE FILE...): sets the variable to the Depends field of a package with these programs and
+# libraries.
 function(cpe_dm_depends variable)
     execute_process(COMMAND ${CPE_DM_READELF} --version-info --wide ${ARGN} OUTPUT_VARIABLE versions
         COMMAND_ERROR_IS_FATAL ANY)

@@ -27,10 +27,10 @@ cpe_dm_dll_node *cpe_dm_dll_init(cpe_dm_dll_node *node);
  * allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_enqueue(cpe_dm_dll_node *start, cpe_dm_dll_node *node, void *data);
 
-/* Inserts a node with the given data: `node`, or a new node when `node` is null. Its index is `pos`, counted from 0.
- * With a negative `pos` the node becomes the first; in a shorter list it becomes the last. When the inserted node has
- * no successor, an owner that keeps a tail sets the tail to this node. Returns the inserted node, or null when `head`
- * is null or the allocation failed. */
+/* Inserts a node with the given data: `node`, or a new node when `node` is null. The index of the node is `pos`,
+ * counted from 0. With a negative `pos` the node becomes the first. In a list that is shorter than `pos` it becomes the
+ * last. When the inserted node has no successor, an owner that keeps a tail sets the tail to this node. Returns the
+ * inserted node, or null when `head` is null or the allocation failed. */
 cpe_dm_dll_node *cpe_dm_dll_insert(cpe_dm_dll_node *head, cpe_dm_dll_node *node, void *data, int32_t pos);
 
 /* Unlinks the first element, stores its data in *data and returns its node, cleared. `node` is any node of the list;

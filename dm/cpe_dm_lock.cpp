@@ -11,8 +11,8 @@ pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 /* Broadcast when a thread that waits in wait_for_change may be able to go on. */
 static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
 
-/* Written under the lock, with one exception: a take-down that could not take the lock again clears it without the
- * lock. */
+/* Written under the lock, with one exception: a take-down that could not take the lock again clears this flag without
+ * the lock. */
 static std::atomic<bool> taking_down;
 
 /* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is the ticket of the

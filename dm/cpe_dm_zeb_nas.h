@@ -119,7 +119,7 @@ int32_t cpe_dm_zeb_nas_init();
 int32_t cpe_dm_zeb_nas_client_init();
 
 /* Disconnects. Once the function has returned 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not
- * connected, or a release failed; the next call then releases the rest. */
+ * connected, or a release failed; the next call then releases what is left. */
 int32_t cpe_dm_zeb_nas_release();
 
 /* In a child of fork: forgets the parent's connection without calling the framework. */

@@ -14,8 +14,8 @@ struct piece {
 
 enum line_kind { OTHER, OBJECT, LIST, NOTIFIER, WATCH, CLIENT, SEND, RELEASE };
 
-/* The parts of a line that decide whether it is kept. A new line replaces a kept line that differs from it in nothing
- * but the outcome of the call. */
+/* The parts of a line that identify the line among the kept lines. A new line replaces the kept line that has the same
+ * parts; the two lines may differ in the outcome of the call. */
 struct line_facts {
     line_kind kind;
     uint32_t handle; /* of the client or notifier */

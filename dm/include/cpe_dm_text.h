@@ -116,9 +116,11 @@ void cpe_dm_prepare_request(cpe_dm_info *info, uint32_t id, cpe_dm_metric_record
 
 /* Tells whether the modem reported the value in `info`, an answer of cpe_dm_get_info with status CPE_DM_SUCCESS.
  * Returns 1 for a reported value. Returns 0 when the modem left the value out, and the answer has a 0 in its place.
- * Only values of an NR 5G cell can be left out: ARFCN, CGI, TAC, PLMN  a value of 0 was left out; PCI a value of 0 was
- * left out if the CGI is 0 as well. In CPE_DM_REG_LTE_NR5G a PCI is always reported. reg_status and nr5g_cgi (the value
- * of CPE_DM_METRIC_NR5G_CGI) are used for the PCI only. */
+ * Only values of an NR 5G cell can be left out:
+ *   ARFCN, CGI, TAC, PLMN  a value of 0 was left out;
+ *   PCI                    a value of 0 was left out if the CGI is 0 as well. In CPE_DM_REG_LTE_NR5G a PCI is always
+ *                          reported.
+ * reg_status and nr5g_cgi (the value of CPE_DM_METRIC_NR5G_CGI) are used for the PCI only. */
 int cpe_dm_is_reported(const cpe_dm_info *info, uint32_t reg_status, int64_t nr5g_cgi);
 
 /* Writes the value of an answered request, without its unit:

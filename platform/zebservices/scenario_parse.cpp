@@ -172,8 +172,8 @@ void read_word(reader &r, const toml::node &node, std::span<const char *const> w
     refuse_value(r, node, reason);
 }
 
-/* The list in the node. When the node is no list, or the list has more than `max` elements, refuses it and returns
- * null. */
+/* The list in the node. When the node is no list, or the list has more than `max` elements, refuses the node and
+ * returns null. */
 const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     const toml::array *list = node.as_array();
     if (list == nullptr) {

@@ -64,7 +64,7 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording
  * event, so these calls are counted. */
 void tally_answered(tally &t, const recording_entry &entry, bool unprompted);
 
-/* To be called when an indication or event was delivered, or could not be (`delivered`). */
+/* To be called for every indication or event that is due. `delivered` says whether it could be delivered. */
 void tally_delivered(tally &t, const recording_entry &entry, bool delivered);
 
 /* To be called when `line` is played while the callback for the indication or event of `callback_line` still runs. On
