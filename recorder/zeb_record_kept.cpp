@@ -30,7 +30,8 @@ struct kept_line {
 };
 
 static char texts[ZEB_RECORD_KEPT_MAX];
-static kept_line lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order of their texts, which have no times */
+static kept_line
+    lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order in which their texts stand in `texts`, without times */
 static uint32_t count;
 static uint32_t used;
 static uint64_t used_max = ZEB_RECORD_KEPT_MAX;

@@ -50,7 +50,7 @@ void put(std::string &out, char mark, const diff_line &line) {
     out += " " + std::to_string(line.entry->line) + ": " + in_words(*line.entry) + "\n";
 }
 
-/* The fields of two messages that differ, with both values; "" where no field differs. */
+/* The fields in which two messages differ, with both values; "" when the messages do not differ. */
 std::string fields_that_differ(const session_message &a, const session_message &b) {
     std::string text;
     if (a.what == nullptr || a.what != b.what) {

@@ -24,11 +24,12 @@ void cpe_dm_tool_set_deadline(int64_t deadline_ms);
 /* Of the functions below, those that call the module run on the session's thread; in watch, on the thread that asks the
  * modem. The others may be called on any thread. */
 
-/* Registers, and deregisters. Both return a cpe_dm_status. */
+/* The first registers, the second deregisters. Both return a cpe_dm_status. */
 int32_t cpe_dm_tool_register(cpe_dm_user_cb callback);
 int32_t cpe_dm_tool_deregister();
 
-/* Tells why there is no registration: the first gives the module's status, the second says that the time ran out. */
+/* Both tell why there is no registration: the first gives the module's status, the second says that the time ran
+ * out. */
 void cpe_dm_tool_tell_unregistered(int32_t status);
 void cpe_dm_tool_tell_absent();
 

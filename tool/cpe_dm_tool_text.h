@@ -25,7 +25,8 @@ void cpe_dm_tool_add_json_string(cpe_dm_tool_text *text, const char *string);
 /* Adds a point in time, UTC, with milliseconds: "2026-11-23T06:00:00.123Z". */
 void cpe_dm_tool_add_time(cpe_dm_tool_text *text, timespec when);
 
-/* Adds a time in seconds: the first with three decimals, the second with no more decimals than needed. */
+/* Both add a time in seconds: cpe_dm_tool_add_seconds with three decimals, cpe_dm_tool_add_short_seconds with no more
+ * decimals than needed. */
 void cpe_dm_tool_add_seconds(cpe_dm_tool_text *text, int64_t ms);
 void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 

@@ -121,7 +121,7 @@ int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_k
  * its 64 bits. */
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Adds the value of a key, which must have one: the first without the unit, the second with the unit. */
+/* Both add the value of a key, which must have a value: the first without the unit, the second with the unit. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 

@@ -10,7 +10,7 @@ import servers
 BLOCK = 20  # boxes in a block; each block has cells of its own
 KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # one for each of the first boxes of a block
 PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # scenarios of the other boxes of a block, in turn
-ONCE = ["drive", "status_walk"]  # one box of the fleet each, since boxes with the same of these change at once
+ONCE = ["drive", "status_walk"]  # each for one box only: two boxes with the same one would change together
 
 # The change in the scenario of a box of this kind, in every fifth block.
 CHANGES = {
