@@ -41,7 +41,7 @@ static uint64_t lost;         /* lines lost since the last line that was written
 static bool lost_said;
 
 /* The recorder's thread syncs through descriptors of its own, which no other thread closes. */
-static std::atomic<int> to_sync{-1}; /* of a new part, until the recorder's thread takes it; -1: none */
+static std::atomic<int> to_sync{-1}; /* a descriptor of the newest part, for the recorder's thread to take; -1: none */
 static zeb_record_file synced = {-1, 0, 0};
 
 static bool disk_is_full(int error) {

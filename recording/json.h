@@ -12,8 +12,8 @@ struct json_writer {
     bool first = true; /* the next value is the first of its object or array */
 };
 
-/* The value belongs to the open object or array. With a key it is a member of an object. Without a key it is an element
- * of an array, or the whole text. */
+/* The next functions add to the object or array that is open. With a key they add a member of an object. Without a key
+ * they add an element of an array, or the whole text. */
 void json_open(json_writer &to, char bracket, std::string_view key = {});
 void json_close(json_writer &to, char bracket);
 void json_string(json_writer &to, std::string_view value, std::string_view key = {});

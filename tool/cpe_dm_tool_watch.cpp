@@ -97,8 +97,8 @@ static void end_with(int status) {
     watch.status = cpe_dm_tool_worse(watch.status, status);
 }
 
-/* Ends watch when an output failed. `error` is 0 when it did not fail. When the reader of the output has gone, the
- * program ends by SIGPIPE after the clean-up. */
+/* Ends watch when an output failed. `error` is 0 when the output did not fail. When the reader of the output has gone,
+ * the program ends by SIGPIPE after the clean-up. */
 static void end_unwritten(const char *name, int error) {
     if (error == EPIPE) {
         watch.reader_gone = true;
