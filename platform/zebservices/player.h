@@ -26,8 +26,8 @@ void player_detach(uint64_t peer);
  * on. */
 void player_forget_parent();
 
-/* Whether the recording has no service event left that could end a wait. If so, says this on standard error. Not to be
- * called in a child of fork. */
+/* Returns true when the recording has no service event left that could end a wait, and says this on standard error. Not
+ * to be called in a child of fork. */
 bool player_tell_endless_wait();
 
 /* Says on standard error whether the play so far was exact, and if not, why. Returns whether it was exact. Not to be
