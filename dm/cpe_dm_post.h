@@ -1,4 +1,4 @@
-/* The one call that goes up: from the modem's client to the events of the interface. */
+/* The one call that goes up: from the NAS client to the events of the interface. */
 #ifndef CPE_DM_POST_H
 #define CPE_DM_POST_H
 
