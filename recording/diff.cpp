@@ -72,7 +72,7 @@ std::string fields_that_differ(const session_message &a, const session_message &
     return text;
 }
 
-/* Writes two lines of which each stands in the place of the other. */
+/* Writes a line of one recording and the line that the other recording has in its place. */
 void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     put(out, '-', a);
     put(out, '+', b);
