@@ -13,7 +13,7 @@
 namespace {
 
 enum {
-    TRIES = 5, /* at most, to get a round that other processes do not disturb */
+    TRIES = 5, /* how often a round is tried at most, until other processes do not disturb it */
 };
 
 /* The value below which the given share of the repetitions lies. */
@@ -50,7 +50,7 @@ processor_time processor_now() {
 }
 
 /* Whether other processes ran for more than a twentieth of the time since `before`. The kernel counts in hundredths of
- * a second, so a tenth of a second or more should have passed. */
+ * a second, so the result is exact enough only after a tenth of a second. */
 bool disturbed(const processor_time &before, double elapsed_s) {
     const processor_time now = processor_now();
     return (now.all - before.all) - (now.own - before.own) > elapsed_s / 20 + 0.01;

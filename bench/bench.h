@@ -1,5 +1,5 @@
 /* Rows of the benchmark table. Each row is a Google Benchmark of many repetitions. A repetition is one round of the
- * measured code and one round of the code that it is compared with, so that both meet the same changes of the machine's
+ * measured code, and then one round of the code to compare with. So both meet the same changes of the machine's
  * speed. */
 #ifndef BENCH_H
 #define BENCH_H
@@ -19,7 +19,7 @@ using bench_round = std::function<double()>;
 
 enum bench_sense {
     BENCH_TIME, /* ratio: ours / theirs */
-    BENCH_RATE, /* ratio: theirs / ours, as of operations a second; a round returns ns an operation */
+    BENCH_RATE, /* ratio: theirs / ours, since a round returns ns an operation and not a rate */
 };
 
 /* A row with the median of the rounds' ratios. The texts stand in the table; `reach` tells what the ratio should be. */

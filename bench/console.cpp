@@ -59,7 +59,7 @@ void client() {
     cpe_dm_client_run("no such file");
 }
 
-/* Writes for each line as often as the client, and as many characters each time. */
+/* For each line, makes as many writes as the client, with as many characters in each. */
 void plain() {
     setvbuf(stdout, nullptr, _IONBF, 0);
     clearerr(stdin);

@@ -57,7 +57,7 @@ double events() {
 
 cpe_dm_cmdq queue;
 
-/* As in the queue's own rows, the commands come from the heap. */
+/* The queue's part of a burst. The commands come from the heap, as in the rows of bench_queue. */
 double queue_alone() {
     cpe_dm_cmdq_init(&queue, INT32_MAX);
     const double ns = burst([] {

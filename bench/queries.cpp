@@ -1,5 +1,6 @@
-/* cpe_dm_get_info for one metric of each group, compared with the least that it has to do: the same requests, and the
- * same log lines formatted with their own formats. The requests and the lines are learnt from a call of the module. */
+/* cpe_dm_get_info for one metric of each group, compared with the least work that it has to do: the same requests,
+ * and the same log lines formatted with their own formats. The requests and the lines are learnt from a call of the
+ * module. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "diag_msg.h"
@@ -79,7 +80,7 @@ int32_t get(uint32_t id) {
 }
 
 lesson learn(uint32_t id) {
-    get(id); // the first call also does what is done only once
+    get(id); // the first call also does the work that is done only once
     lesson l;
     learning = &l;
     bench_on_request = learn_exchange;

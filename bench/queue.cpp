@@ -51,7 +51,7 @@ void module_stop() {
     cpe_dm_cmdq_deinit(&cmdq);
 }
 
-/* A queue of std::deque. A null command ends the thread, here and in `slot`. */
+/* A queue made of a std::deque. A null command ends the thread; `slot` below does the same. */
 struct {
     std::mutex mutex;
     std::condition_variable ready;
@@ -180,7 +180,7 @@ cpe_dm_cmd *new_cmd() {
     return cmd;
 }
 
-/* Nanoseconds a command, from the first that is sent until the last has run. */
+/* Sends a burst. Returns nanoseconds a command, counted from the first sending until the last command has run. */
 double burst(const queue_ops &queue, int producers) {
     executed = 0;
     queue.start();
@@ -216,8 +216,8 @@ void acknowledge(cpe_dm_cmd *, void *) {
     handed_over.release();
 }
 
-/* The given percentile of the time from sending a command to its start, in nanoseconds. A pause before each command
- * lets the queue's thread go to sleep. */
+/* The given percentile of the time from the sending of a command to its start, in nanoseconds. A pause before each
+ * command lets the queue's thread go to sleep. */
 double hand_over(const queue_ops &queue, int percent) {
     std::vector<double> ns;
     cpe_dm_cmd cmd = {arrive, acknowledge, nullptr};

@@ -59,8 +59,7 @@ double measure(double (*round)()) {
 
 constexpr const char *ROUNDS[] = {"queries", "events"};
 
-/* Runs one round in a process that has just been started, because the recorder reads its settings only when it is
- * loaded. */
+/* Runs one round in a new process, because the recorder reads its settings only when the recorder is loaded. */
 int run_round(const std::string &round, int result) {
     const double ns = measure(round == ROUNDS[0] ? queries : events);
     return write(result, &ns, sizeof(ns)) == sizeof(ns) ? 0 : 1;

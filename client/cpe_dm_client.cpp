@@ -90,7 +90,8 @@ static int read_char(console_input &input) {
 
 /* Reads up to the next newline, which is dropped, or until the buffer is full. The rest of a longer line is read as the
  * next line. Returns false when there is nothing left to read. Sets *ended at the end of the input, even if a last line
- * without a newline was read: after an end of input a terminal could be read on. */
+ * without a newline was read. The caller then reads no more: a terminal would give more input even after an end of
+ * input. */
 static bool read_console_line(console_input &input, char *line, size_t size, bool *ended) {
     size_t len = 0;
     int c = 0;

@@ -38,7 +38,7 @@ static void print_ind(const cpe_dm_info *info) {
     }
 }
 
-/* The next functions print what a neighbour of either technology has, one line each. nbr is the number of the
+/* Each of the next functions prints one property of a neighbour, of either technology. `nbr` is the number of the
  * neighbour, from 0. */
 static void print_nbr_freq(int nbr, uint32_t earfcn) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Frequency[%u]\n", nbr, earfcn);

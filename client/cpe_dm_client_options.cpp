@@ -14,7 +14,7 @@
 static cpe_dm_hndl client_hndl;
 
 /* Returns false when the token is not a number from its start to its end. A number beyond 32 bits becomes the nearest
- * 32-bit limit, whether long has 32 or 64 bits. */
+ * 32-bit limit, on machines with a long of 32 bits and of 64 bits. */
 static bool parse_number(const char *token, uint32_t *number) {
     char *end = nullptr;
     const long parsed = strtol(token, &end, 10);

@@ -18,9 +18,9 @@ struct cpe_dm_client_values {
  * call. */
 int32_t cpe_dm_client_parse(char *line, cpe_dm_client_values *values);
 
-/* Performs the option, and prints what it does and its result. Returns the status of the module operation that failed,
- * 1 when there are no values, and otherwise 0. An unknown option, wrong arguments and a lack of memory print a message
- * and give 0 as well. */
+/* Performs the option, and prints what is done and with which result. When an operation of the module fails, returns
+ * the status of this operation. When there are no values, returns 1. Otherwise returns 0, also for an unknown option,
+ * wrong arguments and a lack of memory, each of which prints a message. */
 int32_t cpe_dm_client_dispatch(const cpe_dm_client_values *values);
 
 #endif

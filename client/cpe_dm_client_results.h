@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/* The result records, for the metrics that need one. Zeroed before a request. */
+/* The result records, for metrics that need one. To be zeroed before a request. */
 struct cpe_dm_client_results {
     cpe_dm_lte_cqi_info lte_cqi;
     cpe_dm_nr5g_cqi_info nr5g_cqi;
@@ -14,7 +14,8 @@ struct cpe_dm_client_results {
     cpe_dm_nr5g_cell_lock_list nr5g_locks;
 };
 
-/* Makes the zeroed record info a request for the metric with this ID. Afterwards info may point into results. */
+/* Turns *info, a zeroed record, into a request for the metric with this ID. Afterwards *info may point into
+ * *results. */
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results);
 
 /* Prints the result of a successful request; prints nothing for a metric without a result. When the request was part of

@@ -14,7 +14,7 @@
  * included, with one call. */
 void cpe_dm_client_print(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* The number of list entries to print: the count that the record gives, but at most the room of the list. */
+/* The number of list entries to print: the count in the record, but at most the room of the list. */
 inline int cpe_dm_client_bounded(uint32_t cnt, uint32_t room) {
     return static_cast<int>(std::min(cnt, room));
 }
@@ -28,8 +28,8 @@ struct cpe_dm_client_deleter {
 /* Owns memory that calloc or the C library allocated. */
 template <typename T> using cpe_dm_client_owned = std::unique_ptr<T, cpe_dm_client_deleter>;
 
-/* A zeroed list; also for a cnt of 0. Null when there is no memory, or when the list would take more than 2^31-1 bytes:
- * the client does not even try to allocate so much. */
+/* A zeroed list of `cnt` entries, which may be 0. Null when there is no memory, or when the list would take more than
+ * 2^31-1 bytes: the client does not even try to allocate so much. */
 template <typename T> cpe_dm_client_owned<T[]> cpe_dm_client_alloc_list(uint32_t cnt) {
     if (cnt > INT32_MAX / sizeof(T)) {
         return nullptr;

@@ -1,4 +1,4 @@
-# 64-bit ARM, with Debian's cross compiler; programs run here under user-mode emulation.
+# 64-bit ARM, with Debian's cross compiler. Programs run under user-mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)

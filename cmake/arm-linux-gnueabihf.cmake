@@ -1,4 +1,4 @@
-# 32-bit ARM, hard float, with Debian's cross compiler; programs run here under user-mode emulation.
+# 32-bit ARM, hard float, with Debian's cross compiler. Programs run under user-mode emulation.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)

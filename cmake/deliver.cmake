@@ -1,21 +1,23 @@
-# What is built to be delivered: what it looks for, and in which component it is installed. Of the components
-# cmake/package.cmake makes packages.
+# Programs and shared libraries that are delivered: where they look for the stand-in, and with which component they are
+# installed. cmake/package.cmake makes packages of the components.
 include(GNUInstallDirs)
 
-# The build folder has the stand-in's libraries where an installed tree has them, seen from a program's folder, so that
-# one RUNPATH is right in both. Where CMake has to write another one at installation it keeps room for that in the build
-# folder's, and this ends in an empty entry, which is the current folder.
+# The stand-in's libraries lie at the same place in the build folder as in an installed tree, seen from a program's
+# folder. So one RUNPATH is right in both. If the two RUNPATHs differed, CMake would have to write another one at
+# installation, and would reserve room for it in the build folder's RUNPATH. This room ends in an empty entry, which
+# stands for the current folder.
 file(RELATIVE_PATH CPE_DM_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 if(CPE_DM_BIN_TO_LIB MATCHES "^\\.\\./[^.]")
     set(CPE_DM_RUNPATH $ORIGIN/${CPE_DM_BIN_TO_LIB})
     get_filename_component(CPE_DM_LIBRARY_DIR ${PROJECT_BINARY_DIR}/bin/${CPE_DM_BIN_TO_LIB} ABSOLUTE)
-else() # not side by side: only what is installed finds the stand-in by itself
+else() # the two folders are not side by side: only installed programs find the stand-in by themselves
     set(CPE_DM_RUNPATH ${CMAKE_INSTALL_FULL_LIBDIR})
     set(CPE_DM_LIBRARY_DIR ${PROJECT_BINARY_DIR}/lib)
 endif()
 
-# cpe_dm_deliver(COMPONENT TARGET...): programs and shared libraries of this component. A program gets a RUNPATH that leads
-# to the stand-in, unless it is built for a platform of its own, or CMAKE_SKIP_INSTALL_RPATH is on, as for packages.
+# cpe_dm_deliver(COMPONENT TARGET...): delivers these programs and shared libraries with this component. A program gets
+# a RUNPATH that leads to the stand-in, except when it is built for a platform of its own. With
+# CMAKE_SKIP_INSTALL_RPATH, as for packages, the installed program has no RUNPATH.
 function(cpe_dm_deliver component)
     foreach(target ${ARGN})
         set_target_properties(${target} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH "")

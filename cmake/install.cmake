@@ -1,15 +1,16 @@
 # cmake --install, in components:
 #   client    the test client, with its manual page
 #   tool      cpe_dm, with its manual page and its completion for bash
-#   recorder  what is preloaded to record
-#   service   what a box needs to be one of a fleet
+#   recorder  the library that is preloaded to record
+#   service   the service with which a box is one of a fleet
 #   lib       the module as a shared library
 #   dev       public headers, both libraries, CMake package, pkg-config files
 #   standin   the platform's libraries for the desk, with headers and scenarios, and zeb_recording
-# Programs and shared libraries are delivered (cmake/deliver.cmake) where they are built; here is what comes with them.
+# The folders that build programs and shared libraries also install them, with cmake/deliver.cmake. All other files are
+# installed here.
 include(CMakePackageConfigHelpers)
 
-# The folders of the tree, seen from one another, so that it works wherever it is moved.
+# Folders of the installed tree, each relative to another, so that the tree can be moved.
 file(RELATIVE_PATH CPE_DM_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" CPE_DM_PC_TO_PREFIX ${CPE_DM_PC_TO_PREFIX})
 set(CPE_DM_SHARED_NAME libcpe_dm.so.${PROJECT_VERSION_MAJOR})

@@ -2,21 +2,22 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # the first line of each description
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # empty, so that the first line of each description is the summary
 set(CPE_DM_PACKAGE_CONTACT "CPE DM <cpe-dm@cpe-dm.invalid>" CACHE STRING "Name and address of the packages' maintainer")
 set(CPACK_PACKAGE_CONTACT ${CPE_DM_PACKAGE_CONTACT})
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# What was built on the stand-in says so; what was built on the same version for a box counts as newer.
+# A version built on the stand-in ends in ~standin. For Debian the same version without this ending, which is built for
+# a box, is newer.
 set(CPACK_DEBIAN_PACKAGE_VERSION ${PROJECT_VERSION})
 if(NOT CPE_DM_PLATFORM_ROOT)
     string(APPEND CPACK_DEBIAN_PACKAGE_VERSION ~standin)
 endif()
 
-# cpe_dm_package(GROUP PACKAGE SECTION COMPONENT...): the package that these components make, those of them that have
-# anything. The group is cpack's name of it.
+# cpe_dm_package(GROUP PACKAGE SECTION COMPONENT...): a package made of these components; a component without files is
+# left out. GROUP is cpack's name for the package.
 set(CPACK_COMPONENTS_ALL "")
 set(CPE_DM_CPACK_DEPENDS "")
 macro(cpe_dm_package group package section)
@@ -75,8 +76,8 @@ and libdiag with a virtual modem, their headers, and scenarios for it to play;
 and zeb_recording, which says what a recording from a box says.
 Not for a box, which has libraries of its own by these names.")
 
-# Packages with libraries where the loader looks for them have it look again, and say which package a program needs that
-# links one.
+# For packages with libraries in a folder of the loader. `triggers` makes the loader look again after an installation.
+# `shlibs` says on which package a program depends that links libcpe_dm.
 file(WRITE ${PROJECT_BINARY_DIR}/package/triggers "activate-noawait ldconfig\n")
 file(WRITE ${PROJECT_BINARY_DIR}/package/shlibs
     "libcpe_dm ${PROJECT_VERSION_MAJOR} libcpe-dm1 (>= ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}~)\n")
@@ -88,7 +89,8 @@ foreach(name conffiles postinst prerm)
     list(APPEND CPACK_DEBIAN_BOX_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/fleet/box/debian/${name})
 endforeach()
 
-# On which versions of the C and C++ libraries the files depend is known once they are built: looked up when cpack runs.
+# The versions of the C and C++ libraries that the files need are known only when the files are built. So they are
+# looked up when cpack runs.
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/package/cpack.cmake CONTENT "set(CPE_DM_READELF \"${CMAKE_READELF}\")
 include(\"${CMAKE_CURRENT_LIST_DIR}/package_depends.cmake\")
 ${CPE_DM_CPACK_DEPENDS}")

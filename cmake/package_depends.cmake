@@ -1,8 +1,9 @@
-# Run by cpack, as part of package/cpack.cmake in the build folder: what the files of a package ask of the C and the C++
-# library, by the versions of the symbols they use. dpkg-shlibdeps says the same of programs for this machine, and knows
-# nothing of others' libraries.
+# Run by cpack, as part of package/cpack.cmake in the build folder. Finds which versions of the C and C++ libraries the
+# files of a package need, by the versions of the symbols that they use. dpkg-shlibdeps does the same for programs of
+# this machine, but knows nothing of the libraries of another architecture.
 
-# cpe_dm_depends(VARIABLE FILE...): sets the variable to the Depends field of these programs and libraries.
+# cpe_dm_depends(VARIABLE FILE...): sets the variable to the Depends field of a package with these programs and
+# libraries.
 function(cpe_dm_depends variable)
     execute_process(COMMAND ${CPE_DM_READELF} --version-info --wide ${ARGN} OUTPUT_VARIABLE versions
         COMMAND_ERROR_IS_FATAL ANY)
@@ -11,13 +12,13 @@ function(cpe_dm_depends variable)
     list(GET symbols 0 newest)
     string(REPLACE "GLIBC_" "" newest ${newest})
     set(depends "libc6 (>= ${newest})")
-    # The C++ library that came with a compiler has all that the compiler's programs can ask for.
+    # The C++ library of a GCC release has every symbol that this release's programs can need.
     string(REGEX MATCHALL "GLIBCXX_3\\.4\\.[0-9]+" symbols "${versions}")
     if(symbols)
         list(SORT symbols COMPARE NATURAL ORDER DESCENDING)
         list(GET symbols 0 newest)
         string(REGEX REPLACE ".*\\." "" newest ${newest})
-        set(release 14) # of GCC, by the last number of the newest symbol
+        set(release 14) # the release of GCC that has the newest symbol, by the symbol's last number
         foreach(pair 32:13 30:12 29:11 28:10)
             string(REPLACE ":" ";" pair ${pair})
             list(GET pair 0 last)

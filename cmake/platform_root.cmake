@@ -1,4 +1,5 @@
-# The platform's own libraries, from CPE_DM_PLATFORM_ROOT. Nothing is cached, so that another root takes effect.
+# The platform's own libraries, from CPE_DM_PLATFORM_ROOT. Nothing is stored in the cache, so that another root takes
+# effect at the next configuration.
 set(CPE_DM_PLATFORM_LIBS zeb_cci zebservices diag)
 set(CPE_DM_MISSING "")
 foreach(header zeb_cci.h zeb_nas_v01.h diag_msg.h)
@@ -18,8 +19,8 @@ endif()
 add_library(cpe_dm_platform_headers INTERFACE)
 target_include_directories(cpe_dm_platform_headers SYSTEM INTERFACE ${CPE_DM_PLATFORM_ROOT}/include)
 
-# Linked by name, so that a library without a name of its own (soname) is not asked for by its path here; what the
-# libraries themselves need lies beside them.
+# The libraries are linked by name. Otherwise a program would ask the loader for a library without a soname by its path
+# on this machine. Libraries that these libraries need lie in the same folder.
 foreach(lib ${CPE_DM_PLATFORM_LIBS})
     add_library(${lib} SHARED IMPORTED)
     set_target_properties(${lib} PROPERTIES

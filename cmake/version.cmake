@@ -1,4 +1,5 @@
-# The public header names the version for those who build without CMake; project() says which it is.
+# The public header repeats the version, for builds without CMake. If its version is not that of project(), the
+# configuration fails.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm.h)
 file(STRINGS ${PROJECT_SOURCE_DIR}/dm/include/cpe_dm.h CPE_DM_HEADER_VERSION REGEX "^#define CPE_DM_VERSION_")
 string(REGEX REPLACE "#define CPE_DM_VERSION_([A-Z]+) +" "\\1 " CPE_DM_HEADER_VERSION "${CPE_DM_HEADER_VERSION}")

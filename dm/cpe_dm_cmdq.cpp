@@ -51,9 +51,9 @@ int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
     return -1;
 }
 
-/* Blocks signals for the calling thread and for threads that it creates from now on, as signals are for the program's
- * own threads. The exception are the signals by which the kernel reports a fault of the thread itself. Returns false
- * (logged) on failure. */
+/* Blocks signals for the calling thread and for threads that it creates from now on, so that signals go to the
+ * program's own threads. Only the signals by which the kernel reports a fault of the thread itself are not blocked.
+ * Returns false (logged) on failure. */
 static bool block_signals(sigset_t *previous) {
     sigset_t blocked;
     sigfillset(&blocked);
@@ -68,7 +68,8 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_init: Bad Param cmdq NULL");
         return;
     }
-    // Set here and not by the thread: the thread may first run after a stop request, and would then undo the request.
+    // `running` is set here and not by the new thread. The new thread may first run after a stop request, and would
+    // then undo the request.
     std::atomic_ref(cmdq->running).store(1);
     pthread_t thread;
     sigset_t previous;
@@ -91,7 +92,8 @@ static void append(cpe_dm_cmdq *cmdq, cpe_dm_dll_node *node, cpe_dm_cmd *cmd) {
     set_count(cmdq, cmdq->count + 1);
 }
 
-/* Takes back the command that was appended last. Called with the mutex held. The node is the caller's again. */
+/* Takes back the command that was appended last. Called with the mutex held. The command's node belongs to the caller
+ * again. */
 static void drop_last(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, cmdq->tail);
     set_count(cmdq, cmdq->count - 1);
@@ -162,15 +164,15 @@ cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
     return cmd;
 }
 
-/* Waits for a command or a stop request. Called with the mutex held. A stop request is made under the mutex too: if it
- * comes before the wait it is seen here, and if it comes later it ends the wait. */
+/* Waits for a command or a stop request. Called with the mutex held. A stop request is made under the mutex too. So a
+ * request before the wait is seen here, and a later request ends the wait. */
 static bool wait_for_work(cpe_dm_cmdq *cmdq) {
     return !is_running(cmdq) ||
            CPE_DM_SUCCEEDS(pthread_cond_wait(&cmdq->cond, &cmdq->mutex), "pthread_cond_wait failed:");
 }
 
-/* Runs a command that was taken out of the queue, and releases it. When status says that this turn has failed already,
- * only releases the command. */
+/* Runs a command that was taken out of the queue, and releases it. `status` is the status of this turn so far; after a
+ * failure the command is only released. */
 static int32_t run_cmd(cpe_dm_cmd *cmd, int32_t status) {
     if (status == 0 && cmd->execute_f == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_main: NULL for cmd->execute_f");
@@ -192,7 +194,7 @@ static int32_t run_next(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_node *node = unlink_first(cmdq, &cmd);
     int32_t status = node != nullptr || wait_for_work(cmdq) ? 0 : -1;
     if (!CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:")) {
-        // Tried once more, because a mutex that stays locked stops every producer.
+        // The unlock is tried once more, because a mutex that stays locked stops every producer.
         (void)CPE_DM_SUCCEEDS(pthread_mutex_unlock(&cmdq->mutex), "pthread_mutex_unlock failed:");
         status = -1;
     }
@@ -222,8 +224,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // `running` may stay 0 only if the thread is certain to see it, because the caller then waits for the thread to
-    // end. Each step that fails is tried once more.
+    // The caller waits for the end of the thread if `running` is 0. So `running` may stay 0 only if the thread is
+    // certain to see the 0. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");

@@ -16,8 +16,9 @@ struct cpe_dm_cmd;
 using cpe_dm_cmd_f = void (*)(cpe_dm_cmd *cmd, void *data);
 
 /* A unit of work, allocated and filled by its producer. Once queued, the command belongs to the queue, which calls
- * execute_f on the command thread and then free_f. For a command that is never executed the queue calls only free_f: on
- * the thread that takes the queue down or flushes it, or on a command thread that ends with an error. */
+ * execute_f on the command thread and then free_f. For a command that is never executed, the queue calls only
+ * free_f. This call runs on the thread that takes the queue down or flushes it, or on a command thread that ends
+ * with an error. */
 struct cpe_dm_cmd {
     cpe_dm_cmd_f execute_f; /* required */
     cpe_dm_cmd_f free_f;    /* releases the command and what it owns; may be null */
@@ -59,7 +60,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq);
 /* Waits for the thread to end. The thread must have been asked to stop. */
 int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq);
 
-/* Starts the thread. When that fails, the field `thread` stays zero. */
+/* Starts the thread. On failure the field `thread` stays zero. */
 void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq);
 
 /* Asks the thread to stop. Afterwards the field `running` is 0, or 1 when the thread could not be told. */

@@ -72,8 +72,8 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hnd
     return CPE_DM_SUCCESS;
 }
 
-/* A thread adds itself to `posters` before it looks at `initialized`, and uses the queue only if `initialized` is set.
- * So once `initialized` is clear and `posters` is 0, no thread uses the queue. */
+/* A thread adds itself to `posters` before it reads `initialized`, and uses the queue only if `initialized` is set. So
+ * once `initialized` is clear and `posters` is 0, no thread uses the queue. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     posters++;
     const bool initialized = cpe_dm_is_initialized();
@@ -128,9 +128,9 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
 }
 
 /* Makes the module anew in a child of fork. The child must not clean up its copy of the parent's state: a release of
- * handles would be made in the parent's name, and at the fork other threads of the parent may have been using the
- * mutexes, the conditions and the queue. So the copy is left behind as it is. Other threads of the child wait here
- * until the state is new. */
+ * handles would be made in the parent's name. Also, other threads of the parent may have been using the mutexes, the
+ * conditions and the queue at the fork. So the copy is left behind as it is. Other threads of the child wait here until
+ * the state is new. */
 static void renew_in_child() {
     int of_parent = STATE_OF_PARENT;
     if (state_owner.compare_exchange_strong(of_parent, STATE_RENEWED_NOW)) {
@@ -226,7 +226,7 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl) {
     if (status != CPE_DM_SUCCESS) {
         return status;
     }
-    // This comes first, so that from here on no event is queued and events that are queued already are dropped.
+    // `initialized` is cleared first. From here on no event is queued, and events that are queued already are dropped.
     set_initialized(0);
     status = cpe_dm_zeb_nas_release();
     if (status != CPE_DM_SUCCESS) {

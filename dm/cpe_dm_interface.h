@@ -12,7 +12,7 @@
 /* The one state record. cpe_dm_lock guards it, except for two fields: `initialized` is atomic, and the queue guards
  * itself while it is up. */
 struct cpe_dm_state_record {
-    cpe_dm_hndl hndl; /* handle of the registered client; 0 while there is none */
+    cpe_dm_hndl hndl; /* handle of the registered user; 0 while there is none */
     cpe_dm_cmdq cmdq;
     uint8_t initialized; /* atomic; 1 from the end of cpe_dm_init to the start of cpe_dm_deinit */
     void *user_data;
@@ -20,13 +20,13 @@ struct cpe_dm_state_record {
     cpe_dm_nas_ind_info ind_info;
     uint8_t lte_scan_request; /* a scan was asked for, and its result has not come yet */
     uint8_t lte_scan_ongoing; /* the modem accepted the request for the scan */
-    uint8_t lte_nbr_earfcn;   /* the metrics that the scan was asked for: */
+    uint8_t lte_nbr_earfcn;   /* this field and the next five: the scan was asked for this metric */
     uint8_t lte_nbr_pci;
     uint8_t lte_nbr_cgi;
     uint8_t lte_nbr_plmn;
     uint8_t lte_nbr_rsrp;
     uint8_t lte_nbr_rsrq;
-    uint8_t nr5g_scan_request; /* as for LTE */
+    uint8_t nr5g_scan_request; /* the same fields for NR 5G */
     uint8_t nr5g_scan_ongoing;
     uint8_t nr5g_nbr_earfcn;
     uint8_t nr5g_nbr_pci;

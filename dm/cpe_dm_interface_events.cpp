@@ -79,7 +79,8 @@ static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std:
     return true;
 }
 
-/* Reports the values in this order, and stops at the first value for which there is no memory. */
+/* Reports the signal values in the order of the calls below, and stops at the first value for which there is no
+ * memory. */
 static void process_sig_info(const zeb_nas_sig_info &info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication is reported here");
     cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;
@@ -105,8 +106,8 @@ static void process_reg_status(const uint32_t *reg_status) {
     cpe_dm_call_user(record.release());
 }
 
-/* Copies at most as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that
- * the padding between the fields stays zero. */
+/* Copies as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that the
+ * padding between the fields stays zero. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
     const uint32_t count = cpe_dm_bounded(len, N, M);
@@ -208,7 +209,7 @@ static cpe_dm_owned<cpe_dm_info> new_lte_response(const zeb_nas_scan_result_ind 
     return record;
 }
 
-/* The response to an NR 5G scan, as for LTE. */
+/* The response to an NR 5G scan, with neighbour data when the scan succeeded. Null (logged) when memory ran out. */
 static cpe_dm_owned<cpe_dm_info> new_nr5g_response(const zeb_nas_scan_result_ind &scan) {
     auto record = new_record(CPE_DM_INFO_TYPE_ASYNC_RSP, CPE_DM_ASYNC_RSP_NR5G_NBR);
     if (!record) {
@@ -292,8 +293,8 @@ void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data) {
     if (cpe_dm_lock_delivery(guard) != 0) {
         return;
     }
-    // Looked at again under the lock: while this thread waited for the lock, a de-initialisation may have taken the
-    // modem connection down.
+    // `initialized` is tested again under the lock: while this thread waited for the lock, a de-initialisation may have
+    // taken the modem connection down.
     if (!cpe_dm_is_initialized()) {
         CPE_DM_LOG_ERROR("Diagnostic monitor module is not initialized!!");
         return;

@@ -12,7 +12,8 @@ struct zeb_async_data {
     void *zeb_msg_data; /* owned by the command; see cpe_dm_post_nas_msg */
 };
 
-/* The execute_f and free_f of such a command. data points to its zeb_async_data. */
+/* The functions execute_f and free_f of a command that carries an indication. `data` is the command's
+ * zeb_async_data. */
 void cpe_dm_process_nas_msg(cpe_dm_cmd *cmd, void *data);
 void cpe_dm_free_nas_msg(cpe_dm_cmd *cmd, void *data);
 

@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <iterator>
 
-/* The indications in the order in which they are listed. */
+/* The indications in the order in which cpe_dm_get_ind_list gives them. */
 static const uint32_t list_order[] = {
     CPE_DM_IND_REG_STATUS, CPE_DM_IND_LTE_RSRP,  CPE_DM_IND_LTE_RSRQ,  CPE_DM_IND_LTE_SINR,
     CPE_DM_IND_NR5G_RSRP,  CPE_DM_IND_NR5G_RSRQ, CPE_DM_IND_NR5G_SINR,
@@ -101,8 +101,8 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     uint32_t ids[CPE_DM_IND_CNT];
     uint32_t count = 0;
     const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
-    // A wrong handle is logged with the line of cpe_dm_get_ind_cnt, and only a right one leads on to the check of the
-    // list. In a child of fork any handle but 0 counts as right, so there the list can be checked at once.
+    // A wrong handle gets the log line of cpe_dm_get_ind_cnt, and then the list is not tested. In a child of fork every
+    // handle but 0 counts as right, so there the list can be tested at once.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

@@ -270,7 +270,7 @@ static bool scan_outstanding() {
 }
 
 /* Requests one scan for all neighbour metrics among the records. Called under the lock. When the modem does not accept
- * the scan, the flags in the state are set back, so that the next request is served. */
+ * the request, the flags in the state are set back, so that the next request is served. */
 static int32_t scan_neighbours(const cpe_dm_info *records, int32_t count) {
     if (scan_outstanding()) {
         return CPE_DM_ERR_SCAN_ONGOING;
@@ -316,7 +316,7 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     return cpe_dm_fill_info(dm_info, &cell_info);
 }
 
-/* Sends the query that fills a record, and takes the metric out of the record. */
+/* Sends the query that fills a record of this type, and copies the metric from the record. */
 template <typename Record> static int32_t get_from(cpe_dm_info *dm_info, int32_t (*query)(Record *record)) {
     Record record = {};
     const int32_t status = query(&record);
@@ -379,7 +379,7 @@ static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
 }
 
-/* Every status with a technology in service has a higher number than the others. */
+/* Each status in which a technology is in service has a higher number than each status in which none is. */
 static bool in_service(uint32_t network_status) {
     return network_status >= CPE_DM_REG_LTE;
 }
@@ -414,7 +414,7 @@ int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     return get_metric(dm_info, sys_info.network_status);
 }
 
-/* The entry check of a list. Made a second time after the lock was let go. */
+/* The entry check of a list operation. It is made again each time the lock was released in between. */
 static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
     const int32_t status =
         cpe_dm_enter(guard, "cpe_dm_get_info_list", hndl, dm_info_list != nullptr && dm_info_list_cnt > 0);

@@ -6,10 +6,10 @@
 
 #include <cstdint>
 
-/* Copies one metric, dm_info->id, from record to dm_info. record is the cpe_dm_nas_... record that the query for this
- * metric filled. For CQI and cell lock lists the value of dm_info points to the caller's result record. Returns
- * CPE_DM_ERR_INFO_UNAVAILABLE (logged), with value_type CPE_DM_VALUE_NONE, when record does not hold the metric, and
- * CPE_DM_ERR_NOT_SUPPORTED for an ID that no query serves. */
+/* Copies one metric, dm_info->id, from `record` to dm_info. `record` is the cpe_dm_nas_... record that the query for
+ * this metric has filled. For CQI and cell lock lists the value of dm_info points to the caller's result record.
+ * Returns CPE_DM_ERR_INFO_UNAVAILABLE (logged), with value_type CPE_DM_VALUE_NONE, when `record` does not hold the
+ * metric. Returns CPE_DM_ERR_NOT_SUPPORTED for an ID that no query serves. */
 int32_t cpe_dm_fill_info(cpe_dm_info *dm_info, const void *record);
 
 /* Notes in the state that a neighbour metric was asked for. Called under the lock. Returns 0, or

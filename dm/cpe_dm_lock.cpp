@@ -11,23 +11,24 @@ pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 /* Broadcast when a thread that waits in wait_for_change may be able to go on. */
 static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
 
-/* Written under the lock, with one exception: the end of a take-down whose thread could not take the lock again. */
+/* Written under the lock, with one exception: a take-down that could not take the lock again clears this flag without
+ * the lock. */
 static std::atomic<bool> taking_down;
 
-/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is the ticket whose
- * operation goes next. `gone` corrects the difference between a ticket and `turn`, so that the result is the
- * number of operations that go before that ticket.
+/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is the ticket of the
+ * operation that goes next. The number of operations that go before a ticket is (ticket - turn) - gone.
  *
- * An operation that gives up, because it cannot take the lock, raises `gone` by 1. When an operation begins, `turn`
- * moves past its ticket, and `gone` falls by the number of tickets in between. These belong to operations that gave up
- * or, if a failed wait made the operation go before its turn, to operations that were overtaken. An overtaken operation
- * raises `gone` by 1 when it begins. */
+ * Some tickets between `turn` and a ticket belong to operations that do not count any more, and `gone` is their number.
+ * An operation that gives up, because it cannot take the lock, adds 1 to `gone`. When an operation begins, `turn` moves
+ * past its ticket, and the tickets passed over are taken off `gone`. These belong to operations that gave up. If a
+ * failed wait made the operation begin before its turn, they also belong to overtaken operations. So an overtaken
+ * operation adds 1 to `gone` when it begins. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
-static uint32_t turn; /* under the lock */
+static uint32_t turn; /* guarded by the lock */
 
 static std::atomic<bool> delivery_waiting;
-static uint32_t deliveries_in_a_row;   /* since the last operation began; under the lock */
+static uint32_t deliveries_in_a_row;   /* since the last operation began; guarded by the lock */
 static std::atomic<uint32_t> sleepers; /* threads that wait for lock_changed */
 
 static void wake_sleepers() {
@@ -36,8 +37,8 @@ static void wake_sleepers() {
     }
 }
 
-/* Waits, with the lock let go, until something has changed or a second has passed. The limit is for a broadcast that
- * failed: it delays a thread by a second at most. */
+/* Waits, with the lock released, until something has changed or a second has passed. The limit is there for a failed
+ * broadcast, which delays a thread by a second at most. */
 static int32_t wait_for_change() {
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);
@@ -123,8 +124,8 @@ cpe_dm_guard::~cpe_dm_guard() {
 
 void cpe_dm_take_down_begin() {
     taking_down = true;
-    // The command thread may be waiting until an operation has had its turn, and this operation is waiting for the end
-    // of the take-down.
+    // The command thread may be waiting for the turn of an operation, and this operation is now waiting for the end of
+    // the take-down.
     wake_sleepers();
 }
 

@@ -30,19 +30,19 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Take the lock: for an operation in its turn, for a delivery in its turn, and, for the thread that takes the module
- * down, as soon as the lock is free. Return 0, or -1 (logged) when the caller must not go on. When the wait for the
- * turn fails (logged), the caller goes on out of turn. */
+/* Take the lock. The first: for an operation, in its turn. The second: for a delivery, in its turn. The third: for the
+ * thread that takes the module down, as soon as the lock is free. Return 0, or -1 (logged) when the caller must not go
+ * on. When the wait for the turn fails (logged), the caller goes on out of turn. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
 int32_t cpe_dm_lock_delivery(cpe_dm_guard &guard);
 int32_t cpe_dm_lock_now(cpe_dm_guard &guard);
 
-/* Releases the lock. When the release fails (logged) it is tried once more. Returns -1 when it failed twice; the lock
- * is then still held. */
+/* Releases the lock. A release that fails (logged) is tried once more. Returns -1 when both failed; the lock is then
+ * still held. */
 int32_t cpe_dm_unlock(cpe_dm_guard &guard);
 
-/* Mark the time during which the module is being taken down. Begin is called with the lock held, end with or without
- * it. */
+/* Mark the beginning and the end of a take-down. The first is called with the lock held, the second with or without the
+ * lock. */
 void cpe_dm_take_down_begin();
 void cpe_dm_take_down_end();
 

@@ -4,9 +4,8 @@
 
 static constexpr uint32_t LTE_RASTER_KHZ = 100;
 
-/* One operating band. first and last are its first and last downlink channel numbers; channels are 100 kHz apart.
- * first_100khz is the frequency of channel first, in units of 100 kHz. The fields are packed to save memory in the
- * box. */
+/* One operating band: its number, its first and its last downlink channel number, and the frequency of its first
+ * channel in units of 100 kHz. Channels are 100 kHz apart. The fields are packed to save memory in the box. */
 struct lte_band_row {
     uint64_t band : 8;
     uint64_t first : 20;
@@ -115,8 +114,8 @@ uint32_t cpe_dm_lte_khz(uint32_t earfcn) {
     return row != nullptr ? static_cast<uint32_t>(row->first_100khz + earfcn - row->first) * LTE_RASTER_KHZ : 0;
 }
 
-/* One part of the NR 5G channel raster: the channels from first to last, step_khz apart. first_khz is the frequency of
- * channel first. */
+/* One part of the NR 5G channel raster: its first and its last channel number, the frequency of its first channel, and
+ * the step from one channel to the next, both in kHz. */
 struct nr5g_raster_row {
     uint32_t first;
     uint32_t last;

@@ -8,7 +8,7 @@
 #include <cstring>
 
 char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_per_unit) {
-    // Unsigned, as the magnitude of INT64_MIN has no int64_t.
+    // The magnitude is unsigned, as that of INT64_MIN does not fit into an int64_t.
     const uint64_t magnitude = count < 0 ? 0 - static_cast<uint64_t>(count) : static_cast<uint64_t>(count);
     const char *sign = count < 0 ? "-" : "";
     const int decimals = counts_per_unit >= 1000 ? 3 : counts_per_unit >= 100 ? 2 : counts_per_unit >= 10 ? 1 : 0;
@@ -22,7 +22,8 @@ char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_
 }
 
 char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz) {
-    // 64 bits, as in cpe_dm_count_text: where the processor cannot divide, each width takes a routine of its own.
+    // The count has 64 bits, as in cpe_dm_count_text: on a processor without division each width needs a routine of its
+    // own.
     uint64_t count = khz;
     uint32_t counts_per_unit = 1000;
     while (counts_per_unit > 1 && count % 10 == 0) {
@@ -38,7 +39,7 @@ char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn) {
     return text;
 }
 
-/* Half of byte i, a number from 0 to 15: the lower half when half is 0, the upper half when it is 1. */
+/* Half of bytes[i], a number from 0 to 15: the lower half when `half` is 0, the upper half when it is 1. */
 static unsigned half_byte(const int64_t *bytes, int i, unsigned half) {
     return static_cast<unsigned>(bytes[i] >> (4 * half)) & 0xF;
 }
@@ -48,7 +49,7 @@ char *cpe_dm_plmn_bytes_text(char *text, size_t size, const int64_t *bytes) {
     const int len = snprintf(text, size, "%x%x%x-%x%x", half_byte(bytes, 0, 0), half_byte(bytes, 0, 1),
                              half_byte(bytes, 1, 0), half_byte(bytes, 2, 0), half_byte(bytes, 2, 1));
     const auto used = static_cast<size_t>(len);
-    if (third_mnc_digit != 0xF && used < size) { // 15: the MNC has only two digits
+    if (third_mnc_digit != 0xF && used < size) { // 15 means that the MNC has only two digits
         snprintf(text + used, size - used, "%x", third_mnc_digit);
     }
     return text;

@@ -20,8 +20,9 @@ enum {
 static zeb_client_handle zeb_nas_clnt_handle;
 static zeb_client_handle zeb_nas_notifier_handle;
 
-/* The OS-parameter block in which the notifier's signal lives; the notifier uses it until it is released. A notifier
- * that can never be released may use its block for ever. So there is a second, spare block for the next notifier. */
+/* The OS-parameter block in which the notifier's signal lives. The notifier uses the block until the notifier is
+ * released. A notifier that can never be released may use its block for ever. So there is a second, spare block for the
+ * next notifier. */
 static zeb_cci_os_params zeb_nas_os_params[2];
 static size_t zeb_nas_block; /* the block in use */
 
@@ -93,9 +94,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. When this fails,
- * forgets the lost notifier and makes the spare block the current one, or fails when the spare block is the current one
- * already. */
+/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. If this release
+ * fails, forgets the lost notifier and makes the spare block the current one. If this release fails while the spare
+ * block is the current one already, returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {

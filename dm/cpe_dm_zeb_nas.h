@@ -109,17 +109,17 @@ struct cpe_dm_nas_sys_info {
 /* Connects: waits without limit for the service, creates the client and asks for system information indications.
  * Returns 0 also when already connected. After a failure there is no connection.
  *
- * If a failed call could not release its notifier, the next call releases that notifier first. If this fails too, the
- * call forgets the notifier and goes on. Only one notifier can be forgotten: as long as a second one cannot be
- * released, the call fails. */
+ * If a failed call could not release its notifier, the next call releases this notifier first. If that release fails
+ * too, the next call forgets the notifier and goes on. Only one notifier can be forgotten: as long as a second one
+ * cannot be released, the call fails. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* The step of cpe_dm_zeb_nas_init that creates the client. When the client's indication registration fails, the client
  * stays, and the caller has to release it. */
 int32_t cpe_dm_zeb_nas_client_init();
 
-/* Disconnects. After a return of 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not connected, or a
- * release failed; the next call then releases the rest. */
+/* Disconnects. Once the function has returned 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not
+ * connected, or a release failed; the next call then releases what is left. */
 int32_t cpe_dm_zeb_nas_release();
 
 /* In a child of fork: forgets the parent's connection without calling the framework. */
@@ -136,11 +136,11 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info);
  * request fails, the LTE value stays in the record. */
 int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info);
 
-/* Channel quality of the technologies in service, with the same rules as for the transmit power. One addition: when no
- * technology is in service, returns CPE_DM_ERR_FAILURE. */
+/* Channel quality of the technologies in service. The rules of cpe_dm_zeb_nas_get_tx_pwr_info hold here too. In
+ * addition, returns CPE_DM_ERR_FAILURE when no technology is in service. */
 int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info);
 
-/* Cell lock lists of the technologies in service, with the same rules as for the transmit power. */
+/* Cell lock lists of the technologies in service. The rules of cpe_dm_zeb_nas_get_tx_pwr_info hold here too. */
 int32_t cpe_dm_zeb_nas_get_cell_lock_list(cpe_dm_nas_cell_lock_list *cell_lock_list);
 
 /* Registration status, and the PCI of an NR 5G cell attached to the LTE cell. When update_network_status is not 0, the
@@ -160,8 +160,8 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
 int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info);
 
 /* Decodes, logs and posts an indication of the service to the command thread. Signal information and scan results are
- * posted as decoded. From system information comes the network status: if it has changed, it is stored as the module's
- * network status and posted. Of any other indication only the arrival is logged. */
+ * posted as decoded. From system information the network status is derived; if it has changed, it is stored as the
+ * module's network status and posted. For any other indication only the arrival is logged. */
 void cpe_dm_zeb_nas_ind_cb(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                            void *cb_data);
 

@@ -11,7 +11,7 @@ enum class zeb_call_kind { OBJECT, NOTIFIER, LIST, WAIT, WATCH, CLIENT, SEND, DE
 struct zeb_call {
     zeb_call_kind kind;
     uint64_t peer = 0;                    /* the client or notifier of the call; 0: none */
-    std::array<uint32_t, 3> numbers = {}; /* OBJECT: versions; WAIT: timeout; SEND, DECODE: message ID; DECODE: type */
+    std::array<uint32_t, 3> numbers = {}; /* OBJECT: versions; WAIT: timeout; SEND: message ID; DECODE: ID and type */
     const void *in = nullptr;             /* SEND: the request; DECODE: the encoded message */
     uint32_t in_len = 0;
     void *out = nullptr; /* SEND: the response; DECODE: the destination; LIST: the array */
@@ -22,11 +22,11 @@ struct zeb_call {
 };
 
 struct zeb_replay {
-    /* Returns the recorded return value of the call, and fills out, entries and services as recorded. A wait that was
-     * not recorded gives a status other than 0. */
+    /* Returns the recorded return value of the call, and fills out, entries and services as recorded. For a wait that
+     * was not recorded, returns a status other than 0. */
     int32_t (*answer)(const zeb_call &call);
 
-    /* Called when the callback for the last delivery to that peer has returned. */
+    /* To be called when the callback for the last delivery to this peer has returned. */
     void (*returned)(uint64_t peer);
 };
 

@@ -3,7 +3,7 @@
 #ifndef ZEB_SERVICE_H
 #define ZEB_SERVICE_H
 
-#pragma GCC visibility push(default) /* what the public header declares is what the library exports */
+#pragma GCC visibility push(default) /* the library exports what the public header declares */
 #include "zeb_cci.h"
 #pragma GCC visibility pop
 
@@ -15,7 +15,7 @@ struct zeb_replay;
 
 inline constexpr uint32_t ZEB_SERVICE_MAGIC = 0x5A454253;
 
-/* One message of a service definition. size is the size of the decoded structure. */
+/* One message of a service definition. `size` is the size of the decoded structure. */
 struct zeb_message {
     zeb_message_type type;
     uint32_t id;
@@ -38,21 +38,21 @@ struct zeb_service {
     std::span<const zeb_message> messages;
 
     /* Returns true as soon as the service is present, and false when it is still absent after timeout_ms. With a
-     * timeout_ms of 0 looks once. */
+     * timeout_ms of 0 looks once, without waiting. */
     bool (*wait_present)(uint32_t timeout_ms);
 
     /* Adds a peer and returns its number, which is never 0. The service may be absent. */
     uint64_t (*attach)(const zeb_sink &sink);
 
-    /* Removes a peer. Afterwards the peer's sink is no longer called, and its pending requests end. */
+    /* Removes a peer. After the call the peer's sink is not called any more, and pending requests of the peer end. */
     void (*detach)(uint64_t peer);
 
-    /* Carries out a request of a known message ID. Both structures have the sizes of the service definition. resp is
-     * zero-filled. */
+    /* Carries out a request of a known message ID. Both structures have the sizes of the service definition. *resp is
+     * zero-filled before the call. */
     int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
 
-    /* Not null when a recording is played. The libraries then check only their handles and pointers, and the service
-     * counts as present. */
+    /* Not null when a recording is played. The libraries then check only handles and pointers, and the service counts
+     * as present. */
     const zeb_replay *replay = nullptr;
 };
 

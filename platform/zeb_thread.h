@@ -4,12 +4,13 @@
 #include <functional>
 #include <thread>
 
-/* Starts a thread of the stand-in. It leaves the signals that are sent to the process to the program's own threads: all
- * are blocked but those of a fault of the thread itself (SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT). */
+/* Starts a thread of the stand-in. The thread blocks all signals but those of a fault of its own (SIGSEGV, SIGBUS,
+ * SIGFPE, SIGILL, SIGTRAP, SIGSYS, SIGABRT). So signals that are sent to the process go to the program's own
+ * threads. */
 std::thread zeb_start_thread(std::function<void()> body);
 
-/* Whether all other threads of the process sleep, so that whatever they had begun is done. Where the threads cannot be
- * looked at, they count as sleeping. */
+/* Whether all other threads of the process sleep, so that everything they had begun is done. Returns true as well where
+ * the state of the threads cannot be read. */
 bool zeb_other_threads_sleep();
 
 #endif

@@ -1,6 +1,7 @@
-/* The recorder's functions, which bear the names of the platform's and stand in front of them: each passes its call on
- * unchanged, and records it. No lock is held while the platform's function or the program's callback runs. */
-#pragma GCC visibility push(default) // what the platform's headers declare is what the library exports
+/* The recorder's functions. Each one has the name of a function of the platform, and stands in front of that function:
+ * it passes the call on unchanged, and records it. No lock is held while the platform's function or the program's
+ * callback runs. */
+#pragma GCC visibility push(default) // the library exports what the platform's headers declare
 #include "zeb_nas_v01.h"
 #pragma GCC visibility pop
 
@@ -12,8 +13,9 @@
 #include <cerrno>
 #include <dlfcn.h>
 
-/* The platform's own function, looked up when it is first needed. A lookup that fails for want of memory may succeed
- * at once when it is tried again. Returns null, with a line on standard error, when there is no such function. */
+/* The platform's own function, looked up at the first call that needs it. A lookup that fails for want of memory is
+ * tried a second time, and may then succeed. Returns null, with a line on standard error, when there is no such
+ * function. */
 static void *platform_function(std::atomic<void *> *found, const char *name) {
     void *function = *found;
     if (function == nullptr) {
@@ -40,8 +42,8 @@ static uint64_t room_of(uint64_t len) {
     return len <= ZEB_RECORD_BYTES_MAX ? len : 0;
 }
 
-/* Records that a callback has returned, and how long it took. The callback's own line was written before the program
- * saw it, so a callback that ends the program is in the recording too. */
+/* Records that a callback has returned, and how long the callback took. The line about the delivery was written before
+ * the callback began. So a callback that ends the program is in the recording too. */
 static void record_returned(zeb_record_call *call, bool recorded, uint32_t number) {
     zeb_record_after(call);
     if (recorded && zeb_record_begin(call, 0, "returned handle=%u", number)) {
@@ -54,7 +56,7 @@ static void record_indication(zeb_client_handle client, uint32_t msg_id, const v
     auto *entry = static_cast<zeb_record_client *>(cb_data);
     const uint32_t number = entry->number;
     zeb_record_call call = zeb_record_before();
-    entry->handle = client; // the indication may come before the client's creation has returned
+    entry->handle = client; // the indication may come before zeb_client_init_instance has returned
     bool recorded = zeb_record_begin(&call, room_of(ind_buf_len), "ind client=%u id=0x%04x", number, msg_id);
     if (recorded) {
         zeb_record_bytes(&call, "buf", ind_buf, ind_buf_len, ind_buf_len);
@@ -224,7 +226,7 @@ int32_t zeb_client_send_msg_sync(zeb_client_handle client, uint32_t msg_id, cons
     const uint32_t number = zeb_record_client_number(client);
     const int32_t status = platform(client, msg_id, req, req_len, resp, resp_len, timeout_ms);
     zeb_record_after(&call);
-    // A failed request leaves the buffer as the program had it: its content is not recorded.
+    // After a failed request the response buffer holds only what the program had in it. This content is not recorded.
     const uint32_t answered = status == 0 ? resp_len : 0;
     if (zeb_record_begin(&call, room_of(req_len) + room_of(answered), "send client=%u id=0x%04x status=%d timeout=%u",
                          number, msg_id, status, timeout_ms)) {

@@ -54,8 +54,8 @@ void zeb_record_client_undo(zeb_record_client *entry) {
     client_drop(entry);
 }
 
-/* The platform may give a handle out again while the recorder still has it under its old number; the highest number is
- * the right one. */
+/* The platform may give a handle out again while an older entry still has this handle. The newer entry has the higher
+ * number. */
 uint32_t zeb_record_client_number(zeb_client_handle handle) {
     uint32_t number = 0;
     for (const zeb_record_client &entry : clients) {

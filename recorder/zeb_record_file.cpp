@@ -7,10 +7,11 @@
 #include <unistd.h>
 
 enum {
-    FD_MIN = 64, /* so that the program's own descriptors keep their numbers */
+    FD_MIN = 64, /* the lowest number of a recorder's descriptor: lower ones stay free for the program */
 };
 
-/* Why the file cannot be recorded to, or null. errno is the error behind the reason; 0: there is none. */
+/* Why the file cannot be recorded to; null when it can. Sets errno to the error behind the reason, or to 0 when there
+ * is no such error. */
 static const char *file_refusal(int fd, const struct stat *status) {
     errno = 0;
     if (!S_ISREG(status->st_mode) || status->st_size != 0) {

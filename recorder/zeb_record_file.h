@@ -1,5 +1,6 @@
-/* A file of a recording, which belongs to the recorder alone. A program that closes descriptors which are not its own
- * may get this descriptor's number for a file of its own. So zeb_record_file_look is called before the file is used. */
+/* A file of a recording. Its descriptor belongs to the recorder alone. But the program may close the descriptor by
+ * mistake, and a file that the program opens later may get the same number. So zeb_record_file_look is called before
+ * each use of the descriptor. */
 #ifndef ZEB_RECORD_FILE_H
 #define ZEB_RECORD_FILE_H
 
@@ -13,11 +14,11 @@ struct zeb_record_file {
 };
 
 /* Opens a file to record to, or creates it. A file that exists must be a regular file of this user, empty, without
- * another name, and not in use by another recorder; with `fresh` no file may exist. Returns null, or the reason why
- * nothing can be recorded there; *error is then an errno value, or 0. */
+ * another name, and not in use by another recorder. With `fresh` no file may exist. Returns null on success. Otherwise
+ * returns the reason why nothing can be recorded there, and stores an errno value or 0 in *error. */
 const char *zeb_record_file_open(zeb_record_file *file, const char *path, bool fresh, int *error);
 
-/* Whether the descriptor is still this file's; if so, fills *status. */
+/* Whether the descriptor still refers to this file. If so, fills *status. */
 bool zeb_record_file_look(const zeb_record_file *file, struct stat *status);
 
 /* Whether the file still has this name. */
@@ -26,17 +27,17 @@ bool zeb_record_file_is_at(const zeb_record_file *file, const char *path);
 /* The process's limit for the size of a file, in bytes: a write beyond it would raise a signal. */
 uint64_t zeb_record_file_most();
 
-/* Adds bytes at the file's end. Returns 0 or an errno value; *written says how many bytes were added, also on
- * failure. */
+/* Adds bytes at the file's end. Returns 0 or an errno value. Stores in *written how many bytes were added, on failure
+ * too. */
 int zeb_record_file_add(const zeb_record_file *file, const char *bytes, uint32_t len, uint32_t *written);
 
-/* The file of a descriptor. */
+/* The record for the file that the descriptor refers to; fd is -1 when there is no such file. */
 zeb_record_file zeb_record_file_of(int fd);
 
 /* A second descriptor of the same file, or -1. */
 int zeb_record_file_again(const zeb_record_file *file);
 
-/* Closes the descriptor if it is still this file's. */
+/* Closes the descriptor if it still refers to this file. */
 void zeb_record_file_close(zeb_record_file *file);
 
 #endif

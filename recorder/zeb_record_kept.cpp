@@ -14,12 +14,12 @@ struct piece {
 
 enum line_kind { OTHER, OBJECT, LIST, NOTIFIER, WATCH, CLIENT, SEND, RELEASE };
 
-/* What matters here of a line. Of two lines that are the same but for the outcome of the call, the later one is
- * kept. */
+/* The parts of a line that identify the line among the kept lines. A new line replaces the kept line that has the same
+ * parts; the two lines may differ in the outcome of the call. */
 struct line_facts {
     line_kind kind;
     uint32_t handle; /* of the client or notifier */
-    piece same[2];   /* other pieces of text that the same line has again */
+    piece same[2];   /* the parts of the line besides the handle and the outcome of the call */
 };
 
 struct kept_line {
@@ -30,12 +30,13 @@ struct kept_line {
 };
 
 static char texts[ZEB_RECORD_KEPT_MAX];
-static kept_line lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order of their texts, which have no times */
+static kept_line
+    lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order in which their texts stand in `texts`, without times */
 static uint32_t count;
 static uint32_t used;
 static uint64_t used_max = ZEB_RECORD_KEPT_MAX;
 
-/* What follows a key up to the next blank or the newline; no text when the line has no such key. */
+/* The text between a key and the next blank or the newline; no text when the line has no such key. */
 static piece value_of(piece line, const char *key) {
     const size_t key_len = strlen(key);
     const auto *at = static_cast<const char *>(memmem(line.text, line.len, key, key_len));
@@ -63,13 +64,13 @@ static piece before(piece line, const char *key) {
     return {line.text, at != nullptr ? static_cast<uint32_t>(at - line.text) : 0};
 }
 
-/* The length of a buffer and its colon, or the "-" in its place. */
+/* The start of a buffer's text: its length and the colon, or "-" for a buffer without a length. */
 static piece length_of(piece bytes) {
     const auto *colon = bytes.len > 0 ? static_cast<const char *>(memchr(bytes.text, ':', bytes.len)) : nullptr;
     return {bytes.text, colon != nullptr ? static_cast<uint32_t>(colon + 1 - bytes.text) : bytes.len};
 }
 
-/* Of a line's text without its time. */
+/* The facts of a line; `line` is its text without the time. */
 static line_facts facts_of(piece line) {
     line_facts facts = {OTHER, 0, {}};
     if (begins(line, "object ") && number_of(value_of(line, " found=")) == 1) {
@@ -109,7 +110,7 @@ static uint32_t hash_of(const line_facts *facts) {
     return hash;
 }
 
-/* The text of line i is at texts + at. */
+/* Removes line i. `at` is where the line's text begins in `texts`. */
 static void line_remove(uint32_t i, uint32_t at) {
     const uint32_t len = lines[i].len;
     memmove(texts + at, texts + at + len, used - at - len);
@@ -118,7 +119,8 @@ static void line_remove(uint32_t i, uint32_t at) {
     count--;
 }
 
-/* Removes the lines about a client or notifier that has been released, or the line whose place a new one takes. */
+/* Removes the kept lines that a new line makes out of date. When the new line is a release, these are all lines of the
+ * released client or notifier. Otherwise it is the one line that the new line replaces. */
 static void lines_replace(const line_facts *facts, uint32_t hash) {
     for (uint32_t i = 0, at = 0; i < count;) {
         bool replaced = lines[i].handle == facts->handle &&
@@ -139,7 +141,7 @@ static bool lines_fit(uint32_t len) {
     return count < ZEB_RECORD_KEPT_LINES_MAX && used + len + (count + 1) * ZEB_RECORD_KEPT_PREFIX_MAX <= used_max;
 }
 
-/* Removes answers, the oldest first, until there is room or no answer is left. */
+/* Removes answers, the oldest first, until a line of this length fits or no answer is left. */
 static void lines_make_room(uint32_t len) {
     for (uint32_t i = 0, at = 0; i < count && !lines_fit(len);) {
         if (lines[i].kind == SEND) {

@@ -1,6 +1,7 @@
-/* The lines that each part of a recording repeats at its beginning, so that it plays without the parts before it: the
- * calls that led to the clients and notifiers that are not released, and the last answer to each request of each
- * client. They are gathered from the lines on their way to the file, by one thread at a time. */
+/* The kept lines: each part of a recording repeats them at its beginning, so that the part plays without the parts
+ * before it. They are the calls that led to the clients and notifiers now in use, and the last answer to each request
+ * of each client. They are gathered from the lines on their way to the file. One thread at a time may call these
+ * functions. */
 #ifndef ZEB_RECORD_KEPT_H
 #define ZEB_RECORD_KEPT_H
 
@@ -12,14 +13,14 @@ enum {
     ZEB_RECORD_KEPT_PREFIX_MAX = 32, /* "TIME kept " */
 };
 
-/* From here on no more than so many bytes are gathered, the "TIME kept " of each line included. */
+/* Sets a limit: from now on no more than `bytes` bytes are gathered, the "TIME kept " of each line included. */
 void zeb_record_kept_limit(uint64_t bytes);
 
 /* Takes note of a whole line of the recording. */
 void zeb_record_kept_note(const char *line, uint32_t len);
 
-/* Writes the lines that are to be repeated into `out`, each with this time. `out` has as many bytes as the limit.
- * Returns the length of the lines. */
+/* Writes the kept lines into `out`, each with the given time. `out` has as many bytes as the limit. Returns the number
+ * of bytes written. */
 uint32_t zeb_record_kept_print(char *out, uint64_t time);
 
 #endif

@@ -13,12 +13,12 @@
 #include <unistd.h>
 
 enum {
-    WORDS_MAX = 256, /* bytes of a line, but for those that are written in hexadecimal */
+    WORDS_MAX = 256, /* bytes of a line, without buffers in hexadecimal */
 };
 
 static pthread_once_t once = PTHREAD_ONCE_INIT;
 
-/* Runs in a forked child of the process that records, and in a child of such a child. */
+/* Runs in a child of fork of the process that records, and in a child of such a child. */
 static void record_stop_in_child() {
     const int phase = zeb_record_phase;
     if (phase == ZEB_RECORD_ON || phase == ZEB_RECORD_CHILD_TOLD) {
@@ -27,7 +27,7 @@ static void record_stop_in_child() {
     zeb_record_queue_close();
 }
 
-/* Runs once, before the first line; other threads that call the platform wait for it. */
+/* Runs once, before the first line. Meanwhile other threads that call the platform wait. */
 static void record_start() {
     const zeb_record_settings *settings = zeb_record_settings_get();
     if (*settings->path == '\0') {
@@ -51,8 +51,9 @@ static void record_tell_child() {
     }
 }
 
-/* A thread that ended while it has a lock would stop all others, so cancellation is disabled meanwhile. An asynchronous
- * cancellation may have been sent just before: only the deferred type holds that one back. */
+/* If a thread were cancelled while it holds a lock, all other threads would stop. So cancellation is disabled for that
+ * time. An asynchronous cancellation may have been sent just before; only the deferred type holds it back, so the type
+ * is set as well. */
 static void cancel_hold(zeb_record_call *call) {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &call->cancel_type);

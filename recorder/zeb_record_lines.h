@@ -1,9 +1,10 @@
-/* The recording's lines: when each began, how long it took, and what is in it.
+/* The recording's lines: when each call or callback began, how long it took, and what it carried.
  *
- * When the recorder fails, the program notices nothing but a line on standard error: errno is kept, no signal comes of
- * it (SIGXFSZ, SIGPIPE), and standard error is not waited for. Every function may be called from any thread, also from
- * a thread that can be cancelled at any moment. A forked child records nothing, and says so when it calls the platform.
- * When the child starts a program with exec, the recorder in that program finds the file taken. */
+ * When the recorder fails, the program notices nothing but a line on standard error. errno is kept, no signal is raised
+ * (SIGXFSZ, SIGPIPE), and the recorder does not wait until standard error takes the line. Every function may be called
+ * from any thread, also from a thread that can be cancelled at any moment. A child of fork records nothing, and says so
+ * when it calls the platform. When this child starts a program with exec, the recorder in the new program finds the
+ * file in use. */
 #ifndef ZEB_RECORD_LINES_H
 #define ZEB_RECORD_LINES_H
 
@@ -13,38 +14,38 @@ enum {
     ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; a longer buffer is not read */
 };
 
-/* A call or a callback that is on its way, and the line about it. */
+/* A call or a callback in progress, and the line about it. */
 struct zeb_record_call {
-    bool on;        /* it is to be recorded */
+    bool on;        /* the call or callback is to be recorded */
     uint64_t began; /* microseconds since the recording's start */
     uint64_t took;
     int error; /* errno as the call has left it */
     int cancel_state;
     int cancel_type;
-    char *line; /* the line's text, while it is written; null when it does not fit */
+    char *line; /* the text of the line that is being written; null when the line does not fit */
     uint32_t len;
     uint32_t room;
 };
 
-/* To be called right before and right after the platform's function, or the program's callback. The first call starts
- * the recording if one is asked for. */
+/* To be called right before and right after the platform's function or the program's callback. The first call of
+ * zeb_record_before starts the recording if one is asked for. */
 zeb_record_call zeb_record_before();
 void zeb_record_after(zeb_record_call *call);
 
 /* Begins a line with the time and the text, with room for `bytes` further bytes in hexadecimal. Returns false when
- * nothing is recorded, or the line is lost. Otherwise zeb_record_bytes and zeb_record_count may follow, and
- * zeb_record_end or zeb_record_end_took must; until then every other line has to wait. */
+ * nothing is recorded, or when the line is lost. After a return of true, zeb_record_bytes and zeb_record_count may
+ * follow, and zeb_record_end or zeb_record_end_took must. Until then every other thread with a line has to wait. */
 [[gnu::format(printf, 3, 4)]] bool zeb_record_begin(zeb_record_call *call, uint64_t bytes, const char *format, ...);
 
-/* Adds KEY=LENGTH:HEX with the first `shown` bytes at most; KEY=- for a null pointer and for more than
+/* Adds KEY=LENGTH:HEX with the first `shown` bytes at most. Adds KEY=- for a null pointer, and for more than
  * ZEB_RECORD_BYTES_MAX bytes. */
 void zeb_record_bytes(zeb_record_call *call, const char *key, const void *bytes, uint32_t len, uint32_t shown);
 
 /* Adds KEY=NUMBER; KEY=- for a null pointer. */
 void zeb_record_count(zeb_record_call *call, const char *key, const uint32_t *count);
 
-/* Both end a line and hand it over; zeb_record_end_took adds how long the call took. Both return false when the line is
- * lost. */
+/* Both end a line and hand the line over; zeb_record_end_took first adds how long the call took. Both return false when
+ * the line is lost. */
 bool zeb_record_end(zeb_record_call *call);
 bool zeb_record_end_took(zeb_record_call *call);
 

@@ -21,7 +21,7 @@ enum {
     NAME_MAX_ALL = ZEB_RECORD_PATH_MAX + 8,
 };
 
-/* The part that is written, and the one before it, which is not open. */
+/* The part that is being written, and the part before it, which is not open. */
 static zeb_record_file file = {-1, 0, 0};
 static zeb_record_file before = {-1, 0, 0};
 static const char *path;
@@ -37,11 +37,11 @@ static uint64_t last_line;    /* where the file's last line begins */
 static bool has_beginning;    /* false when the disk had no room even for the beginning */
 static bool has_lines;        /* the part has lines besides its beginning */
 static uint64_t lines_before; /* lines of the recording so far, lost ones included */
-static uint64_t lost;         /* lines lost since the last one that was written */
+static uint64_t lost;         /* lines lost since the last line that was written */
 static bool lost_said;
 
-/* The recorder's thread has descriptors of its own, so that none is closed while it is in use. */
-static std::atomic<int> to_sync{-1}; /* of a part that this thread has not seen yet */
+/* The recorder's thread syncs through descriptors of its own, which no other thread closes. */
+static std::atomic<int> to_sync{-1}; /* a descriptor of the newest part, for the recorder's thread to take; -1: none */
 static zeb_record_file synced = {-1, 0, 0};
 
 static bool disk_is_full(int error) {
@@ -74,7 +74,7 @@ static void first_words_print() {
              words[0], words[1], ZEB_RECORD_VERSION);
 }
 
-/* The length of the whole lines at the beginning of the text, as many as fit into `max` bytes. */
+/* The length of the whole lines at the beginning of the text that fit into `max` bytes. */
 static uint32_t lines_within(const char *text, uint32_t len, uint64_t max) {
     if (len <= max) {
         return len;
@@ -88,7 +88,7 @@ static uint32_t line_length(const char *text, uint32_t len) {
     return end != nullptr ? static_cast<uint32_t>(end + 1 - text) : len;
 }
 
-/* The time when the call or callback that the line tells of was over. */
+/* The time at which the call or callback in this line ended. */
 static uint64_t line_time(const char *line, uint32_t len) {
     static const char key[] = " took=";
     const uint64_t began = strtoull(line, nullptr, 10);
@@ -97,7 +97,7 @@ static uint64_t line_time(const char *line, uint32_t len) {
     return began + (took ? strtoull(word + sizeof(key) - 1, nullptr, 10) : 0);
 }
 
-/* How many lines of the recording the text stands for: a `lost` line stands for all that it tells of. */
+/* How many lines of the recording the text stands for. A `lost` line stands for as many lines as it says were lost. */
 static uint64_t count_lines(const char *text, uint32_t len) {
     static const char mark[] = " lost lines=";
     uint64_t lines = 0;
@@ -111,8 +111,8 @@ static uint64_t count_lines(const char *text, uint32_t len) {
     return lines;
 }
 
-/* Adds whole lines to the file, whose size is `size`. A line that is written in part is removed again. Returns 0 or an
- * errno value; *added says how many bytes of the text stay. */
+/* Adds whole lines to the file. `size` is the file's size before. When only a part of a line could be written, removes
+ * this part again. Returns 0 or an errno value. Stores in *added how many bytes of the text are in the file. */
 static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *added) {
     int error = zeb_record_file_add(&file, text, len, added);
     if (error != 0) {
@@ -129,8 +129,8 @@ static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *add
     return error;
 }
 
-/* Writes the last line of a recording that ends before the program does. Without room for it, it takes the place of the
- * line before. */
+/* Writes the last line of a recording that ends before the program does. If there is no room for this line, the line
+ * before is removed to make room. */
 static void file_end(const char *reason) {
     char line[ZEB_RECORD_END_MAX];
     struct stat status = {};
@@ -155,8 +155,8 @@ static void record_end(const char *reason, int error) {
     zeb_record_fail(reason, error);
 }
 
-/* Sets how many bytes a new part may grow to, when the part beside it has `other` bytes: half of the bytes to keep, or
- * less when the disk is full or the process has a lower limit. */
+/* Sets the greatest size of a new part: half of the bytes to keep, or less when the disk is nearly full or the process
+ * has a lower limit. `other` is the size in bytes of the part beside it. */
 static void part_measure(uint64_t other) {
     struct statvfs disk = {};
     struct stat old = {};
@@ -171,8 +171,8 @@ static void part_measure(uint64_t other) {
     zeb_record_kept_limit(part_max / 2);
 }
 
-/* Writes the beginning of a part to the empty file. `time` is the time in the recording, `other` the size in bytes of
- * the part beside it. Returns 0 or an errno value. */
+/* Writes the beginning of a part to the empty file. `time` is the time in the recording. `other` is the size in bytes
+ * of the part beside the new one. Returns 0 or an errno value. */
 static int part_begin(uint64_t time, uint64_t other) {
     uint32_t added = 0;
     auto len = static_cast<uint32_t>(snprintf(beginning, sizeof(beginning), "%s", first_words));
@@ -190,7 +190,7 @@ static int part_begin(uint64_t time, uint64_t other) {
     has_beginning = error == 0;
     if (has_beginning) {
         part++;
-        lost = 0; // the `before` line counts them
+        lost = 0; // the `before` line counts the lost lines too
         has_lines = false;
         last_line = 0;
     } else if (added > 0 && ftruncate(file.fd, 0) != 0) {
@@ -204,12 +204,12 @@ static bool exists(const char *name) {
     return lstat(name, &status) == 0 || errno != ENOENT;
 }
 
-/* Gives the parts their names. The user may have taken parts away; another file in their place is never replaced.
- * Returns 0 or an errno value. */
+/* Gives both parts their names. The user may have removed or renamed a part. A file of somebody else under one of the
+ * names is never replaced. Returns 0 or an errno value. */
 static int part_rename(const zeb_record_file *old) {
     if (zeb_record_file_is_at(old, path)) {
-        // The oldest part is removed beforehand: a rename that replaces it may wait for the disk in the middle of a
-        // turn.
+        // The oldest part is removed first. A rename that replaces a file may wait for the disk, and the turn would be
+        // half done meanwhile.
         if (zeb_record_file_is_at(&before, path_before)) {
             unlink(path_before);
         }
@@ -234,7 +234,8 @@ static void hand_to_sync() {
     }
 }
 
-/* Ends the part, whose size is `size`, and begins the next. Returns 0, or an errno value when the part goes on. */
+/* Ends the part, whose size is `size`, and begins the next part. Returns 0. On failure the old part goes on, and an
+ * errno value is returned. */
 static int part_turn(uint64_t time, uint64_t size) {
     zeb_record_file old = file;
     int error = 0;
@@ -259,8 +260,8 @@ static int part_turn(uint64_t time, uint64_t size) {
     return 0;
 }
 
-/* Removes the older part, whose room is free at once, even while somebody has the file open. Returns whether it was
- * removed. */
+/* Removes the older part. It is truncated first, so that its room is free even while somebody has the file open.
+ * Returns whether it was removed. */
 static bool part_drop_before() {
     const bool dropped = before.number != 0 && zeb_record_file_is_at(&before, path_before) &&
                          truncate(path_before, 0) == 0 && unlink(path_before) == 0;
@@ -268,7 +269,7 @@ static bool part_drop_before() {
     return dropped;
 }
 
-/* Makes room after a failure to write; `time` is that of the next line. Returns whether there may be room now. */
+/* Makes room after a failed write. `time` is the time of the next line. Returns whether there may be room now. */
 static bool make_room(int error, uint64_t time) {
     if (keep == 0 || !disk_is_full(error)) {
         record_end("cannot be written, recording ends", error);
@@ -288,7 +289,7 @@ static bool make_room(int error, uint64_t time) {
     return part_begin(time, 0) == 0;
 }
 
-/* Counts lines that cannot be kept. Returns their length. */
+/* Counts lines as lost. Returns their length in bytes. */
 static uint32_t give_up(const char *text, uint32_t len, int error) {
     const uint64_t lines = count_lines(text, len);
     lines_before += lines;
@@ -300,8 +301,8 @@ static uint32_t give_up(const char *text, uint32_t len, int error) {
     return len;
 }
 
-/* There is no room for the next line: because of the part's limit (`by_limit`), or the process's limit for files.
- * Returns how much of the text has been dealt with. */
+/* Handles a line for which there is no room, because of the part's own limit (`by_limit`) or the process's limit for
+ * files. Returns how many bytes of the text are dealt with. */
 static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool by_limit) {
     const uint32_t line = line_length(text, len);
     const uint64_t time = line_time(text, line);
@@ -322,7 +323,7 @@ static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool
         return 0;
     }
     if (error == EMFILE || error == ENFILE || error == ENOMEM) {
-        part_max += keep / 16; // this part goes on for a while
+        part_max += keep / 16; // the part goes on for a while
         return 0;
     }
     if (!disk_is_full(error)) {
@@ -340,7 +341,7 @@ static void note_lines(const char *text, uint32_t len) {
     }
 }
 
-/* Adds lines to the part. Returns how much of the text has been dealt with; 0: try again. */
+/* Adds lines to the part. Returns how many bytes of the text are dealt with; 0: the caller has to try again. */
 static uint32_t part_add(const char *text, uint32_t len) {
     struct stat status = {};
     char mark[MARK_MAX];
@@ -390,8 +391,8 @@ void zeb_record_parts_write(const char *lines, uint32_t len) {
     }
 }
 
-/* Whether the names beside the recording's are free and files can be made there. If not, says so, and the recording is
- * off. */
+/* Whether the two other names (".1" and ".next") are free and a file can be made there. If not, says so on standard
+ * error, and switches the recording off. */
 static bool parts_possible() {
     zeb_record_file trial = {-1, 0, 0};
     int error = 0;

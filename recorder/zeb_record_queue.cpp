@@ -18,32 +18,32 @@
 enum {
     ROOM = 1024 * 1024, /* bytes that may wait for the disk; a line of two messages of full length fits */
     MARK_MAX = 64,      /* bytes of ROOM that are kept for the `lost` line */
-    PROMPT_US = 100000, /* a disk that keeps a thread longer is slow */
-    WAITS_MAX = 10,     /* a thread that is ready to run is given PROMPT_US so often */
+    PROMPT_US = 100000, /* a disk that holds up a thread longer than this is slow */
+    WAITS_MAX = 10,     /* how many times PROMPT_US a thread waits for a writer that is ready to run */
     SYNC_US = 500000,   /* from one sync of the disk to the next */
 };
 
-/* Guards the variables below; held for work in memory only, never while the disk is waited for. */
+/* Guards the variables below. Held for work in memory only, never during a wait for the disk. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t work_came;    /* for the recorder's thread; both use the monotonic clock */
-static pthread_cond_t text_written; /* for threads that wait until another has handed over */
-static char texts[2][ROOM];         /* one is filled while the other is written */
+static pthread_cond_t work_came;    /* for the recorder's thread; uses the monotonic clock */
+static pthread_cond_t text_written; /* for threads that wait for another to hand over lines; uses the monotonic clock */
+static char texts[2][ROOM];         /* one is filled while the other is being written */
 static char *text = texts[0];
 static uint32_t used;    /* bytes of text */
 static uint64_t added;   /* bytes of all lines so far */
 static uint64_t handed;  /* bytes of all lines handed over so far */
-static uint64_t left;    /* lines up to here are left to the recorder's thread */
+static uint64_t left;    /* all lines up to this number of bytes are left to the recorder's thread */
 static uint64_t writes;  /* how often lines have been handed over */
 static pid_t writer;     /* the thread that is handing over; 0: none */
 static pid_t own_thread; /* the recorder's; 0: not there yet */
-static bool own_idle;    /* that thread waits for work, without a limit */
+static bool own_idle;    /* the recorder's thread waits for work, without a limit */
 static bool slow;        /* the disk is slow: only the recorder's thread hands over */
-static bool stuck;       /* a thread has found that the disk keeps the writer */
+static bool stuck;       /* a thread has found that the disk holds up the writer */
 static bool preempted;   /* a thread has found that the writer waits for a processor */
 static bool unsynced;
 
-/* Lines lost since the last one that found room. While there is no room, lines are lost without the lock: a thread that
- * does nothing but lose lines would keep the lock from the thread that hands over. */
+/* Lines lost since the last line that found room. While there is no room, a thread counts its lost lines without taking
+ * the lock. Otherwise threads that lose lines would keep the lock from the thread that hands over. */
 static std::atomic<uint64_t> lost;
 static std::atomic<bool> full; /* there is no room, and will be none until lines are handed over */
 
@@ -74,9 +74,9 @@ static bool thread_runs(pid_t thread) {
     return name_end != nullptr && name_end + 2 < status + len && name_end[2] == 'R';
 }
 
-/* Waits, with the lock, until a thread has handed over. Returns false when waiting any longer is no use: the disk keeps
- * the writer. When the writer is found ready to run instead, returns true and counts that in *waits: the caller waits
- * again. */
+/* Waits, with the lock, until another thread has handed over lines. Returns true when it has. After a wait in vain
+ * looks at the writer: when the writer is ready to run, counts the wait in *waits and returns true, and the caller
+ * waits again. Returns false when the disk holds up the writer, or after WAITS_MAX waits: more waiting is no use. */
 static bool queue_wait(uint32_t *waits) {
     const uint64_t before = writes;
     const timespec until = zeb_record_timespec(zeb_record_clock(CLOCK_MONOTONIC) + PROMPT_US);
@@ -98,7 +98,7 @@ static bool queue_wait(uint32_t *waits) {
     return false;
 }
 
-/* Adds a `lost` line where lines were lost, if any were. There must be room for it. */
+/* Adds a `lost` line if lines were lost. There must be room for this line. */
 static void queue_mark_lost() {
     full = false;
     const uint64_t lines = lost.exchange(0);
@@ -121,8 +121,8 @@ static long voluntary_switches() {
     return usage.ru_nvcsw;
 }
 
-/* Hands all lines to the kernel. Called with the lock, while no other thread hands over. The lock is given up
- * meanwhile; returns false when it could not be taken again. */
+/* Hands all lines to the kernel. Called with the lock, and only while no other thread hands over. The lock is released
+ * during the writing. Returns false when the lock could not be taken again. */
 static bool queue_flush() {
     const char *lines = text;
     const uint32_t len = used;
@@ -135,8 +135,8 @@ static bool queue_flush() {
     const long switches = voluntary_switches();
     const uint64_t began = zeb_record_clock(CLOCK_MONOTONIC);
     zeb_record_parts_write(lines, len);
-    // A thread that has not slept has not waited for the disk, however long writing took. A thread that has slept may
-    // have waited for something else.
+    // A thread that has not slept has not waited for the disk, however long the write took. The reverse does not hold:
+    // a thread that has slept may have waited for something else.
     const bool prompt = zeb_record_clock(CLOCK_MONOTONIC) - began <= PROMPT_US || voluntary_switches() == switches;
     if (!queue_lock()) {
         return false;
@@ -152,13 +152,12 @@ static bool queue_flush() {
     return true;
 }
 
-/* Whether the recorder's thread has something to do that it does not know of. */
+/* Whether the recorder's thread has work and has to be woken. */
 static bool queue_own_work() {
     return left > handed || zeb_record_parts_sync_now() || (own_idle && unsynced);
 }
 
-/* Hands over the lines up to `upto`, or leaves them to the recorder's thread. Called with the lock, which is given
- * up. */
+/* Hands over the lines up to `upto`, or leaves them to the recorder's thread. Called with the lock, and releases it. */
 static void queue_hand_over(uint64_t upto) {
     uint32_t waits = 0;
     while (handed < upto && !slow) {
@@ -220,7 +219,8 @@ void zeb_record_queue_lose() {
     queue_unlock();
 }
 
-/* The recorder's thread: puts on the disk what the kernel has, and hands over what has been left to it. */
+/* The recorder's thread: puts on the disk what the kernel has, and hands over the lines that are left to this
+ * thread. */
 static void *queue_thread(void * /*unused*/) {
     uint64_t next_sync = 0;
     int error = 0;
@@ -256,8 +256,8 @@ static void *queue_thread(void * /*unused*/) {
     return nullptr;
 }
 
-/* The recorder's thread must not take a signal that the program has blocked or waits for, so it blocks signals. It does
- * not block those that say that the thread itself has failed: these must end the process. */
+/* Starts the recorder's thread. This thread must not take a signal that the program has blocked or waits for. So it
+ * blocks all signals but those that report a fault of the thread itself: these must end the process. */
 static bool queue_start_thread() {
     sigset_t blocked;
     sigset_t previous;

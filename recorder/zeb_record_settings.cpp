@@ -17,8 +17,8 @@ static bool is_set(const char *value) {
     return value != nullptr && *value != '\0';
 }
 
-/* Reads a number of bytes: digits alone, 64 bits at most. Returns false for any other text, and for a number less than
- * `min`. */
+/* Reads a number of bytes from a text of digits alone. Returns false for any other text, for a number of more than 64
+ * bits, and for a number below `min`. */
 static bool read_bytes(const char *text, uint64_t min, uint64_t *bytes) {
     char *end = nullptr;
     errno = 0;
@@ -65,8 +65,8 @@ static void settings_take() {
     }
 }
 
-/* The settings are read when this library is loaded, or before: a library that is loaded earlier may call the platform
- * from its own constructor. */
+/* The settings are read when this library is loaded, or earlier: another library may be loaded before this one, and may
+ * call the platform from its own constructor. */
 [[gnu::constructor]] static void settings_read_once() {
     if (!settings_read) {
         const int error = errno;

@@ -32,8 +32,8 @@ uint64_t zeb_record_time() {
     return std::max(zeb_record_clock(CLOCK_MONOTONIC), start_us) - start_us;
 }
 
-/* Writes to standard error without SIGPIPE (nobody reads the pipe) and SIGXFSZ (the file has reached its limit): such a
- * signal is blocked, and taken away again when this write has raised it. */
+/* Writes to standard error without raising a signal. SIGPIPE (nobody reads the pipe) and SIGXFSZ (the file has reached
+ * its limit) are blocked meanwhile. If this write has raised one of the two, it is taken away again. */
 static void say_line(const char *line, size_t len) {
     sigset_t raised;
     sigset_t pending;

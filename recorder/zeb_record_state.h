@@ -1,4 +1,4 @@
-/* Whether the recorder records, what time it is in the recording, and what is said when something goes wrong. */
+/* Whether the recorder records, the time in the recording, and the messages about failures. */
 #ifndef ZEB_RECORD_STATE_H
 #define ZEB_RECORD_STATE_H
 
@@ -10,13 +10,14 @@ enum zeb_record_phase {
     ZEB_RECORD_NOT_STARTED, /* no call of the platform yet */
     ZEB_RECORD_ON,
     ZEB_RECORD_OFF,        /* not asked for, ended, or failed */
-    ZEB_RECORD_IN_CHILD,   /* a forked child of a process that records, before its first call */
-    ZEB_RECORD_CHILD_TOLD, /* likewise, after its first call */
+    ZEB_RECORD_IN_CHILD,   /* a child of fork of a process that records, before the child's first call */
+    ZEB_RECORD_CHILD_TOLD, /* the same child after its first call */
 };
 
 extern std::atomic<int> zeb_record_phase;
 
-/* The time of a clock in microseconds; and such a time as a pthread function takes it. */
+/* The first returns the time of a clock in microseconds. The second returns such a time in the form that pthread
+ * functions take. */
 uint64_t zeb_record_clock(clockid_t clock);
 timespec zeb_record_timespec(uint64_t us);
 
@@ -24,11 +25,11 @@ timespec zeb_record_timespec(uint64_t us);
 void zeb_record_time_start();
 uint64_t zeb_record_time();
 
-/* Prints one line on standard error, with the text of an errno value unless that is 0. Does not wait for a reader that
- * does not read, and raises no signal. */
+/* Prints one line on standard error, with the text of the errno value `error` unless it is 0. Does not wait when
+ * standard error takes nothing, and raises no signal. */
 void zeb_record_say(const char *subject, const char *reason, int error);
 
-/* Ends the recording because of a failure. Only the first failure is said, with the path that was asked for. */
+/* Ends the recording because of a failure. Only the first failure is printed, with the path of the recording. */
 void zeb_record_fail(const char *reason, int error);
 
 /* Ends the recording unless `error`, the result of a pthread function, is 0. Returns whether it is 0. */

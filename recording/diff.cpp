@@ -7,13 +7,13 @@
 
 namespace {
 
-/* A line as it is compared. */
+/* A line, with the text that is compared. */
 struct diff_line {
     const recording_entry *entry;
     std::string text;
 };
 
-/* The line without its time and how long it took. */
+/* The line without its time and without how long the call took. */
 std::string timeless(std::string_view line) {
     line.remove_prefix(std::min(line.find(' ') + 1, line.size()));
     if (const size_t took = line.rfind(" took="); took != std::string_view::npos) {
@@ -50,7 +50,7 @@ void put(std::string &out, char mark, const diff_line &line) {
     out += " " + std::to_string(line.entry->line) + ": " + in_words(*line.entry) + "\n";
 }
 
-/* The fields of two messages that differ, with both values; "" where no field differs. */
+/* The fields in which two messages differ, with both values; "" when the messages do not differ. */
 std::string fields_that_differ(const session_message &a, const session_message &b) {
     std::string text;
     if (a.what == nullptr || a.what != b.what) {
@@ -72,7 +72,7 @@ std::string fields_that_differ(const session_message &a, const session_message &
     return text;
 }
 
-/* Two lines that stand in each other's place. */
+/* Writes a line of one recording and the line that the other recording has in its place. */
 void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     put(out, '-', a);
     put(out, '+', b);
@@ -91,15 +91,16 @@ void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     }
 }
 
-/* How far ahead a line is looked for after a difference. */
+/* After a difference, how many lines ahead an equal line is looked for. */
 constexpr size_t AHEAD = 2000;
 
-/* The nearest pair of equal lines from i and j on: how many lines of a and b come before it. */
+/* The nearest pair of equal lines, searched from line i of a and line j of b on. Returns how many lines of a and of b
+ * come before the pair. */
 std::pair<size_t, size_t> next_equal(const std::vector<diff_line> &a, size_t i, const std::vector<diff_line> &b,
                                      size_t j) {
     const size_t of_a = std::min(a.size() - i, AHEAD);
     const size_t of_b = std::min(b.size() - j, AHEAD);
-    std::unordered_map<std::string_view, size_t> first; // where each text stands first among those lines of b
+    std::unordered_map<std::string_view, size_t> first; // for each text its first place in b, counted from j
     for (size_t y = 0; y < of_b; y++) {
         first.try_emplace(b[j + y].text, y);
     }

@@ -19,13 +19,13 @@ const std::array<facts_signal, FACTS_SIGNALS> facts_signals = {{
 
 namespace {
 
-/* Spans of one kind, of which the last may still go on. */
+/* Spans of one kind. The last span may still be open. */
 struct track {
     std::vector<facts_span> &spans;
     bool open = false;
 };
 
-/* A state begins, unless the same state lasts already. */
+/* Begins a span for this state, unless the open span has the same state. */
 void track_state(track &t, uint64_t us, size_t line, std::string text, std::string more) {
     if (t.open) {
         t.spans.back().to_us = us;
@@ -70,7 +70,7 @@ std::string mhz(uint32_t khz) {
     return cpe_dm_mhz_text(text, sizeof(text), khz) + std::string(" MHz");
 }
 
-/* The cell of one technology that an answer tells of. */
+/* Takes the LTE serving cell from an answer. */
 void see_lte_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_t us, size_t line) {
     const auto pci = message_number(m, bytes, "lte.pci");
     if (!pci) {
@@ -97,7 +97,7 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
     const auto pci = message_number(m, bytes, "nr5g.pci");
     const auto arfcn = message_number(m, bytes, "nr5g.arfcn");
     if (!pci && !arfcn) {
-        return; // an NR 5G cell attached to LTE is told with the system information
+        return; // an NR 5G cell attached to LTE comes with the system information
     }
     std::string more;
     if (arfcn) {
@@ -170,7 +170,7 @@ void see_message(gathering &g, const recording_entry &entry, uint64_t us, size_t
     }
 }
 
-/* The modem's service went or came. */
+/* Takes an event: the modem's service has come or gone. */
 void see_event(gathering &g, const recording_entry &entry, size_t line) {
     g.out.events.push_back(line);
     if (entry.status == ZEB_EVENT_SERVICE_DOWN) {
@@ -208,7 +208,7 @@ void see_line(gathering &g, size_t index) {
     const session_line &line = g.s.lines[index];
     const recording_entry &entry = *line.entry;
     if (entry.kept) {
-        return; // a kept line does not tell when its call was made
+        return; // a kept line has no time of its own
     }
     if (facts_failed(line)) {
         g.out.failures.push_back(index);
@@ -241,8 +241,8 @@ bool is_served(const std::string &status) {
                        [&status](uint32_t number) { return status == cpe_dm_reg_status_name(number); });
 }
 
-/* Joins the times without a network's service and those without the modem's service into one row of spans that do not
- * overlap. */
+/* Joins two kinds of spans into one row without overlaps: times without service of a network, and times without the
+ * modem's service. */
 void join_outages(facts &out) {
     std::vector<facts_span> all = out.absences;
     for (const facts_span &span : out.registration) {
@@ -301,7 +301,7 @@ bool facts_unreturned(const session_line &line) {
     const session_file &file = *line.file;
     const recording_entry &entry = *line.entry;
     const bool callback = entry.kind == recording_kind::INDICATION || entry.kind == recording_kind::EVENT;
-    // Where lines are missing, the line that says that the callback returned may be missing too.
+    // Where lines are missing, the `returned` line of the callback may be among them.
     const bool goes_on = file.content.cut || file.continued || !file.content.end_reason.empty();
     const bool missing = file.content.lost_lines > 0 || (goes_on && entry.begin_us + AT_THE_END_US > file.end_us);
     return callback && file.content.version > 1 && !entry.returned && !missing;

@@ -1,4 +1,4 @@
-/* What happened in a recording, as a whole: what was asked and how it went, the signal over time, where the box was
+/* What happened in a whole recording: what was asked and with which results, the signal over time, where the box was
  * served, and what failed. */
 #ifndef FACTS_H
 #define FACTS_H
@@ -7,7 +7,7 @@
 
 #include <array>
 
-/* A call or callback that takes this long is slow; a wait never is. */
+/* A call or callback that takes this long is slow; a wait is never slow. */
 inline constexpr uint64_t FACTS_SLOW_US = 100000;
 
 /* A time of this length without any line is a gap. */
@@ -24,10 +24,11 @@ extern const std::array<facts_signal, FACTS_SIGNALS> facts_signals;
 
 inline constexpr int32_t FACTS_NO_VALUE = INT32_MIN;
 
-/* What one answer or indication says of the signal; values in counts, FACTS_NO_VALUE where it has none. */
+/* The signal values of one answer or indication, in counts. FACTS_NO_VALUE stands for a value that the message does not
+ * have. */
 struct facts_sample {
     uint64_t us = 0;
-    size_t line = 0; /* of session::lines */
+    size_t line = 0; /* index of session::lines */
     std::array<int32_t, FACTS_SIGNALS> values = {};
 };
 
@@ -35,9 +36,9 @@ struct facts_sample {
 struct facts_span {
     uint64_t from_us = 0;
     uint64_t to_us = 0;
-    size_t line = 0; /* that began the state */
+    size_t line = 0; /* the line that began the state */
     std::string text;
-    std::string more; /* details for whoever looks at the span */
+    std::string more; /* details about the span */
 };
 
 /* All requests, or indications, of one ID. */
@@ -45,9 +46,9 @@ struct facts_message {
     zeb_message_type type = ZEB_MESSAGE_REQUEST;
     uint32_t id = 0;
     size_t count = 0;
-    size_t failed = 0;       /* no answer, or one that refuses; of an indication: it could not be decoded */
+    size_t failed = 0;       /* of a request: no answer, or a refusal; of an indication: it could not be decoded */
     size_t first_failed = 0; /* index of session::lines */
-    size_t undecoded = 0;    /* of an indication: it was not decoded */
+    size_t undecoded = 0;    /* of an indication: the program did not decode it */
     uint64_t slowest_us = 0; /* of an indication: its callback */
     size_t slowest = 0;      /* index of session::lines */
 };
@@ -60,7 +61,7 @@ struct facts {
     std::vector<facts_span> registration; /* text: the name of the status */
     std::vector<facts_span> lte_cells;
     std::vector<facts_span> nr5g_cells;
-    std::vector<facts_span> outages;  /* not served, or without the modem's service */
+    std::vector<facts_span> outages;  /* times without a network's service, or without the modem's */
     std::vector<facts_span> absences; /* without the modem's service */
     std::vector<facts_span> gaps;
     std::vector<size_t> failures; /* lines */
@@ -73,8 +74,8 @@ struct facts {
 
 facts facts_gather(const session &s);
 
-/* Whether the line tells of something that went wrong. A list without the modem's service does not count: the program
- * waits for the service. */
+/* Whether the line tells of a failure. A service list without the modem's service is no failure: the program is waiting
+ * for the service. */
 bool facts_failed(const session_line &line);
 bool facts_slow(const session_line &line);
 

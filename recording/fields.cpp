@@ -32,7 +32,7 @@ template <typename T> constexpr field_type type_of() {
     }
 }
 
-/* The place of a member of type T: of a value, or of a list. */
+/* The place of a member of type T, which is a value or a list. */
 template <typename T> constexpr field_place place_of(size_t offset) {
     using element = std::remove_extent_t<T>;
     static_assert(!std::is_array_v<element>);
@@ -40,7 +40,7 @@ template <typename T> constexpr field_place place_of(size_t offset) {
             static_cast<uint32_t>(std::extent_v<T>)};
 }
 
-/* The place of three bytes that are one value. */
+/* The place of three bytes that together are one value. */
 template <typename T> constexpr field_place bytes_of(size_t offset, field_type type) {
     static_assert(std::is_same_v<T, uint8_t[3]>);
     return {static_cast<uint32_t>(offset), sizeof(T), type, 0};
@@ -85,7 +85,8 @@ constexpr field FIELDS[] = {
 
 namespace config_req {
 using s = zeb_nas_config_sig_info_req;
-/* In the units of the metrics in the signal information; a change of a power in dBm is one in dB. */
+/* A threshold, in the unit of its metric in the signal information. For a power in dBm the unit is dB, since a change
+ * of power is in dB. */
 constexpr field threshold(const char *name, uint32_t counts_per_unit, size_t offset) {
     return {.name = name,
             .unit = "dB",
@@ -183,7 +184,7 @@ constexpr field FIELDS[] = {
 };
 } // namespace sig_info
 
-/* The technology of the power stands in the request. */
+/* The response to this request has one power; the request tells of which technology. */
 constexpr field TX_RX_INFO_REQ[] = {
     {.name = "radio_if", .place = PLACE(zeb_nas_tx_rx_info_req, radio_if), .names = RADIO_IFS},
 };
@@ -337,8 +338,8 @@ constexpr message MESSAGES[] = {
     {RESPONSE, ZEB_NAS_GET_CQI_INFO, sizeof(zeb_nas_cqi_info_resp), 0, cqi::RESP},
 };
 
-/* Neighbours are no values of their own, the registration status is derived from several, and the TX power is that of
- * the technology that was asked for. */
+/* Whether a metric has no field of its own. Neighbour metrics are parts of lists. The registration status is derived
+ * from several fields. The TX power field is that of the requested technology. */
 constexpr bool is_elsewhere(uint32_t metric) {
     return (metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ) ||
            metric == CPE_DM_METRIC_REG_STATUS || metric == CPE_DM_METRIC_LTE_TX_POWER ||
@@ -409,7 +410,7 @@ bool is_reported(const field &f, const uint8_t *base) {
                               has_cgi ? load<int64_t>(base + f.cgi) : 0) != 0;
 }
 
-/* The elements of a part of a group, with a separator; "" where it is an empty list. */
+/* The elements of one field of a group, with a separator between them; "" for an empty list. */
 std::string part_text(const field &part, const uint8_t *element, const char *separator) {
     std::string text;
     for (uint32_t i = 0; i < field_count(part, element); i++) {

@@ -1,6 +1,6 @@
-/* The messages of the network access service, field by field: the one table from which messages are decoded here, for
- * people, for scripts, for the page, for a comparison, and to find identities. Offsets, sizes and types are those of
- * the platform's header, taken by the compiler. */
+/* The messages of the network access service, field by field. Everything here that looks into a message uses this one
+ * table: texts for people, JSON, the page, comparisons, and the search for identities. The compiler takes offsets,
+ * sizes and types from the platform's header. */
 #ifndef FIELDS_H
 #define FIELDS_H
 
@@ -22,12 +22,12 @@ enum class field_type : uint8_t {
     I16,
     I32,
     PLMN_BYTES, /* three bytes with the digits of a network's identity */
-    PLMN,       /* the same as a zeb_nas_plmn */
+    PLMN,       /* a network's identity in a zeb_nas_plmn */
     TAC_BYTES,  /* three bytes, the most significant first */
     GROUP,      /* a structure with fields of its own */
 };
 
-/* What a value identifies, and so tells of where the box is. A PLMN is known by its type instead. */
+/* What a value identifies. Such a value tells where the box is. A PLMN has no entry here: its type marks it. */
 enum class field_identity : uint8_t { NONE, CHANNEL, PCI, CGI, TAC };
 
 /* A number that has a name. */
@@ -47,19 +47,18 @@ struct field_place {
 inline constexpr uint32_t FIELD_NO_OFFSET = UINT32_MAX;
 
 struct field {
-    uint32_t metric = 0;        /* CPE_DM_METRIC_...: the field is that metric, with its key and unit; 0: it is none */
+    uint32_t metric = 0; /* the CPE_DM_METRIC_... that the field is, which gives its key and unit; 0: it is no metric */
     const char *name = nullptr; /* of a field that is no metric */
     const char *unit = "";
     uint32_t counts_per_unit = 1;
     field_place place;
-    uint32_t valid =
-        FIELD_NO_OFFSET; /* where the flag (8 bits) lies that says that the field is present, if it has one */
-    uint32_t length = FIELD_NO_OFFSET; /* where the number (32 bits) of a list's valid elements lies */
-    uint32_t cgi = FIELD_NO_OFFSET;    /* of a PCI: where the CGI (64 bits) lies; if that is 0, a PCI of 0 is missing */
+    uint32_t valid = FIELD_NO_OFFSET;  /* offset of the flag (8 bits) that says whether the field is present */
+    uint32_t length = FIELD_NO_OFFSET; /* offset of the count (32 bits) of a list's valid elements */
+    uint32_t cgi = FIELD_NO_OFFSET;    /* of a PCI: offset of the CGI (64 bits), which cpe_dm_is_reported needs */
     field_identity identity = field_identity::NONE;
     std::span<const field_name> names = {};
-    std::span<const field> group = {}; /* the fields of an element; its offsets count from the element */
-    bool compact = false;              /* people read the group's values with strokes between them: 1300/301 */
+    std::span<const field> group = {}; /* the fields of one element; their offsets count from its start */
+    bool compact = false;              /* texts for people have strokes between the group's values: 1300/301 */
 };
 
 /* A message of one direction. */
@@ -67,14 +66,14 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* offset of what `fields` describes; a response's header lies before it or is counted with it */
+    uint32_t body; /* where the offsets of `fields` count from; a response's header may lie before */
     std::span<const field> fields;
 };
 
 /* The fields with which every response begins. */
 extern const std::span<const field> message_response_header;
 
-/* An entry of the list of services, which is no message. */
+/* An entry of the service list. It is no message, but is described like one. */
 extern const message message_service_entry;
 
 /* The message of this type (zeb_message_type) and ID, or null when the table has none. */
@@ -83,39 +82,38 @@ const message *message_find(uint32_t type, uint32_t id);
 /* All of the table. */
 std::span<const message> message_all();
 
-/* The name for people of what a request asks for, or an indication tells: "get signal info". "unknown message" when the
- * table has none. */
+/* The name for people of a request or an indication: "get signal info". "unknown message" when the table has none. */
 const char *message_name(uint32_t type, uint32_t id);
 
 const char *field_key(const field &f);
 const char *field_unit(const field &f);
 uint32_t field_counts_per_unit(const field &f);
 
-/* The functions below read the structure of `size` bytes at `base` that the field belongs to. */
+/* In the functions below, `base` is the structure that the field belongs to. */
 
-/* Whether the sender has set the field: its flag, where it has one, and for a metric what cpe_dm_is_reported says. */
+/* Whether the sender has set the field. If the field has a flag, the flag must be set. If the field is a metric,
+ * cpe_dm_is_reported must agree. */
 bool field_present(const field &f, const uint8_t *base);
 
-/* How many values a field has: the valid elements of a list, never more than there is room for; 1 for a field that is
- * no list. */
+/* How many values a field has: 1, or for a list the number of its valid elements, at most the room of the list. */
 uint32_t field_count(const field &f, const uint8_t *base);
 
-/* Where element i lies. */
+/* The address of element i. */
 inline const uint8_t *field_at(const field &f, const uint8_t *base, uint32_t i) {
     return &base[f.place.offset + size_t{i} * f.place.size];
 }
 
-/* An element as a number; 0 for a PLMN or a group. An unsigned element of 64 bits keeps its bits. */
+/* An element as a number; 0 for a PLMN or a group. An unsigned element of 64 bits is returned bit for bit. */
 int64_t field_number(const field &f, const uint8_t *at);
 
 /* An element for people, without its unit. */
 std::string field_text(const field &f, const uint8_t *at);
 
-/* The field of a message by its key; null: it has none. */
+/* The field of a message that has this key; null when there is none. */
 const field *message_field(const message &m, std::string_view key);
 
-/* The number in a field of a message, in counts; std::nullopt where the field is not present, or the message has no
- * such field. */
+/* The number in a field of a message, in counts. std::nullopt when the field is not present, or the message has no such
+ * field. */
 std::optional<int64_t> message_number(const message &m, const uint8_t *bytes, std::string_view key);
 
 /* A message for people: "lte.rsrp -93 dBm, lte.rsrq -10 dB". Fields that are not present are left out. `bytes` has the

@@ -17,7 +17,7 @@ constexpr uint64_t LONG_CGI = uint64_t{1} << 36;
 constexpr uint64_t U16 = UINT16_MAX;
 constexpr uint64_t U24 = (uint64_t{1} << 24) - 1;
 
-/* LTE channels below this number may be the low 16 bits of a channel of band 65 or above. */
+/* An LTE channel number below this limit may be the low 16 bits of a channel number of band 65 or above. */
 constexpr uint64_t CUT_CHANNELS = 5110;
 constexpr uint64_t CUT = CPE_DM_LTE_EARFCN_CUT;
 
@@ -29,15 +29,15 @@ bool is_odd_plmn(uint64_t value) {
     return (value & 0xF) > 9;
 }
 
-/* Values of a space that replace one another, so that a replacement has as many bits as the field, and means the same
- * sort of thing. */
+/* A range of values that replace one another. So a replacement fits into the same field, and means the same sort of
+ * thing. */
 struct range {
     space_id space;
     uint64_t first;
     uint64_t last;
     uint64_t likely_first;             /* replacements are drawn from this value ... */
     uint64_t likely_last;              /* ... to this one ... */
-    bool (*is_likely)(uint64_t value); /* ... and must satisfy this, until all that do are taken */
+    bool (*is_likely)(uint64_t value); /* ... and must satisfy this (null: all do), until all such values are used up */
 };
 
 constexpr range RANGES[] = {
@@ -72,8 +72,8 @@ const range *range_of(space_id space, uint64_t value) {
     return found == std::end(RANGES) ? nullptr : found;
 }
 
-/* A replacement for `original` that no other value has. There always is one: a range has as many values as it has
- * originals. */
+/* Draws a replacement for `original` that no other value has. There is always one left: a range has at least as many
+ * values as originals. */
 uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
     constexpr int TRIES = 1000;
     std::random_device random;
@@ -84,8 +84,8 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // The likely values are all but used up: take the next free value of the range, from anywhere in it. It may be a
-    // value that was seen, but the original itself only when no other is free.
+    // The likely values are almost used up. Take the next free value from a random place in the range on. It may be a
+    // value that was seen. The original itself is taken only when no other value is free.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
     uint64_t value = any(random);
     bool original_is_free = false;
@@ -119,7 +119,8 @@ uint64_t replace(identities &all, space_id space, uint64_t value) {
     return found->second;
 }
 
-/* A channel of band 65 or above and what 16 bits leave of it stay the same channel. */
+/* Replaces a channel number. A channel of band 65 or above and the low 16 bits of its number are still the same channel
+ * afterwards. */
 uint64_t replace_channel(identities &all, uint64_t value) {
     const bool above = value > CUT && value < CUT + CUT_CHANNELS;
     return replace(all, space_id::CHANNEL, above ? value - CUT : value) + (above ? CUT : 0);
@@ -133,7 +134,8 @@ uint64_t replace_cgi(identities &all, uint64_t value) {
     return replace(all, space_id::BASE_STATION, value >> CELL_BITS) << CELL_BITS | cell;
 }
 
-/* The digits of a PLMN of three bytes, in their order: MCC, MNC, and 15 where there is no third digit of the MNC. */
+/* The digits of a PLMN of three bytes: first the MCC, then the MNC. 15 stands in the place of a missing third digit of
+ * the MNC. */
 std::array<unsigned, 6> digits_of(const uint8_t *bytes) {
     const auto half = [bytes](int i, unsigned shift) { return unsigned{bytes[i]} >> shift & 0xF; };
     return {half(0, 0), half(0, 4), half(1, 0), half(2, 0), half(2, 4), half(1, 4)};
@@ -233,7 +235,7 @@ void identity_replace_field(identities &all, const field &f, uint8_t *at) {
         zeb_nas_plmn plmn;
         memcpy(&plmn, at, sizeof(plmn));
         plmn.plmn_mcc = static_cast<uint16_t>(identity_replace_mcc(all, plmn.plmn_mcc));
-        if (plmn.plmn_mcc != 0) { // otherwise there is no network
+        if (plmn.plmn_mcc != 0) { // an MCC of 0: no network, so the MNC stays too
             plmn.plmn_mnc = static_cast<uint16_t>(identity_replace_mnc(all, plmn.plmn_mnc));
         }
         memcpy(at, &plmn, sizeof(plmn));

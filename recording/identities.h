@@ -1,8 +1,9 @@
-/* What stands for what in a redacted recording. Every identity has one replacement, drawn at random for this run alone:
- * neither can be computed from the other, so guesses cannot be tried out. Replacements are plausible values of the same
- * kind, none of them an identity that was seen.
+/* The replacements of identities in a redacted recording. Every identity has one replacement, drawn at random for this
+ * run alone. Neither can be computed from the other, so nobody can find an original by trying values out. A replacement
+ * is a plausible value of the same kind, and no identity that was seen. Only when such values are used up, other values
+ * of the same kind are taken.
  *
- * A 0 stays where it says that the modem reported nothing: as a channel, PCI, CGI, TAC, and country code. */
+ * A 0 stays 0 where it means "not reported": as a channel, PCI, CGI, TAC, and country code. */
 #ifndef IDENTITIES_H
 #define IDENTITIES_H
 
@@ -14,11 +15,11 @@
 
 /* Values of one kind that are replaced by one another. */
 enum class identity_space : uint8_t {
-    CHANNEL, /* of either technology: their numbers do not meet */
+    CHANNEL, /* channel numbers of both technologies, which have no number in common */
     PCI,
-    CGI,          /* of more than 28 bits */
-    BASE_STATION, /* of a CGI of 28 bits at most: all but its low 8 bits. Cells of one base station stay together */
-    CELL,         /* those 8 bits */
+    CGI,          /* a CGI of more than 28 bits */
+    BASE_STATION, /* a CGI of 28 bits at most, without its low 8 bits; the cells of one base station stay together */
+    CELL,         /* the low 8 bits of such a CGI */
     TAC,
     MCC,
     MNC,
@@ -34,11 +35,12 @@ struct identities {
     };
     std::array<space, static_cast<size_t>(identity_space::COUNT)> spaces;
 
-    /* While true, a value that is asked for is noted as seen and returned unchanged. */
+    /* While true, the functions below only note each value as seen, and return it unchanged. */
     bool collecting = true;
 };
 
-/* The replacement of a channel number, a PCI, a CGI or a TAC, and of the two numbers of a PLMN. */
+/* The first returns the replacement of a channel number, a PCI, a CGI or a TAC. The second and the third return the
+ * replacements of a PLMN's MCC and MNC. */
 uint64_t identity_replace(identities &all, field_identity kind, uint64_t value);
 uint64_t identity_replace_mcc(identities &all, uint64_t mcc);
 uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
@@ -50,10 +52,10 @@ uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 
-/* Replaces all identities of the field at `at`, of whatever type. */
+/* Replaces all identities in the field at `at`, whatever its type. */
 void identity_replace_field(identities &all, const field &f, uint8_t *at);
 
-/* What was replaced, for people: "3 channels, 4 physical cell identities, ..."; "nothing" when nothing was. */
+/* A text for people about what was replaced: "3 channels, 4 physical cell identities, ...", or "nothing". */
 std::string identity_summary(const identities &all);
 
 #endif

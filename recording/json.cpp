@@ -4,8 +4,8 @@
 
 namespace {
 
-/* Strings are written in ASCII whatever their bytes are, and without characters that could end a script in a page. A
- * byte above 127, which no text of a recording has, is written as the character of that number. */
+/* Writes a string in ASCII, whatever its bytes are, and without characters that could end a script in a page. A byte
+ * above 127 is written as the character with this number; no text of a recording has such a byte. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
     for (const char c : value) {
@@ -37,7 +37,7 @@ void put_key(json_writer &to, std::string_view key) {
 
 void put_element(json_writer &to, const field &f, const uint8_t *at, std::string_view key);
 
-/* One field of a message or group, under that key. */
+/* Writes one field of a message or group, under the given key. */
 void put_field(json_writer &to, const field &f, const uint8_t *base, std::string_view key) {
     if (f.place.max == 0) {
         put_element(to, f, field_at(f, base, 0), key);

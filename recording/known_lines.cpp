@@ -15,7 +15,7 @@ constexpr std::string_view DIGITS = "0123456789";
 constexpr std::string_view HEX_DIGITS = "0123456789abcdef";
 constexpr std::string_view LOWER_CASE = "abcdefghijklmnopqrstuvwxyz";
 
-/* What stands in a line for a conversion of its form. */
+/* The part of a line that one conversion of the form has printed. */
 struct filled {
     size_t begin = 0;
     size_t length = 0;
@@ -39,12 +39,12 @@ bool is_name(std::string_view text) {
             return true;
         }
     }
-    // An operation, which has no digits but the 5 of nr5g.
+    // Otherwise the text must be the name of an operation: small letters and underscores alone.
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
-/* How much of the front of the text a conversion can have printed; `next` is what follows the conversion in the
- * form. */
+/* How many characters at the front of the text the conversion can have printed. `next` is the text that follows the
+ * conversion in the form. */
 size_t filled_length(char conversion, std::string_view text, std::string_view next) {
     switch (conversion) {
     case 'd':
@@ -64,7 +64,7 @@ size_t filled_length(char conversion, std::string_view text, std::string_view ne
     }
 }
 
-/* Takes a conversion from the front of the form, "%hu" say. */
+/* Takes a conversion, such as "%hu", from the front of the form. Returns its letter. */
 char take_conversion(std::string_view &form) {
     form.remove_prefix(std::min(form.find_first_of("diuxps"), form.size()));
     const char letter = form.empty() ? '\0' : form.front();
@@ -95,8 +95,7 @@ bool matches(std::string_view form, std::string_view line, match &out) {
     return at == line.size();
 }
 
-/* Reads a number as it was printed; -1 is the highest number of 64 bits. Returns false when the number has more
- * bits. */
+/* Reads a number from a line; -1 becomes the highest number of 64 bits. Returns false when the number has more bits. */
 bool read_number(std::string_view line, const filled &place, uint64_t &value) {
     const char *begin = line.data() + place.begin;
     const char *end = begin + place.length;
@@ -139,8 +138,8 @@ uint64_t replacement(identities &all, char kind, uint64_t value) {
     }
 }
 
-/* Replaces the numbers of a line that are identities. Returns false when one of them has more bits than its kind can
- * have. */
+/* Replaces those numbers of a line that are identities. Returns false when a number has more bits than an identity of
+ * its kind can have. */
 bool replace_numbers(std::array<uint64_t, FILLED_MAX> &values, size_t count, std::string_view kinds, identities &all) {
     for (size_t i = 0; i < count; i++) {
         const char kind = i < kinds.size() ? kinds[i] : '.';
@@ -190,7 +189,7 @@ std::optional<std::string> redact_text(std::string_view text, identities &all) {
     return std::nullopt;
 }
 
-/* Whether the line is one of options: the first number is an option's, the others have few digits. */
+/* Whether the line is an option line: its first number is that of an option, and the others have few digits. */
 bool is_option_line(std::string_view text) {
     constexpr size_t DIGITS_MAX = 5; // a threshold
     constexpr unsigned OPTIONS = 10;
@@ -209,8 +208,8 @@ bool is_option_line(std::string_view text) {
     return true;
 }
 
-/* The length of the head of a log's line, "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 "; 0: it has none. `wall_us`
- * is the head's time. */
+/* The length of a log line's head, such as "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 "; 0 when the line has none.
+ * `wall_us` becomes the time in the head. */
 size_t head_length(std::string_view line, int64_t &wall_us) {
     const size_t blank = line.find(' ');
     const auto time = time_parse(line.substr(0, blank));

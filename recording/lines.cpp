@@ -24,14 +24,14 @@ constexpr status_row STATUSES[] = {
     {ZEB_TRANSPORT_ERR, "ZEB_TRANSPORT_ERR"},
 };
 
-/* Of a call that takes this long or longer, the time is shown. */
+/* The time of a call is shown when the call took this long or longer. */
 constexpr uint64_t WORTH_A_WORD_US = 1000;
 
 std::string number(uint32_t value) {
     return std::to_string(value);
 }
 
-/* A message in words; of a message that the table does not know, only the length. */
+/* A message in words. Of a message that the table does not know, only the length is given. */
 std::string message_words(const session_message &m, const recording_bytes &bytes) {
     if (m.what != nullptr) {
         return message_text(*m.what, m.bytes.data());

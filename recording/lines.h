@@ -6,16 +6,16 @@
 
 struct line_words {
     const char *kind = ""; /* as the recording calls it: "send" */
-    std::string what;      /* what was asked or told */
-    std::string result;    /* what came of it */
-    std::string timing;    /* how long it took, when that is worth a word */
+    std::string what;      /* the request, call, indication or event */
+    std::string result;    /* its outcome */
+    std::string timing;    /* how long it took; empty when that was short */
     bool failed = false;
     bool slow = false;
 };
 
 line_words line_describe(const session_line &line);
 
-/* The kind as the recording calls it. */
+/* The name of the entry's kind, as recordings have it. */
 const char *line_kind(const recording_entry &entry);
 
 /* A status of the platform: "ZEB_TRANSPORT_ERR (-8)". */

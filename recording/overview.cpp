@@ -42,7 +42,7 @@ overview_row source_row(const session &s) {
     return {"recorded", {text + ", version " + std::to_string(head.version) + " of the format"}};
 }
 
-/* "162, 3 failed", and a line for each ID. */
+/* A row such as "162, 3 failed", with one more line for each message ID. */
 overview_row message_row(const session &s, const facts &f, zeb_message_type type, const char *label) {
     overview_row row = {label, {""}};
     size_t count = 0;
@@ -88,7 +88,7 @@ overview_row registration_row(const facts &f) {
     return {"registration", {text.empty() ? "nothing known" : text}};
 }
 
-/* A row with the number of spans, how long they are together, and each of the first of them. */
+/* A row about spans: how many there are, how long they are together, and the first few of them, one a line. */
 overview_row spans_row(const session &s, const char *label, const std::vector<facts_span> &spans) {
     constexpr size_t SHOWN = 5;
     uint64_t together = 0;
@@ -107,7 +107,7 @@ overview_row spans_row(const session &s, const char *label, const std::vector<fa
     return row;
 }
 
-/* Lowest, middle and highest of each value. */
+/* The lowest, the middle and the highest number of each signal value. */
 overview_row signal_row(const facts &f) {
     overview_row row = {"signal", {counted(f.samples.size(), "report", "reports")}};
     for (size_t i = 0; i < FACTS_SIGNALS; i++) {
@@ -132,7 +132,7 @@ overview_row signal_row(const facts &f) {
     return row;
 }
 
-/* Every cell once, with how long it served. */
+/* Every cell once, with the time that it served. */
 overview_row cells_row(const facts &f) {
     constexpr size_t SHOWN = 8;
     overview_row row = {"cells", {""}};

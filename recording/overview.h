@@ -1,10 +1,10 @@
-/* What happened in a recording, at a glance: a row for each thing that there is to say. */
+/* What happened in a recording, at a glance: a few rows, one for each subject. */
 #ifndef OVERVIEW_H
 #define OVERVIEW_H
 
 #include "facts.h"
 
-/* A row: what it is about, and what there is to say, one text a line. */
+/* A row: its subject, and the texts about it, one text a line. */
 struct overview_row {
     std::string label;
     std::vector<std::string> texts;
@@ -12,10 +12,11 @@ struct overview_row {
 
 std::vector<overview_row> overview_rows(const session &s, const facts &f);
 
-/* What a reader of the rest has to know first: that the recording was cut short, lines are missing, and the like. */
+/* What a reader has to know before reading the rest: that the recording was cut short, that lines are missing, and the
+ * like. */
 std::vector<std::string> overview_notices(const session &s, const facts &f);
 
-/* The line of a file: "line 12", with the file where there are several. */
+/* The place of a line: "line 12", with the name of the file when there are several files. */
 std::string overview_place(const session &s, const session_line &line);
 
 #endif

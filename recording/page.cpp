@@ -16,7 +16,7 @@ namespace {
 /* Texts longer than this are cut; `show` has them whole. */
 constexpr size_t TEXT_MAX = 4000;
 
-/* Every text once, and where it stands. */
+/* Every text once, with its place in the table. */
 struct text_table {
     std::unordered_map<std::string, size_t> places;
     std::vector<const std::string *> texts;
@@ -34,7 +34,7 @@ size_t place_of(text_table &table, std::string text) {
     return found->second;
 }
 
-/* A column of numbers that mostly grow, each written as its difference from the one before. */
+/* A column of numbers that mostly grow. Each is written as the difference from the number before. */
 struct column {
     std::string text;
     int64_t last = 0;
@@ -105,7 +105,7 @@ void put_lane(json_writer &to, const char *name, const char *kind, const std::ve
     json_close(to, '}');
 }
 
-/* What the page needs to know of a line, as bits. */
+/* Properties of a line for the page, one bit each. */
 enum { FAILED = 1, SLOW = 2, UNRETURNED = 4, KEPT = 8 };
 
 void put_lines(json_writer &to, const session &s, text_table &texts) {

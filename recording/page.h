@@ -6,7 +6,7 @@
 
 std::string page_text(const session &s, const facts &f);
 
-/* Writes the page, over an older page if there is one, but over no other file. */
+/* Writes the page. Replaces an older page of this name, but no other file. */
 bool page_write(const char *name, const std::string &text, std::string &error);
 
 #endif

@@ -2,7 +2,7 @@
 #ifndef PAGE_PARTS_H
 #define PAGE_PARTS_H
 
-extern const char *const page_html; /* with a line `@NAME` for each of the other parts, and for what differs */
+extern const char *const page_html; /* a line `@NAME` stands for each other part, and for each varying text */
 extern const char *const page_css;
 extern const char *const page_js;
 

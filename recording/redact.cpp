@@ -1,9 +1,12 @@
-/* How a recording is redacted so that it plays as before. A play finds the recorded call by what goes into the call.
- * Requests stay as they are, since they hold no identities. Into a decoding goes an encoded indication, in the box's
- * own layout, which nothing here can read. So each encoded indication is replaced as a whole, by a number of the same
- * length; equal indications get equal numbers, and a delivered indication is still the one whose decoding is recorded.
- * In what came back from a call, identities are replaced by random ones (equal ones by equal ones), all other fields
- * stay, and every byte that belongs to no field becomes 0. */
+/* How a recording is redacted so that it plays as before.
+ *
+ * A play finds a recorded call by what goes into the call. Requests hold no identities, so they stay as they are. What
+ * goes into a decoding is an encoded indication. It is in the box's own layout, which nothing here can read. So each
+ * encoded indication is replaced as a whole, by a number of the same length, and equal indications get equal numbers.
+ * So the decoding of a delivered indication is still found.
+ *
+ * What came back from a call is read field by field. Identities are replaced by random ones, equal ones by equal ones.
+ * All other fields stay. Every byte that belongs to no field becomes 0. */
 #include "redact.h"
 
 #include "identities.h"
@@ -18,26 +21,26 @@
 
 namespace {
 
-/* A redacted recording begins here. */
+/* The start time of every redacted recording. */
 constexpr std::string_view NEW_START = "2000-01-01T00:00:00.000Z";
 
-/* A file, and what is counted of it. */
+/* A file, and the counts for its report. */
 struct redacted_file {
-    session_file recording; /* name and text also of a file that is no recording */
+    session_file recording; /* has name and text even when the file is no recording */
     bool is_recording = false;
     std::string result;
     size_t lines = 0;
-    size_t left_out = 0; /* lines of no known form */
+    size_t left_out = 0; /* lines without a known form */
     size_t comments = 0;
     size_t bytes_dropped = 0;  /* bytes that were not 0 and belong to no field */
-    size_t memory_dropped = 0; /* buffers of calls that failed: the program's memory */
-    size_t blanked = 0;        /* messages that are not known */
+    size_t memory_dropped = 0; /* buffers of failed calls, which hold the program's memory */
+    size_t blanked = 0;        /* messages that the table does not know */
 };
 
 struct redaction {
     std::vector<redacted_file> files;
     identities all;
-    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings; /* by length and bytes: the number in their place */
+    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings; /* by length and bytes: the replacing number */
     std::map<uint32_t, uint64_t> last;                              /* by length: the last number given */
     int64_t shift_us = 0;
     bool dated = false;
@@ -57,7 +60,7 @@ std::string bytes_text(std::span<const uint8_t> bytes) {
     return text;
 }
 
-/* Replaces the value of a key. */
+/* Replaces the value of a key in a line. */
 void replace_value(std::string &line, std::string_view key, const std::string &value) {
     const size_t at = line.find(" " + std::string(key) + "=");
     if (at != std::string::npos) {
@@ -66,7 +69,7 @@ void replace_value(std::string &line, std::string_view key, const std::string &v
     }
 }
 
-/* Copies a field with all that belongs to it, whether it is present or not, and replaces identities. */
+/* Copies a field with its flag and its count, also when the field is not present. Replaces identities in the copy. */
 void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *to) {
     if (f.valid != FIELD_NO_OFFSET) {
         to[f.valid] = from[f.valid];
@@ -88,12 +91,12 @@ void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *t
     }
 }
 
-/* A copy of a message: its fields with identities replaced, and 0 for all other bytes. `dropped` counts those of the
- * latter that were not 0. */
+/* A copy of a message: its fields, with identities replaced, and 0 for all other bytes. `dropped` grows by the number
+ * of other bytes that were not 0. */
 std::vector<uint8_t> copy_message(identities &all, const message &m, bool header, const std::vector<uint8_t> &from,
                                   size_t &dropped) {
     std::vector<uint8_t> to(from.size());
-    identities none; // nothing is replaced while it collects
+    identities none; // replaces nothing, since it only collects
     std::vector<uint8_t> plain(from.size());
     if (header) {
         for (const field &f : message_response_header) {
@@ -111,7 +114,7 @@ std::vector<uint8_t> copy_message(identities &all, const message &m, bool header
     return to;
 }
 
-/* What stands for an encoded indication. */
+/* The text of the number that replaces an encoded indication. */
 std::string encoding_text(redaction &r, const recording_bytes &bytes) {
     const auto [found, added] = r.encodings.try_emplace({bytes.length, bytes.head}, 0);
     if (added) {
@@ -150,7 +153,7 @@ void redact_request(redaction &r, redacted_file &file, const recording_entry &en
     replace_value(line, "req", bytes_text(bytes));
 }
 
-/* What came back from a request or a decoding. */
+/* Redacts what came back from a request or a decoding. */
 void redact_answer(redaction &r, redacted_file &file, const recording_entry &entry, const char *key,
                    std::string &line) {
     if (entry.out.null) {
@@ -221,7 +224,7 @@ void redact_recording(redaction &r, redacted_file &file) {
         const std::string_view line = rest.substr(0, end);
         file.lines++;
         if (end == std::string_view::npos) {
-            // The last line is cut short, and so must its copy be.
+            // The last line is cut short, so its copy is cut short too.
             file.result += line.substr(0, std::min(line.find_first_not_of("0123456789"), line.size()));
             return;
         }
@@ -230,7 +233,7 @@ void redact_recording(redaction &r, redacted_file &file) {
             file.result += first_line(file.recording.content);
         } else if (line.starts_with('#')) {
             file.comments++;
-            file.result += "#"; // so that the lines keep their numbers
+            file.result += "#"; // a comment stays as an empty one, so that lines keep their numbers
         } else if (entry != file.recording.content.entries.end() && entry->line == file.lines) {
             try {
                 file.result += redact_entry(r, file, *entry, std::string(line));

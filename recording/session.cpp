@@ -8,8 +8,8 @@
 
 namespace {
 
-/* Joins a decoding to its indication: the last one of the same client, if the bytes are the same. Returns whether the
- * entry is such a decoding, and so no line of its own. */
+/* Joins a decoding to its indication, which is the last indication of the same client. Both must have the same bytes.
+ * Returns whether the entry was joined, and so gets no line of its own. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();
@@ -28,7 +28,8 @@ bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> 
     return true;
 }
 
-/* Adds the entries of a part. Its kept lines repeat lines of the parts before, so only the first part's are added. */
+/* Adds the entries of a part. The kept lines of a part repeat lines of the parts before it, so only those of the first
+ * part are added. */
 void add_lines(session &s, session_file &file, bool first) {
     std::map<uint32_t, size_t> last;
     for (const recording_entry &entry : file.content.entries) {

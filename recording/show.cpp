@@ -43,7 +43,8 @@ std::string timeline_time(const session &s, uint64_t us) {
     return time_of_day(s.start_us + static_cast<int64_t>(us));
 }
 
-/* A line: its time, a mark ("!" failed, "~" slow, "^" kept from before), its number in the file, what it is. */
+/* Writes a line: its time, a mark ("!" failed, "~" slow, "^" kept from an earlier part), its number in the file, and
+ * its text. */
 void put_line(std::string &text, const session &s, const session_line &line, const line_words &words) {
     const recording_entry &entry = *line.entry;
     constexpr size_t NUMBER = 6;
@@ -95,7 +96,7 @@ void put_json_message(json_writer &to, const session_message &m, const recording
     }
 }
 
-/* A request with its answer. */
+/* Writes a request with its answer. */
 void put_json_send(json_writer &to, const recording_entry &entry) {
     put_json_message(to, session_request(entry), entry.in, "request");
     const session_message answer = session_answer(entry);
@@ -128,7 +129,7 @@ void put_json_call(json_writer &to, const recording_entry &entry) {
     }
 }
 
-/* The type of a message that the entry is about; std::nullopt: of none. */
+/* The type of the message in an entry; std::nullopt when there is no message. */
 std::optional<uint32_t> message_type(const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         return ZEB_MESSAGE_INDICATION;
@@ -142,7 +143,7 @@ std::optional<uint32_t> message_type(const recording_entry &entry) {
     return std::nullopt;
 }
 
-/* The members that only lines of this kind have. */
+/* Writes the members that only lines of this kind have. */
 void put_json_details(json_writer &to, const session_line &line) {
     const recording_entry &entry = *line.entry;
     if (entry.handle != 0) {

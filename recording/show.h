@@ -1,4 +1,4 @@
-/* The command show: what happened at a glance, and then the timeline; as text, JSON or CSV. */
+/* The command show: first what happened at a glance, then the timeline; as text, JSON or CSV. */
 #ifndef SHOW_H
 #define SHOW_H
 
@@ -15,10 +15,10 @@ struct show_options {
     std::vector<std::string_view> only; /* kinds of lines; none: all */
 };
 
-/* Whether there is such a kind: one of the recording's, "failed" or "slow". */
+/* Whether `kind` is a kind of lines: a kind of the recording, "failed" or "slow". */
 bool show_is_kind(std::string_view kind);
 
-/* All kinds, for a message. */
+/* The names of all kinds, for a message. */
 std::string show_kinds();
 
 /* What the command prints. */

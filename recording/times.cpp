@@ -66,7 +66,7 @@ bool take_time_of_day(std::string_view &text, int64_t &us) {
 std::string format(const char *pattern, double number, const char *unit) {
     char text[64];
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // of the callers below
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the patterns come from the callers below
     snprintf(text, sizeof(text), pattern, number, unit);
 #pragma GCC diagnostic pop
     return text;

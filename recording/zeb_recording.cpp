@@ -1,4 +1,4 @@
-/* zeb_recording: what a recording says, for whoever gets one by mail. */
+/* zeb_recording: tells what happened in a recording, for example one that came by mail. */
 #include "diff.h"
 #include "new_file.h"
 #include "page.h"
@@ -28,7 +28,7 @@ enum { DONE = 0, DIFFERS = 1, TROUBLE = 2 };
 
 struct arguments {
     std::vector<const char *> files;
-    std::vector<const char *> outputs; /* of redact: one for each file */
+    std::vector<const char *> outputs; /* the files that redact writes, one for each file */
     show_options show;
     std::string_view from;
     std::string_view to;
@@ -100,7 +100,7 @@ int run_redact(const arguments &args) {
     }
     for (size_t i = 0; i < files.size(); i++) {
         if (!new_file_write(args.outputs[i], files[i].result, "", error)) {
-            std::for_each_n(args.outputs.begin(), i, unlink); // all, or none
+            std::for_each_n(args.outputs.begin(), i, unlink); // all files are written, or none
             return trouble(error);
         }
         report += files[i].name + " -> " + args.outputs[i] + "\n";
@@ -128,7 +128,7 @@ struct command {
     int (*run)(const arguments &args);
     size_t files_min;
     size_t files_max;
-    const char *options; /* those that it takes, with blanks around each */
+    const char *options; /* the options that the command takes, each with a blank before and after it */
 };
 
 constexpr size_t MANY = 1000;
@@ -140,7 +140,8 @@ constexpr command COMMANDS[] = {
     {"diff", run_diff, 2, 2, " "},
 };
 
-/* Takes one option with its value, where it has one, from the arguments. Returns what is wrong with it, or "". */
+/* Takes one option from the arguments, with its value where it has one. Returns a message when the option is wrong, and
+ * otherwise "". */
 std::string take_option(const std::string &option, const char *value, arguments &args) {
     if (option == "--json" || option == "--csv") {
         args.show.form = option == "--json" ? show_form::JSON : show_form::CSV;
@@ -167,7 +168,7 @@ std::string take_option(const std::string &option, const char *value, arguments 
     return "";
 }
 
-/* Takes the words behind the command. Returns what is wrong with them, or "". */
+/* Takes the words behind the command. Returns a message when they are wrong, and otherwise "". */
 std::string take_words(const command &c, int argc, char **argv, arguments &args) {
     bool options_end = false;
     for (int i = 2; i < argc; i++) {
@@ -189,7 +190,7 @@ std::string take_words(const command &c, int argc, char **argv, arguments &args)
     return "";
 }
 
-/* What is wrong with the number of files, or "". */
+/* A message when the number of files is wrong, and otherwise "". */
 std::string wrong_count(const command &c, const arguments &args) {
     if (args.files.size() < c.files_min || args.files.size() > c.files_max) {
         return std::string(c.name) + (c.files_max == 2 ? " takes two recordings" : " takes a recording");

@@ -1,16 +1,17 @@
-# What the scripts share; sourced by them, never run. Sets `root`, the project's folder.
+# Functions that the scripts share. Scripts source this file; it is never run. Sets `root`, the project's folder.
 # shellcheck shell=bash
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 jobs=${JOBS:-2}
 
-# build PRESET [TARGET]: configure when needed and build, all targets when none is named.
+# build PRESET [TARGET]: configures when needed, and builds the target, or all targets when none is named.
 build() {
     (cd "$root" && cmake --preset "$1" && cmake --build --preset "$1" -j "$jobs" ${2:+--target "$2"})
 }
 
-# run_tests PRESET [CTEST OPTION...]: the preset's tests, many at a time, since most of them wait for most of their time;
-# finding none is a failure. The last line says how many cases there were in the GoogleTest programs.
+# run_tests PRESET [CTEST OPTION...]: runs the preset's tests; finding none is a failure. Runs six times as many tests side
+# by side as there are jobs, since most tests mostly wait. A test of ctest can be a program with several cases: the last
+# line of the output says how many cases passed.
 run_tests() {
     local folder=$root/build/$1
     shift
@@ -20,21 +21,21 @@ run_tests() {
             "$folder/Testing/Temporary/LastTest.log"
 }
 
-# all_sources [FOLDER...]: the C and C++ files of these folders (of the whole tree when none is named), one a line.
+# all_sources [FOLDER...]: prints the C and C++ files of these folders (by default of the whole tree), one a line.
 all_sources() {
     (cd "$root" && find "${@:-.}" \( -path ./build -o -path ./.git \) -prune -o \
         -type f \( -name '*.c' -o -name '*.cpp' -o -name '*.h' -o -name '*.hpp' \) -print | LC_ALL=C sort)
 }
 
-# all_scripts: the shell scripts of the tree, those that are sourced too, one a line.
+# all_scripts: prints the shell scripts of the tree, also those that are only sourced, one a line.
 all_scripts() {
     (cd "$root" && grep -rlIE -m 1 --exclude-dir=build --exclude-dir=.git '^(#!.*[/ ](ba|da)?sh$|# shellcheck shell=)' . |
         LC_ALL=C sort)
 }
 
 # build_to_run NAME PROGRAM [TARGET]: builds PROGRAM in the release folder, with all that it needs, when something has
-# changed. TARGET is its target, where that is not named like the program. Says, in the name of the script NAME, only
-# that it builds for the first time, or what went wrong.
+# changed. TARGET is the program's target, if it has another name than the program. Prints only that it builds for the
+# first time, or what went wrong; NAME is the script's name in these messages.
 build_to_run() {
     local log=$root/build/logs/$1.log status=0
     "$root/scripts/setup" build </dev/null || return

@@ -1,6 +1,7 @@
-# Completion of cpe_dm for bash. The program itself tells its commands, options and keys.
+# Completion of cpe_dm for bash. The help of the program gives the commands, options and keys.
 
-# _cpe_dm_of TITLE [COMMAND]: the first words of the lines under this title in the program's or the command's help.
+# _cpe_dm_of TITLE [COMMAND]: prints the first word of each line under this title, in the help of the program or of the
+# command.
 _cpe_dm_of() {
     "${COMP_WORDS[0]}" ${2:+"$2"} --help 2>/dev/null |
         sed -n "/^$1:/,/^\$/s/^ *\(-[a-z], \)\{0,1\}\([-a-z]\{2,\}\) .*/\2/p"

@@ -17,7 +17,8 @@ enum {
 /* How long the thread waits, at most, before it tries a silent modem again. */
 static const int64_t retry_ms = 5000;
 
-/* How long the end waits for a registration under way. Where the modem is there, a registration takes no longer. */
+/* How long the end of the program waits for a registration in progress. A registration takes longer only when there is
+ * no modem. */
 static const int64_t connect_patience_ms = 200;
 
 static uint64_t metrics_wanted;
@@ -78,8 +79,8 @@ static bool connect() {
     return registered;
 }
 
-/* Asks for the values of a row, the registration status first; when the modem is out of service, for nothing more.
- * Returns false when the modem does not answer. */
+/* Asks for the values of a row, first for the registration status. When the modem is out of service, asks for nothing
+ * else. Returns false when the modem does not answer. */
 static bool ask_row() {
     static cpe_dm_tool_values values;
     const int64_t asked_ms = cpe_dm_tool_now_ms();
@@ -90,7 +91,7 @@ static bool ask_row() {
         if (metric == CPE_DM_METRIC_REG_STATUS || (reg.number[0] >= CPE_DM_REG_LTE && (metrics_wanted >> metric & 1))) {
             cpe_dm_tool_ask(&values, metric);
             publish(&values, metric, asked_ms);
-            // A modem that did not answer may have restarted, and have forgotten the indication.
+            // A modem that did not answer may have restarted, and may have forgotten the indication.
             indication_lost = indication_lost || !cpe_dm_tool_is_answer(slot.status);
             if (reg.status != CPE_DM_SUCCESS) {
                 return false;

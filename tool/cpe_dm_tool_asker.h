@@ -19,11 +19,11 @@ struct cpe_dm_tool_reg_event {
 struct cpe_dm_tool_report {
     bool registered;          /* a registration has succeeded */
     int32_t register_status;  /* of the newest attempt to register */
-    bool idle;                /* the requested row is done: each value was answered, or given up */
+    bool idle;                /* the requested row is done: each value was answered or given up */
     bool up;                  /* the last request for the registration status succeeded */
     bool ended;               /* the thread has nothing more to do */
     timespec answer_time;     /* when the last answer came; 0: no answer yet */
-    uint32_t failed_requests; /* this count and the next one run from the start */
+    uint32_t failed_requests; /* since the start, like the next field */
     uint32_t registrations_anew;
     int64_t reg_asked_ms;      /* when the registration status in `values` was requested */
     cpe_dm_tool_values values; /* the newest answers, each with its time */
@@ -31,8 +31,8 @@ struct cpe_dm_tool_report {
     int event_cnt;
 };
 
-/* Starts the thread, which asks for these metrics (a bit each) and rings the bell when there is news. False: the thread
- * could not be started; a message has been written. */
+/* Starts the thread. The thread asks for these metrics, one bit each, and rings the bell when there is news. False: the
+ * thread could not be started; a message has been written. */
 bool cpe_dm_tool_start_asker(uint64_t metrics, int bell);
 
 /* Tells the thread to ask for the values of one row. */
@@ -40,8 +40,8 @@ void cpe_dm_tool_ask_row();
 
 void cpe_dm_tool_take_report(cpe_dm_tool_report *report);
 
-/* Tells the thread to deregister and end, and waits for its end: patience_ms at most, much shorter while a registration
- * is under way. The bell is the one that the thread rings. False: the thread has not ended. */
+/* Tells the thread to deregister and end, and waits for its end: patience_ms at most, and much shorter during a
+ * registration. `bell` is the bell that the thread rings. False: the thread has not ended. */
 bool cpe_dm_tool_stop_asker(int bell, int64_t patience_ms);
 
 #endif

@@ -8,21 +8,21 @@
 #include <cstring>
 #include <poll.h>
 
-/* The time between two looks at the values. */
+/* The time from one look at the values to the next. */
 static const int64_t step_ms = 500;
 
 enum {
     EXPRESSION_MAX = 32,
 };
 
-/* After so many looks in a row without an answer the modem counts as restarted. */
+/* After this number of looks in a row without an answer the modem counts as restarted. */
 enum {
     MODEM_GONE_LOOKS = 2,
 };
 
-/* An operator, and the signs of (value - wanted) for which it holds. Short texts lie in the row itself, here as in
- * the other tables: a pointer has to be filled in by the loader, which takes three times the pointer's size in the
- * program. */
+/* An operator, and the signs of (value - wanted) for which it holds. Short texts lie in the row itself, here as in the
+ * other tables. A pointer to a text would have to be filled in by the loader, which costs the program three times the
+ * pointer's size. */
 struct op_row {
     char symbol[3];
     char word[5]; /* the form that a shell leaves alone */
@@ -38,10 +38,10 @@ static const op_row ops[] = {
 };
 
 struct expression {
-    const char *text; /* as it was given */
+    const char *text; /* the expression as it was given */
     cpe_dm_tool_key key;
     const op_row *op;
-    const char *wanted; /* what the value is compared with, as text */
+    const char *wanted; /* the text that the value is compared with */
     int64_t number;
 };
 

@@ -4,8 +4,8 @@
 
 #include "cpe_dm_tool_values.h"
 
-/* The moment at which values were taken. The uptime is the time since the system was started, suspension included. It
- * tells moments apart on a box without a clock, where the time of day starts in 1970. */
+/* The moment at which values were taken. The uptime is the time since the system was started, suspension included. On a
+ * box without a clock, where the time of day starts in 1970, the uptime tells moments apart. */
 struct cpe_dm_tool_moment {
     timespec time;
     int64_t uptime_ms;

@@ -12,7 +12,7 @@
 
 enum {
     CHART_MAX = 8,     /* signals */
-    HISTORY_MAX = 600, /* rows: a minute of the shortest interval */
+    HISTORY_MAX = 600, /* rows: a minute at the shortest interval */
     CHART_WIDTH_MAX = 60,
     NOTE_MAX = 6,
     NOTE_SIZE = 120,
@@ -46,7 +46,7 @@ static struct {
     int64_t history_cnt;
     int note_cnt;
     cpe_dm_tool_values values;
-    char notes[NOTE_MAX][NOTE_SIZE];         /* the newest last */
+    char notes[NOTE_MAX][NOTE_SIZE];         /* oldest first */
     int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; row n has place n modulo history_cnt */
 } live;
 
@@ -164,7 +164,7 @@ static void add_line(const char *line) {
     }
 }
 
-/* The mean of the rows that one column of a chart stands for, or NO_VALUE. */
+/* The mean of the rows in one column of a chart, or NO_VALUE. */
 static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
     int64_t sum = 0;
     int cnt = 0;
@@ -197,14 +197,14 @@ static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, cons
     *colour = wanted;
 }
 
-/* Adds a chart of a signal's last minute and, where there is room, the range of its values. Both fit into the given
- * number of columns. */
+/* Adds a chart of a signal's last minute and, if there is room, the range of its values. Together they take the given
+ * number of columns at most. */
 static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    // All counts have 64 bits, like the numbers of rows: a processor without division needs a routine for each width of
-    // integers.
+    // All counts have 64 bits, like the numbers of rows: on a processor without division each width of integers needs a
+    // routine of its own.
     const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
     const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
     const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
@@ -233,7 +233,8 @@ static void add_chart(int chart, int room) {
     }
 }
 
-/* Adds the line of a signal: name, value, verdict and chart. A narrow screen gets the parts that have room. */
+/* Adds the line of a signal: name, value, verdict and chart. On a narrow screen, parts for which there is no room are
+ * left out. */
 static void add_chart_line(int chart) {
     const cpe_dm_tool_key key = live.charts[chart];
     const bool there = cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS;
@@ -257,8 +258,8 @@ static void add_chart_line(int chart) {
     }
 }
 
-/* Adds a line of the technology's name, a label and words; nothing when there are no words. The line sets *name to "",
- * so that later lines have blanks in the place of the name. */
+/* Adds a line with the technology's name, a label and words. Adds nothing when there are no words. Sets *name to "", so
+ * that later lines have blanks in the place of the name. */
 static void add_words(const char **name, uint32_t tech, const char *label,
                       void (*add)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech)) {
     char line[160];

@@ -14,7 +14,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
 /* Restores the terminal. The next drawing takes the terminal again. */
 void cpe_dm_tool_leave_terminal();
 
-/* Called when somebody else may have changed the terminal: the next drawing takes the terminal again. */
+/* To be called when another program may have changed the terminal: the next drawing takes the terminal again. */
 void cpe_dm_tool_forget_terminal();
 
 /* The descriptor from which typed characters are read, or -1. */

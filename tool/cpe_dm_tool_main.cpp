@@ -1,4 +1,4 @@
-/* cpe_dm: what the modem of this box says, for people and for scripts. */
+/* cpe_dm: shows what the modem of this box reports, for people and for scripts. */
 #include "cpe_dm_tool_commands.h"
 
 #include <csignal>
@@ -36,8 +36,9 @@ static const cpe_dm_tool_command commands[] = {
      cpe_dm_tool_metrics},
 };
 
-/* Opens each missing standard descriptor on the null device, so that no file opened later takes its number. The null
- * device is opened for reading alone: results for a missing standard output are an error then. */
+/* Opens the null device for each standard descriptor that is missing, so that no file opened later takes its number.
+ * The null device is opened for reading alone. So the results of a program without standard output cannot be written,
+ * which is an error. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {

@@ -45,9 +45,9 @@ struct cpe_dm_tool_options {
 struct cpe_dm_tool_command {
     char name[9];
     const char *args;    /* the form of the arguments, for the help */
-    int arg_min;         /* how many arguments there must be ... */
-    int arg_max;         /* ... and may be; -1: any number */
-    uint32_t options;    /* the command's own, besides those of every command */
+    int arg_min;         /* the least number of arguments */
+    int arg_max;         /* the greatest number of arguments; -1: any number */
+    uint32_t options;    /* the options of this command, besides those of every command */
     const char *summary; /* one line */
     const char *details; /* more lines, or "" */
     int (*run)(const cpe_dm_tool_options *options);

@@ -1,20 +1,20 @@
-/* What goes out: results on standard output, messages on standard error. */
+/* Output: results on standard output, messages on standard error. */
 #ifndef CPE_DM_TOOL_OUT_H
 #define CPE_DM_TOOL_OUT_H
 
 #include "cpe_dm_tool_text.h"
 
-/* The exit statuses. Where several apply, the greatest one is the program's. */
+/* The exit statuses. When several apply, the program's status is the greatest of them. */
 enum {
     CPE_DM_TOOL_DONE = 0,
     CPE_DM_TOOL_NO = 1,       /* an expression does not hold, a value is impossible */
     CPE_DM_TOOL_USAGE = 2,    /* wrong usage; nothing was done */
-    CPE_DM_TOOL_NO_VALUE = 3, /* a value that was asked for is not to be had */
+    CPE_DM_TOOL_NO_VALUE = 3, /* a value that was asked for is missing */
     CPE_DM_TOOL_FAILED = 4,   /* modem, module or output failed, or the time ran out */
 };
 
-/* Waits until the descriptor is ready for one of these events of poll; -1 ms: without limit. False: the time ran out
- * first. */
+/* Waits until the descriptor is ready for one of these events of poll, for patience_ms at most; -1: without limit.
+ * False: the time ran out first. */
 bool cpe_dm_tool_ready(int fd, short events, int patience_ms);
 
 /* Writes all bytes, and waits while a non-blocking descriptor is full. Returns 0 or an errno value. */

@@ -51,7 +51,7 @@ void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys) {
     }
 }
 
-/* The length of the name in a label NAME=VALUE; 0 when the text is no such label. */
+/* The length of the name in a label NAME=VALUE; 0 when the text has no such form. */
 static size_t name_len(const char *label) {
     const char *letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
     const size_t len = strspn(label, letters);
@@ -232,7 +232,8 @@ static int replace_file(const char *path) {
     if (fd < 0) {
         return errno;
     }
-    int error = fchmod(fd, 0644) == 0 ? cpe_dm_tool_write(fd, file_data, file.used) : errno; // whatever the umask
+    // Everybody may read the file, whatever the umask is.
+    int error = fchmod(fd, 0644) == 0 ? cpe_dm_tool_write(fd, file_data, file.used) : errno;
     error = close(fd) == 0 || error != 0 ? error : errno;
     error = error == 0 && rename(temporary, path) != 0 ? errno : error;
     if (error != 0) {

@@ -4,7 +4,7 @@
 
 #include "cpe_dm_tool_asker.h"
 
-/* Changes since the start. The report counts the other events. */
+/* Numbers of changes since the start. Other events are counted in the report. */
 struct cpe_dm_tool_change_counts {
     uint32_t registration;
     uint32_t lte_cell;
@@ -14,8 +14,8 @@ struct cpe_dm_tool_change_counts {
 /* Adds the keys of the values in the file. */
 void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys);
 
-/* Whether each label reads NAME=VALUE, with a value in UTF-8 and a name that Prometheus takes, that no other label has
- * and that the file does not use itself. If not, a message has been written. */
+/* Whether each label has the form NAME=VALUE. The value must be UTF-8. The name must be one that Prometheus allows, and
+ * neither the file itself nor another label may use it. If a label is wrong, a message has been written. */
 bool cpe_dm_tool_check_labels(const char *const *labels, int cnt);
 
 /* Replaces the file in one step: a reader sees the whole old file or the whole new file. Returns 0 or an errno value.

@@ -19,7 +19,7 @@ static char out_data[16384];
 static cpe_dm_tool_text out = {out_data, sizeof(out_data), 0};
 
 static int answered;                        /* a bell: the response has come */
-static std::atomic<cpe_dm_info *> response; /* owned by whoever takes it out */
+static std::atomic<cpe_dm_info *> response; /* owned by the thread that takes it out */
 
 static void on_response(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
     if (info->info_type == CPE_DM_INFO_TYPE_ASYNC_RSP) {
@@ -60,8 +60,8 @@ static void write_number(char *data, size_t size, bool there, int64_t number) {
     }
 }
 
-/* Adds the CGIs of a neighbour, with commas between them. In the table, "-" stands for an empty list; so too for
- * PLMNs. */
+/* Adds the CGIs of a neighbour, with commas between them. In the table, "-" stands for an empty list. PLMNs are added
+ * in the same way. */
 static void add_cgis(cpe_dm_tool_text *text, const neighbour &nbr) {
     for (uint32_t i = 0; i < nbr.cgi_cnt; i++) {
         cpe_dm_tool_add(text, "%s%" PRIu64, i > 0 ? "," : "", nbr.cgi[i]);
@@ -153,7 +153,7 @@ static void add_nr5g(const cpe_dm_nr5g_nbr_info &info) {
     }
 }
 
-/* Adds the neighbours of a response or, in the table, a line that there are none. */
+/* Adds the neighbours of a response. In the table, adds a line that says so when there are none. */
 static void add_response(const cpe_dm_info *info, uint32_t tech) {
     const size_t start = out.used;
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO) {
@@ -176,7 +176,7 @@ static void tell_refused(uint32_t tech, int32_t status) {
     }
 }
 
-/* Whether the metric is one of the metrics of neighbours of this technology. A scan asks for all of these. */
+/* Whether the metric is a metric of neighbours of this technology. A scan asks for all of these metrics. */
 static bool is_wanted(uint32_t metric, uint32_t tech) {
     const cpe_dm_metric_desc *desc = cpe_dm_metric_by_id(metric);
     return desc->value_type == CPE_DM_VALUE_NONE && desc->tech == tech;

@@ -23,7 +23,7 @@ static const range_row ranges[] = {
     {CPE_DM_TOOL_REG, CPE_DM_REG_NONE, CPE_DM_REG_NR5G, CPE_DM_REG_NONE, CPE_DM_REG_NR5G},
     {CPE_DM_TOOL_LTE_PCI, 0, 503, 0, 503},
     {CPE_DM_TOOL_LTE_RSRP, -156, -44, -156, -44},
-    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2}, // up to 2.5 dB; the modem reports whole dB
+    {CPE_DM_TOOL_LTE_RSRQ, -34, 2, -34, 2}, // the real range ends at 2.5 dB, but the modem reports whole dB
     {CPE_DM_TOOL_LTE_SINR, -500, 500, -230, 400},
     {CPE_DM_TOOL_LTE_TX_POWER, -600, 330, -600, 330},
     {CPE_DM_TOOL_NR5G_PCI, 0, 1007, 0, 1007},
@@ -208,8 +208,8 @@ static bool same_cell(const cpe_dm_tool_values *a, const cpe_dm_tool_values *b, 
     return same;
 }
 
-/* Asks for the cell twice more. Of the three answers, two in a row have to be equal, as the cell may really change once
- * meanwhile. */
+/* Asks for the cell twice more. Of the three answers, two in a row have to be equal. One difference is allowed, as the
+ * cell may really change meanwhile. */
 static void test_same_cell(const cpe_dm_tool_values *values, const char *name, const uint32_t (&metrics)[3]) {
     cpe_dm_tool_values again[2];
     if (values->slot[metrics[1]].status != CPE_DM_SUCCESS) {

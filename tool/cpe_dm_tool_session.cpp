@@ -84,7 +84,7 @@ int cpe_dm_tool_worse(int a, int b) {
     return std::max(a, b);
 }
 
-/* The number of a metric, which is asked for when it is not answered yet; 0 when the modem reports none. */
+/* The number of a metric; 0 when the modem reports none. Asks for the metric when it is not answered yet. */
 static int64_t answered_number(cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     if (slot.status == CPE_DM_TOOL_NOT_ANSWERED) {
@@ -199,13 +199,14 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
     }
     while (!done) {
         const int64_t now_ms = cpe_dm_tool_now_ms();
-        const int operation = operation_on; // read before the deadline, which the job moves before an operation
+        // Read before the deadline, because the job moves the deadline before it begins an operation.
+        const int operation = operation_on;
         const int64_t limit_ms = cpe_dm_tool_deadline();
         if (operation != NO_OPERATION && now_ms >= limit_ms) {
             give_up(operation);
         }
-        // The deadline may have passed between two operations of the job. The job may begin the next one at any time,
-        // so look again after 20 ms.
+        // The deadline may pass between two operations of the job, and the job may begin the next operation at any
+        // time. So the loop looks again after 20 ms.
         done = cpe_dm_tool_wait(session.done, std::max(limit_ms, now_ms + 20));
     }
     pthread_join(session.thread, nullptr);

@@ -10,8 +10,8 @@
 
 /* Runs the job on the session's thread, between a registration with this callback and a deregistration. Returns the
  * job's exit status, or CPE_DM_TOOL_FAILED. The deadline is timeout_ms after the start, unless the job moves the
- * deadline. When an operation of the module (the registration too) is running at the deadline, the program ends with a
- * message, and output that the job has not written is lost. */
+ * deadline. If an operation of the module (the registration too) is running at the deadline, the program ends with a
+ * message. Output that the job has not written is lost then. */
 int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*job)());
 
 /* A callback for commands that set no indication and start no scan. It releases the record. */
@@ -21,18 +21,19 @@ void cpe_dm_tool_drop_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data
 int64_t cpe_dm_tool_deadline();
 void cpe_dm_tool_set_deadline(int64_t deadline_ms);
 
-/* The functions below that call the module run on the session's thread; in watch, on the thread that asks the modem.
- * The others may be called on any thread. */
+/* Of the functions below, those that call the module run on the session's thread; in watch, on the thread that asks the
+ * modem. The others may be called on any thread. */
 
-/* Registers, and deregisters. Both return a cpe_dm_status. */
+/* The first registers, the second deregisters. Both return a cpe_dm_status. */
 int32_t cpe_dm_tool_register(cpe_dm_user_cb callback);
 int32_t cpe_dm_tool_deregister();
 
-/* Tells why there is no registration: the first gives the module's status, the second says that the time ran out. */
+/* Both tell why there is no registration: the first gives the module's status, the second says that the time ran
+ * out. */
 void cpe_dm_tool_tell_unregistered(int32_t status);
 void cpe_dm_tool_tell_absent();
 
-/* Tells a user at a terminal that the program waits for the modem. Called when the wait has lasted
+/* Tells a person at a terminal that the program waits for the modem. To be called when the wait has lasted
  * cpe_dm_tool_patience_ms. */
 void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;
@@ -48,7 +49,8 @@ void cpe_dm_tool_ask_all(cpe_dm_tool_values *values, uint64_t metrics);
 /* Whether a status means that the modem answered, with a value or without. */
 bool cpe_dm_tool_is_answer(int32_t status);
 
-/* The exit status that follows from the status of a value; and the worse (greater) of two exit statuses. */
+/* The first returns the exit status that follows from the status of a value. The second returns the worse (greater) of
+ * two exit statuses. */
 int cpe_dm_tool_exit_status(int32_t status);
 int cpe_dm_tool_worse(int a, int b);
 

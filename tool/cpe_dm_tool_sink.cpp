@@ -20,7 +20,7 @@ void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink) {
 }
 
 /* Prepares an existing file for more rows: the header has to be the same, and a row that was cut short is removed.
- * Returns whether rows can be added; if not, a message has been written. */
+ * Returns whether rows can be added. If not, a message has been written. */
 static bool join_rows(int fd, const char *path, const char *header, off_t size) {
     char start[1024];
     char last = '\0';
@@ -69,7 +69,7 @@ static void remove_part(const cpe_dm_tool_sink *sink) {
 }
 
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink) {
-    // At most PIPE_BUF bytes at once: a pipe that is ready takes so many whole, and without blocking.
+    // At most PIPE_BUF bytes at once: a pipe that is ready takes as many bytes in one piece, without blocking.
     while (cpe_dm_tool_pending(sink) && cpe_dm_tool_ready(sink->fd, POLLOUT, 0)) {
         const ssize_t written =
             write(sink->fd, sink->data + sink->done, std::min<size_t>(sink->len - sink->done, PIPE_BUF));

@@ -1,17 +1,17 @@
-/* Where rows go: standard output, a pipe or a file, whose reader may be slow. */
+/* The place where rows go: standard output, a pipe or a file. Its reader may be slow. */
 #ifndef CPE_DM_TOOL_SINK_H
 #define CPE_DM_TOOL_SINK_H
 
 #include <cstddef>
 #include <cstdint>
 
-/* Holds the row that is on its way out, never more than one. A new row is dropped while the row before has not been
- * taken. A row is written whole or not at all. */
+/* Holds the row that is being written, never more than one. While this row has not been taken whole, a new row is
+ * dropped. So a row is written whole or not at all. */
 struct cpe_dm_tool_sink {
     int fd;
     const char *name;
     uint32_t dropped; /* rows */
-    size_t len;       /* of the row that is on its way out */
+    size_t len;       /* bytes of the row that is being written */
     size_t done;
     char data[16384];
 };

@@ -25,21 +25,22 @@ void cpe_dm_tool_add_json_string(cpe_dm_tool_text *text, const char *string);
 /* Adds a point in time, UTC, with milliseconds: "2026-11-23T06:00:00.123Z". */
 void cpe_dm_tool_add_time(cpe_dm_tool_text *text, timespec when);
 
-/* Adds a time in seconds: the first with three decimals, the second with no more decimals than needed. */
+/* Both add a time in seconds: cpe_dm_tool_add_seconds with three decimals, cpe_dm_tool_add_short_seconds with no more
+ * decimals than needed. */
 void cpe_dm_tool_add_seconds(cpe_dm_tool_text *text, int64_t ms);
 void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 
 enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_PARSED,
     CPE_DM_TOOL_NOT_A_NUMBER, /* or beyond 64 bits */
-    CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than the counts have */
+    CPE_DM_TOOL_TOO_FINE,     /* a number with more decimals than a count can express */
 };
 
-/* Reads a decimal number, such as "-12.8", as a whole number of counts. counts_per_unit, a power of ten, counts make
- * one unit. bits is 63; or 64 for an identity of 64 bits, where a number without a minus fills all bits of *number. */
+/* Reads a decimal number, such as "-12.8", as a whole number of counts. counts_per_unit is a power of ten. `bits` is 63
+ * as a rule. It is 64 for an identity of 64 bits: there a number without a minus may fill all bits of *number. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
-/* The time in ms: of the given clock, and of the monotonic clock. */
+/* The first returns the time of the given clock in ms, the second that of the monotonic clock. */
 int64_t cpe_dm_tool_clock_ms(clockid_t clock);
 int64_t cpe_dm_tool_now_ms();
 

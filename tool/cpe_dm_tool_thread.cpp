@@ -17,7 +17,7 @@ int cpe_dm_tool_new_bell() {
 
 void cpe_dm_tool_ring(int bell) {
     const uint64_t one = 1;
-    // The write fails when the counter of the eventfd is full: the bell rings already then.
+    // The write fails only when the counter of the eventfd is full. The bell rings already in this case.
     [[maybe_unused]] const ssize_t written = write(bell, &one, sizeof(one));
 }
 

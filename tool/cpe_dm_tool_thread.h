@@ -24,14 +24,14 @@ int cpe_dm_tool_new_bell();
 
 void cpe_dm_tool_ring(int bell);
 
-/* Waits until the bell rings, or until the given moment (monotonic clock, ms). Returns at once when the bell rings
+/* Waits until the bell rings, or until the given moment (monotonic clock, ms). Does not wait when the bell rings
  * already. Silences the bell. False: the bell did not ring. */
 bool cpe_dm_tool_wait(int bell, int64_t until_ms);
 
 /* Starts a thread. False: the system has none left; a message has been written. */
 bool cpe_dm_tool_start_thread(pthread_t *thread, void *(*run)(void *));
 
-/* The timeout of poll until the given moment, in ms: from 0 to an hour, rounded up. */
+/* The time until the given moment as a timeout of poll, in ms: from 0 to an hour, rounded up. */
 int cpe_dm_tool_ms_until(int64_t then_ms);
 
 #endif

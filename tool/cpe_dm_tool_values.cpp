@@ -230,8 +230,8 @@ uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys) {
     return metrics;
 }
 
-/* The value that is derived from the number of a metric. 0 means that there is no such value, except for a part of the
- * CGI, which always has a value. */
+/* The value that is derived from the number of a metric. For a part of the CGI every result is a value. For any other
+ * key 0 means that there is no value. */
 static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
     switch (key) {
     case CPE_DM_TOOL_LTE_ENB:
@@ -272,8 +272,8 @@ int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_k
                                          : slot.number[0];
 }
 
-/* Writes the text of a metric's value. The library makes the text from the module's answer, which is put together again
- * here. */
+/* Writes the text of a metric's value. The library makes the text from an answer of the module, so the answer is put
+ * together again here. */
 static void write_answer(char *text, size_t size, const cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     cpe_dm_metric_record record = {};

@@ -1,4 +1,4 @@
-/* Keys and their values: those that the modem answers, and those that are derived from its answers. */
+/* Keys and their values. The modem answers some of the values; the others are derived from its answers. */
 #ifndef CPE_DM_TOOL_VALUES_H
 #define CPE_DM_TOOL_VALUES_H
 
@@ -93,7 +93,7 @@ const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
 uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
 const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: the key has no limits */
 
-/* Keys in the order in which somebody named them, each once. */
+/* Keys, each once, in the order in which they were first named. */
 struct cpe_dm_tool_keys {
     cpe_dm_tool_key key[CPE_DM_TOOL_KEY_CNT];
     int cnt;
@@ -103,7 +103,7 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
 bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech);
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
 
-/* Whether the word names a group ("lte", "nr5g" or "all"); adds the keys of that group. */
+/* Adds the keys of the group that the word names ("lte", "nr5g" or "all"). False: the word names no group. */
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
 
 /* Adds the keys that the words name; a word may name a group. False: a word names no key and no group; a message has
@@ -113,7 +113,7 @@ bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 /* The metrics to ask for to get these keys, one bit each. */
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
-/* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why not: the status of the answer, or
+/* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why it has none: the status of the answer, or
  * CPE_DM_TOOL_NO_CHANNEL. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
@@ -121,7 +121,7 @@ int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_k
  * its 64 bits. */
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Adds the value of a key, which must have one: the first without the unit, the second with the unit. */
+/* Both add the value of a key, which must have a value: the first without the unit, the second with the unit. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 

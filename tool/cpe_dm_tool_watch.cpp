@@ -17,10 +17,11 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-/* How long the end waits for an outstanding request, and how long for a reader to take the last row. */
+/* How long the end of watch waits for an outstanding request, and how long it then waits for a reader to take the last
+ * row. */
 static const int64_t farewell_ms = 2000;
 
-/* What is watched when the command line names no keys: registration, cells and signals. */
+/* The keys that are watched when the command line names none: registration, cells and signals. */
 static const cpe_dm_tool_key default_keys[] = {
     CPE_DM_TOOL_REG,       CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_PCI,   CPE_DM_TOOL_LTE_EARFCN, CPE_DM_TOOL_LTE_RSRP,
     CPE_DM_TOOL_LTE_RSRQ,  CPE_DM_TOOL_LTE_SINR,  CPE_DM_TOOL_NR5G_CGI,  CPE_DM_TOOL_NR5G_PCI,   CPE_DM_TOOL_NR5G_ARFCN,
@@ -37,7 +38,7 @@ struct cell {
 static struct {
     const cpe_dm_tool_options *options;
     cpe_dm_tool_keys keys; /* of the rows */
-    uint64_t metrics;      /* what the modem is asked for, a bit each */
+    uint64_t metrics;      /* the metrics that the modem is asked for, one bit each */
     bool rows;             /* rows are written or shown */
     bool live;
     int bell;
@@ -49,7 +50,7 @@ static struct {
     bool row_open;    /* the newest row has not been written yet */
     cpe_dm_tool_moment moment;
     int64_t rows_written;
-    uint32_t reg_status; /* the last known one; 0: none yet */
+    uint32_t reg_status; /* the last known status; 0: none yet */
     int64_t reg_ms;      /* the moment of that status */
     cpe_dm_tool_change_counts changes;
     bool reader_gone;
@@ -70,8 +71,8 @@ static cpe_dm_tool_report report;
 static char row_data[8192];
 static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
 
-/* Tells an event, with the time: in the live view, and on standard error. With the live view on, a terminal on standard
- * error gets nothing. */
+/* Tells an event, with its time: on standard error, and in the live view while that is on. While the live view is on,
+ * nothing is written to standard error if standard error is a terminal. */
 __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) {
     char data[300];
     cpe_dm_tool_text line = {data, sizeof(data), 0};
@@ -96,8 +97,8 @@ static void end_with(int status) {
     watch.status = cpe_dm_tool_worse(watch.status, status);
 }
 
-/* Ends watch when an output failed; error 0 is no failure. When the reader of the output has gone, the program ends by
- * SIGPIPE after the clean-up. */
+/* Ends watch when an output failed. `error` is 0 when the output did not fail. When the reader of the output has gone,
+ * the program ends by SIGPIPE after the clean-up. */
 static void end_unwritten(const char *name, int error) {
     if (error == EPIPE) {
         watch.reader_gone = true;
@@ -249,7 +250,7 @@ static void open_row() {
     }
 }
 
-/* Ctrl-Z: gives the terminal back, and stops as any program would. */
+/* Handles Ctrl-Z: restores the terminal, and stops as any program would. */
 static void suspend() {
     sigset_t stop;
     sigemptyset(&stop);
@@ -281,8 +282,7 @@ static void take_signal() {
     }
 }
 
-/* From here on the signals are read from a descriptor. Signals that were ignored when the program started stay
- * ignored. */
+/* Makes signals readable from a descriptor. Signals that were ignored when the program started stay ignored. */
 static bool catch_signals() {
     static const int numbers[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT};
     sigset_t caught;
@@ -330,7 +330,7 @@ static void take_events(int64_t until_ms) {
     }
 }
 
-/* Waits for the first registration; false when there is none, or the end has come. */
+/* Waits for the first registration. Returns false when it fails, or when the program has to end first. */
 static bool wait_for_registration() {
     const int64_t until_ms = cpe_dm_tool_now_ms() + watch.options->timeout_ms;
     bool told = false;
@@ -379,7 +379,7 @@ static int end_watch() {
         cpe_dm_tool_tell("%u rows were dropped, as nobody read them", static_cast<unsigned>(watch.sink.dropped));
     }
     if (watch.options->textfile != nullptr) {
-        unlink(watch.options->textfile); // its values are out of date from now on
+        unlink(watch.options->textfile); // the values in the file are out of date from now on
     }
     const bool stopped = cpe_dm_tool_stop_asker(watch.bell, farewell_ms);
     if (watch.reader_gone) {
@@ -392,7 +392,8 @@ static int end_watch() {
     return watch.status;
 }
 
-/* Opens the outputs, and writes what needs no modem: the heading, and a first text file. Returns an exit status. */
+/* Opens the outputs, and writes what can be written without the modem: the heading, and a first text file. Returns an
+ * exit status. */
 static int open_output() {
     const cpe_dm_tool_options *options = watch.options;
     bool empty = true;

@@ -1,44 +1,44 @@
 /* CPE DM: diagnostic monitor of an LTE/5G modem.
  *
- * One client at a time registers with cpe_dm_init. The client asks for metrics of the serving and the neighbouring
- * cells, and sets the indications of which it wants to be told. Values that take time, and indications, come to its
- * callback.
+ * One user at a time registers with cpe_dm_init. The user asks for metrics of the serving and the neighbouring cells,
+ * and sets the indications that it wants to get. Indications, and the results of scans for neighbours, come to the
+ * user's callback.
  *
  * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
  * cpe_dm_init again only after cpe_dm_deinit.
  *
  * Threads: every operation may be called from any thread. At any time the module either carries out one operation or
  * runs the callback once. Operations are carried out in the order in which they were called. An operation sends the
- * modem up to three requests, and keeps other operations and events waiting until the last request is answered:
- * milliseconds as a rule, up to 50 s for each request that the modem does not answer. cpe_dm_init keeps them waiting
- * for as long as it waits for the modem. An event waits for one operation at most, however many threads call
- * operations. An operation waits for 16 events in a row at most. An operation that is called while cpe_dm_deinit is in
- * progress waits until cpe_dm_deinit has ended.
+ * modem up to three requests. Until the last request is answered, other operations and events wait. This takes
+ * milliseconds as a rule, and up to 50 s for each request that the modem does not answer. During cpe_dm_init
+ * they wait for as long as cpe_dm_init waits for the modem. An event waits for one operation at most, however many
+ * threads call operations. An operation waits for 16 events in a row at most. An operation that is called while
+ * cpe_dm_deinit is in progress waits until cpe_dm_deinit has ended.
  *
  * The module has one thread of its own, the command thread, which runs the callback. All signals are blocked in this
  * thread except those by which the kernel reports a fault of the thread itself. A program that is started from the
- * callback inherits this signal mask and has to restore its own.
+ * callback inherits this signal mask, and has to unblock the signals that it needs.
  *
  * Fork: a registration belongs to the process that made it. In a child process every operation returns
  * CPE_DM_ERR_NOT_INITIALIZED until cpe_dm_init is called there; a handle of 0, a null argument, a count below 1 or a
  * record of the wrong info type still gives CPE_DM_ERR_INVALID_PARAM. cpe_dm_init in the child leaves the parent's
- * registration alone and makes a new one, as far as the platform's libraries work in a child. So a daemon registers
- * after daemon(), not before.
+ * registration alone and makes a new registration, as far as the platform's libraries work in a child. So a daemon
+ * registers after daemon(), not before.
  *
  * Plug-ins: code that is going to be unloaded calls cpe_dm_deinit first. If dlclose unmaps the module while its command
  * thread still exists, the program crashes.
  *
  * Status: every operation returns a cpe_dm_status. Any operation but cpe_dm_init may return
- *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current initialisation, or an argument is not as
+ *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current registration, or an argument is not as
  *                               the operation asks for;
- *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of an initialisation whose cpe_dm_deinit failed half-way, or the
+ *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of a registration whose cpe_dm_deinit failed half-way, or the
  *                               process is a child of fork;
- *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback;
- * the statuses listed with an operation come on top of these. Values are meaningful only when the status is 0.
+ *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback.
+ * Each operation lists the statuses that it may return besides these. Values are meaningful only when the status is 0.
  *
- * Coverage: while neither LTE nor NR 5G is in service, requests for metrics return CPE_DM_ERR_SERVICE_UNAVAILABLE,
- * except for the registration status. This is no fault: ask again later, or set the registration status indication and
- * wait for its event.
+ * Coverage: while neither LTE nor NR 5G is in service, a request for any metric but the registration status returns
+ * CPE_DM_ERR_SERVICE_UNAVAILABLE. This is no fault: ask again later, or set the registration status indication and wait
+ * for its event.
  *
  * Restart: a restart of the modem is not announced. While the modem is away, every operation that asks it returns
  * CPE_DM_ERR_FAILURE, at once or when the request has run out of time. No event comes, and the response of a scan that
@@ -47,11 +47,12 @@
  *   - call cpe_dm_deinit, then cpe_dm_init, which waits until the modem is back and gives a new handle;
  *   - read the registration status, as only its later changes are delivered;
  *   - set the indications again.
- * A restart that falls between two operations shows nowhere. So a client that depends on events sets its indications
- * again after any CPE_DM_ERR_FAILURE. For restarts that show nowhere, such a client asks for the values themselves now
- * and then. When a value differs from the value delivered last by more than its threshold, the client sets the
- * indications again. Setting them from time to time without looking at the values would work too, but may hide slow
- * changes: each setting makes the modem count a change from the present value on. */
+ * No status tells of a restart between two operations. So a user that depends on events does two things:
+ *   - after any CPE_DM_ERR_FAILURE it sets its indications again;
+ *   - from time to time it asks for the values themselves. When a value differs from the value delivered last by more
+ *     than its threshold, the user sets the indications again.
+ * A user may also set the indications from time to time without a look at the values. But this may hide slow changes:
+ * after each setting the modem counts a change from the present value on. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -66,7 +67,7 @@
 extern "C" {
 #endif
 
-/* Names one initialisation; never 0 while that initialisation lasts. */
+/* Names one registration; never 0 while the registration lasts. */
 typedef void *cpe_dm_hndl;
 
 typedef enum {
@@ -78,9 +79,9 @@ typedef enum {
     CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
     CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. A scan whose
                                              response never comes blocks further scans until cpe_dm_deinit */
-    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* the operation does not serve this ID, or serves no ID at all */
+    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* no such metric or indication; cpe_dm_set_ctrl_info knows no ID */
     CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
-    CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a client is registered already */
+    CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a user is registered already */
     CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */
     CPE_DM_ERR_INFO_UNAVAILABLE = -17,    /* the modem answered without the value asked for */
 } cpe_dm_status;
@@ -89,7 +90,7 @@ typedef enum {
 typedef enum {
     CPE_DM_INFO_TYPE_REQUEST = 1,   /* a metric request and its answer */
     CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* an asynchronous response, given to the callback */
-    CPE_DM_INFO_TYPE_IND = 3,       /* an indication: its setting, or one given to the callback */
+    CPE_DM_INFO_TYPE_IND = 3,       /* an indication that the user sets, or one given to the callback */
 } cpe_dm_info_type;
 
 /* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB
@@ -125,8 +126,8 @@ typedef enum {
     CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
     CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit, 0.1 dBm */
     CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit, 0.1 dBm */
-    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* all LTE_NBR metrics: CPE_DM_ASYNC_RSP_LTE_NBR */
-    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* all NR5G_NBR metrics: CPE_DM_ASYNC_RSP_NR5G_NBR */
+    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE_NBR metrics: their values come in CPE_DM_ASYNC_RSP_LTE_NBR */
+    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR5G_NBR metrics: their values come in CPE_DM_ASYNC_RSP_NR5G_NBR */
     CPE_DM_METRIC_LTE_NBR_PCI = 24,
     CPE_DM_METRIC_NR5G_NBR_PCI = 25,
     CPE_DM_METRIC_LTE_NBR_CGI = 26,
@@ -183,8 +184,8 @@ typedef enum {
     CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, allocated by the module */
 } cpe_dm_value_type;
 
-/* Registration status. All metrics are served in CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G, and in the
- * others only the registration status itself. */
+/* Registration status. In CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G all metrics can be requested. In any
+ * other status only the registration status itself can be requested. */
 typedef enum {
     CPE_DM_REG_NONE = 1,        /* none of the values below applies */
     CPE_DM_REG_POWER_SAVE = 2,  /* the serving system reports service status 4 */
@@ -195,8 +196,8 @@ typedef enum {
     CPE_DM_REG_NR5G = 7,        /* NR 5G in service */
 } cpe_dm_reg_status;
 
-/* Capacities of the lists in the records below. A list never holds more entries than its capacity, and its count says
- * how many entries hold. */
+/* Capacities of the lists in the records below. A list never holds more entries than its capacity. The count of a
+ * list says how many of its entries are valid. */
 enum {
     CPE_DM_I64_LIST_MAX = 20,
     CPE_DM_LTE_CC_MAX = 7,
@@ -224,7 +225,7 @@ typedef struct {
     cpe_dm_cw_cqi cc_cqi[CPE_DM_LTE_CC_MAX];
 } cpe_dm_lte_cqi_info;
 
-/* CQI of the NR 5G serving cells, as for LTE. */
+/* CQI of the NR 5G serving cells. The fields have the same meanings as in cpe_dm_lte_cqi_info. */
 typedef struct {
     uint8_t cc_cqi_valid;
     uint32_t cc_cqi_len;
@@ -278,8 +279,8 @@ typedef struct {
     uint32_t nbr_len;  /* valid entries of nbr */
     cpe_dm_lte_nbr nbr[CPE_DM_LTE_NBR_MAX];
     uint8_t highest_sig_valid;   /* 1: RSRP or RSRQ was asked for */
-    uint32_t highest_sig_earfcn; /* EARFCN of the first neighbour of the scan; 0, as is the PCI, when the scan found no
-                                    neighbour */
+    uint32_t highest_sig_earfcn; /* EARFCN of the first neighbour of the scan; when the scan found no neighbour, this
+                                    EARFCN and the PCI are 0 */
     uint16_t highest_sig_pci;
     uint8_t highest_sig_rsrp_valid;
     int16_t highest_sig_rsrp; /* dBm */
@@ -312,13 +313,13 @@ typedef struct {
  * operation asks for. */
 typedef struct {
     uint32_t info_type;  /* a cpe_dm_info_type */
-    uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, by info_type */
+    uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, as info_type says */
     uint32_t value_type; /* a cpe_dm_value_type; set by the module, except for a threshold, where the caller sets it */
     union {
         uint32_t u32_val;
         int64_t i64_val;
         int64_t i64_list[CPE_DM_I64_LIST_MAX];
-        void *cqi_info; /* a cpe_dm_lte_cqi_info or a cpe_dm_nr5g_cqi_info, by id */
+        void *cqi_info; /* a cpe_dm_lte_cqi_info or a cpe_dm_nr5g_cqi_info, as the ID says */
         cpe_dm_lte_cell_lock_list *lte_cell_lock_list;
         cpe_dm_nr5g_cell_lock_list *nr5g_cell_lock_list;
         cpe_dm_lte_nbr_info *lte_nbr_info;
@@ -327,37 +328,37 @@ typedef struct {
     uint32_t value_cnt; /* valid entries of i64_list */
 } cpe_dm_info;
 
-/* The client's callback. hndl is the handle of the current initialisation. info is a record of type
+/* The user's callback. hndl is the handle of the current registration. info is a record of type
  * CPE_DM_INFO_TYPE_ASYNC_RSP or CPE_DM_INFO_TYPE_IND. user_data is the pointer that was given to cpe_dm_init.
  *
  * Threading: the callback runs on the module's command thread, once for each event, one event after the other. No
- * operation is carried out while it runs, so it should return quickly. The callback must not call any operation of the
- * module: such a call is refused with CPE_DM_ERR_FAILURE. Nor may it wait for another thread that calls an operation:
- * both threads would wait for ever. It must not throw.
+ * operation is carried out while the callback runs, so it should return quickly. The callback must not call any
+ * operation of the module: such a call is refused with CPE_DM_ERR_FAILURE. Nor may it wait for another thread that
+ * calls an operation: both threads would wait for ever. The callback must not throw.
  *
  * Ownership: the record now belongs to the callback, which releases it with free. If the record is a response with
  * data, its value points to a neighbour record, which the callback releases with free as well. Both were allocated with
  * calloc for this call alone.
  *
- * A record whose value type is CPE_DM_VALUE_NONE reports an event without data. Such a response means that the scan did
- * not succeed. */
+ * A record whose value type is CPE_DM_VALUE_NONE reports an event without data. A response without data means that the
+ * scan did not succeed. */
 typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
-/* Registers the one client and connects to the modem. Blocks, without limit, until the modem's network access service
+/* Registers the one user and connects to the modem. Blocks, without limit, until the modem's network access service
  * is present. Only the end of the process ends this wait; other operations wait meanwhile. On success stores the new
  * handle in *hndl. user_data may be null; it is handed to every callback.
  *
  *   CPE_DM_ERR_INVALID_PARAM        hndl or user_cb_fn is null
- *   CPE_DM_ERR_ALREADY_INITIALIZED  a client is registered; it stays registered
+ *   CPE_DM_ERR_ALREADY_INITIALIZED  a user is registered already, and stays registered
  *   CPE_DM_ERR_FAILURE              the connection, the first system information query, the command thread or a system
  *                                   primitive failed, or the operation was called from the callback
  *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed
  * A call that fails registers nothing. */
 int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_fn);
 
-/* Ends the initialisation. Once the operation has returned 0, no callback is running or will run, events that were
- * still queued have been released undelivered, the indications set and a scan asked for are forgotten, and the handle
- * is invalid.
+/* Ends the registration. Once the operation has returned 0, no callback is running or will run, and the handle is
+ * invalid. Events that were still queued have been released without delivery. The indications that were set and an
+ * outstanding scan are forgotten.
  *
  *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down. From then on operations with
  *                       this handle return CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it
@@ -375,30 +376,30 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
  *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or its technology is not in service;
  *                                   value_type is CPE_DM_VALUE_NONE
  *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric was asked for while a scan is outstanding
- *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service meanwhile
+ *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service during the call
  *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed; in the query for EARFCN, PCI, CGI, PLMN and TAC the
  *                                   status is CPE_DM_ERR_FAILURE instead */
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
 
-/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list, each record as for cpe_dm_get_info. Other
- * operations and callbacks may run between two records.
+/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list. The caller prepares each record as for
+ * cpe_dm_get_info. Other operations and callbacks may run between two records.
  *
  * The first record that fails ends the operation with that record's status. The records before it keep their values,
  * and no scan is started. But a metric that does not exist is passed over. Only if such a metric is the last of the
  * list, and the list has no neighbour metric, does the operation return CPE_DM_ERR_NOT_SUPPORTED.
  *
  * All neighbour metrics of the list together start one scan, after the other records: first LTE, then NR 5G. For
- * neighbour metrics in a list, neither the service nor the info_type of the record is tested.
+ * neighbour metrics in a list, two tests are left out: whether the modem is in service, and the info_type.
  *
  * The statuses are those of cpe_dm_get_info. CPE_DM_ERR_SCAN_ONGOING means that the list has a neighbour metric while a
  * scan is outstanding. No record has been processed in this case, unless another thread started the scan while the list
  * was being processed. */
 int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt);
 
-/* Sets one indication, or replaces its threshold. The caller sets info_type to CPE_DM_INFO_TYPE_IND, id to a
- * cpe_dm_ind_id and, for all but the registration status, value_type to CPE_DM_VALUE_INT64 and i64_val to the
- * threshold, of which the low 16 bits are used. On failure the module's indications are as before, but the modem may
- * hold part of the failed change until a later change succeeds.
+/* Sets one indication, or replaces its threshold. The caller sets info_type to CPE_DM_INFO_TYPE_IND and id to a
+ * cpe_dm_ind_id. For all indications but the registration status the caller also sets value_type to CPE_DM_VALUE_INT64
+ * and i64_val to the threshold, of which the low 16 bits are used. On failure the module's indications are as before,
+ * but the modem may hold part of the failed change until a later change succeeds.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_info is null or not an indication, or its threshold is missing or below 1
  *   CPE_DM_ERR_NOT_SUPPORTED  no such indication
@@ -406,20 +407,21 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
 
-/* Stores the number of indications set, 0 to 7, in *dm_ind_cnt.
+/* Stores in *dm_ind_cnt the number of indications that are set, 0 to 7.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_cnt is null */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
 
-/* Stores the IDs of the indications set in dm_ind_list, in the order 1, 2, 4, 6, 3, 5, 7. The list has dm_ind_list_cnt
- * entries; those that are left over become 0. A list of 7 entries always suffices.
+/* Stores in dm_ind_list the IDs of the indications that are set, in the order 1, 2, 4, 6, 3, 5, 7. The list has
+ * dm_ind_list_cnt entries; unused entries become 0. A list of 7 entries always suffices.
  *
  *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt is 0
  *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; the list is not written */
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt);
 
 /* Clears the dm_clr_ind_list_cnt indications whose IDs are in the list. The list may name indications that are not set.
- * On failure no indication is cleared; what cpe_dm_set_ind_info says of the modem holds here too.
+ * On failure no indication is cleared in the module, but the modem may hold part of the failed change until a later
+ * change succeeds.
  *
  *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt is 0
  *   CPE_DM_ERR_NOT_SUPPORTED  the list names an indication that does not exist
@@ -433,13 +435,13 @@ int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, ui
  *   CPE_DM_ERR_NOT_SUPPORTED  otherwise */
 int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info);
 
-/* Display names, static text. For an ID that does not exist they give the name of ID 0. Callable at any time, from any
+/* Display names, as static texts. An ID that does not exist gets the name of ID 0. Callable at any time, from any
  * thread, also from the callback. */
 const char *cpe_dm_metric_name(uint32_t id);
 const char *cpe_dm_ind_name(uint32_t id);
 const char *cpe_dm_async_rsp_name(uint32_t id);
 
-/* What a status means, in a few words without a line end. The text is static; a number that is no status has one too.
+/* What a status means, in a few words without a line end, as a static text. A number that is no status gets a text too.
  * Callable at any time, from any thread, also from the callback. */
 const char *cpe_dm_strerror(int32_t status);
 

@@ -3,9 +3,9 @@
  * No function here keeps any state: each is callable at any time, without a registration, from any thread, and from the
  * callback. A program that links the static library and calls none of these functions does not contain them.
  *
- * A function with the parameters text and size writes at most size bytes to text, the ending null character included,
- * and returns text. A longer text is cut. The constants CPE_DM_..._TEXT_SIZE are sizes that always suffice. Numbers are
- * written with integer arithmetic, so a text is exact: 128 counts of 0.1 dB are "12.8". */
+ * A function with the parameters `text` and `size` writes at most `size` bytes to `text`, the ending null character
+ * included, and returns `text`. A longer result is cut. The constants CPE_DM_..._TEXT_SIZE are sizes that always
+ * suffice. Numbers are written with integer arithmetic, so a text is exact: 128 counts of 0.1 dB are "12.8". */
 #ifndef CPE_DM_TEXT_H
 #define CPE_DM_TEXT_H
 
@@ -71,12 +71,12 @@ char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz);
  * says so, and otherwise at least two. */
 char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn);
 
-/* Writes the PLMN of a serving cell in the form of cpe_dm_plmn_text. bytes is the i64_list of the answer: three
+/* Writes the PLMN of a serving cell in the form of cpe_dm_plmn_text. `bytes` is the i64_list of the answer: three
  * entries, of which only the low 8 bits count. A digit above 9, which no network has, is written as a hexadecimal
  * digit: "ff0-080". */
 char *cpe_dm_plmn_bytes_text(char *text, size_t size, const int64_t *bytes);
 
-/* The tracking area code of an NR 5G serving cell, 0 to 16777215. bytes is the i64_list of the answer: three entries,
+/* The tracking area code of an NR 5G serving cell, 0 to 16777215. `bytes` is the i64_list of the answer: three entries,
  * of which only the low 8 bits count. */
 uint32_t cpe_dm_nr5g_tac(const int64_t *bytes);
 
@@ -89,10 +89,10 @@ uint32_t cpe_dm_lte_cgi_cell(uint32_t cgi);
 /* The operating band of an LTE downlink channel number (EARFCN), and the frequency of the channel in kHz. A channel
  * number belongs to one band at most. Both functions return 0 for a number that is no channel.
  *
- * CPE_DM_METRIC_LTE_EARFCN and the LTE cell locks have only 16 bits, so 65536 is missing from a channel number of band
- * 65 or above. The answer 1300 may be channel 1300 of band 3 or channel 66836 of band 66, and nothing tells which. So
- * when the answer plus CPE_DM_LTE_EARFCN_CUT is a channel too, both channels are possible. The EARFCN of a neighbour is
- * complete. */
+ * CPE_DM_METRIC_LTE_EARFCN and the LTE cell locks have only 16 bits. For a channel of band 65 or above, these bits are
+ * the channel number less CPE_DM_LTE_EARFCN_CUT. The answer 1300 may be channel 1300 of band 3 or channel 66836 of band
+ * 66, and nothing tells which of the two. So when the answer plus CPE_DM_LTE_EARFCN_CUT is a channel too, both channels
+ * are possible. The EARFCN of a neighbour is complete. */
 uint32_t cpe_dm_lte_band(uint32_t earfcn);
 uint32_t cpe_dm_lte_khz(uint32_t earfcn);
 enum { CPE_DM_LTE_EARFCN_CUT = 65536 };
@@ -111,12 +111,12 @@ typedef union {
 
 /* Prepares *info for cpe_dm_get_info: zeroes it, and sets info_type and id. A CQI or cell lock metric needs a result
  * record: for such a metric the function also zeroes *record and points the value of *info at it. For any other metric
- * *record is left alone, and record may be null. */
+ * *record is not changed, and record may be null. */
 void cpe_dm_prepare_request(cpe_dm_info *info, uint32_t id, cpe_dm_metric_record *record);
 
-/* Tells whether the modem reported the value of an answer (of cpe_dm_get_info, with status CPE_DM_SUCCESS). Returns 1
- * for a reported value, and 0 for a 0 that stands for a value which the modem left out. Only values of an NR 5G cell
- * can be left out:
+/* Tells whether the modem reported the value in `info`, an answer of cpe_dm_get_info with status CPE_DM_SUCCESS.
+ * Returns 1 for a reported value. Returns 0 when the modem left the value out, and the answer has a 0 in its place.
+ * Only values of an NR 5G cell can be left out:
  *   ARFCN, CGI, TAC, PLMN  a value of 0 was left out;
  *   PCI                    a value of 0 was left out if the CGI is 0 as well. In CPE_DM_REG_LTE_NR5G a PCI is always
  *                          reported.
@@ -132,11 +132,12 @@ int cpe_dm_is_reported(const cpe_dm_info *info, uint32_t reg_status, int64_t nr5
  *   LTE cell locks       the cells, each as CHANNEL/PCI: "1300/301 2850/42"
  *   NR 5G cell locks     one cell as CHANNEL/PCI, or the channels: "640000 632628"
  *   any other metric     the number in units, as cpe_dm_count_text writes it
- * CQI and locks without any entry give "none". A record that is no answer with a value gives "". */
+ * CQI and locks without any entry give "none". For a record that is no answer, or an answer without a value, the
+ * text is "". */
 char *cpe_dm_value_text(char *text, size_t size, const cpe_dm_info *info);
 
-/* Releases the record that the callback was given and, where the value of the record points to a neighbour record, that
- * one too. info may be null. */
+/* Releases the record that the callback was given. If its value points to a neighbour record, releases the neighbour
+ * record too. info may be null. */
 void cpe_dm_release_info(cpe_dm_info *info);
 
 #ifdef __cplusplus

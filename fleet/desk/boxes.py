@@ -1,4 +1,4 @@
-"""The boxes of a fleet on one machine: what each plays, its processes, what it has sent, and what it costs."""
+"""The boxes of a fleet on one machine: the scenario of each box, its processes, the lines that it sent, and its costs."""
 import datetime
 import json
 import os
@@ -7,12 +7,12 @@ import time
 
 import servers
 
-BLOCK = 20  # boxes of a block, which has cells of its own
-KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # of the first boxes of a block
-PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # what the others of a block play, in turn
-ONCE = ["drive", "status_walk"]  # but for one box each of a fleet: many that play these would move as one
+BLOCK = 20  # boxes in a block; each block has cells of its own
+KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # one for each of the first boxes of a block
+PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # scenarios of the other boxes of a block, in turn
+ONCE = ["drive", "status_walk"]  # each for one box only: two boxes with the same one would change together
 
-# What happens to the cell of a box of this kind, in the blocks in which something happens.
+# The change in the scenario of a box of this kind, in every fifth block.
 CHANGES = {
     "worse": "lte = { rsrp = -106, rsrq = -17, snr = -10 }",
     "dark": 'lte = { srv_status = "no_service" }',
@@ -59,8 +59,8 @@ class Box:
         self.textfile = f"{folder}/www/{self.name}/metrics.txt"
         self.kind = KINDS[place] if place < len(KINDS) else "played"
         self.cgi = (100000 + block * 16 + KINDS.index(self.kind)) * 256 + 1 if self.kind in KINDS else None
-        self.troubled = block % 5 == 0 and self.kind in KINDS  # something happens to it
-        self.restarts = self.troubled and self.kind in CHANGES  # it is killed, and started anew
+        self.troubled = block % 5 == 0 and self.kind in KINDS  # something happens to this box, by its kind
+        self.restarts = self.troubled and self.kind in CHANGES  # the box is killed, and started again
         played = place - len(KINDS) + block * (BLOCK - len(KINDS))
         self.plays = ONCE[played] if 0 <= played < len(ONCE) else PLAYED[played % len(PLAYED)]
         self.process = None
@@ -70,7 +70,7 @@ class Box:
         os.makedirs(os.path.dirname(self.textfile))
 
     def scenario(self, event):
-        """The scenario file that the box plays; event: seconds from now until something happens, None: nothing does."""
+        """The scenario file that the box plays. event: seconds from now until its change; None: no change."""
         if self.kind == "played":
             return f"{self.source}/platform/scenarios/{self.plays}.toml"
         path = f"{self.folder}/scenario.toml"
@@ -83,7 +83,7 @@ class Box:
         return path
 
     def start(self, interval, event=None, record=True):
-        """Two ways at once: the text file for the pull, and JSON for the push."""
+        """Starts the box, which sends in two ways: a text file for the pull, and JSON for the push."""
         watch = [f"{self.source}/build/release/tool/cpe_dm", "watch", "--json", "-i", str(interval), "--textfile", self.textfile,
                  "--label", "site=desk"]
         if record:
@@ -94,7 +94,7 @@ class Box:
             env={**os.environ, "ZEB_SCENARIO": self.scenario(event), "XDG_CONFIG_HOME": self.folder, "TMPDIR": self.folder})
 
     def kill(self):
-        """Power off."""
+        """Ends the box as a loss of power would."""
         self.kills.append(time.time())
         servers.kill(self.process)
         self.process = None
@@ -103,7 +103,7 @@ class Box:
         self.process.send_signal(signal.SIGTERM)
 
     def sent(self):
-        """The lines that cpe_dm has printed, whole ones."""
+        """The whole lines that cpe_dm has printed."""
         try:
             with open(f"{self.folder}/sent") as file:
                 return [line[:-1] for line in file if line.endswith("\n")]
@@ -119,7 +119,7 @@ class Box:
 
 
 def new_fleet(count, folder, source):
-    """The boxes; exactly half of them will be started anew in the middle."""
+    """The boxes of a new fleet. Exactly half of them will be killed and started again during the run."""
     boxes = [Box(number, folder, source) for number in range(count)]
     wanted = count // 2 - sum(box.restarts for box in boxes)
     for box in [box for box in boxes if not box.troubled][:wanted]:
@@ -128,7 +128,7 @@ def new_fleet(count, folder, source):
 
 
 def rows_of(lines):
-    """[(time, {(metric, technology): value})] of lines of JSON."""
+    """The values in lines of JSON: [(time, {(metric, technology): value})]."""
     names = {"none": 1, "power_save": 2, "limited": 3, "limited_regional": 4, "lte": 5, "lte_nr5g": 6, "nr5g": 7}
     rows = []
     for line in lines:
@@ -147,7 +147,7 @@ def first_line(path):
 
 
 def processes():
-    """{process group: [process ID, ...]} of this machine; without those that have ended."""
+    """The processes of this machine that have not ended: {process group: [process ID, ...]}."""
     groups = {}
     for pid in filter(str.isdigit, os.listdir("/proc")):
         try:
@@ -160,7 +160,7 @@ def processes():
 
 
 def cpu_seconds(pid):
-    """What all threads of a process have used; to the nanosecond."""
+    """The processor time of all threads of a process, exact to the nanosecond."""
     total = 0
     for thread in os.listdir(f"/proc/{pid}/task"):
         try:
@@ -171,7 +171,7 @@ def cpu_seconds(pid):
 
 
 def memory(pid):
-    """(private, resident) bytes of a process."""
+    """The memory of a process: (private bytes, resident bytes)."""
     sizes = {}
     with open(f"/proc/{pid}/smaps_rollup") as file:
         for line in file:
@@ -186,7 +186,7 @@ def name_of(pid):
 
 
 def cost(group):
-    """What the processes of a box have used by now: {program: (CPU seconds, private bytes, resident bytes)}; all but record's."""
+    """The costs of a box so far: {program: (CPU seconds, private bytes, resident bytes)}. Without the script `record`."""
     costs = {}
     for pid in group:
         try:

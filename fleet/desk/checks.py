@@ -1,4 +1,4 @@
-"""What has to hold when a fleet has run: nothing is lost, the right alerts fire. Each check returns (what it found, faults)."""
+"""Checks after the run of a fleet: nothing is lost, and the right alerts fire. Each check returns (its findings, faults)."""
 import re
 import subprocess
 
@@ -6,7 +6,8 @@ import boxes as box_module
 
 
 def missing_lines(box, lines, arrived):
-    """([lost line], how many further lines went with the box's power: none of them is older than 5 s)."""
+    """Looks at the lines that did not arrive. Lines of the last 5 s before a loss of power may be missing; others are lost.
+    Returns ([lost line], number of lines that may be missing)."""
     missing = [line for line in lines if line not in arrived]
     lost = [line for (time, _), line in zip(box_module.rows_of(missing), missing)
             if not any(kill - 5 < time <= kill + 1 for kill in box.kills)]
@@ -14,7 +15,7 @@ def missing_lines(box, lines, arrived):
 
 
 def lines_arrived(boxes, subscriber):
-    """Every line that a box has sent arrived, and nothing else."""
+    """Every line that a box has sent arrived, and no other line did."""
     sent = taken = 0
     faults = []
     for box in boxes:
@@ -31,7 +32,7 @@ def lines_arrived(boxes, subscriber):
 
 
 def samples_of(prometheus, selector, seconds, at):
-    """Raw samples: {(box, metric, technology): [(time, value)]}."""
+    """The samples as stored: {(box, metric, technology): [(time, value)]}."""
     found = {}
     for series in prometheus.query(f"{selector}[{int(seconds)}s]", at):
         labels = series["metric"]
@@ -41,7 +42,7 @@ def samples_of(prometheus, selector, seconds, at):
 
 
 def runs(rows, key):
-    """[(value, from, until)]: how long a value stood; the last run is open, and left out."""
+    """The times during which a value stayed the same, without the last: [(value, from, until)]."""
     result = []
     for time, values in rows:
         value = values[key]
@@ -53,8 +54,8 @@ def runs(rows, key):
 
 
 def values_found(boxes, samples, scrapes, interval):
-    """A value that stood while its file was fetched twice is there; and nothing is there that no box had. scrapes: {box:
-    times of those that went well}. A file is given half an interval to be written."""
+    """Prometheus has every value that stayed the same during two scrapes or more, and has no value that the box never had.
+    scrapes: {box: [time of a successful scrape]}. A value counts from half an interval on: its file is written by then."""
     stood = 0
     faults = []
     for box in boxes:
@@ -75,7 +76,7 @@ def values_found(boxes, samples, scrapes, interval):
 
 
 def samples_go_on(boxes, scrapes, failed, outage, end):
-    """Samples before Prometheus was away, none meanwhile, and of every box that lives at the end."""
+    """Each box has samples before the outage of Prometheus, none during it, and some at the end if the box is alive."""
     faults = []
     total = sum(map(len, scrapes.values()))
     for box in boxes:
@@ -93,11 +94,11 @@ def samples_go_on(boxes, scrapes, failed, outage, end):
 
 
 def expected_alerts(boxes):
-    """({alert that must fire}, {alert that may}): each (name, box or cell)."""
+    """({alert that must fire}, {alert that may fire}); an alert is (name, box or cell)."""
     must = set()
     may = set()
     for box in boxes:
-        if box.kind == "played" and box.plays == "drive":  # its hole is long enough at some factors only
+        if box.kind == "played" and box.plays == "drive":  # whether its hole in coverage lasts long enough depends on the factor
             may |= {("CpeDmOutOfService", box.name), ("CpeDmFellBackFromNr5g", box.name)}
         if not box.troubled:
             continue
@@ -127,7 +128,7 @@ def alerts_fired(boxes, found):
 
 
 def files_in_order(boxes):
-    """promtool has nothing to say of the text files."""
+    """promtool finds no fault in the text files."""
     faults = []
     for box in boxes:
         with open(box.textfile) as file:
@@ -138,8 +139,8 @@ def files_in_order(boxes):
 
 
 def page_shows(text, boxes, one):
-    """The page in a browser: the boxes that are out and no other, the cells that got worse, and a line over time for the
-    box in the address."""
+    """The page in a browser shows all boxes that are out and no others, the cells that got worse, and the chart of the box
+    in the address."""
     faults = []
     must = {box.name for box in boxes if box.troubled and box.kind in ("dark", "out", "absent", "die", "leave")}
     may = {box.name for box in boxes if box.kind == "played" and box.plays in ("drive", "status_walk")}

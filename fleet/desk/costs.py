@@ -1,4 +1,4 @@
-"""What a fleet costs: processor, memory, bytes on the wire and on the disk; of a box and of the servers."""
+"""The costs of a fleet, for a box and for the servers: processor time, memory, bytes on the wire and on the disk."""
 import glob
 import json
 import os
@@ -9,9 +9,9 @@ import urllib.request
 
 import boxes as box_module
 
-CORE_LIMIT = 0.0005  # of a core, by cpe_dm at one sample in 15 s
+CORE_LIMIT = 0.0005  # share of a core that cpe_dm may take at one sample in 15 s
 MEMORY_LIMIT = 4 * 1024 * 1024
-GROWTH_LIMIT = 512 * 1024  # lines that wait for a broker lie in memory
+GROWTH_LIMIT = 512 * 1024  # not 0: lines that wait for a broker lie in memory
 
 
 def of_box(box):
@@ -19,14 +19,14 @@ def of_box(box):
 
 
 def of_boxes(boxes):
-    """{box: (when it was started, private bytes)}"""
+    """{box: (time of its last start, private bytes)}"""
     groups = box_module.processes()
     return {box.name: (box.starts[-1], sum(private for _, private, _ in box_module.cost(groups[box.process.pid]).values()))
             for box in boxes if box.alive()}
 
 
 def growth(before, after, boxes):
-    """No box's memory grows: of those that were not started anew."""
+    """The memory of a box does not grow. A box that was started again in between is not looked at."""
     grown = {name: after[name][1] - private for name, (start, private) in before.items()
              if name in after and after[name][0] == start}
     faults = [f"{name} grew by {grown[name]} bytes" for name in grown if grown[name] > GROWTH_LIMIT]
@@ -50,7 +50,7 @@ def box_in_limits(before, after):
 
 
 def metric(prometheus, name):
-    """A number that Prometheus tells of itself, whatever its labels."""
+    """A metric of Prometheus itself: the sum over all its labels."""
     with urllib.request.urlopen(f"{prometheus.url}/metrics", timeout=60) as answer:
         found = re.findall(rf"^{name}(?:{{.*}})? (\S+)$", answer.read().decode(), re.MULTILINE)
     if not found:
@@ -59,7 +59,7 @@ def metric(prometheus, name):
 
 
 def of_servers(run):
-    """Processor and work since each was started."""
+    """The processor time and the work of each server since its start."""
     run.subscriber.read()
     return {
         "time": time.monotonic(),
@@ -72,7 +72,7 @@ def of_servers(run):
 
 
 def request(run, box):
-    """Bytes of a request as Prometheus sends it, and of its answer."""
+    """Sends a request as Prometheus does. Returns the bytes of the request and of its answer."""
     address = f"127.0.0.1:{run.httpd_port}"
     asked = (f"GET /{box.name}/metrics.txt HTTP/1.1\r\nHost: {address}\r\nUser-Agent: Prometheus/2.42.0\r\nAccept: application/"
              "openmetrics-text;version=1.0.0,application/openmetrics-text;version=0.0.1;q=0.75,text/plain;version=0.0.4;q=0.5,"
@@ -84,7 +84,7 @@ def request(run, box):
 
 
 def on_disk(folder):
-    """(bytes of chunks, bytes of indices, samples, series) of the blocks in a folder."""
+    """The sizes of the blocks in a folder: (bytes of chunks, bytes of indices, samples, series)."""
     chunks = sum(map(os.path.getsize, glob.glob(f"{folder}/*/chunks/*")))
     index = sum(map(os.path.getsize, glob.glob(f"{folder}/*/index")))
     stats = []
@@ -95,7 +95,7 @@ def on_disk(folder):
 
 
 def table(run):
-    """The lines of what was measured."""
+    """The measured costs, one text for each line of the table."""
     after = run.after
     before = run.middle
     seconds = after["time"] - before["time"]

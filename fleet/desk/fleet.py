@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """Usage: scripts/fleet [--picture FILE] [BOXES] [SECONDS]
 
-Brings a fleet up on this machine (20 boxes for 40 s, when nothing is said), lets things happen to it, looks whether
-anything is lost and whether the right alerts fire, prints what it costs, and takes everything down again. Each box is
-`cpe_dm watch` on a virtual modem of its own, with a text file that a web server offers Prometheus, and with JSON for an
-MQTT broker. What happens, in parts of SECONDS:
+Starts a fleet on this machine (20 boxes for 40 s by default), lets things happen to it, checks that nothing is lost and
+that the right alerts fire, prints the costs, and stops everything. Each box is `cpe_dm watch` on a virtual modem of its
+own. The box writes a text file, which Prometheus gets from a web server, and sends JSON to an MQTT broker.
+These things happen at these parts of SECONDS:
   0.2   half of the boxes are killed, and start again at once
-  0.3   Prometheus is killed, and starts again after a tenth
+  0.3   Prometheus is killed; it starts again at 0.4
   0.5   a cell gets worse, another one goes dark, boxes fall back from NR 5G, go out of service, vanish
-  0.55  the broker is killed, and starts again after 0.15
-The rules' durations are divided by 2400 / SECONDS, so that alerts of many minutes fire within the run.
-FILE: a picture of the page (PNG). Status 0: all held; 1: something did not; 2: wrong usage.
+  0.55  the broker is killed; it starts again at 0.7
+All durations in the rules are divided by 2400 / SECONDS, so that alerts that take many minutes fire within the run.
+FILE: the page is saved there as a picture (PNG). Status 0: every check held; 1: a check failed; 2: wrong usage.
 """
 import argparse
 import os
@@ -44,11 +44,11 @@ class Run:
         self.folder = folder
         self.faults = []
         self.start_time = None
-        self.lines_before = 0  # that arrived before the broker was started last
+        self.lines_before = 0  # lines that arrived before the last start of the broker
         for name in ("www", "boxes", "page"):
             os.mkdir(f"{folder}/{name}")
         self.boxes = box_module.new_fleet(count, folder, source)
-        self.reference = box_module.Box(count, folder, source)  # one sample in 15 s, to see what a box costs
+        self.reference = box_module.Box(count, folder, source)  # samples every 15 s; shows the costs of a box
         self.reference.kind, self.reference.troubled = "leave", False
         self.reference.cgi = 1
         names = [box.name for box in [*self.boxes, self.reference]]
@@ -65,13 +65,13 @@ class Run:
         self.faults += faults
 
     def wait_until(self, part):
-        """Until this part of the run is over."""
+        """Waits until this part of the run is over."""
         while time.time() < self.start_time + part * self.seconds:
             self.subscriber.read()
             time.sleep(0.2)
 
     def all_arrived(self):
-        """Whether something of each box has arrived, and everything that it had sent three intervals ago."""
+        """Whether, for each box, lines have arrived, and all its lines but the last three."""
         self.subscriber.read()
         for box in self.boxes:
             arrived = self.subscriber.lines.get(box.name)
@@ -80,14 +80,15 @@ class Run:
         return True
 
     def bring_up(self):
-        """The broker learns who reads all, and is away when the boxes start, which holds nobody up."""
+        """Starts everything. The broker is away while the boxes start, and no box may wait for it. Before that, the broker runs
+        for a moment, so that it knows the subscriber."""
         began = time.time()
         self.broker.start()
         self.subscriber = servers.Subscriber(f"{self.folder}/subscriber", self.broker)
         servers.until(self.subscriber.is_there, "the reader is there")
         self.broker.kill()
         targets = {}
-        for at in range(0, len(self.boxes), 10):  # one server has too short a queue for all
+        for at in range(0, len(self.boxes), 10):  # one server for every 10 boxes: its queue is too short for all
             port = servers.start_httpd(f"{self.folder}/www", f"{self.folder}/httpd.log")
             targets |= {box.name: (f"127.0.0.1:{port}", f"/{box.name}/metrics.txt") for box in self.boxes[at:at + 10]}
         self.httpd_port = port
@@ -141,13 +142,13 @@ class Run:
         self.wait_until(1)
 
     def look(self, picture):
-        """While everything runs."""
+        """Makes the checks that need the running fleet."""
         must, _ = checks.expected_alerts(self.boxes)
         span = time.time() - self.start_time + 120
         try:
             servers.until(lambda: must <= checks.fired(self.prometheus, span), "the alerts fire", max(60, self.seconds))
         except TimeoutError:
-            pass  # told below, one by one
+            pass  # the alerts that are missing are reported below, one by one
         self.note("alerts", checks.alerts_fired(self.boxes, checks.fired(self.prometheus, span)))
         self.look_at_page(picture)
         self.note("text files", checks.files_in_order([box for box in self.boxes if box.alive()][:40]))
@@ -174,7 +175,7 @@ class Run:
         self.note("page", checks.page_shows(text, self.boxes, one))
 
     def stop(self):
-        """Every box is asked to stop, a few at a time, and leaves `null`."""
+        """Asks every box to stop, a few at a time. Each must leave `null` under its topic."""
         servers.until(self.all_arrived, "what was kept arrives", max(120, self.seconds), 0.5)
         living = [box for box in [*self.boxes, self.reference] if box.alive()]
         faults = []

@@ -10,7 +10,7 @@ import time
 import urllib.parse
 import urllib.request
 
-groups = []  # of all processes that were started; each is the first of a process group
+groups = []  # all processes that were started; each is the first of its process group
 
 
 def free_port():
@@ -20,7 +20,7 @@ def free_port():
 
 
 def start(command, log, **more):
-    """A process, and what it starts, in a group of its own. What it says goes into the file log."""
+    """Starts a process in a process group of its own. Its standard error goes into the file log."""
     with open(log, "ab") as said:
         process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stderr=said,
                                    stdout=more.pop("stdout", said), start_new_session=True, **more)
@@ -48,7 +48,7 @@ def kill_all():
 
 
 def until(condition, what, seconds=120, pause=0.1):
-    """Waits until the condition holds, which is tried again after each pause."""
+    """Waits until the condition holds. Tries it again after each pause."""
     end = time.monotonic() + seconds
     while not condition():
         if time.monotonic() > end:
@@ -65,13 +65,13 @@ def answers(port):
 
 
 def scale(text, factor):
-    """Prometheus's configuration or rules with every duration divided by the factor."""
+    """Returns a configuration or rules of Prometheus with every duration divided by the factor."""
     unit = {"s": 1000, "m": 60000, "h": 3600000, "d": 86400000}
     return re.sub(r"\b(\d+)([smhd])\b", lambda found: f"{max(1, round(int(found[1]) * unit[found[2]] / factor))}ms", text)
 
 
 class Broker:
-    """mosquitto with TLS, a user for each box, and one who reads all: `fleet`, who may also read what the broker costs."""
+    """mosquitto with TLS and a user for each box. The user `fleet` may read all topics, the broker's own too."""
 
     def __init__(self, folder, source, users):
         self.folder = folder
@@ -98,7 +98,7 @@ class Broker:
         return f"secret-of-{user}"
 
     def write_client(self, folder, program, user):
-        """The file of options of mosquitto_pub or mosquitto_sub, where XDG_CONFIG_HOME is the folder."""
+        """Writes the options file of mosquitto_pub or mosquitto_sub into a folder that will be XDG_CONFIG_HOME."""
         with open(f"{folder}/{program}", "w", opener=lambda path, flags: os.open(path, flags, 0o600)) as options:
             options.write(f"-h 127.0.0.1\n-p {self.port}\n-V mqttv5\n--cafile {self.folder}/ca.pem\n"
                           f"-u {user}\n-P {self.password(user)}\n")
@@ -108,32 +108,32 @@ class Broker:
         until(lambda: answers(self.port), "the broker starts")
 
     def kill(self):
-        self.process.send_signal(signal.SIGUSR1)  # it saves that there is a subscriber
+        self.process.send_signal(signal.SIGUSR1)  # makes the broker save that the subscriber exists
         time.sleep(0.5)
         kill(self.process)
 
 
 class Subscriber:
-    """mosquitto_sub as the user `fleet`, with a session that the broker keeps while it is away."""
+    """mosquitto_sub as the user `fleet`. The broker keeps the session of mosquitto_sub while mosquitto_sub is away."""
 
     def __init__(self, folder, broker):
         self.folder = folder
-        self.lines = {}  # box: set of its lines
-        self.count = 0   # of them, those that arrived again among them
+        self.lines = {}  # {box: set of its lines that arrived}
+        self.count = 0   # arrived lines; a line that arrived twice counts twice
         self.again = 0
-        self.sys = {}    # what the broker says of itself, newest
+        self.sys = {}    # the broker's newest figures of itself
         self.rest = b""
         os.mkdir(folder)
         broker.write_client(folder, "mosquitto_sub", "fleet")
         with open(f"{folder}/received", "wb") as received:
-            # It ends when a TLS connection breaks off.
+            # mosquitto_sub ends when its TLS connection breaks off, so it is started again.
             again = "while :; do mosquitto_sub -c -i reader -q 1 -t 'cpe_dm/#' -t '$SYS/broker/#' -F '%t %p'; sleep 0.2; done"
             self.process = start(["sh", "-c", again], f"{folder}/log", stdout=received,
                                  env={**os.environ, "XDG_CONFIG_HOME": folder})
         self.received = open(f"{folder}/received", "rb")
 
     def read(self):
-        """Takes what has arrived by now."""
+        """Takes the lines that have arrived by now."""
         *lines, self.rest = (self.rest + self.received.read()).split(b"\n")
         for line in lines:
             topic, _, payload = line.decode().partition(" ")
@@ -152,14 +152,14 @@ class Subscriber:
         return self.sys
 
     def newest(self, seconds):
-        """What stands under every topic now: {box: payload}. Reads for so many seconds."""
+        """The retained payload of every box: {box: payload}. Reads for the given number of seconds."""
         done = subprocess.run(["mosquitto_sub", "-t", "cpe_dm/#", "-W", str(seconds), "-F", "%t %p"], capture_output=True,
                               text=True, env={**os.environ, "XDG_CONFIG_HOME": self.folder})
         return dict(line.removeprefix("cpe_dm/").split(" ", 1) for line in done.stdout.splitlines())
 
 
 class Prometheus:
-    """Prometheus with the fleet's configuration, every duration of which is divided by the factor."""
+    """Prometheus with the fleet's configuration. Every duration in it is divided by the factor."""
 
     def __init__(self, folder, source, factor):
         self.folder = folder
@@ -172,7 +172,7 @@ class Prometheus:
         for name in ("prometheus.yml", "rules.yml", "alerts.yml"):
             with open(f"{source}/fleet/prometheus/{name}") as file:
                 text = file.read()
-            # A busy machine may take long for an answer: as long as there is until the next one.
+            # A busy machine may take long for an answer. So the timeout is as long as the interval.
             text = text.replace("scrape_timeout: 10s", "scrape_timeout: 30s")
             with open(f"{folder}/{name}", "w") as file:
                 file.write(scale(text, factor))
@@ -207,14 +207,14 @@ class Prometheus:
         return self.get("query", query=expression, **({"time": at} if at else {}))["result"]
 
     def snapshot(self):
-        """All samples as blocks on the disk; their folder."""
+        """Writes all samples to the disk as blocks. Returns their folder."""
         request = urllib.request.Request(f"{self.url}/api/v1/admin/tsdb/snapshot", method="POST")
         with urllib.request.urlopen(request, timeout=300) as answer:
             return f"{self.folder}/data/snapshots/{json.load(answer)['data']['name']}"
 
 
 def start_httpd(folder, log):
-    """busybox httpd serves the folder; its port."""
+    """Starts busybox httpd, which serves the folder. Returns its port."""
     port = free_port()
     start(["busybox", "httpd", "-f", "-p", f"127.0.0.1:{port}", "-h", folder], log)
     until(lambda: answers(port), "the web server starts")
@@ -222,7 +222,7 @@ def start_httpd(folder, log):
 
 
 def open_page(folder, url, *options):
-    """What Chromium makes of a page, which is given 5 s of its own time."""
+    """Opens a page in Chromium, which gives the page 5 s of its own time. Returns what Chromium prints."""
     command = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                "--disable-background-networking", "--disable-component-update", "--disable-sync", "--disable-dev-shm-usage",
                "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", f"--user-data-dir={folder}/profile",

@@ -22,12 +22,12 @@ async function get(path, query) {
     return body.data;
 }
 
-/* The samples of an expression as [labels, number]. */
+/* Returns the samples of an expression as [labels, number]. */
 async function ask(expression) {
     return (await get("query", { query: expression })).result.map(each => [each.metric, Number(each.value[1])]);
 }
 
-/* An element; its children are elements or texts. */
+/* Makes an element. Its children are elements or texts. */
 function make(name, attributes, ...children) {
     const svg = ["svg", "path", "line", "text"].includes(name);
     const element = svg ? document.createElementNS("http://www.w3.org/2000/svg", name) : document.createElement(name);
@@ -58,7 +58,7 @@ async function show_totals() {
     }));
 }
 
-/* What the rules say of boxes: the alerts, those that still wait for their time to be over as well. */
+/* Shows the boxes with an alert; also those whose alert is pending, which fires when the rule's time is over. */
 async function show_out() {
     const [{ alerts }, answered, status] = await Promise.all([
         get("alerts"), ask("cpe_dm_up"), ask("cpe_dm_registration_status")]);
@@ -94,7 +94,7 @@ async function show_cells() {
         text(changes, cell, 1, ""))));
 }
 
-/* A path through samples; it has a gap where some are missing. */
+/* A path through samples, with a gap where samples are missing. */
 function path(values, step, x, y) {
     let last = -Infinity;
     return values.map(([time, value]) => {
@@ -104,7 +104,7 @@ function path(values, step, x, y) {
     }).join("");
 }
 
-/* One chart: the series of a metric of a box, by technology. low to high in so many lines. */
+/* One chart: the series of a metric of a box, by technology. From low to high there is a line at every `every`. */
 function chart(series, from, to, step, top, low, high, every, words) {
     const height = 170;
     const x = time => 70 + (time - from) / (to - from) * 900;

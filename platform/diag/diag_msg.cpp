@@ -31,7 +31,7 @@ int open_log() {
     if (strcmp(name, "stderr") == 0) {
         return STDERR_FILENO;
     }
-    // Its owner's alone: it holds the identities of cells, and these tell where the device is.
+    // Only the owner may read the log: it holds the identities of cells, and these tell where the device is.
     const int fd = open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
     if (fd < 0) {
         fprintf(stderr, "%s: cannot be opened for the log: %s\n", name, std::generic_category().message(errno).c_str());
@@ -40,7 +40,8 @@ int open_log() {
     return fd;
 }
 
-/* The log, opened at the first call. Without a lock, which a thread could hold while another forks. */
+/* The log, opened at the first call. There is no lock here: if another thread held the lock at a fork, the child would
+ * wait for the lock for ever. */
 int log_descriptor() {
     static std::atomic<int> log = NOT_OPENED;
     int fd = log;
@@ -56,8 +57,8 @@ int log_descriptor() {
     return fd;
 }
 
-/* Writes a line. A limit on the size of files (ulimit -f) may forbid the line. The line is lost then, as on a full
- * disk, and the signal that the kernel sends is taken back. */
+/* Writes a line. If a limit on the size of files (ulimit -f) forbids the line, the line is lost, as on a full disk. The
+ * signal that the kernel then sends is taken back. */
 void write_line(int fd, const char *line, size_t length) {
     sigset_t too_large;
     sigset_t before;
@@ -106,7 +107,7 @@ size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     return used + (n > 0 ? static_cast<size_t>(n) : 0);
 }
 
-/* Appends the text. Writes control characters as escapes, so that one call makes one line. Returns the new length. */
+/* Appends the text. Writes control characters as escapes, so that one call gives one line. Returns the new length. */
 size_t put_text(char *line, size_t used, size_t room, const char *text) {
     size_t length = strlen(text);
     if (length > 0 && text[length - 1] == '\n') {
@@ -136,7 +137,7 @@ void msg_sprintf(const diag_msg_desc *desc, ...) {
     va_list args;
     va_start(args, desc);
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the format is the caller's
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the format comes from the caller
     const int n = vsnprintf(text, sizeof(text), desc->fmt, args);
 #pragma GCC diagnostic pop
     va_end(args);

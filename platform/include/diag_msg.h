@@ -16,7 +16,7 @@ enum {
     DIAG_MSG_LEVEL_ERROR = 8,
 };
 
-/* The constant part of one log statement. The caller keeps it for the life of the process. */
+/* The constant part of one log statement. The caller keeps this record for the life of the process. */
 typedef struct {
     uint16_t line;       /* source line of the statement */
     uint16_t ss_id;      /* subsystem that logs */

@@ -40,7 +40,7 @@ enum {
 typedef struct zeb_client *zeb_client_handle;
 typedef const struct zeb_service *zeb_service_object;
 
-/* The operating-system signal of one client. Its owner fills it with zeros before the first use. */
+/* The operating-system signal of one client. The owner fills the block with zeros before the first use. */
 typedef union {
     uint8_t bytes[96];
     uint64_t align;
@@ -56,8 +56,8 @@ typedef struct {
 static_assert(sizeof(zeb_cci_os_params) == 96, "size of the OS-parameter block");
 static_assert(sizeof(zeb_service_info) == 20, "size of a service-information entry");
 
-/* An indication of the service: its ID and its encoded bytes, which belong to the framework and are valid only during
- * the call. Indications of one client come one at a time and in order. */
+/* An indication of the service: its ID and its encoded bytes. The bytes belong to the framework and are valid only
+ * during the call. Indications of one client come one at a time and in order. */
 typedef void (*zeb_client_ind_cb)(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                                   void *cb_data);
 
@@ -66,24 +66,24 @@ typedef void (*zeb_client_notify_cb)(zeb_client_handle client, zeb_service_objec
                                      void *cb_data);
 
 /* Creates a notifier: a client whose signal, in *os_params, is raised whenever the availability of the service changes.
- * The notifier uses *os_params until it is released. On success stores the handle in *notifier and returns 0. Otherwise
- * *notifier is untouched. */
+ * The notifier uses *os_params until the notifier is released. On success stores the handle in *notifier and returns 0.
+ * Otherwise *notifier is untouched. */
 int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *os_params, zeb_client_handle *notifier);
 
 /* Discovery. Returns 0 when the service is present, and stores the number of its instances in *num_services. If
- * info_array is not null, *num_entries gives its room on entry, and the number of entries written on return. If
- * info_array is null, num_entries may be null too. Returns ZEB_SERVICE_ERR while the service is absent; nothing is
- * written then. */
+ * info_array is not null, *num_entries is the room of the array on entry, and the number of entries written on return.
+ * If info_array is null, num_entries may be null too. Returns ZEB_SERVICE_ERR while the service is absent; nothing is
+ * written in that case. */
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services);
 
-/* Waits until the signal in *os_params is raised, its notifier is released, or timeout_ms have passed (0: no limit).
- * Lowers the signal before it returns. Returns at once if the signal was raised before the call, or if no notifier uses
- * *os_params. */
+/* Waits until the signal in *os_params is raised, until its notifier is released, or until timeout_ms have passed (0:
+ * no limit). Lowers the signal before it returns. Returns at once if the signal was raised before the call, or if no
+ * notifier uses *os_params. */
 void zeb_cci_os_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
-/* Registers the notification callback of a notifier, which can have only one. The callback is called for every later
- * event. */
+/* Registers the notification callback of a notifier. A notifier can have only one. The callback is called for every
+ * later event. */
 int32_t zeb_client_register_notify_cb(zeb_client_handle notifier, zeb_client_notify_cb callback, void *cb_data);
 
 #define ZEB_INSTANCE_ANY 0xFFFFu

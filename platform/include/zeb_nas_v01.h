@@ -11,9 +11,9 @@
 extern "C" {
 #endif
 
-/* The NAS service object for clients built against the given version of its definition. Null when this library does not
- * have that version, or when memory ran out; after a lack of memory a later call may succeed. The object lives as long
- * as the process. */
+/* The NAS service object for clients built against the given version of the service definition. Null when this library
+ * does not have that version, or when memory ran out. After a lack of memory a later call may succeed. The object lives
+ * as long as the process. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version);
 

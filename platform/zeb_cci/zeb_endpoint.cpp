@@ -13,7 +13,7 @@ namespace {
 /* The endpoints in use. Never destroyed, as the process may exit while callbacks run. */
 struct endpoint_table {
     std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
-    const endpoint_table *of_parent; /* in a child of fork: unused, but makes the parent's table no leak */
+    const endpoint_table *of_parent; /* in a child of fork: unused, so that the parent's table is no leak */
 };
 
 std::mutex table_lock; /* guards the variables below */
@@ -29,8 +29,7 @@ zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
     if (table == nullptr) {
         table = new endpoint_table{{}, parents_table};
     }
-    // A handle is a number cast to a pointer. No number is used twice, so a stale handle is never taken for a new one.
-    // NOLINTNEXTLINE(performance-no-int-to-ptr)
+    // A handle is a number cast to a pointer. No number is used twice, so a stale handle never names a new endpoint.
     auto *const handle = reinterpret_cast<zeb_client_handle>(last_handle + 16);
     table->in_use.emplace(handle, endpoint);
     last_handle += 16;
@@ -52,8 +51,8 @@ std::shared_ptr<zeb_endpoint> table_find_notifier(const zeb_cci_os_params *os_pa
     return found == table->in_use.end() ? nullptr : found->second;
 }
 
-/* A child of fork starts without endpoints. The threads of its parent's endpoints are not there, and the locks of these
- * endpoints and of the table may be held for ever. */
+/* A child of fork starts without endpoints. The threads of the parent's endpoints do not exist in the child. The locks
+ * of these endpoints and of the table may be held for ever. */
 void forget_parent() {
     new (&table_lock) std::mutex;
     parents_table = table;
@@ -141,7 +140,7 @@ bool zeb_service_valid(zeb_service_object service) {
     return service != nullptr && service->magic == ZEB_SERVICE_MAGIC;
 }
 
-/* The thread starts last, because its callbacks may use the handle at once. */
+/* The thread starts last, because the callbacks that it runs may use the handle at once. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint) {
     zeb_endpoint *e = endpoint.get();
     e->peer = e->service->attach({e, on_indication, on_event});

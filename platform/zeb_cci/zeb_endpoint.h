@@ -30,9 +30,9 @@ struct zeb_endpoint {
     uint64_t peer = 0;
     std::thread dispatcher;
 
-    std::mutex lock; /* guards what follows */
+    std::mutex lock; /* guards the fields below */
     std::condition_variable wake;
-    /* Grows without limit while a callback blocks. When there is no memory for a delivery, it is dropped. */
+    /* The queue grows without limit while a callback blocks. A delivery for which there is no memory is dropped. */
     std::deque<zeb_delivery> queue;
     bool closing = false;
     zeb_client_notify_cb notify_cb = nullptr; /* of a notifier */
@@ -48,18 +48,18 @@ zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoin
 /* The endpoint in use under that handle, or null. No handle is used for a second endpoint. */
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
 
-/* The recorded answer to a call. The service plays a recording. */
+/* Returns the recorded answer to a call. The service must be one that plays a recording. */
 int32_t zeb_replay_answer(zeb_service_object service, zeb_call call);
 
-/* Opens an endpoint of a service that plays a recording. Returns the recorded status, and stores the handle if the
- * status is 0. */
+/* Opens an endpoint of a service that plays a recording. Returns the recorded status. Stores the handle if the status
+ * is 0. */
 int32_t zeb_replay_open(zeb_call_kind kind, const std::shared_ptr<zeb_endpoint> &endpoint, zeb_client_handle *handle);
 
-/* Plays a recorded wait for the signal in os_params: returns true after the time that the recorded wait took. Returns
- * false at once when no recording is played, or when the recording has no such wait left. */
+/* Plays a recorded wait for the signal in os_params. Returns true after the time that the recorded wait took. Returns
+ * false at once when no recording is played, or when no such wait is left in the recording. */
 bool zeb_replay_wait(const zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
-/* Runs the body of one function of the library, and turns whatever it throws into a status. */
+/* Runs the body of one function of the library, and turns any exception into a status. */
 template <typename F> int32_t zeb_guarded(F body) {
     try {
         return body();

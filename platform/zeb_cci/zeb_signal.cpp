@@ -16,19 +16,19 @@ struct os_signal {
 static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signal) <= alignof(zeb_cci_os_params),
               "the signal fits into the OS-parameter block");
 
-/* One mutex and one condition for all signals. They do not go into the blocks, because their sizes differ between
- * machines and may exceed the room of a block. */
+/* One mutex and one condition for all signals. They do not go into the blocks: a mutex and a condition have other sizes
+ * on other machines, and may be larger than a block. */
 struct signal_hub {
     std::mutex lock;
     std::condition_variable changed;
 };
 
-/* The hub is never destroyed, as the process may exit while a thread waits. It needs no heap, so that a wait never
- * fails. */
+/* The hub is never destroyed, as the process may exit while a thread waits. The hub needs no memory of the heap, so
+ * that a wait never fails. */
 alignas(signal_hub) unsigned char hub_place[sizeof(signal_hub)];
 signal_hub *const hub = new (hub_place) signal_hub;
 
-/* 1, and one more in each child of fork. */
+/* The generation of this process: 1 in the first process, and in a child of fork one more than in its parent. */
 uint32_t generation = 1;
 
 os_signal *signal_of(zeb_cci_os_params *os_params) {

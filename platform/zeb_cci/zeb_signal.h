@@ -12,8 +12,7 @@ bool zeb_signal_open(zeb_cci_os_params *os_params);
 /* Raises the signal: this ends a wait that is under way, or else the next wait. */
 void zeb_signal_raise(zeb_cci_os_params *os_params);
 
-/* Waits until the signal is raised or closed, or until so many milliseconds have passed (0: for ever), and lowers the
- * signal. */
+/* Waits until the signal is raised or closed, or until timeout_ms have passed (0: no limit), and lowers the signal. */
 void zeb_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms);
 
 /* Ends all waits for the signal. Once the function has returned, no wait reads the block any more, and the caller may

@@ -1,5 +1,5 @@
-/* Usage: check_scenario FILE... Reads scenarios as the virtual modem does, and says of each that is refused where and
- * why, on standard error. Status 0: all are right; 1: one is refused; 2: wrong usage. */
+/* Usage: check_scenario FILE... Reads scenarios as the virtual modem does. For each scenario that is refused, says on
+ * standard error where the fault is and why. Status 0: all are right; 1: one is refused; 2: wrong usage. */
 #include "scenario.h"
 
 #include <cstdio>

@@ -12,7 +12,7 @@
 
 namespace {
 
-/* Error codes in the response header of a request that the service rejects; the result is 1 then. */
+/* Error codes in the response header of a request that the service rejects. The result in such a header is 1. */
 enum : uint32_t {
     NAS_ACCEPTED = 0,
     NAS_FIELD_MISSING = 1,
@@ -22,8 +22,8 @@ enum : uint32_t {
 
 using handler = uint32_t (*)(modem &m, uint64_t peer, const void *req, void *resp);
 
-/* Reads the scenario that the environment names. Returns false, and says why on standard error, when the scenario is
- * not right: no other one is played in its place. Throws std::bad_alloc, and may then be called again. */
+/* Reads the scenario that the environment names. When the scenario is not right, says why on standard error and returns
+ * false; no other scenario is played instead. Throws std::bad_alloc; the caller may then call again. */
 bool read_scenario(scenario &plan) {
     const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
     std::string error;
@@ -36,7 +36,7 @@ bool read_scenario(scenario &plan) {
     return usable;
 }
 
-/* Plays what is due while nobody uses the modem. Every use of the modem plays what is due as well. */
+/* Plays what is due while no client uses the modem. Whenever a client uses the modem, what is due is played first. */
 void run_timer(modem *m) {
     std::unique_lock guard(m->lock);
     for (;;) {
@@ -50,11 +50,11 @@ void run_timer(modem *m) {
     }
 }
 
-/* Never destroyed, as the process may exit while the timer and clients use it. */
+/* The modem is never destroyed, as the process may exit while the timer and clients use it. */
 std::atomic<modem *> the_modem = nullptr;
 std::mutex switch_lock; /* held while the modem is switched on; guards the two variables below */
 bool refused = false;
-const modem *parents_modem = nullptr; /* in a child of fork; only its members that never change are read */
+const modem *parents_modem = nullptr; /* in a child of fork; only members that never change are read */
 
 /* The modem of a child of fork goes on with its parent's scenario. */
 std::unique_ptr<modem> make_modem() {
@@ -82,7 +82,7 @@ void forget_parent() {
 
 [[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
-/* The modem, switched on. It has a scenario: otherwise nobody would have a service object. */
+/* Switches the modem on and returns it. There is a scenario: without one nobody would have got a service object. */
 modem &modem_in_use() {
     modem_switch_on();
     return *the_modem;
@@ -121,7 +121,7 @@ uint32_t configure_signal(modem &m, uint64_t peer, const void *req, void *) {
             return NAS_FIELD_INVALID;
         }
     }
-    // A threshold of 0 is passed by every change.
+    // A threshold of 0 counts as 1: every change reaches it.
     for (size_t i = 0; i < MODEM_METRICS; i++) {
         client.thresholds[i] = asked[i].valid ? std::max<uint32_t>(asked[i].delta, 1) : 0;
     }
@@ -217,7 +217,7 @@ handler handler_of(uint32_t msg_id) {
     return nullptr;
 }
 
-/* The status of a request that cannot be answered at this moment, or 0. */
+/* Returns the status for a request that cannot be answered at this moment, or 0 when it can. */
 int32_t unreachable(const modem &m, uint64_t peer) {
     if (!m.clients.contains(peer)) {
         return ZEB_TRANSPORT_ERR;

@@ -27,7 +27,7 @@ struct modem_client {
 
 struct modem_scan {
     bool running = false;
-    bool lost = false; /* the result never comes */
+    bool lost = false; /* the result of the scan never comes */
     uint64_t end_ms = 0;
     uint64_t client = 0;
     uint8_t network_type = 0;
@@ -38,9 +38,9 @@ struct modem {
     std::chrono::steady_clock::time_point switched_on = std::chrono::steady_clock::now();
     scenario plan;
 
-    std::mutex lock; /* guards what follows */
+    std::mutex lock; /* guards the fields below */
     std::condition_variable changed;
-    uint64_t now_ms = 0; /* the scenario has been played up to here */
+    uint64_t now_ms = 0; /* the scenario has been played up to this time */
     bool present = false;
     std::map<uint64_t, modem_client> clients;
     uint64_t last_client = 0;
@@ -50,7 +50,7 @@ struct modem {
 
 /* The caller of each of the following functions, up to modem_next_fault, holds the modem's lock. */
 
-/* Plays, in order, everything that is due by now. Never throws: an indication that there is no memory for is lost. */
+/* Plays, in order, everything that is due by now. Never throws: an indication for which there is no memory is lost. */
 void modem_play(modem &m);
 
 /* The time at which something is due next, or UINT64_MAX. */
@@ -61,15 +61,15 @@ const scenario_state &modem_state(const modem &m);
 /* The moment at which values are measured: the last tick. */
 scenario_moment modem_moment(const modem &m);
 
-/* Takes the present content of both indications as told, so that the client is told of later changes only. */
+/* Marks the present content of both indications as told, so that the client is told of later changes only. */
 void modem_mark_told(const modem &m, modem_client &client);
 
-/* Counts an occurrence of a message with every fault of that moment and message, and returns the first fault that
- * strikes this occurrence. When none does, the fault returned has no effect. */
+/* Counts one occurrence of the message, for every fault of this moment and message. Returns the first fault that
+ * strikes this occurrence, or a fault without effect when none does. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
-/* Switches the modem on, unless it is on. Returns false when its scenario was refused, which is said on standard error
- * the first time. Throws when out of memory or of threads, and may then be called again. */
+/* Switches the modem on, unless it is on already. When the scenario is refused, says so on standard error the first
+ * time, and returns false. Throws when out of memory or of threads; the caller may then call again. */
 bool modem_switch_on();
 
 /* The operations of the service object (zeb_service). */

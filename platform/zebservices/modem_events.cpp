@@ -1,4 +1,5 @@
-/* What the modem does of its own accord: the timeline of its scenario and the indications that come of it. */
+/* What the modem does of its own accord: it plays the timeline of its scenario, and sends the indications that follow
+ * from it. */
 #include "modem.h"
 #include "nas_answers.h"
 #include "zeb_wire.h"
@@ -11,8 +12,8 @@
 
 namespace {
 
-/* No change of the timeline is played later than this while the process runs. A change that is more than this late
- * means that the process was stopped. */
+/* While the process runs, every change of the timeline is played within this time after it is due. When a change is
+ * later, the process was stopped meanwhile. */
 constexpr uint64_t STOOD_STILL_MS = 5000;
 
 struct metric {
@@ -20,7 +21,7 @@ struct metric {
     int32_t value;
 };
 
-/* In the order of the thresholds of message 0x006C. */
+/* The metrics of signal information, in the order of the thresholds in message 0x006C. */
 std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
     const bool lte = info.lte_sig_info_valid != 0;
     const bool nr5g = info.nr5g_sig_info_valid != 0;
@@ -32,7 +33,8 @@ std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
              {nr5g, info.nr5g_sig.snr}}};
 }
 
-/* Whether a watched metric has moved by its threshold, or has come up, since the client was told last. */
+/* Whether the client has to be told: since it was told last, a watched metric has changed by its threshold or more, or
+ * has come up. */
 bool worth_telling(const modem_client &client, const zeb_nas_sig_info &info) {
     const auto now = metrics_of(info);
     const auto told = metrics_of(client.told_sig_info);
@@ -131,7 +133,7 @@ void end_scan(modem &m) {
     if (m.scan.status == 0) {
         nas_fill_scan_result(modem_state(m), m.scan.network_type, ind);
     }
-    // A scan ends when its client is released, so the client is there.
+    // The client is still attached: the release of a client ends its scan.
     send_indication(m, m.clients.at(m.scan.client), ZEB_NAS_SCAN_RESULT_IND, &ind, sizeof(ind));
 }
 
@@ -218,7 +220,7 @@ uint64_t modem_next_due(const modem &m) {
 void modem_play(modem &m) {
     const auto elapsed = std::chrono::steady_clock::now() - m.switched_on;
     const auto now = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
-    // A process that stood still saw nothing of the changes meanwhile: it finds the modem as it is now.
+    // A stopped process sees no changes. When it goes on, it finds the modem as it is now.
     if (const uint64_t due = modem_next_due(m); due < now && now - due > STOOD_STILL_MS) {
         m.now_ms = now;
         play_moment(m);

@@ -5,7 +5,7 @@
 
 namespace {
 
-/* Whether a technology with that service status has a cell that can be measured. */
+/* Whether a technology with this service status has a cell that can be measured. */
 bool on_a_cell(int32_t srv_status) {
     return srv_status == ZEB_NAS_SRV_STATUS_LIMITED || srv_status == ZEB_NAS_SRV_STATUS_SRV ||
            srv_status == ZEB_NAS_SRV_STATUS_LIMITED_REGIONAL;
@@ -23,7 +23,8 @@ bool nr5g_cell(const scenario_state &state) {
     return on_a_cell(state.nr5g.srv_status) || nr5g_attached(state);
 }
 
-/* The swing at a time: in one period it goes in straight lines from 0 up to range, down to -range and back to 0. */
+/* The swing at a moment. In each period the swing goes in straight lines from 0 up to `range`, down to -`range` and
+ * back to 0. */
 int32_t swing(int32_t range, uint32_t period_ms, uint64_t time_ms) {
     const auto phase = static_cast<int32_t>(4 * static_cast<uint64_t>(range) * (time_ms % period_ms) / period_ms);
     if (phase <= range) {

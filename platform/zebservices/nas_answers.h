@@ -1,6 +1,6 @@
 /* Fills the messages of the network access service from a state of the scenario. The caller hands over a zero-filled
- * message. Groups of fields that need a cell stay absent without one. Lock lists and scan results do not depend on the
- * service status. `moment` says when the signal is measured, as swings and ramps move the values. */
+ * message. Groups of fields that describe a cell stay absent when there is no cell. Lock lists and scan results do not
+ * depend on the service status. `moment` says when the signal is measured, as swings and ramps move the values. */
 #ifndef NAS_ANSWERS_H
 #define NAS_ANSWERS_H
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-/* Whether there is memory to begin with. Without any, the C++ library cannot even throw std::bad_alloc, and ends the
+/* Whether there is any memory left. Without memory the C++ library cannot even throw std::bad_alloc, and ends the
  * program. */
 bool memory_left() {
     void *volatile memory = malloc(size_t{256} * 1024);

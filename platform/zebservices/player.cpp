@@ -1,24 +1,31 @@
-/* The player. What was recorded is a sequence of lines. One thread, the conductor, plays them: it answers the program's
- * calls and delivers indications and events, one thing at a time, so that their order is that of the lines.
+/* The player. A recording is a sequence of lines. One thread, the conductor, plays them: it answers the program's calls
+ * and delivers indications and events, one thing at a time, in the order of the lines.
  *
- * How time passes. The recording has a clock of its own, which runs `speed` times as fast as real time. A call that has
- * come is answered after the time that it took. A delivery is made at its time, counted from the creation of its client
- * or notifier. When the program is late, the clock stands still: a delivery waits for the calls that were recorded
- * before it (for PATIENCE_US at most). When the program is early, a call waits for the deliveries that were recorded
- * before it (if they are due within AHEAD_US), and for the calls of other threads that ended before it did (for
- * AHEAD_US). With speed 0 nothing has a time, and the clock goes from line to line. Between two lines, a recorded pause
- * is kept up to QUIET_US, and then the conductor waits until all threads of the program sleep (for REST_US at most), so
- * that everything that the first line set off is over before the second is played. A line that was recorded after a
- * callback had returned waits for that callback (for PATIENCE_US beyond the time that the callback took on the box, or
- * for CALLBACK_US in a recording of version 1, which does not tell that time). All these limits are real time, and only
- * time in which the process runs counts: the conductor looks at the clock every LOOK_US at least, and when more than
- * LOOK_MAX_US has passed since its last look, the process was stopped, by a debugger say.
+ * How time passes. The recording has a clock of its own, which runs `speed` times as fast as real time. A call is
+ * answered after the time that the recorded call took, counted from the call's arrival. A delivery is made at its time,
+ * counted from the creation of its client or notifier. With speed 0 nothing has a time, and the clock goes from line to
+ * line.
  *
- * Invariants. Everything from `lock` on in struct player is guarded by it. A role has a peer from the arrival of the
- * call that creates its client or notifier until the release. Its deliveries are made in their order; `next` is the
+ * When the program is late, the clock stands still: a delivery waits for the calls that were recorded before it (for
+ * PATIENCE_US at most). When the program is early, a call waits for two things: for deliveries that were recorded
+ * before this call, if they are due within AHEAD_US; and for calls of other threads that ended before this call on the
+ * box, for AHEAD_US at most.
+ *
+ * A delivery, and an answer that follows a delivery, waits until the line before it has had its effect. First the
+ * recorded pause between the two lines is kept, up to QUIET_US. Then the conductor waits until all threads of the
+ * program sleep, for REST_US at most. A line that was recorded after a callback had returned waits for this callback as
+ * well. The limit is the time that the callback took on the box, and PATIENCE_US more. A recording of version 1 does
+ * not tell that time; there the limit is CALLBACK_US.
+ *
+ * All these limits are real time, and only time in which the process runs counts. The conductor looks at the clock at
+ * least every LOOK_US. When more than LOOK_MAX_US has passed since the last look, the process was stopped meanwhile,
+ * for example by a debugger.
+ *
+ * Invariants. `lock` guards everything after it in struct player. A role has a peer from the arrival of the call that
+ * creates its client or notifier until the release. The deliveries of a role are made in their order; `next` is the
  * index of the next one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its
- * thread waits in player_answer. A delivery is in `running` from when it is made until its callback has returned or its
- * client or notifier is released. */
+ * thread waits in player_answer. A delivery is in `running` from the moment when it is made until its callback has
+ * returned, or until its client or notifier is released. */
 #include "player.h"
 #include "recording.h"
 #include "tally.h"
@@ -61,11 +68,11 @@ struct role {
     std::vector<delivery> deliveries;
     size_t next = 0;
     uint64_t peer = 0;    /* 0: not yet, or released */
-    double offset_us = 0; /* a time of the recording plus this is the time on the clock */
+    double offset_us = 0; /* this plus a time of the recording is the time on the clock */
     std::thread::id creator;
 };
 
-/* The calls that were recorded with the same key. Kept ones come first. */
+/* The recorded calls that have the same key. Kept calls come first. */
 struct answers {
     std::vector<const recording_entry *> entries;
     size_t next = 0;
@@ -75,8 +82,8 @@ struct answers {
 struct pending_call {
     const recording_entry *entry;
     uint64_t peer;
-    double ready_us; /* on the clock */
-    double came_us;  /* awake_us at that moment */
+    double ready_us; /* the time on the clock from which the call may be answered */
+    double came_us;  /* awake_us when the call came */
     bool in_callback;
     bool unprompted; /* as in tally_answered */
     bool done = false;
@@ -87,8 +94,8 @@ struct pending_call {
 struct running_callback {
     const recording_entry *entry;
     uint64_t peer;
-    double since_us;       /* awake_us when it was made */
-    bool given_up = false; /* nothing waits for it any more */
+    double since_us;       /* awake_us when the delivery was made */
+    bool given_up = false; /* no line waits for this callback any more */
 };
 
 struct player {
@@ -96,7 +103,7 @@ struct player {
     double speed = 1;
     recording played;
 
-    std::mutex lock; /* guards what follows */
+    std::mutex lock; /* guards the fields below */
     std::condition_variable conductor;
     std::condition_variable answered;
     tally score;
@@ -112,7 +119,7 @@ struct player {
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
     double awake_us = 0;       /* real time in which the process was not stopped */
     double clock_us = 0;       /* the recording's clock */
-    double shift_us = 0;       /* the offset_us of the role that was taken last */
+    double shift_us = 0;       /* the offset_us of the role that was given a peer last */
     double stalled_us = 0;     /* how long the clock has stood still */
     bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
@@ -136,7 +143,8 @@ double due_us(const role &r, const delivery &d) {
     return static_cast<double>(d.entry->begin_us) + r.offset_us;
 }
 
-/* The delivery with the lowest line, of all whose client or notifier is there; `of` is its role. */
+/* The next delivery: the one with the lowest line, of all clients and notifiers that exist now. `of` becomes its
+ * role. */
 const delivery *next_delivery(player &p, role *&of) {
     const delivery *next = nullptr;
     for (auto &[number, r] : p.roles) {
@@ -149,19 +157,19 @@ const delivery *next_delivery(player &p, role *&of) {
     return next;
 }
 
-/* Whether a line was recorded after a callback had returned. Version 1 does not tell: there, every line counts as
- * recorded after. */
+/* Whether a line was recorded after a callback had returned. A recording of version 1 does not tell; there the answer
+ * is always yes. */
 bool comes_after(const player &p, const running_callback &c, size_t line) {
     return p.played.version == 1 || (c.entry->returned && c.entry->returned_line < line);
 }
 
-/* Whether a line has to wait for a callback that runs. */
+/* Whether a line has to wait for a callback that is still running. */
 bool waits_for_callback(const player &p, size_t line) {
     return std::any_of(p.running.begin(), p.running.end(),
                        [&p, line](const running_callback &c) { return !c.given_up && comes_after(p, c, line); });
 }
 
-/* Counts a line that is played although it should have waited for a callback. */
+/* Counts a line that is played although a callback for which it has to wait is still running. */
 void count_overtaking(player &p, size_t line) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p, line](const running_callback &r) { return comes_after(p, r, line); });
@@ -170,8 +178,8 @@ void count_overtaking(player &p, size_t line) {
     }
 }
 
-/* How long the conductor still has to wait, after its last answer or delivery, before it plays a line that was recorded
- * gap_us after the line before it. */
+/* How long the conductor still has to wait before it plays the next line. The wait counts from the last answer or
+ * delivery. gap_us is the recorded time between the next line and the line before it. */
 double unsettled_us(const player &p, double gap_us) {
     const double quiet = p.awake_us - p.activity_us;
     const double kept = std::min(gap_us, QUIET_US);
@@ -231,7 +239,7 @@ void answer(player &p, pending_call &call) {
     p.answered.notify_all();
 }
 
-/* The call whose answer stands first in the recording, of those that can be answered now. */
+/* Of the calls that can be answered now, the call whose answer stands first in the recording. */
 pending_call *next_call(const player &p) {
     pending_call *next = nullptr;
     for (pending_call *call : p.pending) {
@@ -249,8 +257,8 @@ bool comes_first(const player &p, const role &r, const delivery &d, const pendin
            (p.speed == 0 || due_us(r, d) <= std::max(call.ready_us, p.clock_us) + AHEAD_US * p.speed);
 }
 
-/* How long the call still has to wait for a call of another thread, which ended before it on the box and has not come
- * yet. */
+/* How long the call still has to wait for a call of another thread. The other call ended before this call on the box,
+ * and has not come yet. */
 double other_thread_us(const player &p, const pending_call &call) {
     const double left = AHEAD_US - (p.awake_us - call.came_us);
     const recording_entry *other = left > 0 ? tally_expected_call(p.score) : nullptr;
@@ -266,7 +274,8 @@ double until_us(const player &p, double clock_us) {
     return p.speed == 0 ? 0 : (clock_us - p.clock_us) / p.speed;
 }
 
-/* Plays the next answer or delivery, or returns how long the conductor may have to wait for it. */
+/* Plays the next answer or delivery and returns 0 or less. When it is too early for that, returns how long the
+ * conductor may wait before it tries again. */
 double play(player &p) {
     pending_call *call = next_call(p);
     role *r = nullptr;
@@ -368,9 +377,10 @@ uint32_t number_of(const player &p, uint64_t peer) {
     return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* The recorded call that answers this one: the next one with the same key, or the last of them again. In a later part
- * of a recording, a kept call answers as often as the program asks, until the program makes the part's own calls. The
- * first of these to be played must be the call that is expected next; any other is still answered from a kept call. */
+/* The recorded call that answers this call: the next recorded call with the same key or, when there is none left, the
+ * last one again. In a later part of a recording, kept calls answer as often as the program asks, until the program
+ * makes the part's own calls. The part's own calls begin with the call that is expected next; until it has come, any
+ * other call is still answered from a kept call. */
 const recording_entry *find_answer(player &p, const zeb_call &call, bool &again) {
     const auto found =
         p.by_key.find(recording_key(call.kind, number_of(p, call.peer), call.numbers,
@@ -384,7 +394,7 @@ const recording_entry *find_answer(player &p, const zeb_call &call, bool &again)
                                        a.entries[a.next] != tally_expected_call(p.score))) {
         return a.entries[a.next++];
     }
-    // A wait is not answered again: it ends with an event, and no further event was recorded.
+    // A wait is not answered a second time: a wait ends with an event, and no further event was recorded.
     if (call.kind == zeb_call_kind::WAIT) {
         return nullptr;
     }
@@ -392,7 +402,7 @@ const recording_entry *find_answer(player &p, const zeb_call &call, bool &again)
     return a.entries[a.next - 1];
 }
 
-/* From here on the peer plays the client or notifier that the entry created. */
+/* Gives the peer the role of the client or notifier that the entry created. */
 void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     p.shift_us = p.clock_us - static_cast<double>(entry.begin_us);
     role &r = p.roles[entry.handle];
@@ -401,8 +411,8 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* Writes what the recorded call wrote. From version 2 on, a call that failed leaves the caller's bytes as they are, and
- * a service list writes no entries but those that were returned. */
+/* Writes to the caller's buffers what the recorded call wrote. From version 2 on, a call that failed leaves these
+ * buffers as they are, and a service list writes only the entries that were returned. */
 void fill(const recording &played, const recording_entry &entry, const zeb_call &call) {
     size_t length = call.out == nullptr ? 0 : call.out_len;
     if (played.version >= 2 && entry.status != ZEB_NO_ERR) {
@@ -422,16 +432,16 @@ void fill(const recording &played, const recording_entry &entry, const zeb_call 
     }
 }
 
-/* Whether the program makes the call by itself: it does on the thread that created the client or notifier. A call of
- * another thread may be how the program deals with an indication or event. */
+/* Whether the program makes the call by itself. A call on the thread that created the client or notifier counts as
+ * such. A call on another thread may be how the program deals with an indication or event. */
 bool is_unprompted(const player &p, const zeb_call &call) {
     const auto r = p.roles.find(number_of(p, call.peer));
     return !call.in_callback && (r == p.roles.end() || r->second.creator == std::thread::id() ||
                                  r->second.creator == std::this_thread::get_id());
 }
 
-/* The line of an indication or event that the program has not dealt with: its callback runs, or what the callback set
- * off is not over. 0: none. */
+/* The line of an indication or event that the program has not dealt with yet; 0: none. Its callback still runs, or
+ * other threads still work on what the callback began. */
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
@@ -481,7 +491,7 @@ bool player_start(const char *file, double speed, std::string &error) {
     prepare(*p);
     p->looked = std::chrono::steady_clock::now();
     zeb_start_thread([conducted = p.get()] { conduct(conducted); }).detach();
-    the_player = p.release(); // never destroyed: the process may exit while clients use it
+    the_player = p.release(); // the player is never destroyed: the process may exit while clients use it
     return true;
 }
 
@@ -560,8 +570,8 @@ bool player_sum_up() {
     player &p = *the_player;
     std::unique_lock guard(p.lock);
     look(p);
-    // Other threads of the program may still deal with what was delivered: they get REST_US for it, as between two
-    // lines.
+    // Other threads of the program may still deal with the last delivery. They get REST_US for this, as they do between
+    // two lines.
     const double end = p.awake_us + REST_US;
     size_t line = unfinished_line(p);
     while (line != 0 && p.awake_us < end) {

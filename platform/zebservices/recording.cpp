@@ -16,9 +16,9 @@ constexpr std::string_view FIRST_WORD = "zeb-recording ";
 constexpr int64_t U32_MAX = UINT32_MAX;
 constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exactly */
 
-/* Where the value of a key goes. */
+/* The place where the value of a key is stored. */
 enum class slot {
-    NUMBER_0, /* any number of 32 bits, signed or not, like the other two */
+    NUMBER_0, /* any number of 32 bits, signed or not; so are NUMBER_1 and NUMBER_2 */
     NUMBER_1,
     NUMBER_2,
     ID_0,
@@ -26,7 +26,7 @@ enum class slot {
     HANDLE,
     INSTANCE,
     TIMEOUT,
-    ENTRIES, /* a count, or - for a null pointer, like SERVICES */
+    ENTRIES, /* a count, or - for a null pointer; so is SERVICES */
     SERVICES,
     IN,
     OUT,
@@ -48,7 +48,7 @@ struct kind {
     line_kind line;
     zeb_call_kind call;          /* of a CALL */
     uint32_t since;              /* the first version that has such lines */
-    std::array<field, 7> fields; /* in this order; a field without a key ends the list */
+    std::array<field, 7> fields; /* in the order of the line; a field without a key ends the list */
 };
 
 constexpr zeb_call_kind NO_CALL = zeb_call_kind::OBJECT;
@@ -230,7 +230,7 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-/* Reads one line. Throws what is wrong with it. */
+/* Reads one line. Throws std::runtime_error with the reason when the line is not right. */
 const kind &read_line(std::string_view text, uint32_t version, recording_entry &out, std::string &reason) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
@@ -266,11 +266,12 @@ const kind &read_line(std::string_view text, uint32_t version, recording_entry &
     return *found;
 }
 
-/* The callbacks that have not returned so far. The key is the client or notifier and the time when the callback began,
- * the value an index of the recording's entries. */
+/* The callbacks that have not returned so far. The key is the number of the client or notifier, and the time when the
+ * callback began. The value is an index of the recording's entries. */
 using open_callbacks = std::map<std::pair<uint32_t, uint64_t>, size_t>;
 
-/* Fills in how long a callback took. Throws when no such callback had begun, unless its line may be missing. */
+/* Fills in how long a callback took. Throws when no such callback had begun; but not when lines are missing, since the
+ * line of the callback may be among them. */
 void read_returned(const recording_entry &line, open_callbacks &open, recording &out) {
     const auto found = open.find({line.handle, line.begin_us});
     if (found != open.end()) {
@@ -344,7 +345,7 @@ int64_t read_start(std::string_view text) {
     return (((days * 24 + values[3]) * 60 + values[4]) * 60 + values[5]) * 1000 + values[6];
 }
 
-/* Unknown words are passed over. */
+/* Reads the first line of a recording. Unknown words are passed over. */
 void read_first_line(std::string_view text, recording &out) {
     const bool right = text.starts_with(FIRST_WORD);
     text.remove_prefix(right ? FIRST_WORD.size() : 0);
@@ -371,7 +372,8 @@ void read_first_line(std::string_view text, recording &out) {
     out.start_ms = read_start(out.start);
 }
 
-/* Reads line after line; `line` is the number of the current one. Throws what is wrong with that line. */
+/* Reads line after line; `line` is the number of the current line. Throws std::runtime_error with the reason when this
+ * line is not right. */
 void read_lines(std::string_view text, size_t &line, recording &out) {
     if (text.size() > RECORDING_FILE_MAX) {
         throw std::runtime_error("longer than " + std::to_string(RECORDING_FILE_MAX) + " bytes");
@@ -434,7 +436,7 @@ bool recording_parse(std::string_view text, const char *file, recording &out, st
     size_t line = 0;
     try {
         out = {};
-        // Written while there is memory for it, in case that later there is none.
+        // This message is made in advance: when memory runs out later, there may be none left for a message.
         error = std::string(file) + ":0: out of memory";
         try {
             read_lines(text, line, out);

@@ -28,8 +28,9 @@ bool is_strict() {
     return strict != nullptr && strcmp(strict, "1") == 0;
 }
 
-/* Ends the program, whose play was not exact. Output that is still buffered is written first. Another thread may have
- * locked a stream, to read from it say: all streams but standard output get no more than a second. */
+/* Ends the program, whose play was not exact. Output that is still buffered is written first. Another thread may hold
+ * the lock of a stream, for example to read from it. So only standard output is waited for without limit; all other
+ * streams together get a second. */
 [[noreturn]] void end_program() {
     static std::atomic<bool> flushed = false;
     fflush(stdout);
@@ -47,9 +48,9 @@ bool is_strict() {
     _exit(NOT_EXACT_STATUS);
 }
 
-/* A wait without limit that no event of the recording can end goes on for ever. Either the program waited like this on
- * the box when the recording ended, or the play is not exact; a play that is not exact ends the program with
- * ZEB_STRICT=1. */
+/* Answers a call. A wait without limit that no event of the recording can end would go on for ever. There are two
+ * cases: the program waited like this when the recording ended, or the play is not exact. In the second case the
+ * program ends, if ZEB_STRICT=1. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
     const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;
@@ -73,7 +74,7 @@ constinit const zeb_service PLAYED_SERVICE = {
     .replay = &REPLAY,
 };
 
-/* OF_PARENT: in a child of fork whose parent plays; NOT_HERE: likewise, and standard error says so already. */
+/* OF_PARENT: this is a child of fork whose parent plays. NOT_HERE: the same, and standard error says so already. */
 enum class replay_state { NOT_STARTED, PLAYS, REFUSED, OF_PARENT, NOT_HERE };
 
 std::mutex start_lock; /* held while the recording is read */
@@ -82,7 +83,7 @@ bool forked = false; /* this is a child of fork */
 
 const char *recording_name() {
     const char *name = environment("ZEB_RECORDING");
-    return name == nullptr ? "the recording" : name; // the program has taken it out of its environment
+    return name == nullptr ? "the recording" : name; // the program has removed the variable from its environment
 }
 
 bool read_speed(double &speed) {
@@ -99,7 +100,7 @@ bool read_speed(double &speed) {
     return true;
 }
 
-/* Returns false, and says why on standard error, when there is nothing to play. */
+/* Starts to play. When there is nothing to play, says why on standard error and returns false. */
 bool start() {
     double speed = 1;
     std::string error;
@@ -111,8 +112,8 @@ bool start() {
     return false;
 }
 
-/* Whether this process plays. The first call starts to play. Throws when out of memory or of threads, and may then be
- * called again. */
+/* Whether this process plays. The first call starts to play. Throws when out of memory or of threads; the caller may
+ * then call again. */
 bool plays() {
     std::lock_guard guard(start_lock);
     if (state == replay_state::NOT_STARTED) {
@@ -134,7 +135,8 @@ void forget_parent() {
     player_forget_parent();
 }
 
-/* Says whether the play was exact. A child of fork that makes no call has nothing to say: its parent may play. */
+/* Returns whether the play was exact, and says so on standard error. In a child of fork that makes no call, returns
+ * true and says nothing. */
 bool sum_up() {
     if (state == replay_state::PLAYS) {
         return player_sum_up();

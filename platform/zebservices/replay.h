@@ -11,8 +11,8 @@ bool replay_wanted();
 
 /* The answer of the recording to a call for a service object of these versions: an object, or null. The first call
  * reads the recording. When the recording or ZEB_SPEED is not right, the first call says so on standard error, and
- * every call returns null. Every call also returns null in a child of fork whose parent plays. Never throws; null when
- * out of memory or of threads. */
+ * every call returns null. In a child of fork whose parent plays, every call returns null too. Never throws; returns
+ * null when out of memory or of threads. */
 zeb_service_object replay_service_object(const std::array<uint32_t, 3> &versions);
 
 #endif

@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-/* Service status of a technology that is not there at all; the others are ZEB_NAS_SRV_STATUS_... */
+/* Service status of a technology that is missing altogether; all other values are ZEB_NAS_SRV_STATUS_... */
 inline constexpr int32_t SCENARIO_ABSENT = -1;
 
-/* A measured value on its way: it is `from` until the time from_ms, then moves in a straight line to the value `to`
- * within the time over_ms, and stays there. With over_ms 0 the value is `to` at any time. */
+/* A measured value on its way (a ramp). Until the time from_ms the value is `from`. Then it moves in a straight line to
+ * `to` within the time over_ms, and stays there. With over_ms 0 the value is `to` at any time. */
 struct scenario_value {
     int32_t from;
     int32_t to = from;
@@ -29,7 +29,7 @@ struct scenario_moment {
     uint64_t round_ms; /* since the timeline started last; ramps depend on this time */
 };
 
-/* How far measured values swing to either side of their given values, and how long one swing to both sides takes. */
+/* How far each measured value swings to either side of its given value, and how long one period of the swing takes. */
 struct scenario_swing {
     int32_t rsrp = 0;
     int32_t rsrq = 0;
@@ -90,7 +90,7 @@ struct scenario_nr5g {
     std::vector<zeb_nas_nr5g_nbr> neighbours;
 };
 
-/* The world as it is from at_ms until the next state. */
+/* The state of the scenario from at_ms until the next state. */
 struct scenario_state {
     uint64_t at_ms = 0;
     bool present = true;
@@ -103,8 +103,8 @@ enum class scenario_damage { NONE, TRUNCATED, LENGTH, ID, TYPE };
 /* When a fault can strike. */
 enum class fault_moment { REQUEST, SCAN, INDICATION };
 
-/* A fault. It strikes `count` occurrences of its message in a row, of which the first is number `nth`, counted from 1.
- * With count 0 it strikes all from number nth on. */
+/* A fault. It strikes `count` occurrences of its message in a row, beginning with occurrence number `nth`, counted from
+ * 1. With `count` 0 it strikes all occurrences from number `nth` on. */
 struct scenario_fault {
     uint32_t message = 0;
     fault_moment moment = fault_moment::REQUEST;
@@ -124,15 +124,16 @@ struct scenario {
     uint32_t appear_ms = 0;
     uint32_t scan_delay_ms = 800;
     uint32_t repeat_ms = 0;
-    std::vector<scenario_state> states; /* ascending; the first at 0 */
+    std::vector<scenario_state> states; /* in ascending order of at_ms; the first has 0 */
     std::vector<scenario_fault> faults;
 };
 
-/* The value at that time of the timeline, without its swing. */
+/* The value at this time of the timeline, without its swing. */
 int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
 
-/* Reads a scenario from TOML text of any content; `file` names it in messages. On a scenario that is not right, returns
- * false with "file:line: reason" in error, and out is not to be used. Throws std::bad_alloc and nothing else. */
+/* Reads a scenario from TOML text of any content. `file` names the scenario in messages. When the scenario is not
+ * right, returns false, with "file:line: reason" in `error`, and `out` must not be used. Throws std::bad_alloc and
+ * nothing else. */
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
 /* Reads a scenario from a file, as scenario_parse does from a text. A file that cannot be read is refused as well. */

@@ -10,12 +10,12 @@
 #include <system_error>
 #include <utility>
 
-/* Nothing in a scenario is nested deeply. This limit and the one on the length of a line together bound how deep the
- * parser and the tables that it builds can go. */
+/* Nothing in a scenario is nested deeply. This limit on nesting, together with the limit on the length of a line,
+ * bounds the depth of the parser's recursion and of its tables. */
 #define TOML_MAX_NESTED_VALUES 8
 #define TOML_ENABLE_FORMATTERS 0
-/* The parser asserts things that do not hold for a malformed text, and in a build without assertions relies on them.
- * Here such a text is refused like any other, in every build. */
+/* The parser asserts conditions that a malformed text breaks. Without assertions it would go on and rely on these
+ * conditions. Here a broken condition refuses the text like any other fault, in every build. */
 #undef NDEBUG
 #define TOML_ASSERT(expr) ((expr) ? void() : refuse_malformed())
 [[noreturn]] static void refuse_malformed() {
@@ -33,10 +33,10 @@ constexpr int64_t U32_MAX = 0xFFFFFFFF;
 constexpr size_t CHANGES_MAX = 256;
 constexpr size_t FAULTS_MAX = 64;
 
-/* Stands for the start of a ramp until the time of its change is known. */
+/* Stands for the start of a ramp while the time of its change is not known yet. */
 constexpr uint64_t RAMP_STARTS_HERE = UINT64_MAX;
 
-/* The state of reading. Of several refusals it keeps the one that stands first in the file. */
+/* The state of reading. Of several refusals, the reader keeps the one that stands first in the file. */
 struct reader {
     size_t line = SIZE_MAX;
     std::string reason;
@@ -76,7 +76,7 @@ template <typename T> struct key {
     void (*read)(reader &r, const toml::node &node, T &out);
 };
 
-/* Reads a table by its keys; a key that is not among them is refused. */
+/* Reads a table by its keys. A key that is not in `keys` is refused. */
 template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
     const toml::table *table = node.as_table();
     if (table == nullptr) {
@@ -106,7 +106,7 @@ template <typename T> void read_integer(reader &r, const toml::node &node, int64
     out = static_cast<T>(value->get());
 }
 
-/* A measured value: a number or, in a change, a ramp. The start of a ramp is filled in later (start_ramp). */
+/* Reads a measured value: a number or, in a change, a ramp. The start of a ramp is filled in later, by start_ramp. */
 void read_value(reader &r, const toml::node &node, int64_t min, int64_t max, scenario_value &out) {
     const toml::table *ramp = node.as_table();
     if (ramp == nullptr) {
@@ -141,7 +141,8 @@ void read_bool(reader &r, const toml::node &node, bool &out) {
     out = value->get();
 }
 
-/* A 64-bit identity: an integer, or hexadecimal digits in a string for what an integer cannot hold. */
+/* Reads a 64-bit identity: an integer, or a string of hexadecimal digits for an identity that an integer cannot
+ * hold. */
 void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     const auto *text = node.as_string();
     if (text == nullptr) {
@@ -155,7 +156,7 @@ void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     }
 }
 
-/* Reads one of the words: the first of them gives the value `first`, the next first + 1, and so on. */
+/* Reads one of the given words. The first word gives the value `first`, the second `first` + 1, and so on. */
 template <typename T>
 void read_word(reader &r, const toml::node &node, std::span<const char *const> words, int first, T &out) {
     const auto *value = node.as_string();
@@ -171,7 +172,8 @@ void read_word(reader &r, const toml::node &node, std::span<const char *const> w
     refuse_value(r, node, reason);
 }
 
-/* The list in node. Refuses anything else, and a list of more than max elements, and returns null then. */
+/* The list in the node. When the node is no list, or the list has more than `max` elements, refuses the node and
+ * returns null. */
 const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     const toml::array *list = node.as_array();
     if (list == nullptr) {
@@ -183,8 +185,8 @@ const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     return list;
 }
 
-/* Functions for the table of T's keys, one for each kind of member: each reads the value into the member MEMBER. An
- * optional member that is absent comes into being. */
+/* The functions for the table of T's keys, one for each kind of member. Each reads the value into the member MEMBER. An
+ * optional member that is absent is created first. */
 
 template <typename V> V &member(V &value) {
     return value;
@@ -215,7 +217,7 @@ template <auto MEMBER, size_t MAX, auto READ, typename T> void list(reader &r, c
     }
 }
 
-/* Reads a list into an array of a message, and the number of its entries into the member that counts them. */
+/* Reads a list into the array MEMBER of a message, and stores the number of entries in the member COUNT. */
 template <auto MEMBER, auto COUNT, auto READ, typename T> void counted(reader &r, const toml::node &node, T &out) {
     const toml::array *elements = list_of(r, node, std::size(out.*MEMBER));
     for (size_t i = 0; elements != nullptr && i < elements->size(); i++) {
@@ -380,7 +382,7 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
     read_table<T>(r, node, KEYS, out);
 }
 
-/* A ramp starts at the time of its change, from the value that the states before it give at that time. */
+/* Fills in the start of a ramp: the time of its change, and the value at that time before the change. */
 void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
     if (value.from_ms == RAMP_STARTS_HERE) {
         value.from = scenario_value_at(before, at_ms);
@@ -394,7 +396,7 @@ template <typename T> void start_ramps(T &cell, const T &before, uint64_t at_ms)
     start_ramp(cell.snr, before.snr, at_ms);
 }
 
-/* A change names only what is new: it is read into a copy of the state before it. */
+/* Reads the changes. A change names only what is new, so each change is read into a copy of the state before it. */
 void read_changes(reader &r, const toml::node &node, std::vector<scenario_state> &states) {
     using T = scenario_state;
     static constexpr key<T> KEYS[] = {
@@ -423,7 +425,7 @@ bool in_service(zeb_message_type type, uint32_t id) {
                        [=](const zeb_message &message) { return message.type == type && message.id == id; });
 }
 
-/* Why a fault is refused although each of its keys is right by itself; null: it is not refused. */
+/* Why the keys of a fault do not fit together, although each key is right by itself; null when they fit. */
 const char *fault_reason(const toml::table &keys, const scenario_fault &fault) {
     const bool request = fault.moment == fault_moment::REQUEST;
     const bool indication = fault.moment == fault_moment::INDICATION;
@@ -491,7 +493,7 @@ void read_scenario(reader &r, const toml::table &root, scenario &out) {
         {"repeat_ms", number<&T::repeat_ms, 10, MS_MAX>},
         {"lte", [](reader &r2, const toml::node &n, T &o) { read_lte(r2, n, o.states.front().lte); }},
         {"nr5g", [](reader &r2, const toml::node &n, T &o) { read_nr5g(r2, n, o.states.front().nr5g); }},
-        {"change", [](reader &, const toml::node &, T &) {}}, // last, as it starts from what the others have set
+        {"change", [](reader &, const toml::node &, T &) {}}, // read last: changes start from what the other keys set
         {"fault", list<&T::faults, FAULTS_MAX, read_fault>},
     };
     out = {};
@@ -513,8 +515,8 @@ bool plain(std::string_view line) {
                        [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; });
 }
 
-/* Refuses what toml++ is not safe with: characters beyond ASCII, and long texts and lines, which may be nested to any
- * depth. */
+/* Refuses what toml++ cannot read safely: characters beyond ASCII, long texts, and long lines, since a long line may
+ * nest values to any depth. */
 void check_lines(reader &r, std::string_view text) {
     size_t line = 1;
     if (text.size() > TEXT_MAX) {

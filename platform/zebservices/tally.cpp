@@ -13,7 +13,7 @@ bool has_message(zeb_call_kind kind) {
     return kind == zeb_call_kind::SEND || kind == zeb_call_kind::DECODE;
 }
 
-/* A call for people: "request 0x004d", "service object 1.342.6", "release". */
+/* The name of a call for people: "request 0x004d", "service object 1.342.6", "release". */
 std::string name_of(zeb_call_kind kind, const std::array<uint32_t, 3> &numbers) {
     static constexpr const char *NAMES[] = {
         "service object", "notifier", "service list", "wait",   "callback registration",
@@ -44,7 +44,8 @@ bool is_delivery(const recording_entry &e) {
 }
 
 /* How a request differs from a recorded request of the same message: in its client, in a length, or in the first byte
- * that is not the same. Empty: in none of these, or one of them is another call. */
+ * that differs. Empty when none of these differs, or when one of the two calls is another kind of call or has another
+ * message. */
 std::string difference(const zeb_call &call, uint32_t handle, const recording_entry &expected) {
     if (call.kind != zeb_call_kind::SEND || call.numbers != expected.numbers) {
         return "";
@@ -71,8 +72,8 @@ std::string difference(const zeb_call &call, uint32_t handle, const recording_en
     return text;
 }
 
-/* Says where the play first differs: which call came, and which call was recorded in its place or how the two differ.
- * Later differences are not said. */
+/* Says where the play first differs: which call came, and either which call was recorded in its place or how the two
+ * calls differ. Only the first difference is said. */
 void tell_difference(tally &t, const std::string &name, const std::string &how, const recording_entry *expected) {
     if (std::exchange(t.differed, true)) {
         return;
@@ -89,7 +90,8 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
     }
 }
 
-/* Counts the call as early when an indication or event that was recorded well before it has not been delivered. */
+/* Counts the call as early when an indication or event that was recorded well before the call has not been delivered
+ * yet. */
 void look_for_early(tally &t, const recording_entry &call) {
     const size_t end = index_of(t, call);
     for (size_t i = t.turn; i < end; i++) {
@@ -106,8 +108,8 @@ void look_for_early(tally &t, const recording_entry &call) {
     }
 }
 
-/* Marks the entry as played, and open entries before it as passed. Returns whether it was the entry's turn: the entry
- * was open, and no entry before it was open. */
+/* Marks the entry as played, and all open entries before it as passed. Returns whether it was the entry's turn: the
+ * entry was open, and no entry before it was. */
 bool take_turn(tally &t, const recording_entry &entry) {
     const size_t index = index_of(t, entry);
     bool in_turn = t.states[index] == tally_state::OPEN;
@@ -122,8 +124,8 @@ bool take_turn(tally &t, const recording_entry &entry) {
 }
 
 /* Finds for each call an indication or event that is simultaneous with it, if there is one. A call lasts from its
- * beginning to its end, an indication or event as long as its callback. Of a wait only the end counts, as its thread
- * goes on only then. */
+ * beginning to its end. An indication or event lasts as long as its callback. Of a wait only the end counts, because
+ * the waiting thread does nothing before. */
 void find_moments(tally &t) {
     struct span {
         uint64_t begin, end;
@@ -137,7 +139,8 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // From here on each span has the end and the line of the delivery that ends last among those that begin no later.
+    // From here on each span has the end and the line of the delivery that ends last, among all deliveries that begin
+    // no later than the span.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
@@ -234,7 +237,8 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording
         return;
     }
     if (entry == nullptr) {
-        // A wait is recorded when it ends, so this wait still went on when the recording ended.
+        // A wait is recorded when it ends. This wait was not recorded, so it was still going on when the recording
+        // ended.
         if (call.kind == zeb_call_kind::WAIT) {
             return;
         }

@@ -1,5 +1,5 @@
-// The charts, the lanes under them and the whole recording in small. All of it is drawn anew whenever the time in view
-// changes, and no more is drawn than can be told apart on the screen.
+// The charts, the lanes under them, and the small picture of the whole recording. All of them are drawn anew whenever
+// the time in view changes. Details that could not be told apart on the screen are not drawn.
 
 // ---- what is shown
 
@@ -55,7 +55,7 @@ const niceScale = (low, high) => {
     return { low: Math.floor(low / step) * step, high: Math.ceil(high / step) * step, step };
 };
 
-// The range of a chart is that of all its values, so that it stays when one zooms.
+// The range of a chart covers all its values, so that the range stays the same during a zoom.
 for (const quantity of quantities) {
     let low = Infinity, high = -Infinity;
     for (const signal of quantity.signals) {
@@ -70,7 +70,8 @@ for (const quantity of quantities) {
 
 // ---- charts
 
-// The values of a signal in view, one group for each column of the screen, with a null where the line breaks.
+// The values of a signal in the time in view, one group for each column of the screen. A null stands where the line
+// breaks.
 const columnsOf = (signal, columnWidth) => {
     const values = samples.values[signal.index];
     const begin = Math.max(0, lowerBound(samples.us, view.from) - 1);
@@ -82,7 +83,7 @@ const columnsOf = (signal, columnWidth) => {
         if (values[i] === null) continue;
         const value = values[i] / signal.per;
         const x = xOf(samples.us[i]);
-        if (broken && column && x - column.x > 2 * columnWidth) { // a narrower break cannot be seen
+        if (broken && column && x - column.x > 2 * columnWidth) { // a narrower break could not be seen
             columns.push(null);
             column = null;
         }
@@ -108,8 +109,8 @@ const polyline = (points) => {
     }
     return path;
 };
-// A few values are drawn as a line with a dot for each; many values as a band from the lowest to the highest of each
-// column of the screen, with a line of the means on it.
+// A few values are drawn as a line with a dot for each. Many values are drawn as a band and a line on it: in each
+// column of the screen the band goes from the lowest to the highest value, and the line goes through the mean.
 const drawSignal = (group, signal, yOf) => {
     const few = columnsOf(signal, 0);
     const dense = few.count > 2 * plotWidth();
@@ -183,7 +184,7 @@ const drawSpans = (svg, lane, top) => {
         const [from, to, line, text, more] = span;
         if (to < view.from || from > view.to) continue;
         const x = clampX(xOf(from)), end = Math.max(clampX(xOf(to)), x + 1.5);
-        if (end - x <= 1.5 && x < used + 1) continue; // cannot be told from the one before it
+        if (end - x <= 1.5 && x < used + 1) continue; // could not be told apart from the span before it
         used = end;
         const kind = lane.kind === "registration" ? text : lane.kind;
         const rect = make("rect", { class: "span " + kind, x, y: top + 3, width: end - x, height: LANE - 6, rx: 3 }, group);
@@ -191,13 +192,13 @@ const drawSpans = (svg, lane, top) => {
         if (end - x > text.length * 6.6 + 10) make("text", { class: "inside", x: x + 6, y: top + 15 }, group, text);
     }
 };
-// A call is drawn as long as it took. When a lane has more calls than can be told apart, bars show how many there are.
+// A call is drawn with its length in time. When there are more calls than can be told apart, bars show their number.
 const BAR = 4;
 const drawTicks = (svg, lane, top) => {
     const group = make("g", { class: "lane", "data-name": lane.name, "data-count": lane.indices.length }, svg);
     make("text", { class: "name", x: 0, y: top + 15 }, group, lane.name);
     make("line", { class: "grid", x1: LEFT, x2: width - RIGHT, y1: top + LANE / 2, y2: top + LANE / 2 }, group);
-    const begin = Math.max(0, lowerBound(lane.us, view.from) - 50); // calls that began before and are still going on
+    const begin = Math.max(0, lowerBound(lane.us, view.from) - 50); // some earlier calls may still be going on
     const end = lowerBound(lane.us, view.to + 1);
     const box = (x, y, w, h) => `M${x.toFixed(1)} ${y.toFixed(1)}h${w.toFixed(1)}v${h.toFixed(1)}h${(-w).toFixed(1)}z`;
     let path = "";
@@ -266,7 +267,7 @@ const draw = () => {
     document.documentElement.dataset.drawn = String(samples.us.length);
 };
 
-// The whole recording in small, with the time in view.
+// The small picture of the whole recording, with the time in view marked.
 const NAVIGATOR = 34;
 let navigatorTop = 0;
 const navX = (us) => LEFT + (us - first) / (last - first) * plotWidth();

@@ -1,5 +1,5 @@
-// The page of a recording, in four files that are one script: the data, the charts with the lanes under them, what the
-// pointer and the keys do, and the lines.
+// The script of a recording's page, in four files: the data; the charts with the lanes under them; what the pointer and
+// the keys do; and the lines.
 "use strict";
 
 window.addEventListener("error", (event) => {
@@ -15,7 +15,7 @@ const byId = (id) => document.getElementById(id);
 
 // ---- the data
 
-// Makes a column's numbers from the differences that the data has.
+// Adds up the differences in the data to the numbers of a column.
 const summed = (column) => {
     const out = new Float64Array(column.length);
     let last = 0;
@@ -29,7 +29,7 @@ const textOf = (column, i) => data.texts[column[i]];
 const samples = { us: summed(data.samples.us), line: summed(data.samples.line), values: data.samples.values };
 const first = data.from_us, last = Math.max(data.to_us, data.from_us + 1000);
 
-// The first index whose value is not below x.
+// The first index whose value is x or more.
 const lowerBound = (array, x) => {
     let low = 0, high = array.length;
     while (low < high) {
@@ -48,7 +48,7 @@ const quantities = ["RSRP", "RSRQ", "SINR"].map((name) => ({
     signals: data.signals.map((signal, index) => ({ ...signal, index })).filter((s) => s.label.endsWith(name)),
 }));
 
-// A chart's line breaks where there were no reports for a while, and where there was no service.
+// A chart's line breaks at a time without reports, and at a time without service.
 const breaks = new Set();
 {
     const pauses = Array.from(samples.us.slice(1), (us, i) => us - samples.us[i]).sort((a, b) => a - b);

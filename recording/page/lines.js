@@ -1,4 +1,4 @@
-// The lines of the recording as a table, of which only the rows on the screen are made.
+// The lines of the recording as a table. Only the rows on the screen exist as elements.
 
 // ---- the lines
 
@@ -28,7 +28,8 @@ const filter = () => {
     byId("count").textContent = shown.length.toLocaleString("en") + " of " + lineCount.toLocaleString("en") + " lines";
     drawRows();
 };
-// When all rows together would be taller than an element can be, the scroll bar tells only the share of the rows above.
+// When all rows together would be taller than an element can be, the place of the scroll bar means a share of all rows,
+// and no pixels.
 const scaled = () => shown.length * ROW > TALLEST;
 const fits = () => Math.max(1, Math.floor(table.clientHeight / ROW));
 const farthest = () => Math.max(1, Math.min(shown.length * ROW, TALLEST) - table.clientHeight);
@@ -80,7 +81,7 @@ for (const name of Object.keys(FILTERS)) {
     byId("filters").appendChild(button);
 }
 
-// Shows one line whole, and where it is. -1: none.
+// Shows the whole text of one line and its place. -1: shows none.
 const pick = (i, scroll) => {
     const box = byId("picked");
     picked = i;
@@ -91,7 +92,7 @@ const pick = (i, scroll) => {
         const where = (data.dated ? dayOf(lines.us[i]) + " " : "") + clock(lines.us[i]) + ", line " + lines.number[i] + ", " +
             textOf(lines.kind, i) + ", took " + length(lines.took[i]) + (marks & KEPT ? ", kept from before this part" : "");
         const list = element("ul");
-        // Fields are separated by commas; those of a group in braces belong together.
+        // Commas separate fields; a group in braces counts as one field.
         for (const part of textOf(lines.result, i).split(/, (?![^{]*\})/)) list.appendChild(element("li", part));
         box.replaceChildren(element("div", where, "where"), element("b", textOf(lines.what, i)), list);
         if (scroll) scrollTo(i);
@@ -108,7 +109,7 @@ theme(system.matches);
 system.addEventListener("change", () => theme(system.matches));
 byId("theme").onclick = () => theme(document.documentElement.dataset.theme !== "dark");
 
-// page.html#line=12 shows that line, page.html#view=10,20 those seconds since the recording's start.
+// page.html#line=12 shows line 12. page.html#view=10,20 shows the time from 10 to 20 s after the recording's start.
 const follow = () => {
     const wanted = new URLSearchParams(location.hash.slice(1));
     const [from, to] = (wanted.get("view") || "").split(",").map((s) => parseFloat(s) * 1e6);

@@ -1,4 +1,4 @@
-// What the pointer and the keys do: looking at things, choosing a time, picking a line.
+// What the pointer and the keys do: they show details, choose a time, and pick a line.
 
 // ---- pointing at things
 
@@ -9,7 +9,7 @@ const element = (name, text, className) => {
     if (className) e.className = className;
     return e;
 };
-// What is under the pointer: a line, and the texts that the tip shows for it.
+// What is under the pointer: a line, and the texts that the tip shows for this line.
 const under = (x, y, target) => {
     const us = usOf(x);
     if (target && target.line !== undefined) return { line: target.line, title: target.title_, text: target.text_ };
