@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""scenario_keys.py SOURCES RECORDER TOOL: every field of the scenario's cells has a key, and every key of a cell changes
-what the virtual modem answers: the tool asks for everything, and the recorder writes the answers down."""
+"""scenario_keys.py SOURCES RECORDER TOOL: every field of the scenario's cells has a key, and every key of a cell
+changes what the virtual modem answers: the tool asks for everything, and the recorder writes the answers down."""
 import concurrent.futures
 import os
 import pathlib
@@ -37,8 +37,8 @@ def answers(cells):
     """All messages but their times."""
     with tempfile.TemporaryDirectory() as folder:
         scenario, recording = pathlib.Path(folder) / "scenario.toml", pathlib.Path(folder) / "recording"
-        scenario.write_text("tick_ms = 10\nappear_ms = 50\nscan_delay_ms = 1\n" + "".join(
-            f"[{cell}]\n" + "".join(f"{name} = {value}\n" for name, value in keys.items()) for cell, keys in cells.items()))
+        scenario.write_text("\n".join(["tick_ms = 10", "appear_ms = 50", "scan_delay_ms = 1", *(
+            line for cell in cells for line in [f"[{cell}]", *(f"{key} = {value}" for key, value in cells[cell].items())])]))
         text = ""
         for command in (["get", "all"], ["scan", "all"]):
             environment = os.environ | {"ZEB_SCENARIO": scenario, "LD_PRELOAD": recorder, "ZEB_RECORD": recording}
@@ -56,12 +56,14 @@ header = (sources / "scenario.h").read_text()
 keys = []
 for cell in base:
     rows = re.search(rf"^void read_{cell}\(.*?KEYS\[\] = \{{(.*?)\n    \}};", parser, re.S | re.M)[1]
-    fields = re.findall(r"(\w+)(?:\[\w+\])?(?: = .*)?;", re.search(rf"^struct scenario_{cell} \{{(.*?)^\}}", header, re.S | re.M)[1])
+    record = re.search(rf"^struct scenario_{cell} \{{(.*?)^\}}", header, re.S | re.M)[1]
+    fields = re.findall(r"(\w+)(?:\[\w+\])?(?: = .*)?;", record)
     if without := [field for field in fields if f"&T::{field}" not in rows]:
         sys.exit(f"fields of scenario_{cell} without a key: {without}")
     keys += [(cell, name, value_of(name, reader)) for name, reader in re.findall(r'\{"(\w+)", (.*)\},', rows)]
 with concurrent.futures.ThreadPoolExecutor(4) as pool:
-    plain, *changed = pool.map(answers, [base, *(base | {cell: base[cell] | {name: value}} for cell, name, value in keys)])
+    others = [base | {cell: base[cell] | {name: value}} for cell, name, value in keys]
+    plain, *changed = pool.map(answers, [base, *others])
 same = [f"{cell}.{name} = {value}" for (cell, name, value), one in zip(keys, changed) if one == plain]
 print(f"{len(keys)} keys, changing nothing: {same}")
 sys.exit(bool(same) or len(keys) < 30)
