@@ -153,7 +153,7 @@ TEST_F(Interface, EveryMetricIsServed) {
             fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, 0));
             fake_report_all(false);
             EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INFO_UNAVAILABLE);
-            EXPECT_TRUE(logged("E "));
+            EXPECT_TRUE(logged("\nE ")); // behind the lines of the query
         }
     }
 }

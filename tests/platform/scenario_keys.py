@@ -37,8 +37,10 @@ def answers(cells):
     """All messages but their times."""
     with tempfile.TemporaryDirectory() as folder:
         scenario, recording = pathlib.Path(folder) / "scenario.toml", pathlib.Path(folder) / "recording"
-        scenario.write_text("\n".join(["tick_ms = 10", "appear_ms = 50", "scan_delay_ms = 1", *(
-            line for cell in cells for line in [f"[{cell}]", *(f"{key} = {value}" for key, value in cells[cell].items())])]))
+        lines = ["tick_ms = 10", "appear_ms = 50", "scan_delay_ms = 1"]
+        for cell, keys in cells.items():
+            lines += [f"[{cell}]", *(f"{key} = {value}" for key, value in keys.items())]
+        scenario.write_text("\n".join(lines))
         text = ""
         for command in (["get", "all"], ["scan", "all"]):
             environment = os.environ | {"ZEB_SCENARIO": scenario, "LD_PRELOAD": recorder, "ZEB_RECORD": recording}
