@@ -77,15 +77,9 @@ static constexpr struct derived_row {
     {CPE_DM_TOOL_NR5G_MHZ, "nr5g.mhz", "downlink frequency of the channel"},
 };
 
-static constexpr bool every_key_has_a_source() {
-    for (const key_source &source : sources.of) {
-        if (source.metric == CPE_DM_METRIC_INVALID) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(every_key_has_a_source(), "a new key has a row in order_sources");
+static_assert(std::ranges::all_of(sources.of,
+                                  [](const key_source &source) { return source.metric != CPE_DM_METRIC_INVALID; }),
+              "a new key has a row in order_sources");
 
 static constexpr bool every_metric_has_a_key() {
     for (uint32_t metric = CPE_DM_METRIC_REG_STATUS; metric < CPE_DM_METRIC_CNT; metric++) {
@@ -200,15 +194,12 @@ static constexpr int record_place(uint32_t metric) {
     }
 }
 
-static constexpr bool every_list_has_a_record() {
-    for (const key_source &source : sources.of) {
-        if ((source.kind == CPE_DM_TOOL_LIST) != (record_place(source.metric) < CPE_DM_TOOL_RECORD_CNT)) {
-            return false;
-        }
-    }
-    return true;
-}
-static_assert(every_list_has_a_record(), "a metric whose value is a list has its record in record_place");
+static_assert(std::ranges::all_of(sources.of,
+                                  [](const key_source &source) {
+                                      return (source.kind == CPE_DM_TOOL_LIST) ==
+                                             (record_place(source.metric) < CPE_DM_TOOL_RECORD_CNT);
+                                  }),
+              "a metric whose value is a list has its record in record_place");
 
 const cpe_dm_metric_record *cpe_dm_tool_record_of(const cpe_dm_tool_values *values, uint32_t metric) {
     const int place = record_place(metric);
