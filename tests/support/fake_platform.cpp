@@ -4,6 +4,7 @@
 #include "fault.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <deque>
@@ -36,7 +37,7 @@ std::string log_text;
 std::map<uint32_t, std::deque<answer>> answers;
 std::map<uint32_t, std::vector<uint8_t>> defaults;
 uint32_t services = 1;
-bool reports_all;
+std::atomic<bool> reports_all;
 /* The set is never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
 bool blocks_kept = true;
