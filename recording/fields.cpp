@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 
 namespace {
@@ -99,6 +100,7 @@ constexpr field FIELDS[] = {
     threshold("lte.sinr_change", 10, offsetof(s, lte_snr)),   threshold("nr5g.rsrp_change", 1, offsetof(s, nr5g_rsrp)),
     threshold("nr5g.rsrq_change", 1, offsetof(s, nr5g_rsrq)), threshold("nr5g.sinr_change", 10, offsetof(s, nr5g_snr)),
 };
+static_assert(std::size(FIELDS) == CPE_DM_IND_CNT - 2, "every indication but the registration status has a threshold");
 } // namespace config_req
 
 namespace cell_location {

@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 /* The gauges with one value for each technology. */
-static const struct {
+static constexpr struct {
     char name[13];
     const char *help;
     cpe_dm_tool_key key[2]; /* of LTE, of NR 5G */
@@ -27,7 +27,7 @@ static const struct {
 static const char tech_labels[][5] = {"lte", "nr5g"};
 
 /* The labels of cpe_dm_cell_info, and the keys of their values. The label "technology" is not in the table. */
-static const struct {
+static constexpr struct {
     char name[8];
     cpe_dm_tool_key key[2];
 } cell_labels[] = {
@@ -36,7 +36,40 @@ static const struct {
     {"channel", {CPE_DM_TOOL_LTE_EARFCN, CPE_DM_TOOL_NR5G_ARFCN}},
 };
 
-static const cpe_dm_tool_key cqi_keys[] = {CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI};
+static constexpr cpe_dm_tool_key cqi_keys[] = {CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI};
+
+/* The keys that are not in the file: the derived keys, which a query can derive from the labels, and the locks, which
+ * are lists of cells. */
+static constexpr cpe_dm_tool_key left_out[] = {
+    CPE_DM_TOOL_LTE_ENB,  CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_BAND,
+    CPE_DM_TOOL_LTE_MHZ,  CPE_DM_TOOL_LTE_BAND_ALT, CPE_DM_TOOL_LTE_MHZ_ALT,
+    CPE_DM_TOOL_LTE_LOCK, CPE_DM_TOOL_NR5G_MHZ,     CPE_DM_TOOL_NR5G_LOCK,
+};
+
+static constexpr bool is_in_file(cpe_dm_tool_key key) {
+    bool found = key == CPE_DM_TOOL_REG || key == cqi_keys[0] || key == cqi_keys[1];
+    for (const auto &gauge : gauges) {
+        found = found || key == gauge.key[0] || key == gauge.key[1];
+    }
+    for (const auto &label : cell_labels) {
+        found = found || key == label.key[0] || key == label.key[1];
+    }
+    return found;
+}
+
+static constexpr bool every_key_is_in_file() {
+    for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
+        bool found = is_in_file(static_cast<cpe_dm_tool_key>(i));
+        for (const cpe_dm_tool_key key : left_out) {
+            found = found || key == i;
+        }
+        if (!found) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(every_key_is_in_file(), "a new key has a row above, or is left out for a reason");
 
 void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys) {
     cpe_dm_tool_add_key(keys, CPE_DM_TOOL_REG);

@@ -19,7 +19,7 @@ struct range_row {
     int16_t mostly_most;
 };
 
-static const range_row ranges[] = {
+static constexpr range_row ranges[] = {
     {CPE_DM_TOOL_REG, CPE_DM_REG_NONE, CPE_DM_REG_NR5G, CPE_DM_REG_NONE, CPE_DM_REG_NR5G},
     {CPE_DM_TOOL_LTE_PCI, 0, 503, 0, 503},
     {CPE_DM_TOOL_LTE_RSRP, -156, -44, -156, -44},
@@ -32,6 +32,33 @@ static const range_row ranges[] = {
     {CPE_DM_TOOL_NR5G_SINR, -500, 500, -230, 400},
     {CPE_DM_TOOL_NR5G_TX_POWER, -600, 330, -600, 330},
 };
+
+/* The keys without a range: what judge_value judges otherwise, the TACs, which can be any number, and the derived keys,
+ * which are not tested. */
+static constexpr uint8_t without_range[] = {
+    CPE_DM_TOOL_LTE_PLMN,     CPE_DM_TOOL_LTE_TAC,     CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_ENB,
+    CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_EARFCN,  CPE_DM_TOOL_LTE_BAND,  CPE_DM_TOOL_LTE_MHZ,
+    CPE_DM_TOOL_LTE_BAND_ALT, CPE_DM_TOOL_LTE_MHZ_ALT, CPE_DM_TOOL_LTE_CQI,   CPE_DM_TOOL_LTE_LOCK,
+    CPE_DM_TOOL_NR5G_PLMN,    CPE_DM_TOOL_NR5G_TAC,    CPE_DM_TOOL_NR5G_CGI,  CPE_DM_TOOL_NR5G_ARFCN,
+    CPE_DM_TOOL_NR5G_MHZ,     CPE_DM_TOOL_NR5G_CQI,    CPE_DM_TOOL_NR5G_LOCK,
+};
+
+static constexpr bool every_key_is_judged() {
+    for (int key = 0; key < CPE_DM_TOOL_KEY_CNT; key++) {
+        int found = 0;
+        for (const range_row &range : ranges) {
+            found += range.key == key ? 1 : 0;
+        }
+        for (const uint8_t other : without_range) {
+            found += other == key ? 1 : 0;
+        }
+        if (found != 1) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(every_key_is_judged(), "a new key has a range above, or is one of those without a range");
 
 enum verdict {
     OK,

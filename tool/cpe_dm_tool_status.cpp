@@ -45,20 +45,37 @@ static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_
     add_line(text, label, data);
 }
 
+/* The lines of one value each. */
+static constexpr struct {
+    char label[12];
+    cpe_dm_tool_key lte;
+    cpe_dm_tool_key nr5g;
+} lines[] = {
+    {"  RSRP", CPE_DM_TOOL_LTE_RSRP, CPE_DM_TOOL_NR5G_RSRP},
+    {"  RSRQ", CPE_DM_TOOL_LTE_RSRQ, CPE_DM_TOOL_NR5G_RSRQ},
+    {"  SINR", CPE_DM_TOOL_LTE_SINR, CPE_DM_TOOL_NR5G_SINR},
+    {"  CQI", CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI},
+    {"  TX power", CPE_DM_TOOL_LTE_TX_POWER, CPE_DM_TOOL_NR5G_TX_POWER},
+    {"  locked to", CPE_DM_TOOL_LTE_LOCK, CPE_DM_TOOL_NR5G_LOCK},
+};
+
+/* The keys of a technology up to its channel are in the worded lines; those from the RSRP on have a line each. */
+static constexpr bool every_value_has_its_line() {
+    for (int key = CPE_DM_TOOL_LTE_RSRP; key < CPE_DM_TOOL_KEY_CNT; key++) {
+        bool found = key >= CPE_DM_TOOL_NR5G_PLMN && key < CPE_DM_TOOL_NR5G_RSRP;
+        for (const auto &line : lines) {
+            found = found || line.lte == key || line.nr5g == key;
+        }
+        if (!found) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(every_value_has_its_line(), "a new key has a line");
+
 static void add_tech(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech) {
     const bool lte = tech == CPE_DM_TECH_LTE;
-    const struct {
-        char label[12];
-        cpe_dm_tool_key lte;
-        cpe_dm_tool_key nr5g;
-    } lines[] = {
-        {"  RSRP", CPE_DM_TOOL_LTE_RSRP, CPE_DM_TOOL_NR5G_RSRP},
-        {"  RSRQ", CPE_DM_TOOL_LTE_RSRQ, CPE_DM_TOOL_NR5G_RSRQ},
-        {"  SINR", CPE_DM_TOOL_LTE_SINR, CPE_DM_TOOL_NR5G_SINR},
-        {"  CQI", CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI},
-        {"  TX power", CPE_DM_TOOL_LTE_TX_POWER, CPE_DM_TOOL_NR5G_TX_POWER},
-        {"  locked to", CPE_DM_TOOL_LTE_LOCK, CPE_DM_TOOL_NR5G_LOCK},
-    };
     cpe_dm_tool_add(text, "\n%s\n", cpe_dm_tool_tech_name(tech));
     add_worded_line(text, "  network", values, tech, cpe_dm_tool_add_network_words);
     add_worded_line(text, "  cell", values, tech, cpe_dm_tool_add_cell_words);

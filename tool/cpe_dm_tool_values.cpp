@@ -6,30 +6,61 @@
 #include <cstring>
 #include <iterator>
 
-/* Where each key's value comes from, in the order of the keys. */
+/* Where a key's value comes from. */
 struct key_source {
     uint8_t metric;
     cpe_dm_tool_kind kind;
 };
 
-static constexpr key_source sources[] = {
-    {CPE_DM_METRIC_REG_STATUS, CPE_DM_TOOL_NAME},      {CPE_DM_METRIC_LTE_PLMN, CPE_DM_TOOL_PLMN},
-    {CPE_DM_METRIC_LTE_TAC, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_PCI, CPE_DM_TOOL_NUMBER},       {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},    {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_RSRP, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_LTE_RSRQ, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_LTE_SINR, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_LTE_CQI, CPE_DM_TOOL_LIST},
-    {CPE_DM_METRIC_LTE_TX_POWER, CPE_DM_TOOL_NUMBER},  {CPE_DM_METRIC_LTE_CELL_LOCK_LIST, CPE_DM_TOOL_LIST},
-    {CPE_DM_METRIC_NR5G_PLMN, CPE_DM_TOOL_PLMN},       {CPE_DM_METRIC_NR5G_TAC, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_NR5G_CGI, CPE_DM_TOOL_NUMBER},      {CPE_DM_METRIC_NR5G_PCI, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER},   {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_NR5G_RSRP, CPE_DM_TOOL_NUMBER},     {CPE_DM_METRIC_NR5G_RSRQ, CPE_DM_TOOL_NUMBER},
-    {CPE_DM_METRIC_NR5G_SINR, CPE_DM_TOOL_NUMBER},     {CPE_DM_METRIC_NR5G_CQI, CPE_DM_TOOL_LIST},
-    {CPE_DM_METRIC_NR5G_TX_POWER, CPE_DM_TOOL_NUMBER}, {CPE_DM_METRIC_NR5G_CELL_LOCK_LIST, CPE_DM_TOOL_LIST},
+struct source_table {
+    key_source of[CPE_DM_TOOL_KEY_CNT];
 };
-static_assert(std::size(sources) == CPE_DM_TOOL_KEY_CNT, "every key has its row");
+
+/* The sources in the order of the keys. The rows with the keys in them are for the compiler only. */
+static constexpr source_table order_sources() {
+    constexpr struct {
+        cpe_dm_tool_key key;
+        key_source source;
+    } rows[] = {
+        {CPE_DM_TOOL_REG, {CPE_DM_METRIC_REG_STATUS, CPE_DM_TOOL_NAME}},
+        {CPE_DM_TOOL_LTE_PLMN, {CPE_DM_METRIC_LTE_PLMN, CPE_DM_TOOL_PLMN}},
+        {CPE_DM_TOOL_LTE_TAC, {CPE_DM_METRIC_LTE_TAC, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_CGI, {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_ENB, {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_CELL, {CPE_DM_METRIC_LTE_CGI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_PCI, {CPE_DM_METRIC_LTE_PCI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_EARFCN, {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_BAND, {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_MHZ, {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_BAND_ALT, {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_MHZ_ALT, {CPE_DM_METRIC_LTE_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_RSRP, {CPE_DM_METRIC_LTE_RSRP, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_RSRQ, {CPE_DM_METRIC_LTE_RSRQ, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_SINR, {CPE_DM_METRIC_LTE_SINR, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_CQI, {CPE_DM_METRIC_LTE_CQI, CPE_DM_TOOL_LIST}},
+        {CPE_DM_TOOL_LTE_TX_POWER, {CPE_DM_METRIC_LTE_TX_POWER, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_LTE_LOCK, {CPE_DM_METRIC_LTE_CELL_LOCK_LIST, CPE_DM_TOOL_LIST}},
+        {CPE_DM_TOOL_NR5G_PLMN, {CPE_DM_METRIC_NR5G_PLMN, CPE_DM_TOOL_PLMN}},
+        {CPE_DM_TOOL_NR5G_TAC, {CPE_DM_METRIC_NR5G_TAC, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_CGI, {CPE_DM_METRIC_NR5G_CGI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_PCI, {CPE_DM_METRIC_NR5G_PCI, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_ARFCN, {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_MHZ, {CPE_DM_METRIC_NR5G_EARFCN, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_RSRP, {CPE_DM_METRIC_NR5G_RSRP, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_RSRQ, {CPE_DM_METRIC_NR5G_RSRQ, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_SINR, {CPE_DM_METRIC_NR5G_SINR, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_CQI, {CPE_DM_METRIC_NR5G_CQI, CPE_DM_TOOL_LIST}},
+        {CPE_DM_TOOL_NR5G_TX_POWER, {CPE_DM_METRIC_NR5G_TX_POWER, CPE_DM_TOOL_NUMBER}},
+        {CPE_DM_TOOL_NR5G_LOCK, {CPE_DM_METRIC_NR5G_CELL_LOCK_LIST, CPE_DM_TOOL_LIST}},
+    };
+    source_table sources = {};
+    for (const auto &row : rows) {
+        sources.of[row.key] = row.source;
+    }
+    return sources;
+}
+
+static constexpr source_table sources = order_sources();
 
 /* The derived keys, which the library does not describe. */
 static constexpr struct derived_row {
@@ -46,10 +77,14 @@ static constexpr struct derived_row {
     {CPE_DM_TOOL_NR5G_MHZ, "nr5g.mhz", "downlink frequency of the channel"},
 };
 
+static_assert(std::ranges::all_of(sources.of,
+                                  [](const key_source &source) { return source.metric != CPE_DM_METRIC_INVALID; }),
+              "a new key has a row in order_sources");
+
 static constexpr bool every_metric_has_a_key() {
     for (uint32_t metric = CPE_DM_METRIC_REG_STATUS; metric < CPE_DM_METRIC_CNT; metric++) {
         bool found = metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ;
-        for (const key_source &source : sources) {
+        for (const key_source &source : sources.of) {
             found = found || source.metric == metric;
         }
         if (!found) {
@@ -78,11 +113,11 @@ static bool in_mhz(cpe_dm_tool_key key) {
 }
 
 static const cpe_dm_metric_desc *describe(cpe_dm_tool_key key) {
-    return cpe_dm_metric_by_id(sources[key].metric);
+    return cpe_dm_metric_by_id(sources.of[key].metric);
 }
 
 uint32_t cpe_dm_tool_metric_of(cpe_dm_tool_key key) {
-    return sources[key].metric;
+    return sources.of[key].metric;
 }
 
 uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key) {
@@ -94,7 +129,7 @@ bool cpe_dm_tool_is_derived(cpe_dm_tool_key key) {
 }
 
 cpe_dm_tool_kind cpe_dm_tool_kind_of(cpe_dm_tool_key key) {
-    return sources[key].kind;
+    return sources.of[key].kind;
 }
 
 const char *cpe_dm_tool_name(cpe_dm_tool_key key) {
@@ -144,7 +179,7 @@ void cpe_dm_tool_clear_values(cpe_dm_tool_values *values) {
 }
 
 /* The index of a metric's record; CPE_DM_TOOL_RECORD_CNT for a metric that has none. */
-static int record_place(uint32_t metric) {
+static constexpr int record_place(uint32_t metric) {
     switch (metric) {
     case CPE_DM_METRIC_LTE_CQI:
         return 0;
@@ -158,6 +193,13 @@ static int record_place(uint32_t metric) {
         return CPE_DM_TOOL_RECORD_CNT;
     }
 }
+
+static_assert(std::ranges::all_of(sources.of,
+                                  [](const key_source &source) {
+                                      return (source.kind == CPE_DM_TOOL_LIST) ==
+                                             (record_place(source.metric) < CPE_DM_TOOL_RECORD_CNT);
+                                  }),
+              "a metric whose value is a list has its record in record_place");
 
 const cpe_dm_metric_record *cpe_dm_tool_record_of(const cpe_dm_tool_values *values, uint32_t metric) {
     const int place = record_place(metric);
@@ -202,8 +244,10 @@ bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys) {
     const bool lte = all || strcmp(word, "lte") == 0;
     const bool nr5g = all || strcmp(word, "nr5g") == 0;
     for (int i = 0; i < CPE_DM_TOOL_KEY_CNT; i++) {
-        if (i == CPE_DM_TOOL_REG ? all : i < CPE_DM_TOOL_NR5G_PLMN ? lte : nr5g) {
-            cpe_dm_tool_add_key(keys, static_cast<cpe_dm_tool_key>(i));
+        const auto key = static_cast<cpe_dm_tool_key>(i);
+        const uint32_t tech = cpe_dm_tool_tech_of(key);
+        if (tech == CPE_DM_TECH_LTE ? lte : tech == CPE_DM_TECH_NR5G ? nr5g : all) {
+            cpe_dm_tool_add_key(keys, key);
         }
     }
     return lte || nr5g;
@@ -225,7 +269,7 @@ bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt) 
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys) {
     uint64_t metrics = 0;
     for (int i = 0; i < keys->cnt; i++) {
-        metrics |= uint64_t{1} << sources[keys->key[i]].metric;
+        metrics |= uint64_t{1} << sources.of[keys->key[i]].metric;
     }
     return metrics;
 }
@@ -254,7 +298,7 @@ static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
 }
 
 static const cpe_dm_tool_slot &slot_of(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
-    return values->slot[sources[key].metric];
+    return values->slot[sources.of[key].metric];
 }
 
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
@@ -298,7 +342,7 @@ void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *val
     } else if (cpe_dm_tool_is_derived(key)) {
         cpe_dm_count_text(data, sizeof(data), number, 1);
     } else {
-        write_answer(data, sizeof(data), values, sources[key].metric);
+        write_answer(data, sizeof(data), values, sources.of[key].metric);
     }
     cpe_dm_tool_add(text, "%s", data);
 }

@@ -2,6 +2,7 @@
 #include "cpe_dm_interface_events.h"
 #include "cpe_dm_interface_metrics.h"
 #include "cpe_dm_post.h"
+#include "cpe_dm_text.h"
 #include "cpe_dm_zeb_nas.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -12,6 +13,7 @@
 #include <chrono>
 #include <deque>
 #include <semaphore>
+#include <set>
 #include <thread>
 #include <type_traits>
 
@@ -19,8 +21,15 @@ namespace {
 
 std::deque<int> draws;
 
+/* Where on_event puts the IDs of the indications that come; null while none may come. */
+std::set<uint32_t> *events;
+
 void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
-    ADD_FAILURE() << "no event is expected";
+    if (events == nullptr) {
+        ADD_FAILURE() << "no event is expected";
+    } else {
+        events->insert(info->id);
+    }
     free(info);
 }
 
@@ -111,6 +120,81 @@ TEST_F(Interface, EntryChecks) {
     const cpe_dm_state_record &state = cpe_dm_state;
     EXPECT_EQ(state.ind_info.reg_status + state.ind_info.nr5g_sinr.valid, 0);
     EXPECT_EQ(state.lte_scan_request + state.nr5g_scan_ongoing + state.nr5g_nbr_rsrp, 0);
+}
+
+/* Every metric that there is gives what its description says when the modem reports all fields, and a line for errors
+ * when the modem reports none. */
+TEST_F(Interface, EveryMetricIsServed) {
+    for (uint32_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
+        const cpe_dm_metric_desc *metric = cpe_dm_metric_by_id(id);
+        const uint32_t type = metric->value_type;
+        const bool fills_record = type == CPE_DM_VALUE_CQI_INFO || type == CPE_DM_VALUE_CELL_LOCK_LIST;
+        cpe_dm_metric_record result = {};
+        cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
+        SCOPED_TRACE(metric->key);
+        fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+        fake_report_all(true);
+        if (fills_record) {
+            EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INVALID_PARAM);
+        }
+        cpe_dm_prepare_request(&info, id, &result);
+        EXPECT_EQ(info.value.cqi_info != nullptr, fills_record);
+        fake_log();
+        EXPECT_EQ(cpe_dm_get_info(handle, &info), 0);
+        EXPECT_EQ(info.value_type, type);
+        if (type == CPE_DM_VALUE_INT64) {
+            EXPECT_NE(info.value.i64_val, 0);
+            EXPECT_TRUE(logged("[" + std::to_string(info.value.i64_val) + "]"));
+        }
+        if (type == CPE_DM_VALUE_NONE) { // a neighbour's, which starts a scan
+            EXPECT_EQ(cpe_dm_state.lte_scan_request, metric->tech == CPE_DM_TECH_LTE);
+            cpe_dm_state.lte_scan_request = cpe_dm_state.nr5g_scan_request = 0;
+        } else if (id != CPE_DM_METRIC_REG_STATUS) {
+            fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, 0));
+            fake_report_all(false);
+            EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INFO_UNAVAILABLE);
+            EXPECT_TRUE(logged("\nE ")); // behind the lines of the query
+        }
+    }
+}
+
+/* Every indication that there is can be set, is asked of the modem, listed and delivered. */
+TEST_F(Interface, EveryIndicationIsServed) {
+    zeb_nas_sig_info signal;
+    memset(&signal, 1, sizeof(signal));
+    for (uint32_t id = CPE_DM_IND_REG_STATUS; id < CPE_DM_IND_CNT; id++) {
+        const bool threshold = id != CPE_DM_IND_REG_STATUS;
+        std::set<uint32_t> delivered;
+        uint32_t listed = 0;
+        bool asked = false;
+        bool configured = false;
+        cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, id);
+        ind.value_type = CPE_DM_VALUE_INT64;
+        ind.value.i64_val = 9;
+        SCOPED_TRACE(cpe_dm_ind_name(id));
+        fake_requests();
+        EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), 0);
+        for (const fake_request &request : fake_requests()) {
+            zeb_nas_indication_register_req registration = {};
+            memcpy(&registration, request.bytes.data(), std::min(sizeof(registration), request.bytes.size()));
+            asked = asked || (request.msg_id == ZEB_NAS_INDICATION_REGISTER && registration.sig_info != 0);
+            configured = configured || (request.msg_id == ZEB_NAS_CONFIG_SIG_INFO &&
+                                        std::count(request.bytes.begin(), request.bytes.end(), 9) == 1);
+        }
+        EXPECT_EQ(asked, threshold);
+        EXPECT_EQ(configured, threshold);
+        EXPECT_EQ(cpe_dm_get_ind_list(handle, &listed, 1), 0);
+        EXPECT_EQ(listed, id);
+        events = &delivered;
+        fake_indicate(ZEB_NAS_SIG_INFO_IND, signal);
+        fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info(ZEB_NAS_SRV_STATUS_LIMITED).info);
+        fake_indicate(ZEB_NAS_SYS_INFO_IND, fake_sys_info().info);
+        EXPECT_TRUE(fault_settle());
+        events = nullptr;
+        EXPECT_EQ(delivered, std::set<uint32_t>{id});
+        const auto cleared = static_cast<int32_t>(id);
+        EXPECT_EQ(cpe_dm_clr_ind_list(handle, &cleared, 1), 0);
+    }
 }
 
 TEST_F(Interface, InitChecksItsArgumentsAndItsState) {

@@ -4,6 +4,7 @@
 #include "fault.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <deque>
@@ -36,6 +37,7 @@ std::string log_text;
 std::map<uint32_t, std::deque<answer>> answers;
 std::map<uint32_t, std::vector<uint8_t>> defaults;
 uint32_t services = 1;
+std::atomic<bool> reports_all;
 /* The set is never released, so that a client whose release failed is still reachable at the end. */
 auto *const clients = new std::set<zeb_client *>;
 bool blocks_kept = true;
@@ -92,6 +94,7 @@ void fake_reset() {
     log_text.clear();
     answers.clear();
     services = 1;
+    reports_all = false;
     on_request = nullptr;
 }
 
@@ -103,6 +106,10 @@ void fake_answer_bytes(uint32_t msg_id, int32_t transport, const void *response,
 void fake_default_bytes(uint32_t msg_id, const void *response, size_t size) {
     const std::lock_guard guard(books);
     defaults[msg_id] = bytes_of(response, size);
+}
+
+void fake_report_all(bool all) {
+    reports_all = all;
 }
 
 void fake_services(uint32_t num_services, int late) {
@@ -248,7 +255,12 @@ int32_t zeb_client_send_msg_sync(zeb_client_handle handle, uint32_t msg_id, cons
     if (fault_hit("zeb_client_send_msg_sync")) {
         return ZEB_TRANSPORT_ERR;
     }
-    if (next.response.size() <= resp_len) {
+    if (next.response.empty()) {
+        auto *bytes = static_cast<uint8_t *>(resp);
+        for (size_t i = sizeof(zeb_nas_resp_header); i < resp_len && reports_all; i++) {
+            bytes[i] = static_cast<uint8_t>(i % 127 + 1);
+        }
+    } else if (next.response.size() <= resp_len) {
         std::copy(next.response.begin(), next.response.end(), static_cast<uint8_t *>(resp));
     }
     if (fault_hit("result")) {

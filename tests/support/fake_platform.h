@@ -19,16 +19,20 @@ struct fake_request {
     uint32_t timeout_ms;
 };
 
-/* Forgets requests, log, answers and the hook of fake_on_request, and sets the number of services back to 1. Default
- * answers and clients stay. */
+/* Forgets requests, log, answers and the hook of fake_on_request, sets the number of services back to 1, and ends
+ * fake_report_all. Default answers and clients stay. */
 void fake_reset();
 
 /* Adds an answer to a message. The answers to a message are used in order, each once. When there is none, the default
- * answer is used, and when there is no default, a response of zeros. */
+ * answer is used, and when there is no default, a response of zeros or of fake_report_all. */
 void fake_answer_bytes(uint32_t msg_id, int32_t transport, const void *response, size_t size);
 template <typename T> void fake_answer(uint32_t msg_id, const T &response, int32_t transport = 0) {
     fake_answer_bytes(msg_id, transport, &response, sizeof(T));
 }
+
+/* Whether the answer to a message that has neither reports all fields: behind the header come the bytes 1 to 127, again
+ * and again, so that most fields differ, and none is negative. */
+void fake_report_all(bool all);
 
 /* The default answer to a message. */
 void fake_default_bytes(uint32_t msg_id, const void *response, size_t size);

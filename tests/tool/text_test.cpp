@@ -5,6 +5,7 @@
 
 #include <climits>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 #include <string>
 #include <vector>
@@ -37,6 +38,8 @@ TEST(Text, DescriptionsAreFoundByIdKeyAndIndication) {
         }
         const bool neighbour = name.find("Neighboring") != std::string::npos;
         EXPECT_EQ(metric->value_type == CPE_DM_VALUE_NONE, neighbour) << name;
+        EXPECT_LE(strlen(metric->key), neighbour ? 14U : 13U) << "the columns of `cpe_dm metrics`";
+        EXPECT_LE(strlen(metric->unit), 4U) << name;
     }
     for (const char *key : {"reg", "lte.earfcn", "nr5g.arfcn", "lte.lock", "nr5g.tx_power"}) {
         EXPECT_TRUE(keys.contains(key)) << key;
