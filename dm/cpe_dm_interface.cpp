@@ -72,8 +72,8 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hnd
     return CPE_DM_SUCCESS;
 }
 
-/* A thread adds itself to `posters` before it reads `initialized`, and uses the queue only if `initialized` is set. So
- * once `initialized` is clear and `posters` is 0, no thread uses the queue. */
+/* A thread adds itself to `posters` before it reads `initialized`, and adds to the queue only if `initialized` is set.
+ * So once `initialized` is clear and `posters` is 0, no thread adds to the queue. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     posters++;
     const bool initialized = cpe_dm_is_initialized();
@@ -85,7 +85,8 @@ int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     return status;
 }
 
-/* Returns when no thread uses the queue. Called with `initialized` clear, so that no thread begins to use the queue. */
+/* Waits until no thread adds to the queue. Called with `initialized` clear, so that no thread begins to. The command
+ * thread still takes commands from the queue. */
 static void wait_for_posters() {
     while (posters != 0) {
         cpe_dm_pause();

@@ -15,14 +15,14 @@ static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
  * the lock. */
 static std::atomic<bool> taking_down;
 
-/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is the ticket of the
- * operation that goes next. The number of operations that go before a ticket is (ticket - turn) - gone.
+/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is one more than the
+ * highest ticket whose operation has begun. Between `turn` and a waiting ticket lie `ticket - turn` earlier tickets.
+ * `gone` is subtracted from that number: it counts the tickets whose operations will never begin.
  *
- * Some tickets between `turn` and a ticket belong to operations that do not count any more, and `gone` is their number.
- * An operation that gives up, because it cannot take the lock, adds 1 to `gone`. When an operation begins, `turn` moves
- * past its ticket, and the tickets passed over are taken off `gone`. These belong to operations that gave up. If a
- * failed wait made the operation begin before its turn, they also belong to overtaken operations. So an overtaken
- * operation adds 1 to `gone` when it begins. */
+ * An operation that cannot take the lock gives up: it adds 1 to `gone`. An operation that begins moves `turn` past its
+ * own ticket, and subtracts from `gone` the number of tickets that it passed over. Normally all of these were given up.
+ * But a failed wait lets an operation begin before its turn. Then some of the tickets passed over belong to operations
+ * that still wait, and too much was subtracted. Each of these overtaken operations adds 1 to `gone` when it begins. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */

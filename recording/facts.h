@@ -24,8 +24,8 @@ extern const std::array<facts_signal, FACTS_SIGNALS> facts_signals;
 
 inline constexpr int32_t FACTS_NO_VALUE = INT32_MIN;
 
-/* The signal values of one answer or indication, in counts. FACTS_NO_VALUE stands for a value that the message does not
- * have. */
+/* The signal values of one answer or indication, as the modem counts them. FACTS_NO_VALUE stands for a value that the
+ * message does not have. */
 struct facts_sample {
     uint64_t us = 0;
     size_t line = 0; /* index of session::lines */

@@ -27,7 +27,8 @@ enum class field_type : uint8_t {
     GROUP,      /* a structure with fields of its own */
 };
 
-/* What a value identifies. Such a value tells where the box is. A PLMN has no entry here: its type marks it. */
+/* What a value identifies. A value that identifies a cell or its channel tells where the box is. A PLMN has no entry
+ * here: its type marks it. */
 enum class field_identity : uint8_t { NONE, CHANNEL, PCI, CGI, TAC };
 
 /* A number that has a name. */

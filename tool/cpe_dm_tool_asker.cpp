@@ -65,7 +65,7 @@ static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t a
     }
 }
 
-/* Registers with the modem; false when the registration failed. */
+/* Registers with the module; false when the registration failed. */
 static bool connect() {
     connecting = true;
     const int32_t status = stopping ? int32_t{CPE_DM_ERR_FAILURE} : cpe_dm_tool_register(on_event);

@@ -6,8 +6,8 @@
 
 static struct {
     const cpe_dm_tool_options *options;
-    cpe_dm_tool_keys keys;  /* all keys that were named, by themselves or by a group */
-    cpe_dm_tool_keys alone; /* the keys that were named by themselves */
+    cpe_dm_tool_keys keys;  /* all keys that were named, one by one or by a group */
+    cpe_dm_tool_keys alone; /* the keys that were named one by one */
     cpe_dm_tool_values values;
 } get;
 

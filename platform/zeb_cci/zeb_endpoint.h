@@ -48,7 +48,8 @@ zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoin
 /* The endpoint in use under that handle, or null. No handle is used for a second endpoint. */
 std::shared_ptr<zeb_endpoint> zeb_endpoint_find(zeb_client_handle handle);
 
-/* Returns the recorded answer to a call. The service must be one that plays a recording. */
+/* Answers a call as the recording says, and returns the recorded status. The service must be one that plays a
+ * recording. */
 int32_t zeb_replay_answer(zeb_service_object service, zeb_call call);
 
 /* Opens an endpoint of a service that plays a recording. Returns the recorded status. Stores the handle if the status

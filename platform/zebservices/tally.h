@@ -26,8 +26,8 @@ struct tally {
     const char *file = nullptr;
     const recording *played = nullptr;
     std::vector<tally_state> states; /* by entry of the recording */
-    std::vector<size_t> moments;     /* by entry, for a call: the line of a simultaneous indication or event; 0: none */
-    size_t turn = 0;                 /* no entry before this one is open */
+    std::vector<size_t> moments; /* by entry; for a call: the line of an indication or event at the same moment, or 0 */
+    size_t turn = 0;             /* no entry before this one is open */
 
     tally_calls requests;
     tally_calls decodings;
