@@ -35,7 +35,7 @@ bool zeb_other_threads_sleep() {
     }
     const long self = syscall(SYS_gettid);
     bool rest = true;
-    while (const dirent *task = readdir(tasks)) { // NOLINT(concurrency-mt-unsafe): the folder is this thread's own
+    while (const dirent *task = readdir(tasks)) { // NOLINT(concurrency-mt-unsafe): no other thread reads this stream
         const long id = strtol(task->d_name, nullptr, 10);
         char text[512];
         char name[64];

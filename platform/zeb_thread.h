@@ -9,8 +9,8 @@
  * threads. */
 std::thread zeb_start_thread(std::function<void()> body);
 
-/* Whether all other threads of the process sleep, so that everything they had begun is done. Returns true as well where
- * the state of the threads cannot be read. */
+/* Whether all other threads of the process sleep. The player takes that as a sign that they have finished what they had
+ * begun. Returns true as well where the state of the threads cannot be read. */
 bool zeb_other_threads_sleep();
 
 #endif

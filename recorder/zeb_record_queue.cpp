@@ -26,12 +26,13 @@ enum {
 /* Guards the variables below. Held for work in memory only, never during a wait for the disk. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
 static pthread_cond_t work_came;    /* for the recorder's thread; uses the monotonic clock */
-static pthread_cond_t text_written; /* for threads that wait for another to hand over lines; uses the monotonic clock */
+static pthread_cond_t text_written; /* for threads that wait until another thread has handed lines to the kernel; uses
+                                       the monotonic clock */
 static char texts[2][ROOM];         /* one is filled while the other is being written */
 static char *text = texts[0];
 static uint32_t used;    /* bytes of text */
 static uint64_t added;   /* bytes of all lines so far */
-static uint64_t handed;  /* bytes of all lines handed over so far */
+static uint64_t handed;  /* bytes of all lines handed to the kernel so far */
 static uint64_t left;    /* all lines up to this number of bytes are left to the recorder's thread */
 static uint64_t writes;  /* how often lines have been handed over */
 static pid_t writer;     /* the thread that is handing over; 0: none */

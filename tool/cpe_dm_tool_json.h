@@ -20,8 +20,9 @@ void cpe_dm_tool_add_json_value(cpe_dm_tool_text *text, const cpe_dm_tool_values
 /* Adds the beginning of an object: "{", the moment and a comma. */
 void cpe_dm_tool_add_json_moment(cpe_dm_tool_text *text, const cpe_dm_tool_moment *moment);
 
-/* Adds one object with the moment and the values of these keys, without a line end. The values of a technology stand in
- * an object of their own. add_more (may be null) adds more members to that object, each after a comma. */
+/* Adds one object with the moment and the values of these keys, without a line end. The values of each technology
+ * stand in an inner object. add_more (may be null) is called once for each inner object, and adds more members to it,
+ * each after a comma. */
 void cpe_dm_tool_add_json_object(cpe_dm_tool_text *text, const cpe_dm_tool_moment *moment,
                                  const cpe_dm_tool_values *values, const cpe_dm_tool_keys *keys,
                                  void (*add_more)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values,

@@ -79,7 +79,8 @@ typedef enum {
     CPE_DM_ERR_LIST_TOO_SMALL = -4,       /* more indications are set than the list has entries */
     CPE_DM_ERR_SCAN_ONGOING = -5,         /* a neighbour scan is in progress; wait for its response. A scan whose
                                              response never comes blocks further scans until cpe_dm_deinit */
-    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* no such metric or indication; cpe_dm_set_ctrl_info knows no ID */
+    CPE_DM_ERR_NOT_SUPPORTED = -7,        /* no such metric or indication. cpe_dm_set_ctrl_info has nothing
+                                             to set, and returns this status for every ID */
     CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
     CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a user is registered already */
     CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */

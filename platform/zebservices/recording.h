@@ -48,7 +48,8 @@ struct recording_entry {
     recording_bytes out;                  /* as in zeb_call, with the content after the call */
     uint32_t entries = 0;                 /* LIST */
     uint32_t services = 0;                /* LIST */
-    uint64_t count = 0; /* number of lines (LOST) or of clients, notifiers and callbacks so far (UNRECORDED) */
+    uint64_t count = 0; /* LOST: lines lost at this place; UNRECORDED: clients, notifiers and callbacks that are missing
+                           from the recording up to this place */
 };
 
 struct recording {

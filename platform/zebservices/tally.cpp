@@ -13,7 +13,7 @@ bool has_message(zeb_call_kind kind) {
     return kind == zeb_call_kind::SEND || kind == zeb_call_kind::DECODE;
 }
 
-/* The name of a call for people: "request 0x004d", "service object 1.342.6", "release". */
+/* A call's name, for people to read: "request 0x004d", "service object 1.342.6", "release". */
 std::string name_of(zeb_call_kind kind, const std::array<uint32_t, 3> &numbers) {
     static constexpr const char *NAMES[] = {
         "service object", "notifier", "service list", "wait",   "callback registration",
