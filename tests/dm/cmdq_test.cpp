@@ -141,6 +141,13 @@ TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
     EXPECT_EQ(joined(), "x1 f1 ");
 }
 
+TEST_F(Cmdq, TheThreadReturnsAnErrorWhenItCannotWait) {
+    ASSERT_TRUE(fault_settle());
+    fault_arm("pthread_cond_wait", 1);
+    EXPECT_EQ(reinterpret_cast<intptr_t>(cpe_dm_cmdthrd_main(queue)), -1);
+    fault_clear();
+}
+
 /* The thread ends on an error. The command that the thread had taken out is released, and so is a command queued
  * later. */
 TEST_F(Cmdq, TheThreadEndsOnAnError) {

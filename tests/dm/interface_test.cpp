@@ -153,14 +153,16 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         EXPECT_EQ(fake_clients(), 0);
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     }
-    // A queue that cannot be stopped.
-    ASSERT_TRUE(fault_settle());
-    fault_arm("pthread_cond_signal", 1, true);
-    EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
-    EXPECT_TRUE(logged("E De-initializing internal command queue for processing async commands failed"));
-    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
-    fault_clear();
-    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    // A queue that cannot be stopped, and a lock that cannot be taken again after the queue was stopped.
+    for (const auto &[point, nth] : {std::pair("pthread_cond_signal", 1), std::pair("pthread_mutex_lock", 3)}) {
+        ASSERT_TRUE(fault_settle());
+        fault_arm(point, nth, true);
+        EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE) << point;
+        EXPECT_TRUE(logged("E De-initializing internal command queue for processing async commands failed"));
+        EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
+        fault_clear();
+        EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    }
     EXPECT_EQ(cpe_dm_zeb_nas_client_init(), 0);
     EXPECT_EQ(cpe_dm_zeb_nas_init(), 0);
 }
@@ -191,10 +193,14 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 0, nullptr), CPE_DM_ERR_NO_MEMORY);
     EXPECT_EQ(flag, 7);
     fault_clear();
+    uint8_t nr5g_flag = 7;
+    EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 1, &nr5g_flag), CPE_DM_ERR_FAILURE);
+    EXPECT_EQ(flag + nr5g_flag, 0);
     const std::string log = fake_log();
     for (const char *line : {"E Invalid params - cell_info[(nil)]\n", "E Invalid params - sig_info[(nil)]\n",
                              "E Invalid params - tx_pwr_info[(nil)]\n", "E Invalid params - cqi_info[(nil)]\n",
                              "E Invalid params - cell_lock_list[(nil)]\n", "E Invalid params - ind_info[(nil)]\n",
+                             "E Invalid params - sys_info[(nil)]\n",
                              "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n",
                              "E ZEB NAS client module not yet initialized - cannot be released!\n",
                              "E Invalid params - lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["}) {
@@ -247,6 +253,19 @@ TEST_F(Interface, Posting) {
     cpe_dm_process_nas_msg(&cmd, &empty);
     EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
     cpe_dm_free_nas_msg(nullptr, nullptr);
+    // The module goes down while a message waits for the lock.
+    zeb_async_data unknown = {0x99, &empty};
+    ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
+    fault_arm("pthread_mutex_lock", 1000);
+    std::thread waiting([&] { cpe_dm_process_nas_msg(&cmd, &unknown); });
+    while (fault_calls() < 1) {
+        std::this_thread::yield();
+    }
+    std::atomic_ref(cpe_dm_state.initialized).store(0);
+    pthread_mutex_unlock(&cpe_dm_lock);
+    waiting.join();
+    EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
+    cpe_dm_state.initialized = 1;
 }
 
 std::binary_semaphore entered{0};
