@@ -441,11 +441,12 @@ static void set_counts(const std::string &, const numbers &args) {
     fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
 }
 
-static void signal_in_part(const std::string &line, const numbers &) {
+static void signal_in_part(const std::string &line, const numbers &args) {
     zeb_nas_sig_info info = sig_info(-50);
-    info.lte_sig_info_valid = 2;
+    info.lte_sig_info_valid = static_cast<uint8_t>(args[0]);
     info.nr5g_sig_info_valid = 0;
-    info.nr5g_rsrq = 5;
+    info.lte_sig.rsrq = 5;
+    info.lte_sig.snr = info.nr5g_rsrq = info.nr5g_sig.snr = 5;
     indicate(line, ZEB_NAS_SIG_INFO_IND, info);
 }
 
