@@ -35,6 +35,8 @@ TEST(Text, DescriptionsAreFoundByIdKeyAndIndication) {
             EXPECT_EQ(cpe_dm_ind_name(metric->ind), name);
             EXPECT_EQ(cpe_dm_metric_by_ind(metric->ind), metric);
         }
+        const bool in_tenths = name.ends_with("SINR") || name.ends_with("TX Power");
+        EXPECT_EQ(metric->counts_per_unit, in_tenths ? 10U : 1U) << name;
         const bool neighbour = name.find("Neighboring") != std::string::npos;
         EXPECT_EQ(metric->value_type == CPE_DM_VALUE_NONE, neighbour) << name;
     }
