@@ -197,13 +197,13 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 1, &nr5g_flag), CPE_DM_ERR_FAILURE);
     EXPECT_EQ(flag + nr5g_flag, 0);
     const std::string log = fake_log();
-    for (const char *line : {"E Invalid params - cell_info[(nil)]\n", "E Invalid params - sig_info[(nil)]\n",
-                             "E Invalid params - tx_pwr_info[(nil)]\n", "E Invalid params - cqi_info[(nil)]\n",
-                             "E Invalid params - cell_lock_list[(nil)]\n", "E Invalid params - ind_info[(nil)]\n",
-                             "E Invalid params - sys_info[(nil)]\n",
-                             "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n",
-                             "E ZEB NAS client module not yet initialized - cannot be released!\n",
-                             "E Invalid params - lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["}) {
+    for (const char *line :
+         {"E Invalid params - cell_info[(nil)]\n", "E Invalid params - sig_info[(nil)]\n",
+          "E Invalid params - tx_pwr_info[(nil)]\n", "E Invalid params - cqi_info[(nil)]\n",
+          "E Invalid params - cell_lock_list[(nil)]\n", "E Invalid params - ind_info[(nil)]\n",
+          "E Invalid params - sys_info[(nil)]\n", "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n",
+          "E ZEB NAS client module not yet initialized - cannot be released!\n",
+          "E Invalid params - lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["}) {
         EXPECT_NE(log.find(line), std::string::npos) << line;
     }
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
@@ -255,10 +255,11 @@ TEST_F(Interface, Posting) {
     cpe_dm_free_nas_msg(nullptr, nullptr);
     // The module goes down while a message waits for the lock.
     zeb_async_data unknown = {0x99, &empty};
+    ASSERT_TRUE(fault_settle());
     ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
     fault_arm("pthread_mutex_lock", 1000);
     std::thread waiting([&] { cpe_dm_process_nas_msg(&cmd, &unknown); });
-    while (fault_calls() < 1) {
+    while (fault_calls() < 1) { // until the message is at the lock
         std::this_thread::yield();
     }
     std::atomic_ref(cpe_dm_state.initialized).store(0);
