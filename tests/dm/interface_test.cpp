@@ -253,7 +253,7 @@ TEST_F(Interface, Posting) {
     cpe_dm_process_nas_msg(&cmd, &empty);
     EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
     cpe_dm_free_nas_msg(nullptr, nullptr);
-    // The module goes down while a message waits for the lock.
+    // The module goes down while a message waits for the lock, and before a message comes to the lock.
     zeb_async_data unknown = {0x99, &empty};
     ASSERT_TRUE(fault_settle());
     ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
@@ -265,6 +265,8 @@ TEST_F(Interface, Posting) {
     std::atomic_ref(cpe_dm_state.initialized).store(0);
     pthread_mutex_unlock(&cpe_dm_lock);
     waiting.join();
+    EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
+    cpe_dm_process_nas_msg(&cmd, &unknown);
     EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
     cpe_dm_state.initialized = 1;
 }
