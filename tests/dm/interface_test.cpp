@@ -163,7 +163,9 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         fault_clear();
         EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     }
+    fake_log();
     EXPECT_EQ(cpe_dm_zeb_nas_client_init(), 0);
+    EXPECT_EQ(fake_log(), "E ZEB NAS client module already initialized\n");
     EXPECT_EQ(cpe_dm_zeb_nas_init(), 0);
 }
 
