@@ -450,9 +450,12 @@ static void signal_in_part(const std::string &line, const numbers &args) {
     indicate(line, ZEB_NAS_SIG_INFO_IND, info);
 }
 
-static void answer_without_rsrq(const std::string &, const numbers &) {
+/* Signal values for the next query. The numbers are the validity of LTE, of NR 5G and of the RSRQ of NR 5G. */
+static void answer_signal(const std::string &, const numbers &valid) {
     zeb_nas_sig_info_resp resp = {{}, sig_info(-95)};
-    resp.info.nr5g_rsrq_valid = 0;
+    resp.info.lte_sig_info_valid = static_cast<uint8_t>(valid[0]);
+    resp.info.nr5g_sig_info_valid = static_cast<uint8_t>(valid[1]);
+    resp.info.nr5g_rsrq_valid = static_cast<uint8_t>(valid[2]);
     fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
 }
 
@@ -526,7 +529,7 @@ static const std::map<std::string, command> commands = {
      {[](auto &, auto &) { fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(false, true)); }}},
     {"answer_one_lock", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }}},
     {"answer_no_power", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }}},
-    {"answer_without_rsrq", {answer_without_rsrq}},
+    {"answer_signal", {answer_signal}},
     {"refuse",
      {[](auto &, auto &args) {
           fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});

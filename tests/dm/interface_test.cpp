@@ -227,6 +227,49 @@ TEST_F(Interface, RecordsOfAnyKind) {
     cpe_dm_state.lte_scan_request = 0;
 }
 
+/* What no transcript shows of the records inside the module: flags are 0 or 1, and nothing of one answer stays for the
+ * next one. */
+TEST_F(Interface, RecordsInsideTheModule) {
+    const cpe_dm_state_record &state = cpe_dm_state;
+    ASSERT_EQ(cpe_dm_deinit(handle), 0);
+    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, [](cpe_dm_hndl, cpe_dm_info *info, void *) { free(info); }), 0);
+    const cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS);
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), 0);
+    EXPECT_EQ(state.ind_info.reg_status, 1);
+    cpe_dm_info request = record(CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_NR5G_NBR_PCI);
+    EXPECT_EQ(cpe_dm_get_info(handle, &request), 0);
+    EXPECT_EQ(state.nr5g_scan_ongoing, 1);
+    EXPECT_EQ(state.nr5g_nbr_pci, 1);
+    zeb_nas_scan_result_ind failed = {};
+    failed.scan_status = 1;
+    ASSERT_TRUE(fake_indicate(ZEB_NAS_SCAN_RESULT_IND, failed));
+    ASSERT_TRUE(fault_settle());
+    EXPECT_EQ(state.nr5g_scan_ongoing, 0);
+    for (bool cell : {true, false}) {
+        zeb_nas_nr5g_cell_lock_list_resp locks = {};
+        locks.cell_identity_valid = cell;
+        locks.arfcn_identity_valid = !cell;
+        fake_answer(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, locks);
+        cpe_dm_nas_cell_lock_list list = {};
+        EXPECT_EQ(cpe_dm_zeb_nas_get_cell_lock_list(&list), 0);
+        EXPECT_EQ(list.nr5g_cell_lock_valid, 1);
+    }
+    zeb_nas_cell_location_info_resp location = {};
+    location.nr5g_arfcn_valid = 1;
+    fake_answer(ZEB_NAS_GET_CELL_LOCATION_INFO, location);
+    cpe_dm_nas_cell_info cells = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_cell_info(&cells), 0);
+    EXPECT_EQ(cells.nr5g_serving.nr5g_arfcn_valid, 1);
+    zeb_nas_cqi_info_resp carrier = {};
+    carrier.nr5g_cc_cqi_len = 1;
+    fake_answer(ZEB_NAS_GET_CQI_INFO, carrier);
+    fake_answer(ZEB_NAS_GET_CQI_INFO, zeb_nas_resp_header{});
+    cpe_dm_nas_cqi_info cqi = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
+    EXPECT_EQ(cqi.nr5g_cc_cqi_len, 0U);
+}
+
 TEST_F(Interface, Posting) {
     char *data = static_cast<char *>(calloc(1, 8));
     EXPECT_EQ(cpe_dm_post_nas_msg(0, data), CPE_DM_ERR_INVALID_PARAM);
