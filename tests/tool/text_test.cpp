@@ -296,8 +296,11 @@ TEST(Text, WhatNr5gLeftOutIsNotReported) {
     for (const uint32_t id : {CPE_DM_METRIC_NR5G_PLMN, CPE_DM_METRIC_NR5G_TAC, CPE_DM_METRIC_LTE_PLMN}) {
         answer got(id, CPE_DM_VALUE_INT64_LIST);
         EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), id == CPE_DM_METRIC_LTE_PLMN);
-        got.info.value.i64_list[2] = 1;
-        EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), 1);
+        for (int i : {0, 1, 2}) {
+            got.info.value.i64_list[i] = 1;
+            EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), 1);
+            got.info.value.i64_list[i] = 0;
+        }
     }
 }
 
