@@ -152,7 +152,8 @@ TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
             fault_clear();
         }
     };
-    check([] { return reinterpret_cast<int64_t>(cpe_dm_cmdthrd_main(queue)); }, {"pthread_cond_wait"});
+    check([] { return reinterpret_cast<int64_t>(cpe_dm_cmdthrd_main(queue)); },
+          {"pthread_cond_wait", "pthread_mutex_lock"});
     queue->ended = 0; // the command thread goes on
     check([] { return int64_t{cpe_dm_cmdq_enq(queue, command(1))}; },
           {"calloc", "pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"});

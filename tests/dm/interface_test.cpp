@@ -256,18 +256,29 @@ TEST_F(Interface, RecordsInsideTheModule) {
         EXPECT_EQ(list.nr5g_cell_lock_valid, 1);
     }
     zeb_nas_cell_location_info_resp location = {};
-    location.nr5g_arfcn_valid = 1;
+    location.nr5g_arfcn_valid = location.nr5g_serving_cell_info_valid = 1;
+    location.nr5g_serving.rsrp = -104;
+    location.nr5g_serving.rsrq = -14;
+    location.nr5g_serving.snr = -5;
     fake_answer(ZEB_NAS_GET_CELL_LOCATION_INFO, location);
     cpe_dm_nas_cell_info cells = {};
     EXPECT_EQ(cpe_dm_zeb_nas_get_cell_info(&cells), 0);
     EXPECT_EQ(cells.nr5g_serving.nr5g_arfcn_valid, 1);
+    EXPECT_EQ(cells.nr5g_serving.rsrp, -104);
+    EXPECT_EQ(cells.nr5g_serving.rsrq, -14);
+    EXPECT_EQ(cells.nr5g_serving.snr, -5);
     zeb_nas_cqi_info_resp carrier = {};
-    carrier.nr5g_cc_cqi_len = 1;
+    carrier.nr5g_cc_cqi_valid = 1;
     fake_answer(ZEB_NAS_GET_CQI_INFO, carrier);
     fake_answer(ZEB_NAS_GET_CQI_INFO, zeb_nas_resp_header{});
     cpe_dm_nas_cqi_info cqi = {};
     EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
-    EXPECT_EQ(cqi.nr5g_cc_cqi_len, 0U);
+    EXPECT_EQ(cqi.nr5g_cc_cqi_valid, 0);
+    fake_answer(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{{}, 1, 5, {}});
+    fake_answer(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_resp_header{});
+    cpe_dm_nas_tx_pwr_info power = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
+    EXPECT_EQ(power.nr5g_tx_valid, 0);
 }
 
 TEST_F(Interface, Posting) {
