@@ -70,7 +70,7 @@ struct Turns : testing::Test {
     }
 };
 
-/* Also after an operation has given up, and with a lock that was renewed after that. */
+/* Also after an operation has given up, with a renewed lock and without. */
 TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     constexpr int operations = 8;
     static thread_local int number;
@@ -85,7 +85,7 @@ TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
             fault_arm("pthread_mutex_lock", 1);
             EXPECT_EQ(get_status(handle), CPE_DM_ERR_FAILURE);
         }
-        if (round > 1) {
+        if (round == 1) {
             cpe_dm_lock_renew();
         }
         fault_arm("pthread_mutex_lock", NEVER);
