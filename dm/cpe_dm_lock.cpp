@@ -142,6 +142,6 @@ void cpe_dm_lock_renew() {
     gone = 0;
     turn = 0;
     delivery_waiting = false;
-    deliveries_in_a_row = 0;
     sleepers = 0;
+    // The first operation of the child sets deliveries_in_a_row to 0.
 }

@@ -187,4 +187,22 @@ TEST_F(Child, OfAParentInsideInit) {
     EXPECT_EQ(cpe_dm_deinit(handle), 0);
 }
 
+/* Connects after a notifier could not be released, and so uses up the spare block for notifiers. */
+void connect_on_the_spare_block() {
+    cpe_dm_hndl handle = nullptr;
+    fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
+    for (int32_t status : {CPE_DM_ERR_FAILURE, CPE_DM_SUCCESS}) {
+        fault_arm("zeb_client_release", 1);
+        CHECK_EQ(cpe_dm_init(&handle, nullptr, on_event), status);
+        fault_clear();
+    }
+}
+
+/* The last test, because the parent has no spare block from here on. */
+TEST_F(Child, HasASpareBlock) {
+    connect_on_the_spare_block();
+    EXPECT_EQ(in_child(connect_on_the_spare_block), "");
+    EXPECT_EQ(faults, "");
+}
+
 } // namespace

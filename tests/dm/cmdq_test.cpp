@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <initializer_list>
 #include <semaphore>
 #include <thread>
 #include <vector>
@@ -139,6 +140,29 @@ TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
     cpe_dm_cmdq_enq(queue, command(1));
     ASSERT_TRUE(fault_settle());
     EXPECT_EQ(joined(), "x1 f1 ");
+}
+
+/* Every call that fails makes the function return -1, and the queue stays as it was. */
+TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
+    const auto check = [](int64_t (*function)(), std::initializer_list<const char *> points) {
+        for (const char *point : points) {
+            ASSERT_TRUE(fault_settle());
+            fault_arm(point, 1);
+            EXPECT_EQ(function(), -1) << point;
+            fault_clear();
+        }
+    };
+    check([] { return reinterpret_cast<int64_t>(cpe_dm_cmdthrd_main(queue)); },
+          {"pthread_cond_wait", "pthread_mutex_lock"});
+    queue->ended = 0; // the command thread goes on
+    check([] { return int64_t{cpe_dm_cmdq_enq(queue, command(1))}; },
+          {"calloc", "pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"});
+    check([] { return int64_t{cpe_dm_cmdq_flush(queue)}; }, {"pthread_mutex_lock", "pthread_mutex_unlock"});
+    check([] { return int64_t{cpe_dm_cmdq_join_thread(queue)}; }, {"pthread_join"});
+    EXPECT_EQ(joined(), "");
+    EXPECT_EQ(cpe_dm_cmdq_deinit(queue), 0);
+    check([] { return int64_t{cpe_dm_cmdq_init(queue, 1)}; },
+          {"calloc", "pthread_mutex_init", "pthread_cond_init", "pthread_create"});
 }
 
 /* The thread ends on an error. The command that the thread had taken out is released, and so is a command queued

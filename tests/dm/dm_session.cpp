@@ -342,14 +342,15 @@ static zeb_nas_sig_info sig_info(int16_t level) {
     return {1, {-60, -10, level, 32767}, 1, {static_cast<int16_t>(level - 1), -1}, 1, -15, {}};
 }
 
-/* A CQI answer with the same number of carriers and codewords for both technologies. */
-static zeb_nas_cqi_info_resp cqi(uint32_t carriers, uint32_t codewords) {
+/* A CQI answer with the same number of codewords for every carrier. */
+static zeb_nas_cqi_info_resp cqi(uint32_t lte_carriers, uint32_t nr5g_carriers, uint32_t codewords) {
     zeb_nas_cqi_info_resp resp = {};
     resp.lte_cc_cqi_valid = resp.nr5g_cc_cqi_valid = 1;
-    resp.lte_cc_cqi_len = resp.nr5g_cc_cqi_len = carriers;
+    resp.lte_cc_cqi_len = lte_carriers;
+    resp.nr5g_cc_cqi_len = nr5g_carriers;
     for (uint8_t i = 0; i < ZEB_NAS_NR5G_CC_MAX; i++) {
         resp.nr5g_cc_cqi[i] = {codewords, {i, 15, 255, 7}};
-        resp.lte_cc_cqi[i % ZEB_NAS_LTE_CC_MAX] = {i == 1 ? 0 : codewords, {1, i, 3, 4}};
+        resp.lte_cc_cqi[i % ZEB_NAS_LTE_CC_MAX] = {codewords, {1, i, 3, 4}};
     }
     return resp;
 }
@@ -422,7 +423,7 @@ static void set_answers(bool full) {
     fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, full ? cell_location(true, true) : zeb_nas_cell_location_info_resp{});
     fake_default(ZEB_NAS_GET_SIG_INFO, full ? zeb_nas_sig_info_resp{{}, sig_info(-95)} : zeb_nas_sig_info_resp{});
     fake_default(ZEB_NAS_GET_TX_RX_INFO, full ? tx : zeb_nas_tx_rx_info_resp{});
-    fake_default(ZEB_NAS_GET_CQI_INFO, full ? cqi(2, 2) : zeb_nas_cqi_info_resp{});
+    fake_default(ZEB_NAS_GET_CQI_INFO, full ? cqi(2, 3, 2) : zeb_nas_cqi_info_resp{});
     fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, full ? lte_lock(2) : zeb_nas_lte_cell_lock_list_resp{});
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, full ? nr5g_lock(false, 2) : zeb_nas_nr5g_cell_lock_list_resp{});
 }
@@ -431,7 +432,7 @@ static void set_answers(bool full) {
 static void set_counts(const std::string &, const numbers &args) {
     const uint32_t len = u32(args[0]);
     quiet_log = true;
-    fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len));
+    fake_default(ZEB_NAS_GET_CQI_INFO, cqi(len, len, len));
     fake_default(ZEB_NAS_GET_LTE_CELL_LOCK_LIST, lte_lock(len));
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(false, len));
     zeb_nas_cell_location_info_resp cells = cell_location(true, true);
@@ -441,17 +442,21 @@ static void set_counts(const std::string &, const numbers &args) {
     fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cells);
 }
 
-static void signal_in_part(const std::string &line, const numbers &) {
+static void signal_in_part(const std::string &line, const numbers &args) {
     zeb_nas_sig_info info = sig_info(-50);
-    info.lte_sig_info_valid = 2;
+    info.lte_sig_info_valid = static_cast<uint8_t>(args[0]);
     info.nr5g_sig_info_valid = 0;
-    info.nr5g_rsrq = 5;
+    info.lte_sig.rsrq = 5;
+    info.lte_sig.snr = info.nr5g_rsrq = info.nr5g_sig.snr = 5;
     indicate(line, ZEB_NAS_SIG_INFO_IND, info);
 }
 
-static void answer_without_rsrq(const std::string &, const numbers &) {
+/* Signal values for the next query. The numbers are the validity of LTE, of NR 5G and of the RSRQ of NR 5G. */
+static void answer_signal(const std::string &, const numbers &valid) {
     zeb_nas_sig_info_resp resp = {{}, sig_info(-95)};
-    resp.info.nr5g_rsrq_valid = 0;
+    resp.info.lte_sig_info_valid = static_cast<uint8_t>(valid[0]);
+    resp.info.nr5g_sig_info_valid = static_cast<uint8_t>(valid[1]);
+    resp.info.nr5g_rsrq_valid = static_cast<uint8_t>(valid[2]);
     fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
 }
 
@@ -525,7 +530,7 @@ static const std::map<std::string, command> commands = {
      {[](auto &, auto &) { fake_default(ZEB_NAS_GET_CELL_LOCATION_INFO, cell_location(false, true)); }}},
     {"answer_one_lock", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, nr5g_lock(true, 2)); }}},
     {"answer_no_power", {[](auto &, auto &) { fake_default(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{}); }}},
-    {"answer_without_rsrq", {answer_without_rsrq}},
+    {"answer_signal", {answer_signal}},
     {"refuse",
      {[](auto &, auto &args) {
           fake_answer(u32(args[0]), zeb_nas_resp_header{1, 3});

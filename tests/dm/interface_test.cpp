@@ -237,15 +237,19 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         EXPECT_EQ(fake_clients(), 0);
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     }
-    // A queue that cannot be stopped.
-    ASSERT_TRUE(fault_settle());
-    fault_arm("pthread_cond_signal", 1, true);
-    EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
-    EXPECT_TRUE(logged("E De-initializing internal command queue for processing async commands failed"));
-    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
-    fault_clear();
-    EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    // A queue that cannot be stopped, and a lock that cannot be taken again after the queue was stopped.
+    for (const auto &[point, nth] : {std::pair("pthread_cond_signal", 1), std::pair("pthread_mutex_lock", 3)}) {
+        ASSERT_TRUE(fault_settle());
+        fault_arm(point, nth, true);
+        EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE) << point;
+        EXPECT_TRUE(logged("E De-initializing internal command queue for processing async commands failed"));
+        EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
+        fault_clear();
+        EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
+    }
+    fake_log();
     EXPECT_EQ(cpe_dm_zeb_nas_client_init(), 0);
+    EXPECT_EQ(fake_log(), "E ZEB NAS client module already initialized\n");
     EXPECT_EQ(cpe_dm_zeb_nas_init(), 0);
 }
 
@@ -275,13 +279,17 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 0, nullptr), CPE_DM_ERR_NO_MEMORY);
     EXPECT_EQ(flag, 7);
     fault_clear();
+    uint8_t nr5g_flag = 7;
+    EXPECT_EQ(cpe_dm_zeb_nas_perform_incremental_scan(1, &flag, 1, &nr5g_flag), CPE_DM_ERR_FAILURE);
+    EXPECT_EQ(flag + nr5g_flag, 0);
     const std::string log = fake_log();
-    for (const char *line : {"E Invalid params - cell_info[(nil)]\n", "E Invalid params - sig_info[(nil)]\n",
-                             "E Invalid params - tx_pwr_info[(nil)]\n", "E Invalid params - cqi_info[(nil)]\n",
-                             "E Invalid params - cell_lock_list[(nil)]\n", "E Invalid params - ind_info[(nil)]\n",
-                             "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n",
-                             "E ZEB NAS client module not yet initialized - cannot be released!\n",
-                             "E Invalid params - lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["}) {
+    for (const char *line :
+         {"E Invalid params - cell_info[(nil)]\n", "E Invalid params - sig_info[(nil)]\n",
+          "E Invalid params - tx_pwr_info[(nil)]\n", "E Invalid params - cqi_info[(nil)]\n",
+          "E Invalid params - cell_lock_list[(nil)]\n", "E Invalid params - ind_info[(nil)]\n",
+          "E Invalid params - sys_info[(nil)]\n", "E ZEB NAS module not initialized - zeb_nas_clnt_handle[(nil)]\n",
+          "E ZEB NAS client module not yet initialized - cannot be released!\n",
+          "E Invalid params - lte_scan_request[0], nr5g_scan_request[0], lte_scan_ongoing["}) {
         EXPECT_NE(log.find(line), std::string::npos) << line;
     }
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
@@ -301,6 +309,60 @@ TEST_F(Interface, RecordsOfAnyKind) {
         EXPECT_EQ(cpe_dm_mark_nbr_metric(id), id == 22 ? 0 : CPE_DM_ERR_NOT_SUPPORTED);
     }
     cpe_dm_state.lte_scan_request = 0;
+}
+
+/* What no transcript shows of the records inside the module: flags are 0 or 1, and nothing of one answer stays for the
+ * next one. */
+TEST_F(Interface, RecordsInsideTheModule) {
+    const cpe_dm_state_record &state = cpe_dm_state;
+    ASSERT_EQ(cpe_dm_deinit(handle), 0);
+    fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
+    ASSERT_EQ(cpe_dm_init(&handle, nullptr, [](cpe_dm_hndl, cpe_dm_info *info, void *) { free(info); }), 0);
+    const cpe_dm_info ind = record(CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS);
+    EXPECT_EQ(cpe_dm_set_ind_info(handle, &ind), 0);
+    EXPECT_EQ(state.ind_info.reg_status, 1);
+    cpe_dm_info request = record(CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_NR5G_NBR_PCI);
+    EXPECT_EQ(cpe_dm_get_info(handle, &request), 0);
+    EXPECT_EQ(state.nr5g_scan_ongoing, 1);
+    EXPECT_EQ(state.nr5g_nbr_pci, 1);
+    zeb_nas_scan_result_ind failed = {};
+    failed.scan_status = 1;
+    ASSERT_TRUE(fake_indicate(ZEB_NAS_SCAN_RESULT_IND, failed));
+    ASSERT_TRUE(fault_settle());
+    EXPECT_EQ(state.nr5g_scan_ongoing, 0);
+    for (bool cell : {true, false}) {
+        zeb_nas_nr5g_cell_lock_list_resp locks = {};
+        locks.cell_identity_valid = cell;
+        locks.arfcn_identity_valid = !cell;
+        fake_answer(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, locks);
+        cpe_dm_nas_cell_lock_list list = {};
+        EXPECT_EQ(cpe_dm_zeb_nas_get_cell_lock_list(&list), 0);
+        EXPECT_EQ(list.nr5g_cell_lock_valid, 1);
+    }
+    zeb_nas_cell_location_info_resp location = {};
+    location.nr5g_arfcn_valid = location.nr5g_serving_cell_info_valid = 1;
+    location.nr5g_serving.rsrp = -104;
+    location.nr5g_serving.rsrq = -14;
+    location.nr5g_serving.snr = -5;
+    fake_answer(ZEB_NAS_GET_CELL_LOCATION_INFO, location);
+    cpe_dm_nas_cell_info cells = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_cell_info(&cells), 0);
+    EXPECT_EQ(cells.nr5g_serving.nr5g_arfcn_valid, 1);
+    EXPECT_EQ(cells.nr5g_serving.rsrp, -104);
+    EXPECT_EQ(cells.nr5g_serving.rsrq, -14);
+    EXPECT_EQ(cells.nr5g_serving.snr, -5);
+    zeb_nas_cqi_info_resp carrier = {};
+    carrier.nr5g_cc_cqi_valid = 1;
+    fake_answer(ZEB_NAS_GET_CQI_INFO, carrier);
+    fake_answer(ZEB_NAS_GET_CQI_INFO, zeb_nas_resp_header{});
+    cpe_dm_nas_cqi_info cqi = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_cqi_info(&cqi), 0);
+    EXPECT_EQ(cqi.nr5g_cc_cqi_valid, 0);
+    fake_answer(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_tx_rx_info_resp{{}, 1, 5, {}});
+    fake_answer(ZEB_NAS_GET_TX_RX_INFO, zeb_nas_resp_header{});
+    cpe_dm_nas_tx_pwr_info power = {};
+    EXPECT_EQ(cpe_dm_zeb_nas_get_tx_pwr_info(&power), 0);
+    EXPECT_EQ(power.nr5g_tx_valid, 0);
 }
 
 TEST_F(Interface, Posting) {
@@ -331,6 +393,22 @@ TEST_F(Interface, Posting) {
     cpe_dm_process_nas_msg(&cmd, &empty);
     EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
     cpe_dm_free_nas_msg(nullptr, nullptr);
+    // The module goes down while a message waits for the lock, and before a message comes to the lock.
+    zeb_async_data unknown = {0x99, &empty};
+    ASSERT_TRUE(fault_settle());
+    ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
+    fault_arm("pthread_mutex_lock", 1000);
+    std::thread waiting([&] { cpe_dm_process_nas_msg(&cmd, &unknown); });
+    while (fault_calls() < 1) { // until the message is at the lock
+        std::this_thread::yield();
+    }
+    std::atomic_ref(cpe_dm_state.initialized).store(0);
+    pthread_mutex_unlock(&cpe_dm_lock);
+    waiting.join();
+    EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
+    cpe_dm_process_nas_msg(&cmd, &unknown);
+    EXPECT_EQ(fake_log(), "E Diagnostic monitor module is not initialized!!\n");
+    cpe_dm_state.initialized = 1;
 }
 
 std::binary_semaphore entered{0};

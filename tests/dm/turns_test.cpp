@@ -7,12 +7,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <functional>
 #include <latch>
-#include <semaphore>
 #include <thread>
 
 namespace {
@@ -72,29 +70,43 @@ struct Turns : testing::Test {
     }
 };
 
+/* Also after an operation has given up, with a renewed lock and without. */
 TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     constexpr int operations = 8;
     static thread_local int number;
-    std::latch go(1);
-    std::vector<int> order; // of the operations, noted when their requests come, under the lock
-    fake_on_request([&](uint32_t) {
-        order.push_back(number);
-        go.wait();
-    });
-    fault_arm("pthread_mutex_lock", NEVER);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < operations; i++) {
-        threads.emplace_back([this, i] {
-            number = i;
-            EXPECT_EQ(get_status(handle), 0);
+    for (int round = 0; round < 3; round++) {
+        std::latch go(1);
+        std::vector<int> order; // of the operations, noted when their requests come, under the lock
+        fake_on_request([&](uint32_t) {
+            order.push_back(number);
+            go.wait();
         });
-        wait_for_calls(i + 1);
+        if (round > 0) {
+            fault_arm("pthread_mutex_lock", 1);
+            EXPECT_EQ(get_status(handle), CPE_DM_ERR_FAILURE);
+        }
+        if (round == 1) {
+            cpe_dm_lock_renew();
+        }
+        fault_arm("pthread_mutex_lock", NEVER);
+        std::vector<std::thread> threads;
+        for (int i = 0; i < operations; i++) {
+            threads.emplace_back([this, i] {
+                number = i;
+                EXPECT_EQ(get_status(handle), 0);
+            });
+            wait_for_calls(i + 1);
+        }
+        go.count_down();
+        for (std::thread &thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7})) << round;
     }
-    go.count_down();
-    for (std::thread &thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7}));
+    fake_on_request({});
+    fault_arm("pthread_cond_broadcast", NEVER);
+    EXPECT_EQ(get_status(handle), 0);
+    EXPECT_EQ(fault_calls(), 0) << "nobody waits";
 }
 
 /* Even when several threads call operations without a pause, an event waits for about one operation. On a busy machine
@@ -132,31 +144,39 @@ TEST_F(Turns, EventsGoBetweenOperations) {
     EXPECT_LE(waited_for, 5 * events);
 }
 
+/* A delivery and an operation wait for the lock. The delivery goes first, whichever of the two came first, but after
+ * sixteen deliveries in a row the operation does. */
 TEST_F(Turns, AnOperationGoesAfterSixteenDeliveries) {
-    constexpr int events = 100;
-    std::binary_semaphore entered{0};
-    std::binary_semaphore go{0};
-    std::atomic<int> delivered{0};
-    int before_the_operation = 0;
-    on_delivery = [&](const cpe_dm_info &) {
-        if (delivered++ == 0) {
-            entered.release();
-            go.acquire();
-        }
+    std::string order; // written under the lock
+    const std::function<void()> deliver = [&] {
+        cpe_dm_guard guard;
+        EXPECT_EQ(cpe_dm_lock_delivery(guard), 0);
+        order += 'd';
     };
-    for (int16_t i = 1; i <= events; i++) {
-        indicate(i);
+    const std::function<void()> operate = [&] {
+        cpe_dm_guard guard;
+        EXPECT_EQ(cpe_dm_lock_operation(guard), 0);
+        order += 'o';
+    };
+    for (int in_a_row : {15, 16}) {
+        for (bool delivery_comes_first : {true, false}) {
+            operate();
+            for (int i = 0; i < in_a_row; i++) {
+                deliver();
+            }
+            order.clear();
+            ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
+            fault_arm("pthread_mutex_lock", NEVER);
+            std::thread first(delivery_comes_first ? deliver : operate);
+            wait_for_calls(1);
+            std::thread second(delivery_comes_first ? operate : deliver);
+            wait_for_calls(2);
+            pthread_mutex_unlock(&cpe_dm_lock);
+            first.join();
+            second.join();
+            EXPECT_EQ(order, in_a_row < CPE_DM_DELIVERIES_IN_A_ROW ? "do" : "od") << delivery_comes_first;
+        }
     }
-    entered.acquire();
-    fake_on_request([&](uint32_t) { before_the_operation = delivered; });
-    fault_arm("pthread_mutex_lock", NEVER);
-    std::thread operation([this] { EXPECT_EQ(get_status(handle), 0); });
-    wait_for_calls(1);
-    go.release();
-    operation.join();
-    EXPECT_GE(before_the_operation, 1);
-    EXPECT_LE(before_the_operation, CPE_DM_DELIVERIES_IN_A_ROW);
-    wait_until([&] { return delivered == events; });
 }
 
 /* An operation that cannot take the lock leaves no gap in the order. */

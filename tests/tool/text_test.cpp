@@ -36,6 +36,8 @@ TEST(Text, DescriptionsAreFoundByIdKeyAndIndication) {
             EXPECT_EQ(cpe_dm_ind_name(metric->ind), name);
             EXPECT_EQ(cpe_dm_metric_by_ind(metric->ind), metric);
         }
+        const bool in_tenths = name.ends_with("SINR") || name.ends_with("TX Power");
+        EXPECT_EQ(metric->counts_per_unit, in_tenths ? 10U : 1U) << name;
         const bool neighbour = name.find("Neighboring") != std::string::npos;
         EXPECT_EQ(metric->value_type == CPE_DM_VALUE_NONE, neighbour) << name;
         EXPECT_LE(strlen(metric->key), neighbour ? 14U : 13U) << "the columns of `cpe_dm metrics`";
@@ -297,8 +299,11 @@ TEST(Text, WhatNr5gLeftOutIsNotReported) {
     for (const uint32_t id : {CPE_DM_METRIC_NR5G_PLMN, CPE_DM_METRIC_NR5G_TAC, CPE_DM_METRIC_LTE_PLMN}) {
         answer got(id, CPE_DM_VALUE_INT64_LIST);
         EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), id == CPE_DM_METRIC_LTE_PLMN);
-        got.info.value.i64_list[2] = 1;
-        EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), 1);
+        for (int i : {0, 1, 2}) {
+            got.info.value.i64_list[i] = 1;
+            EXPECT_EQ(cpe_dm_is_reported(&got.info, CPE_DM_REG_NR5G, 7), 1);
+            got.info.value.i64_list[i] = 0;
+        }
     }
 }
 
