@@ -14,23 +14,27 @@
  * time in which the process runs counts: the conductor looks at the clock every LOOK_US at least, and when more than
  * LOOK_MAX_US has passed since its last look, the process was stopped, by a debugger say.
  *
+ * What the program does about a delivery goes on, unseen, after its callback has returned. It is over when all threads
+ * have been seen asleep, or after twice REST_US. Before that, a call that the program makes by itself comes too early.
+ *
  * Invariants. Everything from `lock` on in struct player is guarded by it. A role has a peer from the arrival of the
  * call that creates its client or notifier until the release. Its deliveries are made in their order; `next` is the
  * index of the next one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its
  * thread waits in player_answer. A delivery is in `running` from when it is made until its callback has returned or its
  * client or notifier is released. */
 #include "player.h"
+#include "answers.h"
 #include "recording.h"
 #include "tally.h"
 #include "zeb_cci.h"
 #include "zeb_thread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -43,6 +47,7 @@ namespace {
 
 constexpr double QUIET_US = 20000;
 constexpr double REST_US = 100000;
+constexpr double REST_LOOK_US = 100;
 constexpr double LOOK_US = 100000;
 constexpr double LOOK_MAX_US = 250000;
 constexpr double CALLBACK_US = 1000000;
@@ -63,12 +68,6 @@ struct role {
     uint64_t peer = 0;    /* 0: not yet, or released */
     double offset_us = 0; /* a time of the recording plus this is the time on the clock */
     std::thread::id creator;
-};
-
-/* The calls that were recorded with the same key. Kept ones come first. */
-struct answers {
-    std::vector<const recording_entry *> entries;
-    size_t next = 0;
 };
 
 /* A call that waits for its answer. */
@@ -95,12 +94,13 @@ struct player {
     std::string file;
     double speed = 1;
     recording played;
+    std::atomic<const recording_entry *> unsettled = nullptr; /* the first delivery that may not be over; null: none */
 
-    std::mutex lock; /* guards what follows */
+    std::mutex lock; /* guards what follows, and writing `unsettled` */
     std::condition_variable conductor;
     std::condition_variable answered;
     tally score;
-    std::unordered_map<std::string, answers> by_key;
+    answers recorded_calls;
     std::unordered_map<const recording_entry *, double> gaps_us;
     std::map<uint32_t, role> roles;
     std::map<uint64_t, zeb_sink> peers;
@@ -116,8 +116,8 @@ struct player {
     double stalled_us = 0;     /* how long the clock has stood still */
     bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
+    double settles_us = 0;     /* likewise without answers */
     bool was_delivery = false; /* the last answer or delivery was a delivery */
-    size_t delivered_line = 0; /* of the last delivery */
     size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
 };
 
@@ -170,6 +170,10 @@ void count_overtaking(player &p, size_t line) {
     }
 }
 
+bool callback_runs(const player &p) {
+    return std::any_of(p.running.begin(), p.running.end(), [](const running_callback &c) { return !c.given_up; });
+}
+
 /* How long the conductor still has to wait, after its last answer or delivery, before it plays a line that was recorded
  * gap_us after the line before it. */
 double unsettled_us(const player &p, double gap_us) {
@@ -178,7 +182,25 @@ double unsettled_us(const player &p, double gap_us) {
     if (quiet < kept) {
         return kept - quiet;
     }
-    return quiet < kept + REST_US && !zeb_other_threads_sleep() ? 1000 : 0;
+    const bool rests = p.was_delivery && !callback_runs(p) ? p.unsettled == nullptr : zeb_other_threads_sleep();
+    return quiet < kept + REST_US && !rests ? 1000 : 0;
+}
+
+/* The program begins to deal with the delivery, or its callback has returned. */
+void begin_to_settle(player &p, const recording_entry &delivered) {
+    p.activity_us = p.settles_us = p.awake_us;
+    if (p.unsettled == nullptr) {
+        p.unsettled = &delivered;
+    }
+}
+
+/* Finds out whether all deliveries are over. Threads are looked at one by one: one that is about to sleep may wake one
+ * that has been looked at, which the second look shows. */
+void look_for_rest(player &p) {
+    if (p.unsettled != nullptr && !callback_runs(p) &&
+        (p.awake_us - p.settles_us > 2 * REST_US || (zeb_other_threads_sleep() && zeb_other_threads_sleep()))) {
+        p.unsettled = nullptr;
+    }
 }
 
 void deliver(player &p, role &r, const delivery &d) {
@@ -202,8 +224,7 @@ void deliver(player &p, role &r, const delivery &d) {
         p.running.push_back({&e, r.peer, p.awake_us});
     }
     tally_delivered(p.score, e, runs);
-    p.delivered_line = e.line;
-    p.activity_us = p.awake_us;
+    begin_to_settle(p, e);
     p.was_delivery = true;
     if (p.speed == 0) {
         p.clock_us = std::max(p.clock_us, due_us(r, d));
@@ -336,9 +357,10 @@ void conduct(player *p) {
     std::unique_lock guard(p->lock);
     for (;;) {
         look(*p);
-        const double wait = play(*p);
+        look_for_rest(*p);
+        const double wait = std::min(play(*p), p->unsettled != nullptr && !callback_runs(*p) ? REST_LOOK_US : LOOK_US);
         if (wait > 0) {
-            p->conductor.wait_for(guard, std::chrono::duration<double, std::micro>(std::min(wait, LOOK_US)));
+            p->conductor.wait_for(guard, std::chrono::duration<double, std::micro>(wait));
         }
     }
 }
@@ -353,7 +375,7 @@ void prepare(player &p) {
             const double begin = static_cast<double>(e.begin_us);
             p.roles[e.handle].deliveries.push_back({&e, after, std::max(0.0, begin - end_before)});
         } else if (tally_takes_part(e)) {
-            p.by_key[recording_key(e.call, e.handle, e.numbers, e.in, e.out.null, e.out.length)].entries.push_back(&e);
+            answers_add(p.recorded_calls, e);
             p.gaps_us[&e] = gap;
             after = e.call == zeb_call_kind::DECODE || e.kept ? after : e.line;
         }
@@ -368,30 +390,6 @@ uint32_t number_of(const player &p, uint64_t peer) {
     return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* The recorded call that answers this one: the next one with the same key, or the last of them again. In a later part
- * of a recording, a kept call answers as often as the program asks, until the program makes the part's own calls. The
- * first of these to be played must be the call that is expected next; any other is still answered from a kept call. */
-const recording_entry *find_answer(player &p, const zeb_call &call, bool &again) {
-    const auto found =
-        p.by_key.find(recording_key(call.kind, number_of(p, call.peer), call.numbers,
-                                    recording_pack(call.in, call.in_len), call.out == nullptr, call.out_len));
-    if (found == p.by_key.end()) {
-        return nullptr;
-    }
-    answers &a = found->second;
-    const bool has_kept = a.next > 0 && a.entries[a.next - 1]->kept;
-    if (a.next < a.entries.size() && !(has_kept && p.position == 0 && !a.entries[a.next]->kept &&
-                                       a.entries[a.next] != tally_expected_call(p.score))) {
-        return a.entries[a.next++];
-    }
-    // A wait is not answered again: it ends with an event, and no further event was recorded.
-    if (call.kind == zeb_call_kind::WAIT) {
-        return nullptr;
-    }
-    again = true;
-    return a.entries[a.next - 1];
-}
-
 /* From here on the peer plays the client or notifier that the entry created. */
 void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     p.shift_us = p.clock_us - static_cast<double>(entry.begin_us);
@@ -399,27 +397,6 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.peer = peer;
     r.offset_us = p.shift_us;
     r.creator = std::this_thread::get_id();
-}
-
-/* Writes what the recorded call wrote. From version 2 on, a call that failed leaves the caller's bytes as they are, and
- * a service list writes no entries but those that were returned. */
-void fill(const recording &played, const recording_entry &entry, const zeb_call &call) {
-    size_t length = call.out == nullptr ? 0 : call.out_len;
-    if (played.version >= 2 && entry.status != ZEB_NO_ERR) {
-        length = 0;
-    } else if (played.version >= 2 && entry.call == zeb_call_kind::LIST) {
-        length = std::min(length, std::max(entry.entries * sizeof(zeb_service_info), entry.out.head.size()));
-    }
-    if (length > 0) {
-        memset(call.out, 0, length);
-        memcpy(call.out, entry.out.head.data(), entry.out.head.size());
-    }
-    if (call.entries != nullptr) {
-        *call.entries = entry.entries;
-    }
-    if (call.services != nullptr) {
-        *call.services = entry.services;
-    }
 }
 
 /* Whether the program makes the call by itself: it does on the thread that created the client or notifier. A call of
@@ -435,16 +412,22 @@ bool is_unprompted(const player &p, const zeb_call &call) {
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
-    const bool recent = p.was_delivery && p.awake_us - p.activity_us < 2 * REST_US;
-    return c != p.running.end() ? c->entry->line : recent && !zeb_other_threads_sleep() ? p.delivered_line : 0;
+    const recording_entry *unsettled = callback_runs(p) ? nullptr : p.unsettled.load();
+    return c != p.running.end() ? c->entry->line : unsettled != nullptr ? unsettled->line : 0;
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
+    // Read before this thread may sleep until it gets the lock, so that its sleep does not count as rest.
+    const recording_entry *unsettled = p.unsettled;
     std::unique_lock guard(p.lock);
     look(p);
     bool again = false;
-    const recording_entry *entry = find_answer(p, call, again);
-    tally_came(p.score, call, number_of(p, call.peer), entry, again, p.position);
+    const uint32_t handle = number_of(p, call.peer);
+    const recording_entry *entry =
+        answers_find(p.recorded_calls, call, handle, p.position > 0, tally_expected_call(p.score), again);
+    unsettled = unsettled != nullptr ? unsettled : p.unsettled.load(); // delivered after the call had begun
+    const bool unprompted = is_unprompted(p, call);
+    tally_came(p.score, call, handle, {entry, again, p.position, unprompted ? unsettled : nullptr});
     if (entry == nullptr) {
         return call.kind == zeb_call_kind::RELEASE ? ZEB_NO_ERR : ZEB_TRANSPORT_ERR;
     }
@@ -457,7 +440,7 @@ int32_t answer_call(player &p, const zeb_call &call) {
     }
     if (call.kind != zeb_call_kind::DECODE) {
         pending_call waiting = {entry,      call.peer,        p.clock_us + static_cast<double>(entry->took_us),
-                                p.awake_us, call.in_callback, is_unprompted(p, call)};
+                                p.awake_us, call.in_callback, unprompted};
         p.pending.push_back(&waiting);
         p.conductor.notify_one();
         p.answered.wait(guard, [&waiting] { return waiting.done || waiting.ended; });
@@ -465,7 +448,7 @@ int32_t answer_call(player &p, const zeb_call &call) {
             return ZEB_TRANSPORT_ERR;
         }
     }
-    fill(p.played, *entry, call);
+    answers_fill(p.played, *entry, call);
     return entry->status;
 }
 
@@ -502,8 +485,8 @@ void player_returned(uint64_t peer) {
     look(p);
     const auto of_peer = [peer](const running_callback &c) { return c.peer == peer; };
     if (const auto c = std::find_if(p.running.begin(), p.running.end(), of_peer); c != p.running.end()) {
+        begin_to_settle(p, *c->entry);
         p.running.erase(c);
-        p.activity_us = p.awake_us;
         p.conductor.notify_one();
     }
 }
@@ -519,6 +502,9 @@ uint64_t player_attach(const zeb_sink &sink) {
 }
 
 void player_detach(uint64_t peer) {
+    if (the_player == nullptr) {
+        return;
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     p.peers.erase(peer);

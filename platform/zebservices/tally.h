@@ -51,10 +51,17 @@ bool tally_takes_part(const recording_entry &call);
 /* The next call to be played: the first one that is open; null: there is none. */
 const recording_entry *tally_expected_call(const tally &t);
 
-/* A call has come from the client or notifier with the number `handle`. `entry` is the recorded call that answers it;
- * null: none does. With `again`, `entry` has answered a call before. `position` is the highest line answered so far. */
-void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording_entry *entry, bool again,
-                size_t position);
+/* What is known of a call when it comes. */
+struct tally_arrival {
+    const recording_entry *entry;     /* the recorded call that answers it; null: none does */
+    bool again;                       /* the entry has answered a call before */
+    size_t position;                  /* the highest line answered so far */
+    const recording_entry *unsettled; /* an indication or event with which the program may still be dealing, when the
+                                       * program makes the call by itself; null: none */
+};
+
+/* A call has come from the client or notifier with the number `handle`. */
+void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arrival &arrival);
 
 /* The call is answered. `unprompted`: the program made the call by itself, not to deal with an indication or event.
  * Whether such a call came before or after a simultaneous indication or event cannot be told. */

@@ -64,7 +64,9 @@ done
 is_complete || exit 1
 status=0
 
-# plays RECORDING NAME SPEED: the play must print RECORDING.out and log RECORDING.lines.
+# plays RECORDING NAME SPEED: the play must print RECORDING.out and log RECORDING.lines. A call that comes
+# while the program still deals with an indication would not be exact.
+settle=0.1
 plays() {
     session "$2" "$play" ZEB_RECORDING="$1" ZEB_SPEED="$3" ZEB_STRICT=1
     for form in out lines; do

@@ -2,11 +2,12 @@
 # or log shows that the program is ready for it, however long this takes.
 # shellcheck shell=sh
 
-# wait_for N TEXT FILE: waits until the text stands in N lines of the file. Returns 1 after two minutes without success.
+# wait_for N TEXT FILE: waits until the text stands in N lines of the file, and then for the seconds that the variable
+# settle says, if it is set. Returns 1 after two minutes without success.
 wait_for() {
     for _ in $(seq 2400); do
         lines=$(grep -c -- "$2" "$3" 2>/dev/null)
-        [ "${lines:-0}" -ge "$1" ] && return
+        [ "${lines:-0}" -ge "$1" ] && sleep "${settle:-0}" && return
         sleep 0.05
     done
     echo "did not see $1 times: $2" >&2
