@@ -8,8 +8,8 @@
  *
  * When the program is late, the clock stands still: a delivery waits for the calls that were recorded before it (for
  * PATIENCE_US at most). When the program is early, a call waits for two things: for deliveries that were recorded
- * before this call, if they are due within AHEAD_US; and for calls of other threads that ended before this call on the
- * box, for AHEAD_US at most.
+ * before this call, if they are due within AHEAD_US; and for a call of another thread that has not come yet, if on the
+ * box both calls overlapped and the other call ended later than this one began. This takes AHEAD_US at most.
  *
  * A delivery, and an answer that follows a delivery, waits until the line before it has had its effect. First the
  * recorded pause between the two lines is kept, up to QUIET_US. Then the conductor waits until all threads of the
@@ -21,12 +21,18 @@
  * least every LOOK_US. When more than LOOK_MAX_US has passed since the last look, the process was stopped meanwhile,
  * for example by a debugger.
  *
- * Invariants. `lock` guards everything after it in struct player. A role has a peer from the arrival of the call that
- * creates its client or notifier until the release. The deliveries of a role are made in their order; `next` is the
- * index of the next one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its
- * thread waits in player_answer. A delivery is in `running` from the moment when it is made until its callback has
- * returned, or until its client or notifier is released. */
+ * What the program does about a delivery may go on after its callback has returned. The delivery is over when all
+ * threads of the program have been seen at rest, or after twice REST_US. A call that the program makes by itself comes
+ * too early when a delivery is not over.
+ *
+ * Invariants. `lock` guards everything after it in struct player. A role is a client or notifier of the recording. Its
+ * peer is the client or notifier of the program that plays it. A role has a peer from the arrival of the call that
+ * creates the peer until the release. The deliveries of a role are made in their order; `next` is the index of the next
+ * one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its thread waits in
+ * player_answer. A delivery is in `running` from the moment when it is made until its callback has returned, or until
+ * its client or notifier is released. */
 #include "player.h"
+#include "answers.h"
 #include "recording.h"
 #include "tally.h"
 #include "zeb_cci.h"
@@ -37,12 +43,12 @@
 #include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <new>
 #include <stdexcept>
+#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 
@@ -50,6 +56,7 @@ namespace {
 
 constexpr double QUIET_US = 20000;
 constexpr double REST_US = 100000;
+constexpr double REST_LOOK_US = 100;
 constexpr double LOOK_US = 100000;
 constexpr double LOOK_MAX_US = 250000;
 constexpr double CALLBACK_US = 1000000;
@@ -70,12 +77,6 @@ struct role {
     uint64_t peer = 0;    /* 0: not yet, or released */
     double offset_us = 0; /* this plus a time of the recording is the time on the clock */
     std::thread::id creator;
-};
-
-/* The recorded calls that have the same key. Kept calls come first. */
-struct answers {
-    std::vector<const recording_entry *> entries;
-    size_t next = 0;
 };
 
 /* A call that waits for its answer. */
@@ -107,7 +108,7 @@ struct player {
     std::condition_variable conductor;
     std::condition_variable answered;
     tally score;
-    std::unordered_map<std::string, answers> by_key;
+    answers recorded_calls;
     std::unordered_map<const recording_entry *, double> gaps_us;
     std::map<uint32_t, role> roles;
     std::map<uint64_t, zeb_sink> peers;
@@ -117,15 +118,17 @@ struct player {
     std::vector<running_callback> running;
 
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
-    double awake_us = 0;       /* real time in which the process was not stopped */
-    double clock_us = 0;       /* the recording's clock */
-    double shift_us = 0;       /* the offset_us of the role that was given a peer last */
-    double stalled_us = 0;     /* how long the clock has stood still */
-    bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
-    double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
-    bool was_delivery = false; /* the last answer or delivery was a delivery */
-    size_t delivered_line = 0; /* of the last delivery */
-    size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
+    double awake_us = 0;    /* real time in which the process was not stopped */
+    double clock_us = 0;    /* the recording's clock */
+    double shift_us = 0;    /* the offset_us of the role that was given a peer last */
+    double stalled_us = 0;  /* how long the clock has stood still */
+    bool impatient = false; /* set when the clock stood still for too long, cleared when a call is answered */
+    double activity_us = 0; /* awake_us at the last answer, delivery, or end of a callback */
+    double settles_us = 0;  /* awake_us at the last delivery, or end of a callback */
+    const recording_entry *unsettled = nullptr; /* the first delivery that may not be over; null: none */
+    pid_t conductor_id = 0;                     /* the conductor's thread, as gettid returns it */
+    bool was_delivery = false;                  /* the last answer or delivery was a delivery */
+    size_t position = 0; /* the highest line of the calls answered so far; kept calls do not count */
 };
 
 player *the_player = nullptr;
@@ -178,6 +181,10 @@ void count_overtaking(player &p, size_t line) {
     }
 }
 
+bool callback_runs(const player &p) {
+    return std::any_of(p.running.begin(), p.running.end(), [](const running_callback &c) { return !c.given_up; });
+}
+
 /* How long the conductor still has to wait before it plays the next line. The wait counts from the last answer or
  * delivery. gap_us is the recorded time between the next line and the line before it. */
 double unsettled_us(const player &p, double gap_us) {
@@ -186,7 +193,25 @@ double unsettled_us(const player &p, double gap_us) {
     if (quiet < kept) {
         return kept - quiet;
     }
-    return quiet < kept + REST_US && !zeb_other_threads_sleep() ? 1000 : 0;
+    const bool rests =
+        p.was_delivery && !callback_runs(p) ? p.unsettled == nullptr : zeb_other_threads(0) != zeb_threads::RUN;
+    return quiet < kept + REST_US && !rests ? 1000 : 0;
+}
+
+/* The program begins to deal with the delivery, or its callback has returned. */
+void begin_to_settle(player &p, const recording_entry &delivered) {
+    p.activity_us = p.settles_us = p.awake_us;
+    if (p.unsettled == nullptr) {
+        p.unsettled = &delivered;
+    }
+}
+
+/* Finds out whether all deliveries are over. */
+void look_for_rest(player &p) {
+    if (p.unsettled != nullptr && !callback_runs(p) &&
+        (p.awake_us - p.settles_us > 2 * REST_US || zeb_other_threads_rest(0))) {
+        p.unsettled = nullptr;
+    }
 }
 
 void deliver(player &p, role &r, const delivery &d) {
@@ -210,8 +235,7 @@ void deliver(player &p, role &r, const delivery &d) {
         p.running.push_back({&e, r.peer, p.awake_us});
     }
     tally_delivered(p.score, e, runs);
-    p.delivered_line = e.line;
-    p.activity_us = p.awake_us;
+    begin_to_settle(p, e);
     p.was_delivery = true;
     if (p.speed == 0) {
         p.clock_us = std::max(p.clock_us, due_us(r, d));
@@ -257,8 +281,8 @@ bool comes_first(const player &p, const role &r, const delivery &d, const pendin
            (p.speed == 0 || due_us(r, d) <= std::max(call.ready_us, p.clock_us) + AHEAD_US * p.speed);
 }
 
-/* How long the call still has to wait for a call of another thread. The other call ended before this call on the box,
- * and has not come yet. */
+/* How long the call still has to wait for a call of another thread that has not come yet. On the box the other call
+ * began before this call, and ended after the beginning of this call. */
 double other_thread_us(const player &p, const pending_call &call) {
     const double left = AHEAD_US - (p.awake_us - call.came_us);
     const recording_entry *other = left > 0 ? tally_expected_call(p.score) : nullptr;
@@ -343,11 +367,13 @@ void look(player &p) {
 
 void conduct(player *p) {
     std::unique_lock guard(p->lock);
+    p->conductor_id = gettid();
     for (;;) {
         look(*p);
-        const double wait = play(*p);
+        look_for_rest(*p);
+        const double wait = std::min(play(*p), p->unsettled != nullptr && !callback_runs(*p) ? REST_LOOK_US : LOOK_US);
         if (wait > 0) {
-            p->conductor.wait_for(guard, std::chrono::duration<double, std::micro>(std::min(wait, LOOK_US)));
+            p->conductor.wait_for(guard, std::chrono::duration<double, std::micro>(wait));
         }
     }
 }
@@ -362,7 +388,7 @@ void prepare(player &p) {
             const double begin = static_cast<double>(e.begin_us);
             p.roles[e.handle].deliveries.push_back({&e, after, std::max(0.0, begin - end_before)});
         } else if (tally_takes_part(e)) {
-            p.by_key[recording_key(e.call, e.handle, e.numbers, e.in, e.out.null, e.out.length)].entries.push_back(&e);
+            answers_add(p.recorded_calls, e);
             p.gaps_us[&e] = gap;
             after = e.call == zeb_call_kind::DECODE || e.kept ? after : e.line;
         }
@@ -377,31 +403,6 @@ uint32_t number_of(const player &p, uint64_t peer) {
     return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* The recorded call that answers this call: the next recorded call with the same key or, when there is none left, the
- * last one again. In a later part of a recording, kept calls answer as often as the program asks, until the program
- * makes the part's own calls. The part's own calls begin with the call that is expected next; until it has come, any
- * other call is still answered from a kept call. */
-const recording_entry *find_answer(player &p, const zeb_call &call, bool &again) {
-    const auto found =
-        p.by_key.find(recording_key(call.kind, number_of(p, call.peer), call.numbers,
-                                    recording_pack(call.in, call.in_len), call.out == nullptr, call.out_len));
-    if (found == p.by_key.end()) {
-        return nullptr;
-    }
-    answers &a = found->second;
-    const bool has_kept = a.next > 0 && a.entries[a.next - 1]->kept;
-    if (a.next < a.entries.size() && !(has_kept && p.position == 0 && !a.entries[a.next]->kept &&
-                                       a.entries[a.next] != tally_expected_call(p.score))) {
-        return a.entries[a.next++];
-    }
-    // A wait is not answered a second time: a wait ends with an event, and no further event was recorded.
-    if (call.kind == zeb_call_kind::WAIT) {
-        return nullptr;
-    }
-    again = true;
-    return a.entries[a.next - 1];
-}
-
 /* Gives the peer the role of the client or notifier that the entry created. */
 void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     p.shift_us = p.clock_us - static_cast<double>(entry.begin_us);
@@ -411,25 +412,16 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* Writes to the caller's buffers what the recorded call wrote. From version 2 on, a call that failed leaves these
- * buffers as they are, and a service list writes only the entries that were returned. */
-void fill(const recording &played, const recording_entry &entry, const zeb_call &call) {
-    size_t length = call.out == nullptr ? 0 : call.out_len;
-    if (played.version >= 2 && entry.status != ZEB_NO_ERR) {
-        length = 0;
-    } else if (played.version >= 2 && entry.call == zeb_call_kind::LIST) {
-        length = std::min(length, std::max(entry.entries * sizeof(zeb_service_info), entry.out.head.size()));
+/* The indication or event that the program has not dealt with when it makes this call by itself; null: none. */
+const recording_entry *find_unsettled(player &p, std::unique_lock<std::mutex> &guard) {
+    const recording_entry *unsettled = p.unsettled;
+    if (unsettled == nullptr || callback_runs(p)) {
+        return unsettled;
     }
-    if (length > 0) {
-        memset(call.out, 0, length);
-        memcpy(call.out, entry.out.head.data(), entry.out.head.size());
-    }
-    if (call.entries != nullptr) {
-        *call.entries = entry.entries;
-    }
-    if (call.services != nullptr) {
-        *call.services = entry.services;
-    }
+    guard.unlock();
+    const bool rests = zeb_wait_for_rest(p.conductor_id, REST_US);
+    guard.lock();
+    return rests ? nullptr : unsettled;
 }
 
 /* Whether the program makes the call by itself. A call on the thread that created the client or notifier counts as
@@ -445,16 +437,20 @@ bool is_unprompted(const player &p, const zeb_call &call) {
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
-    const bool recent = p.was_delivery && p.awake_us - p.activity_us < 2 * REST_US;
-    return c != p.running.end() ? c->entry->line : recent && !zeb_other_threads_sleep() ? p.delivered_line : 0;
+    const recording_entry *unsettled = callback_runs(p) ? nullptr : p.unsettled;
+    return c != p.running.end() ? c->entry->line : unsettled != nullptr ? unsettled->line : 0;
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
     std::unique_lock guard(p.lock);
+    const bool unprompted = is_unprompted(p, call);
+    const recording_entry *unsettled = unprompted ? find_unsettled(p, guard) : nullptr;
     look(p);
     bool again = false;
-    const recording_entry *entry = find_answer(p, call, again);
-    tally_came(p.score, call, number_of(p, call.peer), entry, again, p.position);
+    const uint32_t handle = number_of(p, call.peer);
+    const recording_entry *entry =
+        answers_find(p.recorded_calls, call, handle, p.position > 0, tally_expected_call(p.score), again);
+    tally_came(p.score, call, handle, {entry, again, p.position, unsettled});
     if (entry == nullptr) {
         return call.kind == zeb_call_kind::RELEASE ? ZEB_NO_ERR : ZEB_TRANSPORT_ERR;
     }
@@ -467,7 +463,7 @@ int32_t answer_call(player &p, const zeb_call &call) {
     }
     if (call.kind != zeb_call_kind::DECODE) {
         pending_call waiting = {entry,      call.peer,        p.clock_us + static_cast<double>(entry->took_us),
-                                p.awake_us, call.in_callback, is_unprompted(p, call)};
+                                p.awake_us, call.in_callback, unprompted};
         p.pending.push_back(&waiting);
         p.conductor.notify_one();
         p.answered.wait(guard, [&waiting] { return waiting.done || waiting.ended; });
@@ -475,7 +471,7 @@ int32_t answer_call(player &p, const zeb_call &call) {
             return ZEB_TRANSPORT_ERR;
         }
     }
-    fill(p.played, *entry, call);
+    answers_fill(p.played, *entry, call);
     return entry->status;
 }
 
@@ -512,8 +508,8 @@ void player_returned(uint64_t peer) {
     look(p);
     const auto of_peer = [peer](const running_callback &c) { return c.peer == peer; };
     if (const auto c = std::find_if(p.running.begin(), p.running.end(), of_peer); c != p.running.end()) {
+        begin_to_settle(p, *c->entry);
         p.running.erase(c);
-        p.activity_us = p.awake_us;
         p.conductor.notify_one();
     }
 }
@@ -529,6 +525,9 @@ uint64_t player_attach(const zeb_sink &sink) {
 }
 
 void player_detach(uint64_t peer) {
+    if (the_player == nullptr) {
+        return;
+    }
     player &p = *the_player;
     std::lock_guard guard(p.lock);
     p.peers.erase(peer);

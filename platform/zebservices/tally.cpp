@@ -90,21 +90,28 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
     }
 }
 
-/* Counts the call as early when an indication or event that was recorded well before the call has not been delivered
- * yet. */
-void look_for_early(tally &t, const recording_entry &call) {
+/* Counts the call as early in two cases: an indication or event that was recorded well before the call has not been
+ * delivered yet, or it was delivered but the program has not dealt with it. `unsettled` is the delivery of the second
+ * case, or null. */
+void look_for_early(tally &t, const recording_entry &call, const recording_entry *unsettled) {
+    const recording_entry *later = nullptr;
+    const char *how = "before";
+    if (unsettled != nullptr && unsettled->line < call.line && (unsettled->returned || t.played->version == 1) &&
+        unsettled->begin_us + unsettled->took_us + TALLY_MOMENT_US <= call.begin_us) {
+        later = unsettled;
+        how = "before the program had dealt with";
+    }
     const size_t end = index_of(t, call);
-    for (size_t i = t.turn; i < end; i++) {
+    for (size_t i = t.turn; i < end && later == nullptr; i++) {
         const recording_entry &e = t.played->entries[i];
-        if (t.states[i] != tally_state::OPEN || !is_delivery(e) || e.begin_us + TALLY_MOMENT_US > call.begin_us) {
-            continue;
+        if (t.states[i] == tally_state::OPEN && is_delivery(e) && e.begin_us + TALLY_MOMENT_US <= call.begin_us) {
+            later = &e;
         }
-        if (t.early++ == 0) {
-            t.first_early_line = call.line;
-            fprintf(stderr, "%s:%zu: the first call that comes too early: %s, before the %s of line %zu\n", t.file,
-                    call.line, name_of(call).c_str(), e.kind == recording_kind::EVENT ? "event" : "indication", e.line);
-        }
-        return;
+    }
+    if (later != nullptr && t.early++ == 0) {
+        t.first_early_line = call.line;
+        fprintf(stderr, "%s:%zu: the first call that comes too early: %s, %s the %s of line %zu\n", t.file, call.line,
+                name_of(call).c_str(), how, later->kind == recording_kind::EVENT ? "event" : "indication", later->line);
     }
 }
 
@@ -230,8 +237,8 @@ const recording_entry *tally_expected_call(const tally &t) {
     return nullptr;
 }
 
-void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording_entry *entry, bool again,
-                size_t position) {
+void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arrival &arrival) {
+    const auto &[entry, again, position, unsettled] = arrival;
     const std::string name = name_of(call.kind, call.numbers);
     if (entry != nullptr && entry->kept) {
         return;
@@ -250,7 +257,7 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording
     } else if (call.kind == zeb_call_kind::DECODE) {
         t.decodings.as_recorded++;
     } else if (!call.in_callback) {
-        look_for_early(t, *entry);
+        look_for_early(t, *entry, unsettled);
     }
     if ((entry == nullptr || again) && call.kind != zeb_call_kind::DECODE) {
         const recording_entry *expected = tally_expected_call(t);

@@ -53,11 +53,17 @@ bool tally_takes_part(const recording_entry &call);
 /* The next call to be played, which is the first open call; null when none is open. */
 const recording_entry *tally_expected_call(const tally &t);
 
-/* To be called when a call has come, from the client or notifier with the number `handle`. `entry` is the recorded call
- * that answers it; null when no recorded call does. `again` says that `entry` has answered a call before. `position` is
- * the highest line answered so far. */
-void tally_came(tally &t, const zeb_call &call, uint32_t handle, const recording_entry *entry, bool again,
-                size_t position);
+/* What is known of a call when it comes. */
+struct tally_arrival {
+    const recording_entry *entry;     /* the recorded call that answers it; null: none does */
+    bool again;                       /* the entry has answered a call before */
+    size_t position;                  /* the highest line answered so far */
+    const recording_entry *unsettled; /* an indication or event that the program has not dealt with, although it makes
+                                         the call by itself; null: none */
+};
+
+/* To be called when a call has come, from the client or notifier with the number `handle`. */
+void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arrival &arrival);
 
 /* To be called when the call is answered. `unprompted` says that the program made the call by itself, and not to deal
  * with an indication or event. Nobody can tell whether such a call came before or after a simultaneous indication or
