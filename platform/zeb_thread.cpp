@@ -1,15 +1,16 @@
 #include "zeb_thread.h"
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 std::thread zeb_start_thread(std::function<void()> body) {
     sigset_t blocked;
@@ -49,7 +50,7 @@ static zeb_threads thread_state(long thread) {
     if (state != nullptr && (strncmp(state, ") R", 3) == 0 || strncmp(state, ") D", 3) == 0)) {
         return zeb_threads::RUN;
     }
-    // The system call in which the thread sleeps, and its arguments. The number of the call is that of the machine,
+    // The system call in which the thread sleeps, with its arguments. The number of the call is that of the machine,
     // which an emulator hides, so the call is known by its arguments: a futex, the operation, and a mutex that has
     // waiters.
     constexpr unsigned long PRIVATE_WAIT = 0x80;
@@ -62,37 +63,38 @@ static zeb_threads thread_state(long thread) {
                                                                                     : zeb_threads::SLEEP;
 }
 
+/* The processor time that a thread has used, in nanoseconds; 0 when the thread is not there. The kernel makes the
+ * number of such a clock from the thread's ID. */
+static int64_t processor_time(long thread) {
+    constexpr uint32_t THREAD_TIME = 6;
+    timespec used = {};
+    clock_gettime(static_cast<clockid_t>(~static_cast<uint32_t>(thread) << 3 | THREAD_TIME), &used);
+    return used.tv_sec * INT64_C(1000000000) + used.tv_nsec;
+}
+
 zeb_threads zeb_other_threads(pid_t but) {
-    zeb_threads state = zeb_threads::SLEEP;
+    struct thread {
+        long id;
+        int64_t used;
+    };
     DIR *tasks = opendir("/proc/self/task");
     if (tasks == nullptr) {
-        return state;
+        return zeb_threads::SLEEP;
     }
     const long self = syscall(SYS_gettid);
+    std::vector<thread> others;
     while (const dirent *task = readdir(tasks)) { // NOLINT(concurrency-mt-unsafe): no other thread reads this stream
         const long id = strtol(task->d_name, nullptr, 10);
         if (id != 0 && id != self && id != but) {
-            state = std::min(state, thread_state(id));
+            others.push_back({id, processor_time(id)});
         }
     }
     closedir(tasks);
-    return state;
-}
-
-bool zeb_other_threads_rest(pid_t but) {
-    return zeb_other_threads(but) == zeb_threads::SLEEP && zeb_other_threads(but) == zeb_threads::SLEEP;
-}
-
-bool zeb_wait_for_rest(pid_t but, double limit_us) {
-    using namespace std::chrono;
-    constexpr int WAITS_FOR_LOCK = 3; // fewer in a row may be a wait that ends soon
-    const auto limit = steady_clock::now() + duration<double, std::micro>(limit_us);
-    for (int waits = 0; waits < WAITS_FOR_LOCK && steady_clock::now() < limit;) {
-        if (zeb_other_threads_rest(but)) {
-            return true;
-        }
-        waits = zeb_other_threads(but) == zeb_threads::WAIT_FOR_LOCK ? waits + 1 : 0;
-        std::this_thread::sleep_for(microseconds(100));
+    zeb_threads state = zeb_threads::SLEEP;
+    for (const thread &t : others) {
+        state = std::min(state, thread_state(t.id));
     }
-    return false;
+    const bool ran =
+        std::any_of(others.begin(), others.end(), [](const thread &t) { return processor_time(t.id) != t.used; });
+    return ran ? zeb_threads::RUN : state;
 }

@@ -18,15 +18,9 @@ enum class zeb_threads : uint8_t {
     SLEEP,         /* all threads sleep, and none of them waits for a mutex; also where nothing can be read */
 };
 
-/* Looks at all threads but the caller and the thread with this ID (as gettid returns it; 0: none). Threads are looked
- * at one after the other: a thread that is about to sleep can wake a thread that was looked at before. */
+/* Looks at all threads but the caller and the thread with this ID (as gettid returns it; 0: none). A thread sleeps when
+ * it has slept from the beginning of the look to the end: so a thread that is woken meanwhile, or goes to sleep
+ * meanwhile, runs. */
 zeb_threads zeb_other_threads(pid_t but);
-
-/* Whether the program is at rest: two looks in a row have found SLEEP. */
-bool zeb_other_threads_rest(pid_t but);
-
-/* Waits until the program is at rest. Returns false when it is not at rest after limit_us, or earlier when a thread
- * stays in a wait for a mutex, which the caller may hold. */
-bool zeb_wait_for_rest(pid_t but, double limit_us);
 
 #endif

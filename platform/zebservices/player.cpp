@@ -39,6 +39,7 @@
 #include "zeb_thread.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
@@ -104,7 +105,10 @@ struct player {
     double speed = 1;
     recording played;
 
-    std::mutex lock; /* guards the fields below */
+    std::atomic<pid_t> conductor_id = 0;                      /* the conductor's thread, as gettid returns it */
+    std::atomic<const recording_entry *> unsettled = nullptr; /* the first delivery that may not be over; null: none */
+
+    std::mutex lock; /* guards the fields below, and writing `unsettled` */
     std::condition_variable conductor;
     std::condition_variable answered;
     tally score;
@@ -118,17 +122,15 @@ struct player {
     std::vector<running_callback> running;
 
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
-    double awake_us = 0;    /* real time in which the process was not stopped */
-    double clock_us = 0;    /* the recording's clock */
-    double shift_us = 0;    /* the offset_us of the role that was given a peer last */
-    double stalled_us = 0;  /* how long the clock has stood still */
-    bool impatient = false; /* set when the clock stood still for too long, cleared when a call is answered */
-    double activity_us = 0; /* awake_us at the last answer, delivery, or end of a callback */
-    double settles_us = 0;  /* awake_us at the last delivery, or end of a callback */
-    const recording_entry *unsettled = nullptr; /* the first delivery that may not be over; null: none */
-    pid_t conductor_id = 0;                     /* the conductor's thread, as gettid returns it */
-    bool was_delivery = false;                  /* the last answer or delivery was a delivery */
-    size_t position = 0; /* the highest line of the calls answered so far; kept calls do not count */
+    double awake_us = 0;       /* real time in which the process was not stopped */
+    double clock_us = 0;       /* the recording's clock */
+    double shift_us = 0;       /* the offset_us of the role that was given a peer last */
+    double stalled_us = 0;     /* how long the clock has stood still */
+    bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
+    double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
+    double settles_us = 0;     /* awake_us at the last delivery, or end of a callback */
+    bool was_delivery = false; /* the last answer or delivery was a delivery */
+    size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
 };
 
 player *the_player = nullptr;
@@ -209,7 +211,7 @@ void begin_to_settle(player &p, const recording_entry &delivered) {
 /* Finds out whether all deliveries are over. */
 void look_for_rest(player &p) {
     if (p.unsettled != nullptr && !callback_runs(p) &&
-        (p.awake_us - p.settles_us > 2 * REST_US || zeb_other_threads_rest(0))) {
+        (p.awake_us - p.settles_us > 2 * REST_US || zeb_other_threads(0) == zeb_threads::SLEEP)) {
         p.unsettled = nullptr;
     }
 }
@@ -412,18 +414,6 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* The indication or event that the program has not dealt with when it makes this call by itself; null: none. */
-const recording_entry *find_unsettled(player &p, std::unique_lock<std::mutex> &guard) {
-    const recording_entry *unsettled = p.unsettled;
-    if (unsettled == nullptr || callback_runs(p)) {
-        return unsettled;
-    }
-    guard.unlock();
-    const bool rests = zeb_wait_for_rest(p.conductor_id, REST_US);
-    guard.lock();
-    return rests ? nullptr : unsettled;
-}
-
 /* Whether the program makes the call by itself. A call on the thread that created the client or notifier counts as
  * such. A call on another thread may be how the program deals with an indication or event. */
 bool is_unprompted(const player &p, const zeb_call &call) {
@@ -437,14 +427,17 @@ bool is_unprompted(const player &p, const zeb_call &call) {
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
-    const recording_entry *unsettled = callback_runs(p) ? nullptr : p.unsettled;
+    const recording_entry *unsettled = callback_runs(p) ? nullptr : p.unsettled.load();
     return c != p.running.end() ? c->entry->line : unsettled != nullptr ? unsettled->line : 0;
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
+    // The call's own thread looks at once: the program may have come to rest since the conductor looked.
+    const bool looks = p.unsettled != nullptr && !call.in_callback;
+    const bool at_rest = looks && zeb_other_threads(p.conductor_id) == zeb_threads::SLEEP;
     std::unique_lock guard(p.lock);
     const bool unprompted = is_unprompted(p, call);
-    const recording_entry *unsettled = unprompted ? find_unsettled(p, guard) : nullptr;
+    const recording_entry *unsettled = unprompted && (!at_rest || callback_runs(p)) ? p.unsettled.load() : nullptr;
     look(p);
     bool again = false;
     const uint32_t handle = number_of(p, call.peer);
