@@ -110,9 +110,10 @@ static void end_unwritten(const char *name, int error) {
 }
 
 /* Takes a registration status that was reported at at_ms. Rows and indications both report it, and may overtake each
- * other: a status older than the last known one is ignored. */
-static void note_registration(uint32_t reg_status, int64_t at_ms) {
-    if (at_ms < watch.reg_ms) {
+ * other: a status older than the last known one is ignored. So is a row's status that was asked for in the millisecond
+ * of an indication, because the modem may have answered before the change. */
+static void note_registration(uint32_t reg_status, int64_t at_ms, bool indicated) {
+    if (at_ms < watch.reg_ms || (at_ms == watch.reg_ms && !indicated)) {
         return;
     }
     watch.reg_ms = at_ms;
@@ -170,7 +171,7 @@ static void take_report() {
         tell("the modem is back: registered anew");
     }
     for (int i = 0; i < report.event_cnt; i++) {
-        note_registration(report.events[i].reg_status, report.events[i].at_ms);
+        note_registration(report.events[i].reg_status, report.events[i].at_ms, true);
     }
     watch.asking = watch.asking && !report.idle;
 }
@@ -212,7 +213,7 @@ static void finish_row() {
     }
     const cpe_dm_tool_slot &reg = report.values.slot[CPE_DM_METRIC_REG_STATUS];
     if (reg.status == CPE_DM_SUCCESS) {
-        note_registration(static_cast<uint32_t>(reg.number[0]), report.reg_asked_ms);
+        note_registration(static_cast<uint32_t>(reg.number[0]), report.reg_asked_ms, false);
     }
     note_cell(&lte_cell, CPE_DM_TECH_LTE);
     note_cell(&nr5g_cell, CPE_DM_TECH_NR5G);
