@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 enum {
-    WORDS_MAX = 256, /* bytes of a line, without buffers in hexadecimal */
+    WORDS_MAX = 256, /* bytes of a line at most, not counting the hexadecimal digits of its buffers */
 };
 
 static pthread_once_t once = PTHREAD_ONCE_INIT;

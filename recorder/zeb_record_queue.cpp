@@ -19,7 +19,7 @@ enum {
     ROOM = 1024 * 1024, /* bytes that may wait for the disk; a line of two messages of full length fits */
     MARK_MAX = 64,      /* bytes of ROOM that are kept for the `lost` line */
     PROMPT_US = 100000, /* a disk that holds up a thread longer than this is slow */
-    WAITS_MAX = 10,     /* how many times PROMPT_US a thread waits for a writer that is ready to run */
+    WAITS_MAX = 10,     /* how often a thread waits PROMPT_US for a writer that runs, or that waits for a processor */
     SYNC_US = 500000,   /* from one sync of the disk to the next */
 };
 

@@ -40,8 +40,9 @@ struct redacted_file {
 struct redaction {
     std::vector<redacted_file> files;
     identities all;
-    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings; /* by length and bytes: the replacing number */
-    std::map<uint32_t, uint64_t> last;                              /* by length: the last number given */
+    /* For an encoded indication, by its length and bytes: the number that replaces the bytes. */
+    std::map<std::pair<uint32_t, std::string>, uint64_t> encodings;
+    std::map<uint32_t, uint64_t> last; /* by length: the last such number given */
     int64_t shift_us = 0;
     bool dated = false;
     bool blank = false;

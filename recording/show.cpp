@@ -43,7 +43,8 @@ std::string timeline_time(const session &s, uint64_t us) {
     return time_of_day(s.start_us + static_cast<int64_t>(us));
 }
 
-/* Writes a line: its time, a mark ("!" failed, "~" slow, "^" kept from an earlier part), its number in the file, and
+/* Writes a line: its time, a mark ("!" failed, "~" slow, "^" repeated from an earlier part of
+ * the recording), its number in the file, and
  * its text. */
 void put_line(std::string &text, const session &s, const session_line &line, const line_words &words) {
     const recording_entry &entry = *line.entry;

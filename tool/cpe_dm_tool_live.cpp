@@ -21,7 +21,8 @@ enum {
 
 static const int64_t minute_ms = 60000;
 
-/* How long the program waits for a terminal that takes no output, before it restores the terminal's mode. */
+/* The longest wait for a terminal that takes no output. The text that begins or ends the live view waits twice: before
+ * it is sent, and after. */
 static const int64_t farewell_ms = 500;
 
 /* Widths beside a chart, in columns: of the value and the verdict before the chart, and of the range after it. */

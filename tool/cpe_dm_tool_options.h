@@ -59,9 +59,9 @@ struct cpe_dm_tool_commands {
     size_t cnt;
 };
 
-/* Reads the command line, and puts the words of argv behind the program's name in another order. Returns the command to
- * run. Null: nothing is left to do; help, the version or a message has been written, and *status is the program's exit
- * status. */
+/* Reads the command line. Moves the command's arguments to the front of argv, directly after the program's name, where
+ * they overwrite other words. Returns the command to run. Null: nothing is left to do; help, the version or a message
+ * has been written, and *status is the program's exit status. */
 const cpe_dm_tool_command *cpe_dm_tool_parse_options(cpe_dm_tool_commands commands, int argc, char **argv,
                                                      cpe_dm_tool_options *options, int *status);
 

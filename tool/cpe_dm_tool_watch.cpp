@@ -393,8 +393,8 @@ static int end_watch() {
     return watch.status;
 }
 
-/* Opens the outputs, and writes what can be written without the modem: the heading, and a first text file. Returns an
- * exit status. */
+/* Opens the outputs, and writes what can be written without the modem: the heading of the rows, and the file of
+ * --textfile, which has no values yet. Returns an exit status. */
 static int open_output() {
     const cpe_dm_tool_options *options = watch.options;
     bool empty = true;

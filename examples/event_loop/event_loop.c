@@ -28,7 +28,8 @@ enum {
     FAREWELL_MS = 300, /* how long the end waits for the deregistration, which takes milliseconds as a rule */
 };
 
-/* What the modem is to report: every change of the registration status, and changes of the signal from 3 dB on. */
+/* What the modem is to report: every change of the registration status, and every change of the RSRP, of LTE and of
+ * NR 5G, by 3 dB or more. */
 static const cpe_dm_info indications[] = {
     {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS, CPE_DM_VALUE_NONE, {0}, 0},
     {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 3}, 0},

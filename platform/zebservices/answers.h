@@ -21,11 +21,13 @@ struct answers {
 /* Adds a call. Calls are added in the order of their lines. The entry must outlive the answers. */
 void answers_add(answers &a, const recording_entry &call);
 
-/* The recorded call that answers a call of the client or notifier with the number `handle`: the next recorded call with
- * the same key or, when there is none left, the last one again (`again` is set); null when no call has that key. In a
- * later part of a recording, kept calls answer as often as the program asks, until the program makes the part's own
- * calls. The part's own calls begin with the call that is `expected`; until it has come, any other call is still
- * answered from a kept call. `begun` says that one of the part's own calls has been answered. */
+/* Finds the recorded call that answers a call of the client or notifier with the number `handle`: the next recorded
+ * call with the same key. When none is left, the one that answered last answers again, and `again` is set; but a wait
+ * is never answered a second time. Null when no recorded call answers.
+ *
+ * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. When the next call of
+ * a key is one of the part's own calls and the last was kept, the kept call answers again until one of the part's own
+ * calls has been answered (`begun`), unless the next call is the one that is `expected`. */
 const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t handle, bool begun,
                                     const recording_entry *expected, bool &again);
 

@@ -54,7 +54,7 @@ void run_timer(modem *m) {
 std::atomic<modem *> the_modem = nullptr;
 std::mutex switch_lock; /* held while the modem is switched on; guards the two variables below */
 bool refused = false;
-const modem *parents_modem = nullptr; /* in a child of fork; only members that never change are read */
+const modem *parents_modem = nullptr; /* set in a child of fork only; only members that never change are read */
 
 /* The modem of a child of fork goes on with its parent's scenario. */
 std::unique_ptr<modem> make_modem() {
@@ -82,7 +82,8 @@ void forget_parent() {
 
 [[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
-/* Switches the modem on and returns it. There is a scenario: without one nobody would have got a service object. */
+/* Switches the modem on and returns it. Switching on cannot fail here: the callers have a service object, and nobody
+ * gets one without a scenario. */
 modem &modem_in_use() {
     modem_switch_on();
     return *the_modem;

@@ -33,8 +33,8 @@ std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
              {nr5g, info.nr5g_sig.snr}}};
 }
 
-/* Whether the client has to be told: since it was told last, a watched metric has changed by its threshold or more, or
- * has come up. */
+/* Whether the client has to be told. It has to be when a watched metric has a value now, and either had none when the
+ * client was told last, or has changed since by its threshold or more. */
 bool worth_telling(const modem_client &client, const zeb_nas_sig_info &info) {
     const auto now = metrics_of(info);
     const auto told = metrics_of(client.told_sig_info);

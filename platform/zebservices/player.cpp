@@ -97,7 +97,7 @@ struct running_callback {
     const recording_entry *entry;
     uint64_t peer;
     double since_us;       /* awake_us when the delivery was made */
-    bool given_up = false; /* no line waits for this callback any more */
+    bool given_up = false; /* runs for too long: lines are played without waiting for its end */
 };
 
 struct player {
@@ -130,11 +130,11 @@ struct player {
     double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
     double settles_us = 0;     /* awake_us at the last delivery, or end of a callback */
     bool was_delivery = false; /* the last answer or delivery was a delivery */
-    size_t position = 0;       /* the highest line of the calls answered so far; kept calls do not count */
+    size_t position = 0;       /* the highest line of the answered calls; kept calls do not count */
 };
 
 player *the_player = nullptr;
-const player *parents_player = nullptr; /* in a child of fork; never looked at */
+const player *parents_player = nullptr; /* set in a child of fork only, so that leak checkers find the object */
 
 double rate(const player &p) {
     return p.speed > 0 ? p.speed : 1;
