@@ -84,21 +84,19 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // The likely values are almost used up. Take the next free value from a random place in the range on. It may be a
-    // value that was seen. The original itself is taken only when no other value is free.
+    // The likely values are almost used up. Take the next free value from a random place in the range on: one that was
+    // not seen, or else any other than the original.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
-    uint64_t value = any(random);
-    bool original_is_free = false;
-    for (uint64_t tried = 0; tried <= r.last - r.first; tried++) {
-        if (!s.given.contains(value)) {
-            if (value != original) {
+    for (const bool seen_too : {false, true}) {
+        uint64_t value = any(random);
+        for (uint64_t tried = 0; tried <= r.last - r.first && tried <= s.given.size() + s.seen.size() + 1; tried++) {
+            if (!s.given.contains(value) && value != original && (seen_too || !s.seen.contains(value))) {
                 return value;
             }
-            original_is_free = true;
+            value = value == r.last ? r.first : value + 1;
         }
-        value = value == r.last ? r.first : value + 1;
     }
-    return original_is_free ? original : value;
+    return original; // every other value of the range is given
 }
 
 uint64_t replace(identities &all, space_id space, uint64_t value) {
