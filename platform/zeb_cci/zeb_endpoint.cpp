@@ -30,6 +30,7 @@ zeb_client_handle table_add(const std::shared_ptr<zeb_endpoint> &endpoint) {
         table = new endpoint_table{{}, parents_table};
     }
     // A handle is a number cast to a pointer. No number is used twice, so a stale handle never names a new endpoint.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr)
     auto *const handle = reinterpret_cast<zeb_client_handle>(last_handle + 16);
     table->in_use.emplace(handle, endpoint);
     last_handle += 16;
