@@ -35,6 +35,7 @@ std::string faults;
 std::string in_child(const std::function<void()> &body) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
+    EXPECT_TRUE(fault_settle()); // a thread that counts calls at the fork would leave its lock held in the child
     const pid_t child = fork();
     if (child == 0) {
         alarm(120);
