@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 #include <sys/wait.h>
+#include <mutex>
 #include <thread>
 #include <unistd.h>
 
@@ -319,19 +320,27 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
                                  send_line("400000", "id=0x0011 status=0 timeout=1 req=1:07 resp=3:61");
     const char *early = ":7: the first call that comes too early: request 0x0011, before the program had dealt "
                         "with the indication of line 4\n";
+    enum class other { IDLE, WORKS, WAITS_FOR_LOCK }; // what another thread does until the call has been answered
     const struct {
         int callback_ms, pause_ms; // how long the callback takes, and from its beginning to the call
-        bool works;                // another thread works until the call has been answered
+        other thread;
         const char *said;
-    } CASES[] = {
-        {1000, 300, false, early}, {0, 10, true, early}, {0, 300, false, "; indications and events: 1 delivered\n"}};
+    } CASES[] = {{1000, 300, other::IDLE, early},
+                 {0, 10, other::WORKS, early},
+                 {0, 10, other::WAITS_FOR_LOCK, early},
+                 {0, 300, other::IDLE, "; indications and events: 1 delivered\n"}};
     for (const auto &c : CASES) {
         const auto body = [&c] {
             heard h;
             zeb_client_handle client = nullptr;
-            std::atomic<bool> works = c.works;
-            std::thread worker([&works] {
+            std::atomic<bool> works = c.thread == other::WORKS;
+            std::mutex held; // by the thread that makes the call
+            std::unique_lock hold(held);
+            std::thread worker([&] {
                 while (works) {
+                }
+                if (c.thread == other::WAITS_FOR_LOCK) {
+                    std::lock_guard wait(held);
                 }
             });
             h.pause_ms = c.callback_ms;
@@ -342,6 +351,7 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
             usleep(static_cast<useconds_t>(c.pause_ms) * 1000);
             EXPECT_EQ(ask(client, 0x11, 7), "0a");
             works = false;
+            hold.unlock();
             worker.join();
         };
         // On a busy machine the pauses are longer now and then, but not each time.
