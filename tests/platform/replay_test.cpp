@@ -10,9 +10,9 @@
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
+#include <mutex>
 #include <sstream>
 #include <sys/wait.h>
-#include <mutex>
 #include <thread>
 #include <unistd.h>
 
