@@ -13,10 +13,10 @@
 namespace {
 
 enum {
-    TRIES = 5, /* how often a round is tried at most, until other processes do not disturb it */
+    TRIES = 5, /* a repetition that other processes disturbed is measured again, up to this number of times in all */
 };
 
-/* The value below which the given share of the repetitions lies. */
+/* The value below which `percent` percent of the values lie. */
 template <int percent> double quantile(const std::vector<double> &values) {
     std::vector<double> sorted = values;
     std::sort(sorted.begin(), sorted.end());
@@ -49,21 +49,22 @@ processor_time processor_now() {
     return {(user + nice + system) / ticks, seconds(own.ru_utime) + seconds(own.ru_stime)};
 }
 
-/* Whether other processes ran for more than a twentieth of the time since `before`. The kernel counts in hundredths of
- * a second, so the result is exact enough only after a tenth of a second. */
+/* Whether other processes used more processor time since `before` than a twentieth of `elapsed_s`. The kernel counts
+ * the time of all processes in steps of 10 ms, so 10 ms more are allowed. An `elapsed_s` below 0.1 is too short for a
+ * useful result. */
 bool disturbed(const processor_time &before, double elapsed_s) {
     const processor_time now = processor_now();
     return (now.all - before.all) - (now.own - before.own) > elapsed_s / 20 + 0.01;
 }
 
-/* Prints a row as soon as it is complete. */
+/* Prints each row of the table as soon as the measurements of the row are complete. */
 struct table_reporter : benchmark::BenchmarkReporter {
     bool ReportContext(const Context &) override {
         return true;
     }
 
     void ReportRuns(const std::vector<Run> &runs) override {
-        std::map<std::string, std::map<std::string, double>> counters; /* by statistic and counter */
+        std::map<std::string, std::map<std::string, double>> counters; /* counters[statistic][name] */
         for (const Run &run : runs) {
             for (const auto &[counter, value] : run.counters) {
                 counters[run.aggregate_name][counter] = value.value;

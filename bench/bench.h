@@ -1,6 +1,6 @@
-/* Rows of the benchmark table. Each row is a Google Benchmark of many repetitions. A repetition is one round of the
- * measured code, and then one round of the code to compare with. So both meet the same changes of the machine's
- * speed. */
+/* Rows of the benchmark table. A row either compares two pieces of code, or shows a single number. A comparison
+ * consists of many repetitions. Each repetition runs one round of the module's code and one round of the code to
+ * compare with, one directly after the other, so that a change of the machine's speed affects both rounds alike. */
 #ifndef BENCH_H
 #define BENCH_H
 
@@ -14,23 +14,26 @@ inline double bench_ns_since(bench_clock::time_point start) {
     return std::chrono::duration<double, std::nano>(bench_clock::now() - start).count();
 }
 
-/* One round; returns its result for one operation, normally nanoseconds. */
+/* Runs one round, which is usually many operations. For bench_compare, returns the nanoseconds that one operation took.
+ * For bench_number, returns the number to show. */
 using bench_round = std::function<double()>;
 
 enum bench_sense {
-    BENCH_TIME, /* ratio: ours / theirs */
-    BENCH_RATE, /* ratio: theirs / ours, since a round returns ns an operation and not a rate */
+    BENCH_TIME, /* the ratio is our time / their time */
+    BENCH_RATE, /* the ratio is our rate / their rate; it is calculated from the times as their time / our time */
 };
 
-/* A row with the median of the rounds' ratios. The texts stand in the table; `reach` tells what the ratio should be. */
+/* Adds a row with the ratio between `ours` and `theirs` that `sense` defines: the median and the quartiles of `rounds`
+ * repetitions. The texts `what`, `against` and `reach` are printed in the row; `reach` says which ratio is wanted. */
 void bench_compare(const std::string &what, const std::string &against, bench_sense sense, const std::string &reach,
                    bench_round ours, bench_round theirs, int rounds = 41);
 
-/* A row with a plain number, measured once. */
+/* Adds a row that shows a single number, in the unit `unit`. `measure` runs once and returns this number. */
 void bench_number(const std::string &what, const std::string &against, const std::string &unit,
                   const std::string &reach, bench_round measure);
 
-/* Runs the rows and prints them as the lines of a Markdown table. Returns the exit status. */
+/* Measures the rows that were added, and prints each as a line of a Markdown table. Returns the program's exit
+ * status. */
 int bench_run(int argc, char **argv);
 
 #endif

@@ -1,5 +1,5 @@
-/* The client's console on a pipe, compared with a program that reads the same lines with fgets and prints the same
- * text. */
+/* The client's console on a pipe, compared with a program that reads the same lines with fgets and prints texts of the
+ * same length. */
 #include "bench.h"
 #include "cpe_dm_client.h"
 
@@ -16,11 +16,12 @@ enum {
     LINES = 20000,
 };
 
-/* A line that asks the module for nothing: the client reads the line and prints its menu, and does nothing else. */
+/* A line without a number. The client reads the line, prints that the line is invalid and prints its menu. It does not
+ * call the module. */
 const char option_line[] = "# signal values of both technologies, then the cell locks\n";
 
-/* Runs the reader with standard input on a pipe that carries the lines, and with standard output on the null device.
- * Returns nanoseconds a line. */
+/* Runs `reader` with a pipe as standard input and the null device as standard output. The pipe carries LINES copies of
+ * option_line. Returns the nanoseconds per line. */
 double play(void (*reader)()) {
     std::string text;
     for (int i = 0; i < LINES; i++) {
@@ -59,7 +60,8 @@ void client() {
     cpe_dm_client_run("no such file");
 }
 
-/* For each line, makes as many writes as the client, with as many characters in each. */
+/* The program to compare with. For each line it makes the same number of writes as the client, with nearly the same
+ * number of characters in each write. */
 void plain() {
     setvbuf(stdout, nullptr, _IONBF, 0);
     clearerr(stdin);

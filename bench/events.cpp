@@ -1,5 +1,6 @@
-/* A burst of signal indications, from the framework's callback to the user's callback. The burst is compared with its
- * necessary parts, each measured alone: the queue's burst, decoding, and allocating and releasing the records. */
+/* Measures a burst of signal indications, from the call of the framework's callback to the last call of the user's
+ * callback. The time is compared with the sum of three times that are measured alone: a burst of commands through the
+ * queue, decoding, and allocating and releasing the records. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "cpe_dm_cmdq.h"
@@ -26,7 +27,7 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
     }
 }
 
-/* Indication number i: an LTE RSRP that has changed. */
+/* The indication with number `i`. Its LTE RSRP differs from that of the indication before. */
 zeb_nas_sig_info indication(int i) {
     zeb_nas_sig_info info = {};
     info.lte_sig_info_valid = 1;
@@ -34,8 +35,8 @@ zeb_nas_sig_info indication(int i) {
     return info;
 }
 
-/* Runs `play` on a thread, as the framework would, and waits until the last delivery. Returns nanoseconds a delivery.
- */
+/* Runs `play`, which sends BURST indications or commands, on a new thread in place of the framework's thread. Waits
+ * until the last indication or command was delivered. Returns the nanoseconds per delivery. */
 template <typename F> double burst(F play) {
     delivered = 0;
     const auto start = bench_clock::now();
@@ -57,7 +58,7 @@ double events() {
 
 cpe_dm_cmdq queue;
 
-/* The queue's part of a burst. The commands come from the heap, as in the rows of bench_queue. */
+/* Measures a burst through the queue alone. Each command is allocated on the heap, as in bench_queue. */
 double queue_alone() {
     cpe_dm_cmdq_init(&queue, INT32_MAX);
     const double ns = burst([] {
@@ -76,8 +77,8 @@ double queue_alone() {
     return ns;
 }
 
-/* Decodes, and allocates the message, the command's data and the user's record. The measurement of the queue covers the
- * command and the list's node. */
+/* Measures decoding, and the allocation and release of the message, the command's data and the user's record. The
+ * allocations of the command and of the list node are part of queue_alone. */
 double decode_and_allocate() {
     const auto start = bench_clock::now();
     for (int i = 0; i < BURST; i++) {
@@ -87,7 +88,7 @@ double decode_and_allocate() {
                                   sizeof(info));
         void *records[] = {message, calloc(1, 2 * sizeof(void *)), calloc(1, sizeof(cpe_dm_info))};
         for (void *&record : records) {
-            // Keeps the compiler from leaving out an allocation that nobody reads.
+            // Keeps the compiler from removing an allocation whose memory is never read.
             __asm__ volatile("" : "+r"(record) : : "memory");
             free(record);
         }

@@ -1,6 +1,6 @@
-/* What the module holds on the heap after many events and many initialisations, and what an event allocates. Bytes in
- * use are the C library's count. The count is exact when the library keeps no spare chunks for each thread: run with
- * GLIBC_TUNABLES=glibc.malloc.tcache_count=0. */
+/* Measures by how many bytes the module's heap use grows during many events and during many initialisations, and how
+ * many allocations one event makes. mallinfo2 gives the bytes in use. Its count is exact only when the C library caches
+ * no freed chunks per thread: run with GLIBC_TUNABLES=glibc.malloc.tcache_count=0. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"
@@ -41,7 +41,8 @@ void init() {
     }
 }
 
-/* Waits for the deliveries after every 50 events, so that the queue stays short. */
+/* Sends `count` indications to the module. After every 50, waits until all of them were delivered, so that the queue
+ * stays short. */
 void play_events(int count) {
     for (int i = 1; i <= count; i++) {
         zeb_nas_sig_info info = {};

@@ -1,5 +1,5 @@
-/* How long an indication waits while operations come without a pause, and how long an operation waits while indications
- * do. */
+/* Measures how long an indication waits for its delivery while threads call operations without a pause, and how many
+ * deliveries an operation waits for while indications come without a pause. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"
@@ -15,7 +15,7 @@ namespace {
 
 enum {
     RUNS = 5,
-    STORM = 100000, /* indications in a run */
+    STORM = 100000, /* indications in one run of deliveries_before_an_operation */
 };
 
 constexpr auto RUN_TIME = std::chrono::milliseconds(1500);
@@ -34,13 +34,13 @@ void answer_slowly(uint32_t, uint32_t) {
     std::this_thread::sleep_for(answer_time);
 }
 
-/* One operation, which sends two requests. */
+/* Calls one operation of the module, which sends two requests to the platform. */
 void ask() {
     cpe_dm_info info = {CPE_DM_INFO_TYPE_REQUEST, CPE_DM_METRIC_LTE_RSRP, 0, {}, 0};
     cpe_dm_get_info(handle, &info);
 }
 
-/* An LTE RSRP that differs from the last. */
+/* Sends the module an indication whose LTE RSRP differs from that of the indication before. */
 void indicate() {
     static bool odd;
     odd = !odd;
@@ -55,7 +55,8 @@ double median(std::vector<double> values) {
     return values[values.size() / 2];
 }
 
-/* The longest that an indication waited in one run, in microseconds. */
+/* Sends indications during RUN_TIME while `threads` threads call operations without a pause. Returns the longest time
+ * that an indication waited for its delivery, in microseconds. */
 double longest_wait(int threads) {
     std::atomic<bool> over{false};
     std::vector<std::thread> asking;
@@ -96,7 +97,8 @@ double median_of_longest_waits(int threads, std::chrono::milliseconds answers) {
     return median(longest);
 }
 
-/* Deliveries between the call of an operation and its first request, while indications come without a pause. */
+/* Returns the highest number of deliveries between the call of an operation and the first request of the operation,
+ * while indications come without a pause. */
 double deliveries_before_an_operation() {
     static int at_request;
     std::vector<double> waited;

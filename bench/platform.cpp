@@ -32,7 +32,8 @@ struct answers {
     zeb_nas_nr5g_cell_lock_list_resp nr5g_lock;
 };
 
-/* A box in service: two carriers with two codewords each, four locked cells, four locked ARFCNs. */
+/* The answers of a modem in service. CQI: two carriers with two codewords each, for LTE and for NR 5G. Cell locks: four
+ * LTE cells and four NR 5G ARFCNs. */
 answers make_answers() {
     answers a = {};
     a.cell.lte_intra_valid = 1;

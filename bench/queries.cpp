@@ -1,6 +1,6 @@
-/* cpe_dm_get_info for one metric of each group, compared with the least work that it has to do: the same requests,
- * and the same log lines formatted with their own formats. The requests and the lines are learnt from a call of the
- * module. */
+/* Compares cpe_dm_get_info with the least work that the call has to do: to send the same requests and to format the
+ * same log lines. The requests and the log lines are learnt from a call of cpe_dm_get_info. Each row of the table
+ * measures one metric. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "diag_msg.h"
@@ -19,7 +19,8 @@ enum {
     LINE_SIZE = 512,
 };
 
-/* A line that a query logs. All arguments of the module's lines are integers, or text for %s. */
+/* A log line of the module: the format string and its arguments. Each argument is an integer, or a pointer for %s or
+ * %p. */
 struct line {
     const char *fmt;
     int cnt;
@@ -80,7 +81,7 @@ int32_t get(uint32_t id) {
 }
 
 lesson learn(uint32_t id) {
-    get(id); // the first call also does the work that is done only once
+    get(id); // the first call also does one-time work, which must not be learnt
     lesson l;
     learning = &l;
     bench_on_request = learn_exchange;
@@ -94,7 +95,7 @@ lesson learn(uint32_t id) {
 }
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the module's own formats
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the format strings are those of the module
 void format(const line &l, char *text) {
     switch (l.cnt) {
     case 0:
@@ -140,7 +141,8 @@ double module(uint32_t id) {
 
 } // namespace
 
-/* The module's log formats every line with one of these two functions; the build's options decide which. */
+/* The linker redirects calls of vsnprintf and __vsnprintf_chk to the __wrap_ functions below, which learn the module's
+ * log lines. The build options decide which of the two functions the module's log calls. */
 extern "C" {
 int __real_vsnprintf(char *text, size_t size, const char *fmt, va_list args);
 int __real___vsnprintf_chk(char *text, size_t size, int flag, size_t room, const char *fmt, va_list args);

@@ -1,5 +1,5 @@
-/* The command queue compared with queues that could stand in its place: a burst of commands, and the hand-over of one
- * command to a thread that sleeps. */
+/* The command queue, compared with queues that could replace it. Measured are a burst of commands, and the hand-over of
+ * one command to a sleeping thread. */
 #include "bench.h"
 #include "cpe_dm_cmdq.h"
 
@@ -24,7 +24,8 @@ enum {
     HAND_OVERS = 400,
 };
 
-/* A queue with one thread that runs its commands. */
+/* The functions of one of the compared queues. `start` also starts the thread that runs the queue's commands, and
+ * `stop` ends this thread. */
 struct queue_ops {
     void (*start)();
     void (*send)(cpe_dm_cmd *cmd);
@@ -51,7 +52,7 @@ void module_stop() {
     cpe_dm_cmdq_deinit(&cmdq);
 }
 
-/* A queue made of a std::deque. A null command ends the thread; `slot` below does the same. */
+/* A queue made of a std::deque, a mutex and a condition variable. A null command ends the queue's thread. */
 struct {
     std::mutex mutex;
     std::condition_variable ready;
@@ -88,7 +89,7 @@ void plain_stop() {
     plain.thread.join();
 }
 
-/* GLib's queue, which takes no null: the command `end` ends the thread. */
+/* GLib's queue. It does not accept null pointers, so the command `end` is sent to end the thread. */
 struct {
     GAsyncQueue *queue;
     std::thread thread;
@@ -114,7 +115,8 @@ void glib_stop() {
     g_async_queue_unref(glib.queue);
 }
 
-/* One command behind a mutex and a condition variable: no queue at all. */
+/* A slot for a single command instead of a queue. The mutex guards the slot, and the thread waits on the condition
+ * variable. A null command ends the thread. */
 struct {
     pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
     pthread_cond_t ready = PTHREAD_COND_INITIALIZER;
@@ -160,7 +162,8 @@ const queue_ops plain_queue = {plain_start, plain_send, plain_stop};
 const queue_ops glib_queue = {glib_start, glib_send, glib_stop};
 const queue_ops slot_queue = {slot_start, slot_send, slot_stop};
 
-/* Each command of a burst counts itself, on the thread that runs it. The last command releases the semaphore. */
+/* The number of commands of the current burst that have run. The queue's thread adds 1 for each command, and releases
+ * the semaphore after the last command. */
 int executed;
 std::binary_semaphore all_executed{0};
 
@@ -180,7 +183,8 @@ cpe_dm_cmd *new_cmd() {
     return cmd;
 }
 
-/* Sends a burst. Returns nanoseconds a command, counted from the first sending until the last command has run. */
+/* Sends a burst from `producers` threads. Returns the nanoseconds per command, from the start of the sending until the
+ * last command has run. */
 double burst(const queue_ops &queue, int producers) {
     executed = 0;
     queue.start();
@@ -216,8 +220,8 @@ void acknowledge(cpe_dm_cmd *, void *) {
     handed_over.release();
 }
 
-/* The given percentile of the time from the sending of a command to its start, in nanoseconds. A pause before each
- * command lets the queue's thread go to sleep. */
+/* Measures the time from the sending of a command to the start of its execution, HAND_OVERS times. Returns the given
+ * percentile of these times, in nanoseconds. A pause before each command lets the queue's thread go to sleep. */
 double hand_over(const queue_ops &queue, int percent) {
     std::vector<double> ns;
     cpe_dm_cmd cmd = {arrive, acknowledge, nullptr};

@@ -1,5 +1,6 @@
-/* What recording costs a query, and an indication up to the user's callback. The platform costs nothing, and the
- * recorder is switched on or off. A process has one recording, so every round is a process of its own. */
+/* Measures how much more time a query takes with recording than without, and how much more an indication takes on its
+ * way to the user's callback. The platform takes almost no time. The recorder is switched on or off only when a process
+ * starts, so each round runs in a new process. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"
@@ -59,7 +60,8 @@ double measure(double (*round)()) {
 
 constexpr const char *ROUNDS[] = {"queries", "events"};
 
-/* Runs one round in a new process, because the recorder reads its settings only when the recorder is loaded. */
+/* Runs one round and writes its result to the descriptor `result`. Called in the process that in_a_process started for
+ * this round. Returns the exit status of the process. */
 int run_round(const std::string &round, int result) {
     const double ns = measure(round == ROUNDS[0] ? queries : events);
     return write(result, &ns, sizeof(ns)) == sizeof(ns) ? 0 : 1;

@@ -1,4 +1,5 @@
-/* The tool with the virtual modem: how soon the tool answers, and what it costs to watch. */
+/* Measures the command-line tool with the virtual modem: the time until the tool has answered and ended, and the
+ * processor time that the tool's command `watch` uses. */
 #include "bench.h"
 
 #include <algorithm>
@@ -15,7 +16,8 @@ enum {
     STARTS = 41,
 };
 
-/* Runs the tool with its results on the null device. Returns the processor time that the tool took, in seconds. */
+/* Runs the tool with the arguments `words` and with standard output on the null device. Returns the processor time that
+ * the tool used, in seconds. */
 template <typename... Words> double run(Words... words) {
     const char *const args[] = {CPE_DM_TOOL_PROGRAM, words..., nullptr};
     const pid_t child = fork();
@@ -36,7 +38,8 @@ template <typename... Words> double run(Words... words) {
     return seconds(used.ru_utime) + seconds(used.ru_stime);
 }
 
-/* The time from the start of the tool to its end, in microseconds: the median of STARTS runs. */
+/* The time that the tool takes to get one metric, from its start to its end, in microseconds: the median of STARTS
+ * runs. */
 double first_answer() {
     double times[STARTS];
     for (double &time : times) {
@@ -48,7 +51,8 @@ double first_answer() {
     return times[STARTS / 2];
 }
 
-/* The processor time of watch, in millionths of a core; the tool's start and end are included. */
+/* The processor time that the tool's command `watch` uses, in millionths of the elapsed time (one processor core in
+ * full use is 1000000). The start and the end of the tool are included. */
 double watching(const char *interval, const char *rows) {
     const auto start = bench_clock::now();
     return run("watch", "-i", interval, "-n", rows) / (bench_ns_since(start) * 1e-9) * 1e6;

@@ -24,7 +24,8 @@ static const char *const menu[] = {
     "10. CPE DM Options Usage",
 };
 
-/* Async-signal-safe. _exit loses no text, as standard output is unbuffered. */
+/* The handler of SIGTERM. It calls only _exit, which is async-signal-safe. _exit loses no text, because standard output
+ * is unbuffered. */
 static void end_program(int /*signal*/) {
     _exit(0);
 }
@@ -62,9 +63,9 @@ struct console_input {
     size_t end;
 };
 
-/* Reads the next block. Returns false at the end of the input, or when the input cannot be read. Reads again after a
- * signal. Another process that shares the descriptor may have made it non-blocking; this function waits for input all
- * the same. */
+/* Waits for input and reads the next block. Returns false at the end of the input and on a read error. After a signal
+ * the wait goes on. The descriptor may be non-blocking, since another process that shares it may have set O_NONBLOCK;
+ * the function then waits with poll. */
 static bool read_block(console_input &input) {
     ssize_t len = 0;
     while ((len = read(STDIN_FILENO, input.block, sizeof(input.block))) < 0) {
@@ -88,10 +89,10 @@ static int read_char(console_input &input) {
     return static_cast<unsigned char>(input.block[input.next++]);
 }
 
-/* Reads up to the next newline, which is dropped, or until the buffer is full. The rest of a longer line is read as the
- * next line. Returns false when there is nothing left to read. Sets *ended at the end of the input, even if a last line
- * without a newline was read. The caller then reads no more: a terminal would give more input even after an end of
- * input. */
+/* Reads one line, and drops its newline. If the buffer is full before the newline, the next call reads the remainder of
+ * the line. Returns false when no input is left. Sets *ended to whether the end of the input was reached, which can
+ * also happen after a last line without a newline. Once *ended is true, the caller must not call again: a terminal can
+ * give more input after an end of input. */
 static bool read_console_line(console_input &input, char *line, size_t size, bool *ended) {
     size_t len = 0;
     int c = 0;
@@ -103,8 +104,8 @@ static bool read_console_line(console_input &input, char *line, size_t size, boo
     return len > 0 || !*ended;
 }
 
-/* Parses and dispatches one line, and prints a message when the line fails. A line without numbers fails, unless
- * empty_ok. */
+/* Parses one line and performs its option. If the parsing or the option fails, prints a message and returns false. A
+ * line without numbers fails too, unless `empty_ok` is true. */
 static bool run_line(char *line, bool empty_ok) {
     cpe_dm_client_values values = {};
     const bool parsed = cpe_dm_client_parse(line, &values) == 0;

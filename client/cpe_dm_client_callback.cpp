@@ -38,8 +38,8 @@ static void print_ind(const cpe_dm_info *info) {
     }
 }
 
-/* Each of the next functions prints one property of a neighbour, of either technology. `nbr` is the number of the
- * neighbour, from 0. */
+/* Each of the functions print_nbr_... prints one property of a neighbour, which is an LTE or an NR 5G cell. `nbr` is
+ * the index of the neighbour in its list, from 0. */
 static void print_nbr_freq(int nbr, uint32_t earfcn) {
     cpe_dm_client_print("CPE DEMO APP CALLBACK - Neighbor #%d : Frequency[%u]\n", nbr, earfcn);
 }
@@ -148,7 +148,8 @@ void cpe_dm_client_callback(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*us
         return;
     }
     const cpe_dm_client_owned<cpe_dm_info> owner(info);
-    // Only the value type tells whether the value points to a neighbour record, and of which technology.
+    // info->value is a union. Only info->value_type tells whether the union holds a pointer to neighbour data, and
+    // whether the neighbours are LTE or NR 5G cells.
     const cpe_dm_client_owned<cpe_dm_lte_nbr_info> lte(
         info->value_type == CPE_DM_VALUE_LTE_NBR_INFO ? info->value.lte_nbr_info : nullptr);
     const cpe_dm_client_owned<cpe_dm_nr5g_nbr_info> nr5g(

@@ -9,12 +9,12 @@
 #include <cstring>
 #include <iterator>
 
-/* The handle of the last registration; 0 before the first. A deregistration does not clear it: the module itself
- * refuses a stale handle. */
+/* The handle of the last registration; null before the first registration. A deregistration does not clear the handle:
+ * the module itself refuses a stale handle. */
 static cpe_dm_hndl client_hndl;
 
-/* Returns false when the token is not a number from its start to its end. A number beyond 32 bits becomes the nearest
- * 32-bit limit, on machines with a long of 32 bits and of 64 bits. */
+/* Parses a decimal number. Returns false when the token is not entirely a number. A number outside the range of int32_t
+ * becomes the nearest limit of that range, whether `long` has 32 or 64 bits. */
 static bool parse_number(const char *token, uint32_t *number) {
     char *end = nullptr;
     const long parsed = strtol(token, &end, 10);
@@ -78,7 +78,7 @@ static int32_t do_set_ind(const cpe_dm_client_values *values) {
     cpe_dm_client_print("CPE DEMO APP : Set LTE/5G [%s] indication information.\n", name);
     if (values->count == 3) {
         info.value_type = CPE_DM_VALUE_INT64;
-        info.value.i64_val = values->value[2]; // unsigned: -1 becomes 4294967295
+        info.value.i64_val = values->value[2]; // converted as an unsigned number: an entered -1 becomes 4294967295
         cpe_dm_client_print("CPE DEMO APP : Set LTE/5G [%s] indication with value[%d].\n", name,
                             static_cast<int32_t>(values->value[2]));
     }
@@ -243,7 +243,7 @@ static int32_t do_usage(const cpe_dm_client_values * /*values*/) {
     return 0;
 }
 
-/* The options, from option 1 on. Each option checks how many values it was given. */
+/* The function of each option; index 0 is option 1. A function that needs arguments checks how many it was given. */
 static int32_t (*const client_options[])(const cpe_dm_client_values *values) = {
     do_register,     do_deregister, do_set_ind,       do_get_ind_cnt, do_get_ind_list,
     do_clr_ind_list, do_get_info,   do_get_info_list, do_set_info,    do_usage,

@@ -61,7 +61,8 @@ static void print_lte_locks(const char *name, const cpe_dm_lte_cell_lock_list *l
     }
 }
 
-/* Shows only a lock to a list of frequencies. A lock to one cell is reported as no list. */
+/* Prints the frequencies to which the modem is locked for NR 5G. When the modem is locked to one NR 5G cell instead,
+ * prints that there is no list. */
 static void print_nr5g_locks(const char *name, const cpe_dm_nr5g_cell_lock_list *locks) {
     print_heading(name);
     if (!locks->arfcn_identity_valid) {
@@ -104,7 +105,7 @@ void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_res
     case CPE_DM_METRIC_NR5G_CELL_LOCK_LIST:
         print_nr5g_locks(name, &results->nr5g_locks);
         break;
-    default: // other serving cell metrics; a neighbour metric has no result here
+    default: // the other serving-cell metrics; for a neighbour metric there is nothing to print
         if (info->id >= CPE_DM_METRIC_LTE_EARFCN && info->id <= CPE_DM_METRIC_NR5G_TX_POWER) {
             cpe_dm_client_print("[%s] - %lld\n", name, static_cast<long long>(info->value.i64_val));
         }

@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/* The result records, for metrics that need one. To be zeroed before a request. */
+/* Memory for the results that do not fit into a cpe_dm_info. Must be zeroed before a request. */
 struct cpe_dm_client_results {
     cpe_dm_lte_cqi_info lte_cqi;
     cpe_dm_nr5g_cqi_info nr5g_cqi;
@@ -14,12 +14,12 @@ struct cpe_dm_client_results {
     cpe_dm_nr5g_cell_lock_list nr5g_locks;
 };
 
-/* Turns *info, a zeroed record, into a request for the metric with this ID. Afterwards *info may point into
- * *results. */
+/* Fills *info as a request for the metric `id`. *info must be zeroed before the call. If the metric needs a result
+ * record, *info points into *results afterwards. */
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results);
 
-/* Prints the result of a successful request; prints nothing for a metric without a result. When the request was part of
- * a list (`listed`), a lack of LTE cell locks is printed with another text. */
+/* Prints the result of a successful request. Prints nothing for a metric that has no result in *info. `listed` is true
+ * for a metric of a list request; the text for an empty list of LTE cell locks is then a different one. */
 void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed);
 
 #endif

@@ -7,17 +7,18 @@
 #include <cstring>
 #include <poll.h>
 
-/* Reports on standard error, the first time only, that standard output cannot be written. */
+/* Reports on standard error that standard output cannot be written. Does this for the first failure only. */
 static void tell_lost_output(int error) {
     static std::atomic<bool> told;
     if (!told.exchange(true)) {
         fprintf(stderr, "cpe_dm_client: standard output cannot be written, what is printed is lost: %s\n",
-                strerror(error)); // NOLINT(concurrency-mt-unsafe): constant texts
+                strerror(error)); // NOLINT(concurrency-mt-unsafe): the texts are constants
     }
 }
 
-/* Writes the text, or the part of it that can be written. Writes again after a signal. Another process that shares the
- * descriptor may have made it non-blocking; this function waits for room all the same. */
+/* Writes the text. Gives up on a write error, and the remaining text is lost. After a signal the writing goes on. The
+ * descriptor may be non-blocking, since another process that shares it may have set O_NONBLOCK; the function then waits
+ * with poll. */
 static void write_text(const char *text, size_t len) {
     while (len > 0) {
         const size_t written = fwrite(text, 1, len, stdout);

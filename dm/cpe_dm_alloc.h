@@ -1,4 +1,4 @@
-/* Heap records: zero-filled, owned by a scope until they are handed over. */
+/* Allocation of zero-filled records on the heap, and the pointer type that owns such a record. */
 #ifndef CPE_DM_ALLOC_H
 #define CPE_DM_ALLOC_H
 
@@ -13,7 +13,7 @@ struct cpe_dm_deleter {
 
 template <typename T> using cpe_dm_owned = std::unique_ptr<T, cpe_dm_deleter>;
 
-/* A zero-filled T, or null. */
+/* Returns a zero-filled T, or null when there is no memory. */
 template <typename T> cpe_dm_owned<T> cpe_dm_alloc() {
     return cpe_dm_owned<T>(static_cast<T *>(calloc(1, sizeof(T))));
 }

@@ -1,4 +1,4 @@
-/* Counts that came from the modem. */
+/* A limit for counts that the modem sends. */
 #ifndef CPE_DM_BOUNDED_H
 #define CPE_DM_BOUNDED_H
 
@@ -6,8 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/* A count of list entries that came from the modem, cut to the room of the modem's list. When the entries are copied,
- * also cut to the room of the copy. */
+/* Limits a number of list entries that the modem sent: returns `count`, but at most `room`, the capacity of the modem's
+ * list. When the entries are copied to another list, `room_of_copy` is the capacity of that list, and is a limit
+ * too. */
 inline uint32_t cpe_dm_bounded(uint32_t count, size_t room, size_t room_of_copy = SIZE_MAX) {
     return static_cast<uint32_t>(std::min<size_t>(count, std::min(room, room_of_copy)));
 }

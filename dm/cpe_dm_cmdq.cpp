@@ -51,9 +51,9 @@ int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
     return -1;
 }
 
-/* Blocks signals for the calling thread and for threads that it creates from now on, so that signals go to the
- * program's own threads. Only the signals by which the kernel reports a fault of the thread itself are not blocked.
- * Returns false (logged) on failure. */
+/* Blocks signals in the calling thread, and stores the previous signal mask in *previous. A thread that is created now
+ * inherits the mask, so signals go to the program's own threads. Signals that report a fault of the thread itself
+ * (SIGSEGV and the others in the list) stay unblocked. Returns false (logged) on failure. */
 static bool block_signals(sigset_t *previous) {
     sigset_t blocked;
     sigfillset(&blocked);
@@ -68,8 +68,8 @@ void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_init: Bad Param cmdq NULL");
         return;
     }
-    // `running` is set here and not by the new thread. The new thread may first run after a stop request, and would
-    // then undo the request.
+    // `running` is set before the thread is created. If the new thread set `running`, the thread could do so after a
+    // stop request, and would undo the request.
     std::atomic_ref(cmdq->running).store(1);
     pthread_t thread;
     sigset_t previous;
@@ -92,15 +92,15 @@ static void append(cpe_dm_cmdq *cmdq, cpe_dm_dll_node *node, cpe_dm_cmd *cmd) {
     set_count(cmdq, cmdq->count + 1);
 }
 
-/* Takes back the command that was appended last. Called with the mutex held. The command's node belongs to the caller
+/* Removes the command that was appended last. Called with the mutex held. The command and its node belong to the caller
  * again. */
 static void drop_last(cpe_dm_cmdq *cmdq) {
     cpe_dm_dll_delete_node(cmdq->head, &cmdq->tail, cmdq->tail);
     set_count(cmdq, cmdq->count - 1);
 }
 
-/* Takes the oldest command out of the queue. Called with the mutex held. Returns the command's node, which is the
- * caller's from here on; null when the queue is empty. */
+/* Removes the oldest command from the queue and stores it in *cmd. Called with the mutex held. Returns the command's
+ * node, which then belongs to the caller, or null when the queue is empty. */
 static cpe_dm_dll_node *unlink_first(cpe_dm_cmdq *cmdq, cpe_dm_cmd **cmd) {
     void *data = nullptr;
     cpe_dm_dll_node *node = cpe_dm_dll_dequeue(cmdq->head, &cmdq->tail, &data);
@@ -125,7 +125,7 @@ int32_t cpe_dm_cmdq_enq(cpe_dm_cmdq *cmdq, cpe_dm_cmd *cmd) {
         CPE_DM_LOG_INFO("Command queue exceeds configured maximum! %d > %d\n", count, cmdq->max);
     }
     // Nodes are allocated here without the mutex, and the command thread releases them without the mutex. So no thread
-    // waits for the mutex while another is inside calloc or free.
+    // waits for the mutex while another thread is inside calloc or free.
     cpe_dm_owned<cpe_dm_dll_node> node(cpe_dm_dll_init(nullptr));
     if (!node) {
         CPE_DM_LOG_ERROR("Failed to insert into cmdq\n");
@@ -164,15 +164,16 @@ cpe_dm_cmd *cpe_dm_cmdq_deq(cpe_dm_cmdq *cmdq) {
     return cmd;
 }
 
-/* Waits for a command or a stop request. Called with the mutex held. A stop request is made under the mutex too. So a
- * request before the wait is seen here, and a later request ends the wait. */
+/* Waits for a command or a stop request. Called with the mutex held. A stop request is made with the mutex held too. So
+ * a request before the wait is seen by is_running, and a later request ends the wait. Returns false (logged) when the
+ * wait fails. */
 static bool wait_for_work(cpe_dm_cmdq *cmdq) {
     return !is_running(cmdq) ||
            CPE_DM_SUCCEEDS(pthread_cond_wait(&cmdq->cond, &cmdq->mutex), "pthread_cond_wait failed:");
 }
 
-/* Runs a command that was taken out of the queue, and releases it. `status` is the status of this turn so far; after a
- * failure the command is only released. */
+/* Runs a command that was taken out of the queue, and releases it. `status` is -1 when unlocking the mutex has failed:
+ * the command is then released without being run. Returns `status`, or -1 when the command cannot be run. */
 static int32_t run_cmd(cpe_dm_cmd *cmd, int32_t status) {
     if (status == 0 && cmd->execute_f == nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_main: NULL for cmd->execute_f");
@@ -185,7 +186,8 @@ static int32_t run_cmd(cpe_dm_cmd *cmd, int32_t status) {
     return status;
 }
 
-/* One turn of the command thread: runs the oldest command, or waits when there is none. */
+/* One pass of the command thread's loop: runs the oldest command, or waits when the queue is empty. Returns -1 after an
+ * error, which ends the thread. */
 static int32_t run_next(cpe_dm_cmdq *cmdq) {
     if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
         return -1;
@@ -224,8 +226,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // The caller waits for the end of the thread if `running` is 0. So `running` may stay 0 only if the thread is
-    // certain to see the 0. Each step that fails is tried once more.
+    // When `running` is 0 after this call, the caller waits for the thread to end. So `running` must not stay 0 unless
+    // the thread is certain to see the 0. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");
@@ -259,8 +261,8 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
     return CPE_DM_SUCCEEDS(pthread_join(cmdq->thread, nullptr), "pthread_join failed:") ? 0 : -1;
 }
 
-/* Returns when the thread, which was asked to stop, will not touch the record again. This holds even when the thread
- * cannot be joined. */
+/* Waits until the thread, which was asked to stop, no longer uses the record. If the thread cannot be joined, waits for
+ * the field `ended` instead. */
 static void wait_for_end(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_cmdq_join_thread(cmdq) == 0) {
         return;
@@ -305,7 +307,7 @@ int32_t cpe_dm_cmdq_flush(cpe_dm_cmdq *cmdq) {
     if (!CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:")) {
         return -1;
     }
-    // The nodes are cut off the queue under the mutex, and released without it.
+    // The nodes are unlinked with the mutex held, and released after the mutex is unlocked.
     cpe_dm_dll_node *node = cmdq->head->next;
     cmdq->head->next = nullptr;
     cmdq->tail = cmdq->head;

@@ -1,19 +1,19 @@
-/* The indications that the user has set. */
+/* The table of the indications that the user has set with cpe_dm_set_ind_info. */
 #ifndef CPE_DM_IND_TABLE_H
 #define CPE_DM_IND_TABLE_H
 
 #include <cstdint>
 
-/* A threshold that the user set for one serving-cell metric. */
+/* The indication of one serving-cell metric: the user's threshold, and the value delivered last. */
 struct cpe_dm_ind_threshold {
-    uint8_t valid;      /* the indication is set */
-    uint16_t delta;     /* change after which the modem reports the metric */
-    int32_t last_value; /* last value given to the user; 0 when the entry is set or cleared */
+    uint8_t valid;      /* 1 when the user has set the indication */
+    uint16_t delta;     /* threshold: the change of the metric after which the modem reports */
+    int32_t last_value; /* value delivered to the user last; reset to 0 when the user sets or clears the indication */
 };
 
-/* The indication table. */
+/* The indication table: one entry for each indication that a user can set. */
 struct cpe_dm_nas_ind_info {
-    uint8_t reg_status; /* the registration status indication is set */
+    uint8_t reg_status; /* 1 when the user has set the registration status indication */
     cpe_dm_ind_threshold lte_rsrp;
     cpe_dm_ind_threshold lte_rsrq;
     cpe_dm_ind_threshold lte_sinr;

@@ -11,11 +11,11 @@
 
 cpe_dm_state_record cpe_dm_state;
 
-/* Set while the thread runs the user's callback. */
+/* Whether this thread is running the user's callback. */
 static thread_local bool in_callback;
 
-/* Who made the state of the module: this process, or its parent before a fork. STATE_RENEWED_NOW: a thread of the child
- * is replacing the parent's state by a new one. */
+/* Which process created the contents of cpe_dm_state. STATE_OWN: this process. STATE_OF_PARENT: the parent, and this
+ * process is its child by fork. STATE_RENEWED_NOW: a thread of the child is replacing the parent's contents. */
 enum { STATE_OWN, STATE_OF_PARENT, STATE_RENEWED_NOW };
 static std::atomic<int> state_owner;
 
@@ -38,8 +38,9 @@ static void note_child() {
     state_owner = STATE_OF_PARENT;
 }
 
-/* The checks before the lock in every operation. Refuses a call from the callback, because the call would wait for a
- * lock that its own thread holds. Makes sure that a later fork is noticed. */
+/* The checks that every operation makes before it takes the lock. Refuses a call from the user's callback, because the
+ * thread that runs the callback holds the lock and would wait for itself. Installs, once in a process, the handler by
+ * which the module notices that it runs in a child of fork. */
 static int32_t may_enter(const char *operation) {
     static std::atomic<bool> forks_are_noted;
     if (in_callback) {
@@ -72,8 +73,8 @@ int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hnd
     return CPE_DM_SUCCESS;
 }
 
-/* A thread adds itself to `posters` before it reads `initialized`, and adds to the queue only if `initialized` is set.
- * So once `initialized` is clear and `posters` is 0, no thread adds to the queue. */
+/* A thread adds 1 to `posters` before it reads `initialized`, and adds its command to the queue only if `initialized`
+ * is set. So once `initialized` is 0 and `posters` is 0, no thread adds a command to the queue. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     posters++;
     const bool initialized = cpe_dm_is_initialized();
@@ -85,8 +86,8 @@ int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd) {
     return status;
 }
 
-/* Waits until no thread adds to the queue. Called with `initialized` clear, so that no thread begins to. The command
- * thread still takes commands from the queue. */
+/* Waits until no thread is adding a command to the queue. Called after `initialized` was set to 0, so no further thread
+ * begins to add a command. The command thread still takes commands from the queue. */
 static void wait_for_posters() {
     while (posters != 0) {
         cpe_dm_pause();
@@ -99,16 +100,16 @@ void cpe_dm_call_user(cpe_dm_info *record) {
     in_callback = false;
 }
 
-/* Zeroes the state, except for two fields that are zero already: `initialized`, which other threads read, and the
- * queue, which is down. */
+/* Zeroes the state, except for two fields that are zero already: `initialized`, which other threads may be reading, and
+ * `cmdq`, since the queue is down. */
 static void clear_state() {
     cpe_dm_state.hndl = nullptr;
     constexpr size_t rest = offsetof(cpe_dm_state_record, user_data);
     memset(reinterpret_cast<char *>(&cpe_dm_state) + rest, 0, sizeof(cpe_dm_state) - rest);
 }
 
-/* Takes the queue down. Lets the lock go meanwhile, because the command thread may need the lock to finish its command.
- * On success the lock is held again. */
+/* Ends the command thread and releases the queue. Releases the lock meanwhile, because the command thread may need the
+ * lock to finish its command. On success the lock is held again. */
 static int32_t take_down_queue(cpe_dm_guard &guard) {
     cpe_dm_take_down_begin();
     int32_t status = cpe_dm_unlock(guard);
@@ -128,10 +129,10 @@ static int32_t take_down_queue(cpe_dm_guard &guard) {
     return CPE_DM_SUCCESS;
 }
 
-/* Makes the module anew in a child of fork. The child must not clean up its copy of the parent's state: a release of
- * handles would be made in the parent's name. Also, other threads of the parent may have been using the mutexes, the
- * conditions and the queue at the fork. So the copy is left behind as it is. Other threads of the child wait here until
- * the state is new. */
+/* In a child of fork, replaces the state that was copied from the parent by an empty state. In any other process does
+ * nothing. The copied state is discarded without releasing anything: the handles in it belong to the parent, and at the
+ * fork other threads of the parent may have been using the mutexes, the conditions and the queue. If several threads of
+ * the child call this function, one replaces the state and the others wait until that is done. */
 static void renew_in_child() {
     int of_parent = STATE_OF_PARENT;
     if (state_owner.compare_exchange_strong(of_parent, STATE_RENEWED_NOW)) {
@@ -148,8 +149,8 @@ static void renew_in_child() {
     }
 }
 
-/* Connects, asks for the network status and starts the queue, in this order. When a step fails, the steps before it are
- * undone. */
+/* Connects to the modem's service, asks for the network status and starts the queue, in this order. When a step fails,
+ * the connection is released. */
 static int32_t bring_up() {
     int32_t status = cpe_dm_zeb_nas_init();
     if (status != CPE_DM_SUCCESS) {
@@ -173,7 +174,7 @@ static int32_t bring_up() {
 static cpe_dm_hndl draw_handle() {
     int number = 0;
     while (number == 0) {
-        number = rand(); // NOLINT(concurrency-mt-unsafe): called under the lock; compared for equality only
+        number = rand(); // NOLINT(concurrency-mt-unsafe): called under the lock; a handle may be predictable
     }
     return reinterpret_cast<cpe_dm_hndl>(static_cast<uintptr_t>(number)); // NOLINT(performance-no-int-to-ptr): opaque
 }
@@ -197,7 +198,7 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
         CPE_DM_LOG_ERROR("Diagnostic monitor module already initialized!!");
         return CPE_DM_ERR_ALREADY_INITIALIZED;
     }
-    // A de-initialisation that failed half-way has left the queue running.
+    // The queue is still up if an earlier cpe_dm_deinit failed half-way.
     if (cpe_dm_state.cmdq.head != nullptr) {
         status = take_down_queue(guard);
         if (status != CPE_DM_SUCCESS) {

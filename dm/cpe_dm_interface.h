@@ -1,4 +1,4 @@
-/* The module's state, and the entry check that lets an operation use the state. */
+/* The module's state, and the check that every operation makes before it uses the state. */
 #ifndef CPE_DM_INTERFACE_H
 #define CPE_DM_INTERFACE_H
 
@@ -9,8 +9,8 @@
 
 #include <cstdint>
 
-/* The one state record. cpe_dm_lock guards it, except for two fields: `initialized` is atomic, and the queue guards
- * itself while it is up. */
+/* The type of the module's state, of which there is one instance. cpe_dm_lock guards all its fields except two:
+ * `initialized` is atomic, and `cmdq` has its own mutex while the queue is up. */
 struct cpe_dm_state_record {
     cpe_dm_hndl hndl; /* handle of the registered user; 0 while there is none */
     cpe_dm_cmdq cmdq;
@@ -18,15 +18,15 @@ struct cpe_dm_state_record {
     void *user_data;
     cpe_dm_user_cb user_cb_fn;
     cpe_dm_nas_ind_info ind_info;
-    uint8_t lte_scan_request; /* a scan was asked for, and its result has not come yet */
-    uint8_t lte_scan_ongoing; /* the modem accepted the request for the scan */
-    uint8_t lte_nbr_earfcn;   /* this field and the next five: the scan was asked for this metric */
+    uint8_t lte_scan_request; /* 1 while an LTE scan is requested and its result has not come yet */
+    uint8_t lte_scan_ongoing; /* 1 from the modem's acceptance of the LTE scan until the result of the scan comes */
+    uint8_t lte_nbr_earfcn; /* this field and the next five: 1 when the user asked for this metric of LTE neighbours */
     uint8_t lte_nbr_pci;
     uint8_t lte_nbr_cgi;
     uint8_t lte_nbr_plmn;
     uint8_t lte_nbr_rsrp;
     uint8_t lte_nbr_rsrq;
-    uint8_t nr5g_scan_request; /* the same fields for NR 5G */
+    uint8_t nr5g_scan_request; /* the nr5g_ fields mean the same for NR 5G as the lte_ fields mean for LTE */
     uint8_t nr5g_scan_ongoing;
     uint8_t nr5g_nbr_earfcn;
     uint8_t nr5g_nbr_pci;
@@ -41,24 +41,26 @@ enum {
 
 extern cpe_dm_state_record cpe_dm_state;
 
-/* The entry check of every public operation but cpe_dm_init. `operation` is the operation's name for the log. Refuses a
- * call from the callback or in a child of fork, takes the lock in its turn, and returns
+/* The check at the start of every public operation except cpe_dm_init. `operation` is the name of the operation for the
+ * log. `args_valid` tells whether the arguments other than the handle are valid. Waits for the operation's turn and
+ * takes the lock, but refuses a call from the user's callback, and a call in a child of fork that has not called
+ * cpe_dm_init. Returns
  *   CPE_DM_SUCCESS              the operation may go on;
- *   CPE_DM_ERR_INVALID_PARAM    hndl is not the current handle, or args_valid is false; not logged here;
- *   CPE_DM_ERR_NOT_INITIALIZED  logged;
- *   CPE_DM_ERR_FAILURE          called from the callback, or the lock could not be taken; logged.
- * In a child of fork the parent's lock and handle mean nothing. There a handle of 0 or a false args_valid gives
- * CPE_DM_ERR_INVALID_PARAM, and everything else CPE_DM_ERR_NOT_INITIALIZED. */
+ *   CPE_DM_ERR_INVALID_PARAM    `hndl` is not the current handle, or `args_valid` is false; not logged here;
+ *   CPE_DM_ERR_NOT_INITIALIZED  the module is not initialised; logged;
+ *   CPE_DM_ERR_FAILURE          called from the callback, or a thread primitive failed; logged.
+ * Such a child of fork does not take the lock and cannot check the handle. In the child a null `hndl` or a false
+ * `args_valid` gives CPE_DM_ERR_INVALID_PARAM, and any other call CPE_DM_ERR_NOT_INITIALIZED. */
 int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hndl, bool args_valid);
 
-/* This process is a child of fork, and cpe_dm_init has not been called in it. */
+/* Whether this process is a child of fork in which cpe_dm_init has not been called yet. */
 bool cpe_dm_in_child();
 
-/* `initialized`, read from any thread. */
+/* Whether the module is initialised. Callable from any thread, without the lock. */
 bool cpe_dm_is_initialized();
 
 /* Hands a command to the command thread; callable from any thread, without the lock. Returns 0, or -1 when the module
- * is not initialised (logged) or the queue refused the command; the command then stays the caller's. A
+ * is not initialised (logged) or the queue refused the command. After -1 the command still belongs to the caller. A
  * de-initialisation waits until no thread is inside this function before it takes the queue down. */
 int32_t cpe_dm_queue_cmd(cpe_dm_cmd *cmd);
 

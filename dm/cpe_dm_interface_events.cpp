@@ -59,9 +59,9 @@ static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
     return record;
 }
 
-/* Reports a signal value when its indication is set and the value is valid and differs from the last value reported.
- * The caller names the type T, so that a value of another type does not compile. Returns false (logged) when memory ran
- * out. */
+/* Delivers a signal value to the user if the indication is set, the value is valid and the value differs from the value
+ * delivered last. The caller names T, the type of the modem's field; if that type changes, the call no longer compiles.
+ * Returns false (logged) when memory ran out. */
 template <std::signed_integral T>
 static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std::same_as<T> auto value) {
     if (!entry.valid || valid != 1 || value == entry.last_value) {
@@ -79,8 +79,8 @@ static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std:
     return true;
 }
 
-/* Reports the signal values in the order of the calls below, and stops at the first value for which there is no
- * memory. */
+/* Delivers the signal values in the order of the calls below. Stops at the first value for which no record can be
+ * allocated. */
 static void process_sig_info(const zeb_nas_sig_info &info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication is reported here");
     cpe_dm_nas_ind_info &set = cpe_dm_state.ind_info;
@@ -106,8 +106,8 @@ static void process_reg_status(const uint32_t *reg_status) {
     cpe_dm_call_user(record.release());
 }
 
-/* Copies as many PLMNs as both lists have room for, and returns their number. Copies field by field, so that the
- * padding between the fields stays zero. */
+/* Copies `len` PLMNs, but at most as many as each of the two lists can hold. Returns the number of copied PLMNs. Copies
+ * field by field, so that the padding between the fields stays zero. */
 template <size_t N, size_t M>
 static uint32_t copy_plmns(const zeb_nas_plmn (&from)[N], uint32_t len, cpe_dm_plmn (&to)[M]) {
     const uint32_t count = cpe_dm_bounded(len, N, M);
@@ -255,7 +255,7 @@ static void process_nr5g_scan(const zeb_nas_scan_result_ind &scan) {
     }
 }
 
-/* Called under the lock. */
+/* Processes an indication of the modem. Called with cpe_dm_lock held. */
 static void process_msg(const zeb_async_data &msg) {
     switch (msg.zeb_msg_id) {
     case ZEB_NAS_SIG_INFO_IND:

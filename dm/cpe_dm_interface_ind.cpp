@@ -34,7 +34,8 @@ static cpe_dm_ind_threshold *find_entry(cpe_dm_nas_ind_info &ind_info, uint32_t 
     }
 }
 
-/* Writes the IDs of the indications that are set, in the order of list_order; returns their number. */
+/* Fills `ids` with the IDs of the indications that the user has set, in the order of list_order. Returns the number of
+ * these IDs. */
 static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
     cpe_dm_nas_ind_info &ind_info = cpe_dm_state.ind_info;
     uint32_t count = 0;
@@ -47,7 +48,8 @@ static uint32_t list_set(uint32_t (&ids)[CPE_DM_IND_CNT]) {
     return count;
 }
 
-/* Registers the candidate table with the modem. If the modem accepts the candidate, it becomes the module's table. */
+/* Registers the indications of `candidate` with the modem. If the registration succeeds, `candidate` becomes the
+ * module's indication table. */
 static int32_t commit(const cpe_dm_nas_ind_info &candidate) {
     const int32_t status = cpe_dm_zeb_nas_register_ind(&candidate);
     if (status == CPE_DM_SUCCESS) {
@@ -101,8 +103,9 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     uint32_t ids[CPE_DM_IND_CNT];
     uint32_t count = 0;
     const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
-    // A wrong handle gets the log line of cpe_dm_get_ind_cnt, and then the list is not tested. In a child of fork every
-    // handle but 0 counts as right, so there the list can be tested at once.
+    // A wrong handle is logged with the text of cpe_dm_get_ind_cnt, and a wrong list with the text below. Therefore
+    // cpe_dm_enter tests the handle alone, and the list is tested afterwards. In a child of fork cpe_dm_enter tests the
+    // list too: there it accepts every handle except null, and never returns CPE_DM_SUCCESS.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

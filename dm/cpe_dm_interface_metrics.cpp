@@ -9,10 +9,10 @@
 #include <concepts>
 #include <iterator>
 
-/* One neighbour metric, and the two flags in the state that mark it: a scan of its technology is requested, and this
- * metric is asked for. */
+/* A neighbour metric, and two flags in cpe_dm_state that a request for the metric sets: `request` asks for a scan of
+ * the metric's technology, and `metric` asks for this metric in the response to the scan. */
 struct nbr_row {
-    uint32_t id; /* cpe_dm_metric_id */
+    uint32_t id; /* a cpe_dm_metric_id */
     uint8_t cpe_dm_state_record::*request;
     uint8_t cpe_dm_state_record::*metric;
 };
@@ -43,15 +43,15 @@ static const nbr_row *find_nbr(uint32_t id) {
     return nullptr;
 }
 
-/* Stores a value of type T, widened to 64 bits. The caller names the type T, so that a value of another type does not
- * compile. */
+/* Stores a value as a 64-bit integer. The caller names T, the type of the modem's field; if that type changes, the call
+ * no longer compiles. */
 template <std::integral T> static int32_t give(cpe_dm_info &info, std::same_as<T> auto value) {
     info.value.i64_val = static_cast<int64_t>(value);
     info.value_type = CPE_DM_VALUE_INT64;
     return CPE_DM_SUCCESS;
 }
 
-/* Stores the bytes of an identity, one byte in each list entry. */
+/* Stores a PLMN ID or a TAC, three bytes, as a list with one byte in each entry. */
 static int32_t give_bytes(cpe_dm_info &info, const uint8_t (&bytes)[3]) {
     std::copy(std::begin(bytes), std::end(bytes), info.value.i64_list);
     info.value_type = CPE_DM_VALUE_INT64_LIST;
@@ -59,7 +59,8 @@ static int32_t give_bytes(cpe_dm_info &info, const uint8_t (&bytes)[3]) {
     return CPE_DM_SUCCESS;
 }
 
-/* Fills the caller's CQI record, of either technology, from the list of the modem's answer. */
+/* Fills the caller's CQI record from the first `len` entries of `cc_cqi`, the list in the modem's answer. Info is
+ * cpe_dm_lte_cqi_info or cpe_dm_nr5g_cqi_info. */
 template <typename Info, size_t N>
 static int32_t give_cqi(cpe_dm_info &dm_info, uint32_t len, const cpe_dm_nas_cc_cqi (&cc_cqi)[N]) {
     Info &info = *static_cast<Info *>(dm_info.value.cqi_info);
@@ -259,7 +260,7 @@ int32_t cpe_dm_mark_nbr_metric(uint32_t id) {
     return CPE_DM_SUCCESS;
 }
 
-/* Whether a scan is outstanding, so that a neighbour request is refused. The refusal is logged here. */
+/* Whether a scan is outstanding. If so, logs that the caller's neighbour request is refused. */
 static bool scan_outstanding() {
     if (!cpe_dm_state.lte_scan_request && !cpe_dm_state.nr5g_scan_request) {
         return false;
@@ -269,8 +270,9 @@ static bool scan_outstanding() {
     return true;
 }
 
-/* Requests one scan for all neighbour metrics among the records. Called under the lock. When the modem does not accept
- * the request, the flags in the state are set back, so that the next request is served. */
+/* Requests a scan for all neighbour metrics in the list `records`. Called with the lock held. If the modem does not
+ * accept the scan, restores the flags in the state. Otherwise the flags would make every later request fail with
+ * CPE_DM_ERR_SCAN_ONGOING. */
 static int32_t scan_neighbours(const cpe_dm_info *records, int32_t count) {
     if (scan_outstanding()) {
         return CPE_DM_ERR_SCAN_ONGOING;
@@ -302,7 +304,7 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
     const bool pci = dm_info->id == CPE_DM_METRIC_LTE_PCI || dm_info->id == CPE_DM_METRIC_NR5G_PCI;
     if (pci && network_status == CPE_DM_REG_LTE_NR5G) {
-        // Only the system information knows the PCI of an NR 5G cell that is attached to an LTE cell.
+        // The modem reports the PCI of an NR 5G cell that is attached to an LTE cell only in the system information.
         cpe_dm_nas_sys_info sys_info = {};
         status = cpe_dm_zeb_nas_get_sys_info(&sys_info, 0);
         if (status != CPE_DM_SUCCESS) {
@@ -316,7 +318,7 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     return cpe_dm_fill_info(dm_info, &cell_info);
 }
 
-/* Sends the query that fills a record of this type, and copies the metric from the record. */
+/* Calls `query`, which fills a record with the modem's answer, and copies the metric from the record to *dm_info. */
 template <typename Record> static int32_t get_from(cpe_dm_info *dm_info, int32_t (*query)(Record *record)) {
     Record record = {};
     const int32_t status = query(&record);
@@ -339,7 +341,7 @@ static bool has_result_record(const cpe_dm_info &info) {
     }
 }
 
-/* Answers a metric of the serving cells or of the cell locks, with the query whose record holds the metric. */
+/* Gets a metric of the serving cells or of the cell locks, by the query whose answer contains the metric. */
 static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     if (!has_result_record(*dm_info)) {
         return CPE_DM_ERR_INVALID_PARAM;
@@ -379,7 +381,7 @@ static int32_t get_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
 }
 
-/* Each status in which a technology is in service has a higher number than each status in which none is. */
+/* LTE or NR 5G is in service in CPE_DM_REG_LTE and in all statuses with a higher number. */
 static bool in_service(uint32_t network_status) {
     return network_status >= CPE_DM_REG_LTE;
 }
@@ -414,7 +416,8 @@ int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info) {
     return get_metric(dm_info, sys_info.network_status);
 }
 
-/* The entry check of a list operation. It is made again each time the lock was released in between. */
+/* The entry check of cpe_dm_get_info_list. The operation makes the check twice: at its start, and before the scan,
+ * because the lock is released in between. */
 static int32_t enter_list(cpe_dm_guard &guard, cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt) {
     const int32_t status =
         cpe_dm_enter(guard, "cpe_dm_get_info_list", hndl, dm_info_list != nullptr && dm_info_list_cnt > 0);
@@ -462,7 +465,7 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
         if (find_nbr(dm_info_list[i].id) == nullptr) {
             status = get_listed(hndl, &dm_info_list[i]);
         }
-        // A metric that does not exist is passed over.
+        // An ID that names no metric is skipped and does not end the list.
         if (status != CPE_DM_SUCCESS && status != CPE_DM_ERR_NOT_SUPPORTED) {
             return status;
         }
