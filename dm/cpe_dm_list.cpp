@@ -86,7 +86,7 @@ cpe_dm_dll_node *cpe_dm_dll_dequeue(cpe_dm_dll_node *node, cpe_dm_dll_node **tai
     return first;
 }
 
-/* False for a tail that cannot be the tail of a list: it is null or has a successor. */
+/* Whether *tail can be the last node of a list: `tail` and *tail are not null, and the node has no successor. */
 static bool tail_consistent(cpe_dm_dll_node *const *tail) {
     return tail != nullptr && *tail != nullptr && (*tail)->next == nullptr;
 }
@@ -111,7 +111,8 @@ cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail
     if (node == nullptr) {
         return nullptr;
     }
-    // The tail has a successor only if the comparison routine has linked a node behind it.
+    // tail_consistent saw no successor of *tail. There is one now only if the comparison routine has linked a node
+    // behind *tail.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));
@@ -125,8 +126,8 @@ void cpe_dm_dll_delete_node(const cpe_dm_dll_node *head, cpe_dm_dll_node **tail,
     if (head == nullptr || node == nullptr || !tail_consistent(tail)) {
         return;
     }
-    // The check above found no successor. Only another thread can have linked one since, and other threads must not use
-    // the list at the same time.
+    // tail_consistent saw no successor of *tail. There is one now only if another thread has linked a node behind
+    // *tail, although no two threads may use a list at the same time.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete_node: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));

@@ -11,24 +11,25 @@ pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 /* Broadcast when a thread that waits in wait_for_change may be able to go on. */
 static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
 
-/* Written under the lock, with one exception: a take-down that could not take the lock again clears this flag without
- * the lock. */
+/* True while the module is being taken down. Written with the lock held, with one exception: a take-down that could not
+ * take the lock again clears this flag without the lock. */
 static std::atomic<bool> taking_down;
 
-/* The turns of operations. An operation draws a ticket before it waits for the lock. `turn` is one more than the
- * highest ticket whose operation has begun. Between `turn` and a waiting ticket lie `ticket - turn` earlier tickets.
- * `gone` is subtracted from that number: it counts the tickets whose operations will never begin.
+/* The order of operations. An operation takes the next ticket before it waits for the lock. `turn` is one more than the
+ * highest ticket whose operation has begun. So `ticket - turn` tickets come before a waiting ticket. An operation that
+ * cannot take the lock gives up: it adds 1 to `gone`. So `ticket - turn - gone` operations come before a waiting
+ * operation.
  *
- * An operation that cannot take the lock gives up: it adds 1 to `gone`. An operation that begins moves `turn` past its
- * own ticket, and subtracts from `gone` the number of tickets that it passed over. Normally all of these were given up.
- * But a failed wait lets an operation begin before its turn. Then some of the tickets passed over belong to operations
- * that still wait, and too much was subtracted. Each of these overtaken operations adds 1 to `gone` when it begins. */
+ * An operation that begins moves `turn` past its own ticket, and subtracts from `gone` the number of tickets that
+ * `turn` passed over. This is right when the operations of all these tickets have given up. But an operation whose wait
+ * failed begins before its turn, and some of these tickets may belong to operations that still wait. Such an overtaken
+ * operation was subtracted from `gone` although it had not given up, and therefore adds 1 to `gone` when it begins. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */
 
 static std::atomic<bool> delivery_waiting;
-static uint32_t deliveries_in_a_row;   /* since the last operation began; guarded by the lock */
+static uint32_t deliveries_in_a_row;   /* deliveries since the last operation began; guarded by the lock */
 static std::atomic<uint32_t> sleepers; /* threads that wait for lock_changed */
 
 static void wake_sleepers() {
@@ -37,8 +38,9 @@ static void wake_sleepers() {
     }
 }
 
-/* Waits, with the lock released, until something has changed or a second has passed. The limit is there for a failed
- * broadcast, which delays a thread by a second at most. */
+/* Releases the lock, waits for a broadcast or for one second, and takes the lock again. The limit is there because a
+ * broadcast may fail: a thread that missed it goes on after a second at most. Returns -1 (logged) when the wait
+ * failed. */
 static int32_t wait_for_change() {
     timespec until = {};
     clock_gettime(CLOCK_REALTIME, &until);
@@ -49,7 +51,7 @@ static int32_t wait_for_change() {
     return error == ETIMEDOUT || CPE_DM_SUCCEEDS(error, "pthread_cond_timedwait failed:") ? 0 : -1;
 }
 
-/* How many operations with an earlier ticket have not begun yet. */
+/* The number of operations that have an earlier ticket and have not begun yet. */
 static int32_t operations_before(uint32_t ticket) {
     return static_cast<int32_t>(ticket - turn) - gone;
 }
@@ -89,7 +91,8 @@ int32_t cpe_dm_lock_operation(cpe_dm_guard &guard) {
         status = wait_for_change();
     }
     begin_operation(ticket);
-    // After a failed wait the operation goes on out of its turn, but never while the module is being taken down.
+    // After a failed wait the operation goes on before its turn. But while the module is being taken down, no operation
+    // may begin.
     return taking_down ? -1 : 0;
 }
 
@@ -124,8 +127,8 @@ cpe_dm_guard::~cpe_dm_guard() {
 
 void cpe_dm_take_down_begin() {
     taking_down = true;
-    // The command thread may be waiting for the turn of an operation, and this operation is now waiting for the end of
-    // the take-down.
+    // The command thread may be waiting for an operation to begin, and no operation begins before the take-down has
+    // ended. So the command thread is woken, and goes on without waiting for the operation.
     wake_sleepers();
 }
 
@@ -143,5 +146,5 @@ void cpe_dm_lock_renew() {
     turn = 0;
     delivery_waiting = false;
     sleepers = 0;
-    // The first operation of the child sets deliveries_in_a_row to 0.
+    // deliveries_in_a_row needs no reset here: the first operation of the child sets it to 0.
 }

@@ -1,8 +1,9 @@
 /* The module's lock, and the order in which waiting threads get the lock.
  *
- * Two kinds of users take the lock: operations, on any thread, and deliveries of events, on the command thread. An
- * operation holds the lock for as long as the modem takes to answer. With a bare mutex, a thread that calls one
- * operation after the other could keep all other threads out. Hence:
+ * The lock is taken by operations, on any thread, and by deliveries, on the command thread. A delivery is the
+ * processing of one event, with the call of the user's callback. An operation holds the lock for as long as the modem
+ * takes to answer. With a bare mutex, a thread that calls one operation after the other could keep all other threads
+ * out. Hence:
  *   - a delivery that waits goes before every operation that has not begun;
  *   - after CPE_DM_DELIVERIES_IN_A_ROW deliveries one operation that waits goes first;
  *   - operations go in the order in which they were called.
@@ -18,10 +19,11 @@ enum {
     CPE_DM_DELIVERIES_IN_A_ROW = 16,
 };
 
-/* Serialises all operations and deliveries. Default attributes; never destroyed. */
+/* Serialises all operations and deliveries. The mutex has default attributes and is never destroyed. */
 extern pthread_mutex_t cpe_dm_lock;
 
-/* Holds the lock from the call that takes it until cpe_dm_unlock or the end of the scope. */
+/* A scope guard of the lock. The functions below that take the lock set `held`. The destructor releases the lock if
+ * cpe_dm_unlock has not. */
 struct cpe_dm_guard {
     bool held = false;
     cpe_dm_guard() = default;
@@ -30,23 +32,30 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Take the lock. The first: for an operation, in its turn. The second: for a delivery, in its turn. The third: for the
- * thread that takes the module down, as soon as the lock is free. Return 0, or -1 (logged) when the caller must not go
- * on. When the wait for the turn fails (logged), the caller goes on out of turn. */
+/* Takes the lock for an operation when its turn has come. Returns 0, or -1 (logged) when the operation must not go on.
+ * When the wait for the turn fails (logged), the operation goes on before its turn, except during a take-down. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
+
+/* Takes the lock for a delivery when its turn has come. Returns 0, or -1 (logged) when the lock could not be taken.
+ * When the wait for the turn fails (logged), the delivery goes on before its turn. */
 int32_t cpe_dm_lock_delivery(cpe_dm_guard &guard);
+
+/* Takes the lock as soon as it is free, without waiting for a turn. Used by the thread that takes the module down.
+ * Returns 0, or -1 (logged) when the lock could not be taken. */
 int32_t cpe_dm_lock_now(cpe_dm_guard &guard);
 
-/* Releases the lock. A release that fails (logged) is tried once more. Returns -1 when both failed; the lock is then
- * still held. */
+/* Releases the lock if `guard` holds it. When the release fails (logged), tries once more. Returns -1 when this fails
+ * too; the lock is then still held. */
 int32_t cpe_dm_unlock(cpe_dm_guard &guard);
 
-/* Mark the beginning and the end of a take-down. The first is called with the lock held, the second with or without the
- * lock. */
+/* Begins a take-down: from now on no operation begins. Called with the lock held. */
 void cpe_dm_take_down_begin();
+
+/* Ends a take-down: operations may begin again. Called with or without the lock. */
 void cpe_dm_take_down_end();
 
-/* In a child of fork: makes the lock anew, free and without waiting threads, whatever its state in the parent was. */
+/* Called in a child of fork, where another thread of the parent may have held the lock. Initialises the lock anew: it
+ * is free, and no thread waits for it. */
 void cpe_dm_lock_renew();
 
 #endif

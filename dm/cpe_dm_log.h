@@ -12,7 +12,7 @@ enum {
 
 void cpe_dm_log_write(const diag_msg_desc *desc, const char *fmt, ...) __attribute__((format(printf, 2, 3)));
 
-/* The source file's name without its folders, computed at compile time. */
+/* The name of the current source file without its directories, computed at compile time. */
 #ifdef __FILE_NAME__
 #define CPE_DM_LOG_FILE __FILE_NAME__
 #else

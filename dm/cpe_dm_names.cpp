@@ -55,7 +55,7 @@ static const char *const async_rsp_names[] = {
 static_assert(std::size(async_rsp_names) == CPE_DM_ASYNC_RSP_CNT);
 
 struct status_row {
-    int32_t status; /* cpe_dm_status */
+    int32_t status; /* a cpe_dm_status */
     const char *text;
 };
 

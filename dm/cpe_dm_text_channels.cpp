@@ -4,8 +4,9 @@
 
 static constexpr uint32_t LTE_RASTER_KHZ = 100;
 
-/* One operating band: its number, its first and its last downlink channel number, and the frequency of its first
- * channel in units of 100 kHz. Channels are 100 kHz apart. The fields are packed to save memory in the box. */
+/* One LTE operating band: its number, its first and its last downlink channel number, and the frequency of its first
+ * channel in units of 100 kHz. Channels are 100 kHz apart. Bit fields keep the table small, because a modem box has
+ * little memory. */
 struct lte_band_row {
     uint64_t band : 8;
     uint64_t first : 20;
@@ -13,7 +14,7 @@ struct lte_band_row {
     uint64_t first_100khz : 16;
 };
 
-/* 3GPP TS 36.101, table 5.7.3-1. */
+/* The rows are those of 3GPP TS 36.101, table 5.7.3-1. */
 static constexpr lte_band_row lte_bands[] = {
     // clang-format off
     {1, 0, 599, 21100},
@@ -114,8 +115,8 @@ uint32_t cpe_dm_lte_khz(uint32_t earfcn) {
     return row != nullptr ? static_cast<uint32_t>(row->first_100khz + earfcn - row->first) * LTE_RASTER_KHZ : 0;
 }
 
-/* One part of the NR 5G channel raster: its first and its last channel number, the frequency of its first channel, and
- * the step from one channel to the next, both in kHz. */
+/* One range of NR 5G channel numbers whose frequencies are equally far apart: the first and the last channel number,
+ * the frequency of the first channel in kHz, and the distance between two neighbouring channels in kHz. */
 struct nr5g_raster_row {
     uint32_t first;
     uint32_t last;
@@ -123,7 +124,7 @@ struct nr5g_raster_row {
     uint32_t step_khz;
 };
 
-/* 3GPP TS 38.104, table 5.4.2.1-1. */
+/* The rows are those of 3GPP TS 38.104, table 5.4.2.1-1. */
 static constexpr nr5g_raster_row nr5g_raster[] = {
     {0, 599999, 0, 5},
     {600000, 2016666, 3000000, 15},

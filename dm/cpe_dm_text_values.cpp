@@ -8,7 +8,7 @@
 #include <cstring>
 
 char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_per_unit) {
-    // The magnitude is unsigned, as that of INT64_MIN does not fit into an int64_t.
+    // The magnitude is unsigned, because the magnitude of INT64_MIN does not fit into an int64_t.
     const uint64_t magnitude = count < 0 ? 0 - static_cast<uint64_t>(count) : static_cast<uint64_t>(count);
     const char *sign = count < 0 ? "-" : "";
     const int decimals = counts_per_unit >= 1000 ? 3 : counts_per_unit >= 100 ? 2 : counts_per_unit >= 10 ? 1 : 0;
@@ -22,8 +22,8 @@ char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_
 }
 
 char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz) {
-    // The count has 64 bits, as in cpe_dm_count_text: on a processor without division each width needs a routine of its
-    // own.
+    // `count` is 64-bit like the magnitude in cpe_dm_count_text, so that both are divided by the same library routine.
+    // A processor without a division instruction needs a separate library routine for each integer width.
     uint64_t count = khz;
     uint32_t counts_per_unit = 1000;
     while (counts_per_unit > 1 && count % 10 == 0) {
@@ -39,7 +39,8 @@ char *cpe_dm_plmn_text(char *text, size_t size, const cpe_dm_plmn *plmn) {
     return text;
 }
 
-/* Half of bytes[i], a number from 0 to 15: the lower half when `half` is 0, the upper half when it is 1. */
+/* Returns one of the two hexadecimal digits of the byte in bytes[i]: the low digit when `half` is 0, the high digit
+ * when `half` is 1. */
 static unsigned half_byte(const int64_t *bytes, int i, unsigned half) {
     return static_cast<unsigned>(bytes[i] >> (4 * half)) & 0xF;
 }
@@ -49,7 +50,7 @@ char *cpe_dm_plmn_bytes_text(char *text, size_t size, const int64_t *bytes) {
     const int len = snprintf(text, size, "%x%x%x-%x%x", half_byte(bytes, 0, 0), half_byte(bytes, 0, 1),
                              half_byte(bytes, 1, 0), half_byte(bytes, 2, 0), half_byte(bytes, 2, 1));
     const auto used = static_cast<size_t>(len);
-    if (third_mnc_digit != 0xF && used < size) { // 15 means that the MNC has only two digits
+    if (third_mnc_digit != 0xF && used < size) { // 0xF means that the MNC has only two digits
         snprintf(text + used, size - used, "%x", third_mnc_digit);
     }
     return text;
@@ -107,7 +108,7 @@ int cpe_dm_is_reported(const cpe_dm_info *info, uint32_t reg_status, int64_t nr5
     }
 }
 
-/* A text that grows entry by entry, with a blank between two entries. */
+/* A text buffer to which append adds. start_entry separates two entries by a space. */
 struct entries {
     char *text;
     size_t size;
@@ -202,7 +203,7 @@ char *cpe_dm_value_text(char *text, size_t size, const cpe_dm_info *info) {
         append(&to, "%s", cpe_dm_reg_status_name(info->value.u32_val));
         break;
     case CPE_DM_VALUE_INT64:
-        if (info->id == CPE_DM_METRIC_NR5G_CGI) { // all 64 bits, unsigned
+        if (info->id == CPE_DM_METRIC_NR5G_CGI) { // an unsigned 64-bit identity
             append(&to, "%" PRIu64, static_cast<uint64_t>(info->value.i64_val));
         } else {
             cpe_dm_count_text(text, size, info->value.i64_val, metric->counts_per_unit);

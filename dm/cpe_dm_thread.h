@@ -1,19 +1,19 @@
-/* What the module's threads have in common. */
+/* Helpers for code that works with threads: a check of pthread calls, and a short sleep. */
 #ifndef CPE_DM_THREAD_H
 #define CPE_DM_THREAD_H
 
 #include "cpe_dm_log.h"
 
-/* Whether a call of a thread primitive returned 0. Otherwise logs `text` as an error. The macro logs, and not a
- * function, so that the log line names the place of the failed call. */
+/* True when `call`, a call of a pthread function, returned 0. Otherwise logs `text` as an error and is false. This is a
+ * macro and not a function, so that the log line names the source line of the failed call. */
 #define CPE_DM_SUCCEEDS(call, text)                                                                                    \
     ((call) == 0 || [] {                                                                                               \
         CPE_DM_LOG_ERROR(text);                                                                                        \
         return false;                                                                                                  \
     }())
 
-/* Sleeps for a millisecond. For loops that wait for another thread which has no means to signal that it is done. Unlike
- * a yield, a sleep lets threads of any priority run. */
+/* Sleeps for a millisecond. Used in a loop that waits for another thread which cannot signal that it is done. Unlike
+ * sched_yield, a sleep also lets threads of lower priority run. */
 void cpe_dm_pause();
 
 #endif

@@ -8,8 +8,8 @@
 #include <iterator>
 #include <utility>
 
-/* The versions of the service definition that the module is built against, and the number of discovered service
- * instances for which there is room. */
+/* The three versions name the service definition that the module is built against. NAS_SERVICE_INFO_MAX is the largest
+ * number of service instances that discovery can return here. */
 enum {
     NAS_IDL_MAJOR_VERSION = 1,
     NAS_IDL_MINOR_VERSION = 342,
@@ -20,14 +20,13 @@ enum {
 static zeb_client_handle zeb_nas_clnt_handle;
 static zeb_client_handle zeb_nas_notifier_handle;
 
-/* The OS-parameter block in which the notifier's signal lives. The notifier uses the block until the notifier is
- * released. A notifier that can never be released may use its block for ever. So there is a second, spare block for the
- * next notifier. */
+/* The memory in which the platform keeps the signal of a notifier. A notifier uses one of the two blocks until the
+ * notifier is released. If a notifier can never be released, the next notifier gets the second block. */
 static zeb_cci_os_params zeb_nas_os_params[2];
-static size_t zeb_nas_block; /* the block in use */
+static size_t zeb_nas_block; /* the index of the block in use */
 
 /* A notifier that could not be released after a failed connection; null when there is none. This notifier still uses
- * the current block, so no other notifier may be created on that block. */
+ * the block zeb_nas_block, so no other notifier may be created on that block. */
 static zeb_client_handle zeb_nas_lost_notifier;
 
 zeb_client_handle cpe_dm_zeb_nas_client() {
@@ -72,7 +71,7 @@ int32_t cpe_dm_zeb_nas_client_init() {
     return CPE_DM_SUCCESS;
 }
 
-/* Waits until the service is present. Returns the number of its instances. */
+/* Waits until the service is present. Returns the number of service instances. */
 static uint32_t nas_wait_for_service(zeb_service_object service) {
     uint32_t num_services = 0;
     int32_t status = zeb_client_get_service_list(service, nullptr, nullptr, &num_services);
@@ -84,8 +83,8 @@ static uint32_t nas_wait_for_service(zeb_service_object service) {
     return num_services;
 }
 
-/* Releases a client handle, if there is one. A handle that was released becomes null. Returns the status of the
- * release. */
+/* Releases `handle` unless it is null. Sets it to null on success. Returns the status of the release; 0 for a null
+ * handle. */
 static int32_t nas_release_handle(zeb_client_handle &handle) {
     const int32_t status = handle != nullptr ? zeb_client_release(handle) : 0;
     if (status == 0) {
@@ -94,9 +93,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Makes sure that no notifier uses the current block. Releases the lost notifier, if there is one. If this release
- * fails, forgets the lost notifier and makes the spare block the current one. If this release fails while the spare
- * block is the current one already, returns CPE_DM_ERR_FAILURE. */
+/* Makes sure that no notifier uses the block zeb_nas_block, so that a new notifier can be created on that block. Tries
+ * to release the lost notifier. When the release fails, gives the notifier up and moves on to the second block. When
+ * the second block is in use already, returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {
@@ -112,7 +111,7 @@ static int32_t nas_settle_lost_notifier() {
     return CPE_DM_SUCCESS;
 }
 
-/* Takes the steps of connecting, up to the first step that fails. */
+/* Connects to the service. Stops at the first step that fails; the caller then releases the handles that exist. */
 static int32_t nas_connect() {
     const zeb_service_object service = nas_service_object();
     if (service == nullptr) {
@@ -127,8 +126,9 @@ static int32_t nas_connect() {
     status = zeb_client_notifier_init(service, &zeb_nas_os_params[zeb_nas_block], &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
-        // The call has created no notifier. If it has stored a handle all the same, the handle is released if possible
-        // and never counts as a lost notifier.
+        // A failed call creates no notifier. If the call has stored a handle nevertheless, one attempt is made to
+        // release the handle. A failure of this attempt is ignored: no notifier uses the block, so there is no lost
+        // notifier.
         nas_release_handle(zeb_nas_notifier_handle);
         zeb_nas_notifier_handle = nullptr;
         return CPE_DM_ERR_FAILURE;

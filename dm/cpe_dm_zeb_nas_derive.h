@@ -1,4 +1,5 @@
-/* The registration status that system information stands for. The module and zeb_recording share the rule. */
+/* Derives the registration status from a system information message. The module and the program zeb_recording share
+ * this rule. */
 #ifndef CPE_DM_ZEB_NAS_DERIVE_H
 #define CPE_DM_ZEB_NAS_DERIVE_H
 
@@ -6,8 +7,9 @@
 
 #include <cstdint>
 
-/* The status, a cpe_dm_reg_status. NR 5G in service outranks everything. Otherwise a status that follows from LTE
- * outranks a status that follows from NR 5G. Logs nothing, and keeps nothing. */
+/* Returns a cpe_dm_reg_status. If NR 5G is in service, LTE is not considered. Otherwise the status that follows from
+ * the service status of LTE is returned. If none follows from LTE, the status that follows from NR 5G is returned. Logs
+ * nothing and changes no state. */
 uint32_t cpe_dm_zeb_nas_derive(const zeb_nas_sys_info &info);
 
 #endif

@@ -9,15 +9,15 @@
 #include <iterator>
 #include <span>
 
-/* Sets the two fields one by one. Assigning a whole structure could copy its padding, which holds bytes of the stack,
- * into the request. */
+/* Copies the two fields one by one. A copy of the whole structure could also copy its padding, which holds bytes of the
+ * stack, into the request. */
 static void nas_set_threshold(zeb_nas_threshold &threshold, const cpe_dm_ind_threshold &entry) {
     threshold.valid = entry.valid;
     threshold.delta = entry.delta;
 }
 
-/* Sends the thresholds of the table. Only a failure of the transport is reported: the response, in which the service
- * may refuse the thresholds, is not looked at. */
+/* Sends the thresholds in ind_info. Only a failure of the transport is reported: the response, in which the service may
+ * refuse the thresholds, is not looked at. */
 static int32_t nas_config_sig_info(const cpe_dm_nas_ind_info &ind_info) {
     static_assert(CPE_DM_IND_CNT == 8, "a new indication with a threshold is set here");
     auto req = cpe_dm_alloc<zeb_nas_config_sig_info_req>();
@@ -67,7 +67,7 @@ int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info) {
     return nas_config_sig_info(*ind_info);
 }
 
-/* An indication as it came from the framework. */
+/* An indication as the framework passed it to the callback, still encoded. */
 struct nas_indication {
     zeb_client_handle client;
     uint32_t msg_id;

@@ -145,7 +145,8 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* Sends one transmit power request. Clears resp first. */
+/* Sends one transmit power request, and stores the response in `resp`. `resp` is cleared before, so no value of an
+ * earlier response is left. */
 static int32_t nas_request_tx_rx_info(uint32_t radio_if, zeb_nas_tx_rx_info_req &req, zeb_nas_tx_rx_info_resp &resp) {
     req.radio_if = radio_if;
     resp = {};
@@ -200,7 +201,8 @@ int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* Sends one CQI request. Clears resp first. */
+/* Sends one CQI request, and stores the response in `resp`. `resp` is cleared before, so no value of an earlier
+ * response is left. */
 static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &req, zeb_nas_cqi_info_resp &resp) {
     req.technology_valid = 1;
     req.technology = technology;
@@ -214,7 +216,7 @@ static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &r
     return CPE_DM_SUCCESS;
 }
 
-/* The next two functions copy the carriers of a technology, as many as there is room for, and log each copy. */
+/* Copies the CQI of the LTE carriers, as many as `cqi_info` has room for, and logs each copied CQI. */
 static void nas_copy_lte_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_info &cqi_info) {
     CPE_DM_LOG_INFO("LTE CQI info - lte_cc_cqi_len[%u]", resp.lte_cc_cqi_len);
     cqi_info.lte_cc_cqi_valid = resp.lte_cc_cqi_valid;
@@ -231,6 +233,7 @@ static void nas_copy_lte_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_i
     }
 }
 
+/* Copies the CQI of the NR 5G carriers, as many as `cqi_info` has room for, and logs each copied CQI. */
 static void nas_copy_nr5g_cqi(const zeb_nas_cqi_info_resp &resp, cpe_dm_nas_cqi_info &cqi_info) {
     CPE_DM_LOG_INFO("NR 5G CQI info - nr5g_cc_cqi_len[%u]", resp.nr5g_cc_cqi_len);
     cqi_info.nr5g_cc_cqi_valid = resp.nr5g_cc_cqi_valid;
@@ -262,7 +265,7 @@ int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info) {
         return CPE_DM_ERR_NO_MEMORY;
     }
     *cqi_info = {};
-    // When neither technology is in service, nothing is sent and the status stays a failure.
+    // When neither technology is in service, no request is sent, and this status is returned.
     status = CPE_DM_ERR_FAILURE;
     if (cpe_dm_zeb_nas_lte_in_service()) {
         status = nas_request_cqi_info(ZEB_NAS_CQI_LTE, *req, *resp);

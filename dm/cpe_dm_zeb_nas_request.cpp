@@ -4,8 +4,9 @@
 
 #include <cstddef>
 
-/* The sizes that the module expects of the platform's structures. If a size is another, the module does not compile,
- * and the error names the structure, its size and the expected size. */
+/* Checks at compile time that a structure of the platform's headers has the size that the module was written for. When
+ * the sizes differ, the compiler's error shows the template arguments: the structure's name, its size and the expected
+ * size. */
 template <typename message, size_t bytes_here, size_t bytes_expected> struct nas_bytes {
     static_assert(bytes_here == bytes_expected, "the platform's headers give this message another size than expected");
     static constexpr bool agreed = true;

@@ -7,23 +7,24 @@
  * Calling order: cpe_dm_init first; every other operation between a successful cpe_dm_init and cpe_dm_deinit;
  * cpe_dm_init again only after cpe_dm_deinit.
  *
- * Threads: every operation may be called from any thread. At any time the module either carries out one operation or
- * runs the callback once. Operations are carried out in the order in which they were called. An operation sends the
- * modem up to three requests. Until the last request is answered, other operations and events wait. This takes
- * milliseconds as a rule, and up to 50 s for each request that the modem does not answer. During cpe_dm_init
- * they wait for as long as cpe_dm_init waits for the modem. An event waits for one operation at most, however many
- * threads call operations. An operation waits for 16 events in a row at most. An operation that is called while
- * cpe_dm_deinit is in progress waits until cpe_dm_deinit has ended.
+ * Threads: every operation may be called from any thread. The module does one thing at a time: it carries out one
+ * operation, or it runs the callback. Operations are carried out in the order in which they were called. An operation
+ * sends the modem up to three requests, and other operations and events wait until the requests are answered.
+ * cpe_dm_get_info_list sends up to three requests for each record, and lets other operations and events go first
+ * between two records. The modem usually answers within milliseconds. An operation waits for an answer for 50 s at
+ * most. But cpe_dm_init waits for the modem without limit, and other operations wait meanwhile. An event waits for one
+ * operation at most, however many threads call operations. An operation waits for 16 events in a row at most. An
+ * operation that is called while cpe_dm_deinit is in progress waits until cpe_dm_deinit has ended.
  *
  * The module has one thread of its own, the command thread, which runs the callback. All signals are blocked in this
- * thread except those by which the kernel reports a fault of the thread itself. A program that is started from the
- * callback inherits this signal mask, and has to unblock the signals that it needs.
+ * thread except SIGABRT and the signals by which the kernel reports a fault of the thread itself, such as SIGSEGV. A
+ * program that is started from the callback inherits this signal mask, and has to unblock the signals that it needs.
  *
  * Fork: a registration belongs to the process that made it. In a child process every operation returns
  * CPE_DM_ERR_NOT_INITIALIZED until cpe_dm_init is called there; a handle of 0, a null argument, a count below 1 or a
  * record of the wrong info type still gives CPE_DM_ERR_INVALID_PARAM. cpe_dm_init in the child leaves the parent's
- * registration alone and makes a new registration, as far as the platform's libraries work in a child. So a daemon
- * registers after daemon(), not before.
+ * registration alone and makes a new registration, provided that the platform's libraries work in a child. So a daemon
+ * calls cpe_dm_init after daemon(), not before.
  *
  * Plug-ins: code that is going to be unloaded calls cpe_dm_deinit first. If dlclose unmaps the module while its command
  * thread still exists, the program crashes.
@@ -34,25 +35,28 @@
  *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of a registration whose cpe_dm_deinit failed half-way, or the
  *                               process is a child of fork;
  *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback.
- * Each operation lists the statuses that it may return besides these. Values are meaningful only when the status is 0.
+ * Each operation lists the statuses that it may return besides these. What an operation stores for the caller is valid
+ * only when the status is 0.
  *
  * Coverage: while neither LTE nor NR 5G is in service, a request for any metric but the registration status returns
- * CPE_DM_ERR_SERVICE_UNAVAILABLE. This is no fault: ask again later, or set the registration status indication and wait
- * for its event.
+ * CPE_DM_ERR_SERVICE_UNAVAILABLE. This is not an error: ask again later, or set the registration status indication and
+ * wait for its event.
  *
- * Restart: a restart of the modem is not announced. While the modem is away, every operation that asks it returns
- * CPE_DM_ERR_FAILURE, at once or when the request has run out of time. No event comes, and the response of a scan that
- * was outstanding never comes. The indications stay set in the module; whether the modem still knows of them after its
- * restart is up to the platform. So when operations keep returning CPE_DM_ERR_FAILURE:
+ * Restart: a restart of the modem is not announced. While the modem is away, every operation that sends the modem a
+ * request returns CPE_DM_ERR_FAILURE, at once or when the time limit of the request has passed. No event comes, and the
+ * response of a scan that was outstanding never comes. The indications stay set in the module; whether they are still
+ * set in the modem after its restart depends on the platform. So when operations keep returning CPE_DM_ERR_FAILURE:
  *   - call cpe_dm_deinit, then cpe_dm_init, which waits until the modem is back and gives a new handle;
- *   - read the registration status, as only its later changes are delivered;
+ *   - read the registration status, because only later changes of it are delivered;
  *   - set the indications again.
- * No status tells of a restart between two operations. So a user that depends on events does two things:
+ * When the modem restarts between two operations, no status tells of it. So a user that depends on events does two
+ * things:
  *   - after any CPE_DM_ERR_FAILURE it sets its indications again;
  *   - from time to time it asks for the values themselves. When a value differs from the value delivered last by more
  *     than its threshold, the user sets the indications again.
  * A user may also set the indications from time to time without a look at the values. But this may hide slow changes:
- * after each setting the modem counts a change from the present value on. */
+ * at each setting the modem begins anew to measure changes, from the value of that moment on. A slow change may never
+ * reach the threshold between two settings. */
 #ifndef CPE_DM_H
 #define CPE_DM_H
 
@@ -67,7 +71,7 @@
 extern "C" {
 #endif
 
-/* Names one registration; never 0 while the registration lasts. */
+/* Identifies one registration of a user. A valid handle is never null. */
 typedef void *cpe_dm_hndl;
 
 typedef enum {
@@ -81,7 +85,7 @@ typedef enum {
                                              response never comes blocks further scans until cpe_dm_deinit */
     CPE_DM_ERR_NOT_SUPPORTED = -7,        /* no such metric or indication. cpe_dm_set_ctrl_info has nothing
                                              to set, and returns this status for every ID */
-    CPE_DM_ERR_NOT_INITIALIZED = -12,     /* the module or its connection to the modem is not up */
+    CPE_DM_ERR_NOT_INITIALIZED = -12,     /* cpe_dm_deinit failed half-way, or the process is a child of fork */
     CPE_DM_ERR_ALREADY_INITIALIZED = -13, /* a user is registered already */
     CPE_DM_ERR_SERVICE_UNAVAILABLE = -16, /* neither LTE nor NR 5G is in service; try again later */
     CPE_DM_ERR_INFO_UNAVAILABLE = -17,    /* the modem answered without the value asked for */
@@ -90,17 +94,18 @@ typedef enum {
 /* What a cpe_dm_info record is used for. */
 typedef enum {
     CPE_DM_INFO_TYPE_REQUEST = 1,   /* a metric request and its answer */
-    CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* an asynchronous response, given to the callback */
+    CPE_DM_INFO_TYPE_ASYNC_RSP = 2, /* the response to a neighbour scan, given to the callback */
     CPE_DM_INFO_TYPE_IND = 3,       /* an indication that the user sets, or one given to the callback */
 } cpe_dm_info_type;
 
-/* Metrics, with the value that a successful request leaves in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB
- * (125 is 12.5 dB) and TX power in 0.1 dBm, as the modem's network access service reports them.
+/* Metrics. The comment behind a metric names the value type (CPE_DM_VALUE_...) and the range of the value that a
+ * successful request stores in the record. RSRP is in dBm, RSRQ in dB, SINR in 0.1 dB (125 is 12.5 dB) and TX power in
+ * 0.1 dBm, as the modem's network access service reports them.
  *
  * The modem may report an NR 5G cell and leave out some of the cell's values. A request for a value that was left out
  * succeeds with the value 0. So an NR ARFCN, CGI, PLMN or TAC of 0 was not reported. A PCI of 0 was not reported if the
- * CGI is 0 as well. The exception is registration status CPE_DM_REG_LTE_NR5G: there the PCI comes from another message
- * of the modem, and a PCI of 0 is a real one.
+ * CGI is 0 as well. The exception is registration status CPE_DM_REG_LTE_NR5G: in this status the PCI comes from another
+ * message of the modem, and a PCI of 0 is a valid PCI.
  *
  * A neighbour metric (CPE_DM_METRIC_..._NBR_...) gives no value: its request starts a network scan. The response to the
  * scan comes to the callback and holds the neighbour metrics that were asked for. */
@@ -108,27 +113,27 @@ typedef enum {
     CPE_DM_METRIC_INVALID = 0,
     CPE_DM_METRIC_REG_STATUS = 1,       /* UINT32: a cpe_dm_reg_status */
     CPE_DM_METRIC_LTE_EARFCN = 2,       /* INT64, 0 to 65535 */
-    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64: NR ARFCN, unsigned 32-bit; 0: not reported */
-    CPE_DM_METRIC_LTE_PCI = 4,          /* INT64, unsigned 16-bit */
-    CPE_DM_METRIC_NR5G_PCI = 5,         /* INT64, unsigned 16-bit */
-    CPE_DM_METRIC_LTE_CGI = 6,          /* INT64, unsigned 32-bit */
-    CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the unsigned 64-bit identity, bit for bit */
+    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64, range of uint32_t: NR ARFCN; 0: not reported */
+    CPE_DM_METRIC_LTE_PCI = 4,          /* INT64, range of uint16_t */
+    CPE_DM_METRIC_NR5G_PCI = 5,         /* INT64, range of uint16_t */
+    CPE_DM_METRIC_LTE_CGI = 6,          /* INT64, range of uint32_t */
+    CPE_DM_METRIC_NR5G_CGI = 7,         /* INT64: the bits of a uint64_t; cast the value to uint64_t */
     CPE_DM_METRIC_LTE_PLMN = 8,         /* INT64_LIST, 3 entries: the bytes of the PLMN ID in order, 0 to 255 each */
-    CPE_DM_METRIC_NR5G_PLMN = 9,        /* as LTE */
-    CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, signed 16-bit, dBm */
-    CPE_DM_METRIC_NR5G_RSRP = 11,       /* INT64, signed 16-bit, dBm */
-    CPE_DM_METRIC_LTE_RSRQ = 12,        /* INT64, signed 8-bit, dB */
-    CPE_DM_METRIC_NR5G_RSRQ = 13,       /* INT64, signed 16-bit, dB */
-    CPE_DM_METRIC_LTE_SINR = 14,        /* INT64, signed 16-bit, 0.1 dB */
-    CPE_DM_METRIC_NR5G_SINR = 15,       /* INT64, signed 16-bit, 0.1 dB */
+    CPE_DM_METRIC_NR5G_PLMN = 9,        /* INT64_LIST, 3 entries, as for the LTE PLMN */
+    CPE_DM_METRIC_LTE_RSRP = 10,        /* INT64, range of int16_t, dBm */
+    CPE_DM_METRIC_NR5G_RSRP = 11,       /* INT64, range of int16_t, dBm */
+    CPE_DM_METRIC_LTE_RSRQ = 12,        /* INT64, range of int8_t, dB */
+    CPE_DM_METRIC_NR5G_RSRQ = 13,       /* INT64, range of int16_t, dB */
+    CPE_DM_METRIC_LTE_SINR = 14,        /* INT64, range of int16_t, 0.1 dB */
+    CPE_DM_METRIC_NR5G_SINR = 15,       /* INT64, range of int16_t, 0.1 dB */
     CPE_DM_METRIC_LTE_CQI = 16,         /* CQI_INFO: fills the caller's cpe_dm_lte_cqi_info */
     CPE_DM_METRIC_NR5G_CQI = 17,        /* CQI_INFO: fills the caller's cpe_dm_nr5g_cqi_info */
-    CPE_DM_METRIC_LTE_TAC = 18,         /* INT64, unsigned 16-bit */
+    CPE_DM_METRIC_LTE_TAC = 18,         /* INT64, range of uint16_t */
     CPE_DM_METRIC_NR5G_TAC = 19,        /* INT64_LIST, 3 entries: the bytes of the TAC in order, 0 to 255 each */
-    CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, signed 32-bit, 0.1 dBm */
-    CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, signed 32-bit, 0.1 dBm */
-    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* LTE_NBR metrics: their values come in CPE_DM_ASYNC_RSP_LTE_NBR */
-    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* NR5G_NBR metrics: their values come in CPE_DM_ASYNC_RSP_NR5G_NBR */
+    CPE_DM_METRIC_LTE_TX_POWER = 20,    /* INT64, range of int32_t, 0.1 dBm */
+    CPE_DM_METRIC_NR5G_TX_POWER = 21,   /* INT64, range of int32_t, 0.1 dBm */
+    CPE_DM_METRIC_LTE_NBR_EARFCN = 22,  /* the values of all LTE_NBR metrics come in CPE_DM_ASYNC_RSP_LTE_NBR */
+    CPE_DM_METRIC_NR5G_NBR_EARFCN = 23, /* the values of all NR5G_NBR metrics come in CPE_DM_ASYNC_RSP_NR5G_NBR */
     CPE_DM_METRIC_LTE_NBR_PCI = 24,
     CPE_DM_METRIC_NR5G_NBR_PCI = 25,
     CPE_DM_METRIC_LTE_NBR_CGI = 26,
@@ -143,16 +148,16 @@ typedef enum {
     CPE_DM_METRIC_CNT,
 } cpe_dm_metric_id;
 
-/* Indications. The registration status is set without a value, and is delivered as UINT32: the new cpe_dm_reg_status.
- * Every other indication is set with a threshold (INT64, at least 1): the change of the metric after which the modem
- * reports. The indication is delivered as INT64: the new value. Threshold and value have the unit of the metric of the
- * same name.
+/* Indications. The registration status indication is set without a value, and is delivered with a value of type UINT32:
+ * the new cpe_dm_reg_status. Every other indication is set with a threshold (INT64, at least 1): the change of the
+ * metric after which the modem reports. The indication is delivered with a value of type INT64: the new value of the
+ * metric. Threshold and value have the unit of the metric of the same name.
  *
  * A threshold only decides when the modem reports. A report carries all signal values that the modem has at that
  * moment. From each report the module delivers every indication that is set and whose value differs from the value
- * delivered last, even if it differs by less than the threshold. When an indication is set, also when it is set again,
- * 0 takes the place of the value delivered last. So the next report delivers the indication, changed or not, unless the
- * value is 0. */
+ * delivered last, even if it differs by less than the threshold. Setting an indication, for the first time or again,
+ * resets the value delivered last to 0. So the next report delivers the indication, changed or not, unless its value is
+ * 0. */
 typedef enum {
     CPE_DM_IND_INVALID = 0,
     CPE_DM_IND_REG_STATUS = 1,
@@ -165,33 +170,34 @@ typedef enum {
     CPE_DM_IND_CNT,
 } cpe_dm_ind_id;
 
-/* Asynchronous responses. */
+/* Asynchronous responses: the results of neighbour scans, given to the callback. The comment behind an ID names the
+ * value type of a response with data. */
 typedef enum {
     CPE_DM_ASYNC_RSP_INVALID = 0,
-    CPE_DM_ASYNC_RSP_LTE_NBR = 1,  /* LTE_NBR_INFO */
-    CPE_DM_ASYNC_RSP_NR5G_NBR = 2, /* NR5G_NBR_INFO */
+    CPE_DM_ASYNC_RSP_LTE_NBR = 1,  /* CPE_DM_VALUE_LTE_NBR_INFO */
+    CPE_DM_ASYNC_RSP_NR5G_NBR = 2, /* CPE_DM_VALUE_NR5G_NBR_INFO */
     CPE_DM_ASYNC_RSP_CNT,
 } cpe_dm_async_rsp_id;
 
-/* Which member of a record's value is in use. What the member means follows from the ID. */
+/* Which member of the union cpe_dm_info.value is in use. The meaning of the member follows from the record's ID. */
 typedef enum {
-    CPE_DM_VALUE_NONE = 0,           /* no member: a delivered record of this type reports an event without data */
+    CPE_DM_VALUE_NONE = 0,           /* no member; in a record given to the callback: an event without data */
     CPE_DM_VALUE_INT64 = 2,          /* i64_val */
     CPE_DM_VALUE_UINT32 = 4,         /* u32_val */
-    CPE_DM_VALUE_INT64_LIST = 6,     /* i64_list, value_cnt entries */
-    CPE_DM_VALUE_CQI_INFO = 7,       /* cqi_info, the caller's record */
-    CPE_DM_VALUE_CELL_LOCK_LIST = 8, /* lte_cell_lock_list or nr5g_cell_lock_list, the caller's record */
-    CPE_DM_VALUE_LTE_NBR_INFO = 9,   /* lte_nbr_info, allocated by the module */
-    CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, allocated by the module */
+    CPE_DM_VALUE_INT64_LIST = 6,     /* i64_list, with value_cnt entries */
+    CPE_DM_VALUE_CQI_INFO = 7,       /* cqi_info, pointing to the caller's record */
+    CPE_DM_VALUE_CELL_LOCK_LIST = 8, /* lte_cell_lock_list or nr5g_cell_lock_list, pointing to the caller's record */
+    CPE_DM_VALUE_LTE_NBR_INFO = 9,   /* lte_nbr_info, pointing to a record allocated by the module */
+    CPE_DM_VALUE_NR5G_NBR_INFO = 10, /* nr5g_nbr_info, pointing to a record allocated by the module */
 } cpe_dm_value_type;
 
 /* Registration status. In CPE_DM_REG_LTE, CPE_DM_REG_LTE_NR5G and CPE_DM_REG_NR5G all metrics can be requested. In any
  * other status only the registration status itself can be requested. */
 typedef enum {
-    CPE_DM_REG_NONE = 1,        /* none of the values below applies */
-    CPE_DM_REG_POWER_SAVE = 2,  /* the serving system reports service status 4 */
-    CPE_DM_REG_LIMITED = 3,     /* the serving system reports service status 1 */
-    CPE_DM_REG_LIMITED_REG = 4, /* the serving system reports service status 3 */
+    CPE_DM_REG_NONE = 1,        /* no service; none of the next three values applies */
+    CPE_DM_REG_POWER_SAVE = 2,  /* no service; the modem reports service status 4, power save */
+    CPE_DM_REG_LIMITED = 3,     /* no service; the modem reports service status 1, limited */
+    CPE_DM_REG_LIMITED_REG = 4, /* no service; the modem reports service status 3, limited regional */
     CPE_DM_REG_LTE = 5,         /* LTE in service */
     CPE_DM_REG_LTE_NR5G = 6,    /* LTE in service with an NR 5G cell attached (EN-DC) */
     CPE_DM_REG_NR5G = 7,        /* NR 5G in service */
@@ -245,12 +251,12 @@ typedef struct {
     cpe_dm_lte_cell_lock lte_cell_list[CPE_DM_LTE_CELL_LOCK_MAX];
 } cpe_dm_lte_cell_lock_list;
 
-/* The NR 5G lock: one cell or a list of frequencies. */
+/* The NR 5G cell or the NR 5G channels to which the modem is locked. */
 typedef struct {
-    uint8_t cell_identity_valid; /* 1: the lock is the one cell of pci and arfcn */
+    uint8_t cell_identity_valid; /* 1: the modem is locked to the cell with pci and arfcn below */
     uint16_t pci;
     uint32_t arfcn;               /* NR ARFCN */
-    uint8_t arfcn_identity_valid; /* 1: the lock is the list of arfcn_list */
+    uint8_t arfcn_identity_valid; /* 1: the modem is locked to the channels in arfcn_list */
     uint32_t arfcn_list_len;      /* valid entries of arfcn_list */
     uint32_t arfcn_list[CPE_DM_NR5G_ARFCN_LOCK_MAX];
 } cpe_dm_nr5g_cell_lock_list;
@@ -261,7 +267,7 @@ typedef struct {
     uint8_t plmn_mnc_includes_pcs_digit; /* 1: the MNC has three digits */
 } cpe_dm_plmn;
 
-/* One LTE neighbour. CGI and PLMNs are filled when the scan was asked for them. */
+/* One LTE neighbour. CGI and PLMNs are filled only when the caller asked for these metrics. */
 typedef struct {
     uint32_t earfcn;
     uint16_t pci;
@@ -273,15 +279,15 @@ typedef struct {
 } cpe_dm_lte_nbr;
 
 /* Payload of CPE_DM_ASYNC_RSP_LTE_NBR. The neighbour list is filled when EARFCN, PCI, CGI or PLMN was asked for and the
- * scan found a neighbour. The highest_sig fields are about the neighbour with the highest signal, and are filled when
- * RSRP or RSRQ was asked for. */
+ * scan found a neighbour. The highest_sig fields describe the neighbour with the strongest signal, and are filled when
+ * RSRP or RSRQ was asked for. The module takes this neighbour's EARFCN and PCI from the first entry of the modem's
+ * list; both are 0 when the scan found no neighbour. */
 typedef struct {
     uint8_t nbr_valid; /* 1: the neighbour list was filled */
     uint32_t nbr_len;  /* valid entries of nbr */
     cpe_dm_lte_nbr nbr[CPE_DM_LTE_NBR_MAX];
     uint8_t highest_sig_valid;   /* 1: RSRP or RSRQ was asked for */
-    uint32_t highest_sig_earfcn; /* EARFCN of the first neighbour of the scan; when the scan found no neighbour, this
-                                    EARFCN and the PCI are 0 */
+    uint32_t highest_sig_earfcn; /* 0 when the scan found no neighbour */
     uint16_t highest_sig_pci;
     uint8_t highest_sig_rsrp_valid;
     int16_t highest_sig_rsrp; /* dBm */
@@ -289,7 +295,7 @@ typedef struct {
     int16_t highest_sig_rsrq; /* dB */
 } cpe_dm_lte_nbr_info;
 
-/* One NR 5G neighbour. RSRP, PLMNs and CGIs are filled when the scan was asked for them. */
+/* One NR 5G neighbour. RSRP, PLMNs and CGIs are filled only when the caller asked for these metrics. */
 typedef struct {
     uint32_t earfcn; /* NR ARFCN */
     uint16_t pci;
@@ -310,12 +316,12 @@ typedef struct {
     cpe_dm_nr5g_nbr nbr[CPE_DM_NR5G_NBR_MAX];
 } cpe_dm_nr5g_nbr_info;
 
-/* The record in which every value travels. A caller zeroes the whole record, and then fills in the fields that the
- * operation asks for. */
+/* The record that carries requests, answers, indications and responses. The caller of an operation zeroes the whole
+ * record, and then fills in the fields that the comment of the operation names. */
 typedef struct {
     uint32_t info_type;  /* a cpe_dm_info_type */
     uint32_t id;         /* a cpe_dm_metric_id, cpe_dm_async_rsp_id or cpe_dm_ind_id, as info_type says */
-    uint32_t value_type; /* a cpe_dm_value_type; set by the module, except for a threshold, where the caller sets it */
+    uint32_t value_type; /* a cpe_dm_value_type; set by the module. For a threshold it is set by the caller */
     union {
         uint32_t u32_val;
         int64_t i64_val;
@@ -332,22 +338,22 @@ typedef struct {
 /* The user's callback. hndl is the handle of the current registration. info is a record of type
  * CPE_DM_INFO_TYPE_ASYNC_RSP or CPE_DM_INFO_TYPE_IND. user_data is the pointer that was given to cpe_dm_init.
  *
- * Threading: the callback runs on the module's command thread, once for each event, one event after the other. No
- * operation is carried out while the callback runs, so it should return quickly. The callback must not call any
+ * Threading: the callback runs on the module's command thread, for one event after the other. No operation is
+ * carried out while the callback runs, so the callback should return quickly. The callback must not call any
  * operation of the module: such a call is refused with CPE_DM_ERR_FAILURE. Nor may it wait for another thread that
  * calls an operation: both threads would wait for ever. The callback must not throw.
  *
  * Ownership: the record now belongs to the callback, which releases it with free. If the record is a response with
- * data, its value points to a neighbour record, which the callback releases with free as well. Both were allocated with
- * calloc for this call alone.
+ * data, its value points to a neighbour record, which the callback releases with free as well. Both records were
+ * allocated with calloc for this call of the callback alone.
  *
  * A record whose value type is CPE_DM_VALUE_NONE reports an event without data. A response without data means that the
  * scan did not succeed. */
 typedef void (*cpe_dm_user_cb)(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
-/* Registers the one user and connects to the modem. Blocks, without limit, until the modem's network access service
- * is present. Only the end of the process ends this wait; other operations wait meanwhile. On success stores the new
- * handle in *hndl. user_data may be null; it is handed to every callback.
+/* Registers the user and connects to the modem. Only one user can be registered at a time. Waits without limit until
+ * the modem's network access service is present. This wait cannot be cancelled, and other operations wait meanwhile. On
+ * success stores the new handle in *hndl. user_data may be null; every call of the callback gets it.
  *
  *   CPE_DM_ERR_INVALID_PARAM        hndl or user_cb_fn is null
  *   CPE_DM_ERR_ALREADY_INITIALIZED  a user is registered already, and stays registered
@@ -363,7 +369,8 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
  *
  *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down. From then on operations with
  *                       this handle return CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it
- *                       starts anew. If not even the module's lock could be taken, nothing has changed */
+ *                       starts anew. When the operation was called from the callback, or could not take the
+ *                       module's lock, nothing has changed */
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
 
 /* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id. For CQI and
@@ -371,29 +378,31 @@ int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
  * The module sets value_type and value. For a neighbour metric the module starts a scan instead and leaves the record
  * unchanged. While a scan is outstanding, further requests for neighbour metrics are refused.
  *
- *   CPE_DM_ERR_INVALID_PARAM        also: dm_info is null or not a request, or its result record is missing
+ *   CPE_DM_ERR_INVALID_PARAM        wrong handle, dm_info is null or not a request, or its result record is missing
  *   CPE_DM_ERR_SERVICE_UNAVAILABLE  neither LTE nor NR 5G is in service (any metric but the registration status)
  *   CPE_DM_ERR_NOT_SUPPORTED        no such metric
- *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or its technology is not in service;
+ *   CPE_DM_ERR_INFO_UNAVAILABLE     the modem did not report the metric, or the metric's technology is not in service;
  *                                   value_type is CPE_DM_VALUE_NONE
  *   CPE_DM_ERR_SCAN_ONGOING         a neighbour metric was asked for while a scan is outstanding
- *   CPE_DM_ERR_FAILURE              the modem did not answer, or refused, or went out of service during the call
+ *   CPE_DM_ERR_FAILURE              the modem did not answer or refused a request; or CQI was asked for, and the modem
+ *                                   went out of service during the call
  *   CPE_DM_ERR_NO_MEMORY            a memory allocation failed; in the query for EARFCN, PCI, CGI, PLMN and TAC the
  *                                   status is CPE_DM_ERR_FAILURE instead */
 int32_t cpe_dm_get_info(cpe_dm_hndl hndl, cpe_dm_info *dm_info);
 
-/* Retrieves dm_info_list_cnt (at least 1) metrics in the order of the list. The caller prepares each record as for
+/* Retrieves dm_info_list_cnt (at least 1) metrics, in the order of the list. The caller prepares each record as for
  * cpe_dm_get_info. Other operations and callbacks may run between two records.
  *
  * The first record that fails ends the operation with that record's status. The records before it keep their values,
- * and no scan is started. But a metric that does not exist is passed over. Only if such a metric is the last of the
- * list, and the list has no neighbour metric, does the operation return CPE_DM_ERR_NOT_SUPPORTED.
+ * and no scan is started. A metric that does not exist is skipped and is no failure, with one exception: if it is the
+ * last of the list, and the list has no neighbour metric, the operation returns CPE_DM_ERR_NOT_SUPPORTED.
  *
- * All neighbour metrics of the list together start one scan, after the other records: first LTE, then NR 5G. For
- * neighbour metrics in a list, two tests are left out: whether the modem is in service, and the info_type.
+ * The neighbour metrics of the list are requested together after the other records. When the list has both LTE and
+ * NR 5G neighbour metrics, LTE is scanned first, and NR 5G after the response of the LTE scan. For neighbour metrics
+ * the operation tests neither whether the modem is in service nor the info_type of the record.
  *
  * The statuses are those of cpe_dm_get_info. CPE_DM_ERR_SCAN_ONGOING means that the list has a neighbour metric while a
- * scan is outstanding. No record has been processed in this case, unless another thread started the scan while the list
+ * scan is outstanding. In this case no record has been processed, unless another thread started the scan while the list
  * was being processed. */
 int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_t dm_info_list_cnt);
 
@@ -402,48 +411,51 @@ int32_t cpe_dm_get_info_list(cpe_dm_hndl hndl, cpe_dm_info *dm_info_list, int32_
  * and i64_val to the threshold, of which the low 16 bits are used. On failure the module's indications are as before,
  * but the modem may hold part of the failed change until a later change succeeds.
  *
- *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_info is null or not an indication, or its threshold is missing or below 1
+ *   CPE_DM_ERR_INVALID_PARAM  wrong handle, dm_ind_info is null or not an indication, or its threshold is missing or
+ *                             below 1
  *   CPE_DM_ERR_NOT_SUPPORTED  no such indication
- *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused; a refusal of the thresholds alone is not noticed
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused the change. The thresholds are sent in a second
+ *                             request; the module does not notice when the modem refuses this one
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_set_ind_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ind_info);
 
 /* Stores in *dm_ind_cnt the number of indications that are set, 0 to 7.
  *
- *   CPE_DM_ERR_INVALID_PARAM  also: dm_ind_cnt is null */
+ *   CPE_DM_ERR_INVALID_PARAM  wrong handle, or dm_ind_cnt is null */
 int32_t cpe_dm_get_ind_cnt(cpe_dm_hndl hndl, uint32_t *dm_ind_cnt);
 
 /* Stores in dm_ind_list the IDs of the indications that are set, in the order 1, 2, 4, 6, 3, 5, 7. The list has
  * dm_ind_list_cnt entries; unused entries become 0. A list of 7 entries always suffices.
  *
- *   CPE_DM_ERR_INVALID_PARAM   also: dm_ind_list is null or dm_ind_list_cnt is 0
+ *   CPE_DM_ERR_INVALID_PARAM   wrong handle, dm_ind_list is null, or dm_ind_list_cnt is 0
  *   CPE_DM_ERR_LIST_TOO_SMALL  more indications are set than the list has entries; the list is not written */
 int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm_ind_list_cnt);
 
-/* Clears the dm_clr_ind_list_cnt indications whose IDs are in the list. The list may name indications that are not set.
- * On failure no indication is cleared in the module, but the modem may hold part of the failed change until a later
- * change succeeds.
+/* Clears the indications whose IDs are in the list of dm_clr_ind_list_cnt entries. The list may name indications that
+ * are not set. On failure no indication is cleared in the module, but the modem may hold part of the failed change
+ * until a later change succeeds.
  *
- *   CPE_DM_ERR_INVALID_PARAM  also: dm_clr_ind_list is null or dm_clr_ind_list_cnt is 0
+ *   CPE_DM_ERR_INVALID_PARAM  wrong handle, dm_clr_ind_list is null, or dm_clr_ind_list_cnt is 0
  *   CPE_DM_ERR_NOT_SUPPORTED  the list names an indication that does not exist
- *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused; a refusal of the thresholds alone is not noticed
+ *   CPE_DM_ERR_FAILURE        the modem did not answer, or refused the change. The thresholds are sent in a second
+ *                             request; the module does not notice when the modem refuses this one
  *   CPE_DM_ERR_NO_MEMORY      a memory allocation failed */
 int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, uint32_t dm_clr_ind_list_cnt);
 
 /* The module has no control settings: this operation only checks its arguments.
  *
- *   CPE_DM_ERR_INVALID_PARAM  also: dm_ctrl_info is null
- *   CPE_DM_ERR_NOT_SUPPORTED  otherwise */
+ *   CPE_DM_ERR_INVALID_PARAM  wrong handle, or dm_ctrl_info is null
+ *   CPE_DM_ERR_NOT_SUPPORTED  the arguments are valid */
 int32_t cpe_dm_set_ctrl_info(cpe_dm_hndl hndl, const cpe_dm_info *dm_ctrl_info);
 
-/* Display names, as static texts. An ID that does not exist gets the name of ID 0. Callable at any time, from any
- * thread, also from the callback. */
+/* The display name of a metric, an indication or a response, as a static text. An ID that does not exist gets the name
+ * of ID 0. Callable at any time, from any thread, also from the callback. */
 const char *cpe_dm_metric_name(uint32_t id);
 const char *cpe_dm_ind_name(uint32_t id);
 const char *cpe_dm_async_rsp_name(uint32_t id);
 
-/* What a status means, in a few words without a line end, as a static text. A number that is no status gets a text too.
- * Callable at any time, from any thread, also from the callback. */
+/* Says in a few words what a status means. The text is static and has no newline. A number that is no status gets a
+ * text too. Callable at any time, from any thread, also from the callback. */
 const char *cpe_dm_strerror(int32_t status);
 
 #ifdef __cplusplus
