@@ -31,7 +31,8 @@ std::thread zeb_start_thread(std::function<void()> body) {
     return thread;
 }
 
-/* Reads a file of a thread of this process; "" when it cannot be read. */
+/* Reads a file in the /proc directory of a thread of this process, at most 511 bytes. Returns `text`, which is empty
+ * when the file cannot be read. */
 static const char *thread_file(char (&text)[512], long thread, const char *file) {
     char name[64];
     text[0] = '\0';
@@ -50,9 +51,9 @@ static zeb_threads thread_state(long thread) {
     if (state != nullptr && (strncmp(state, ") R", 3) == 0 || strncmp(state, ") D", 3) == 0)) {
         return zeb_threads::RUN;
     }
-    // The system call in which the thread sleeps, with its arguments. The number of the call is that of the machine,
-    // which an emulator hides, so the call is known by its arguments: a futex, the operation, and a mutex that has
-    // waiters.
+    // The file "syscall" holds the number of the system call in which the thread sleeps, and its arguments. Numbers of
+    // system calls differ between processors, and under an emulator the number is that of the host. So a wait for a
+    // mutex is recognised by the arguments: a futex, the operation, and the value that a mutex with waiters has.
     constexpr unsigned long PRIVATE_WAIT = 0x80;
     constexpr unsigned long HAS_WAITERS = 2;
     unsigned long futex = 0;
@@ -63,8 +64,8 @@ static zeb_threads thread_state(long thread) {
                                                                                     : zeb_threads::SLEEP;
 }
 
-/* The processor time that a thread has used, in nanoseconds; 0 when the thread is not there. The kernel makes the
- * number of such a clock from the thread's ID. */
+/* Returns the processor time that a thread has used, in nanoseconds, or 0 when the thread does not exist. The ID of the
+ * clock is computed from the thread's ID, in the way that the kernel defines. */
 static int64_t processor_time(long thread) {
     constexpr uint32_t THREAD_TIME = 6;
     timespec used = {};

@@ -25,7 +25,8 @@ const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t h
         of_key.next++;
         return next;
     }
-    // A wait is not answered a second time: a wait ends with an event, and no further event was recorded.
+    // A wait is recorded when it ends. So a further wait had not ended when the recording did, and must not get the
+    // answer of an earlier wait.
     if (call.kind == zeb_call_kind::WAIT) {
         return nullptr;
     }

@@ -1,4 +1,4 @@
-/* The calls of a recording that is played, found by what they asked for. */
+/* Finds the recorded call that answers a call of the program. */
 #ifndef ANSWERS_H
 #define ANSWERS_H
 
@@ -8,7 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-/* The recorded calls that have the same key. Kept calls come first. */
+/* The recorded calls that have the same key (see recording_key), in the order of their lines. `next` is the index of
+ * the first call that has not answered yet. */
 struct answers_of_key {
     std::vector<const recording_entry *> entries;
     size_t next = 0;
@@ -18,21 +19,22 @@ struct answers {
     std::unordered_map<std::string, answers_of_key> by_key;
 };
 
-/* Adds a call. Calls are added in the order of their lines. The entry must outlive the answers. */
+/* Adds a recorded call. Calls must be added in the order of their lines. `call` must outlive `a`. */
 void answers_add(answers &a, const recording_entry &call);
 
-/* Finds the recorded call that answers a call of the client or notifier with the number `handle`: the next recorded
- * call with the same key. When none is left, the one that answered last answers again, and `again` is set; but a wait
- * is never answered a second time. Null when no recorded call answers.
+/* Returns the recorded call that answers `call`; null when there is none. `handle` is the recording's number of the
+ * client or notifier that makes `call`. The next recorded call with the same key answers. When no such call is left,
+ * the last one answers again, and `again` is set to true. But a recorded wait never answers again.
  *
- * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. When the next call of
- * a key is one of the part's own calls and the last was kept, the kept call answers again until one of the part's own
- * calls has been answered (`begun`), unless the next call is the one that is `expected`. */
+ * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. A kept call may answer
+ * several times, until the program has reached the part's own calls. The program has reached them when one of them has
+ * been answered (`begun`), or when the next call with this key is the call that the recording expects next
+ * (`expected`). */
 const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t handle, bool begun,
                                     const recording_entry *expected, bool &again);
 
-/* Writes to the caller's buffers what the recorded call wrote. From version 2 on, a call that failed leaves these
- * buffers as they are, and a service list writes only the entries that were returned. */
+/* Fills the buffers of `call` with what the recorded call `entry` returned. In a recording of version 2, a failed call
+ * leaves `call.out` unchanged, and a service list writes only as many entries as were returned. */
 void answers_fill(const recording &played, const recording_entry &entry, const zeb_call &call);
 
 #endif

@@ -1,5 +1,6 @@
-/* Usage: check_scenario FILE... Reads scenarios as the virtual modem does. For each scenario that is refused, says on
- * standard error where the fault is and why. Status 0: all are right; 1: one is refused; 2: wrong usage. */
+/* Usage: check_scenario FILE... Reads scenarios as the virtual modem does. For each scenario that is refused, prints
+ * the file, the line and the reason on standard error. Exit status 0: all scenarios are accepted; 1: at least one is
+ * refused; 2: wrong usage. */
 #include "scenario.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-/* The modem's life, its clients and their requests. */
+/* The virtual modem: how it is switched on, its clients, and the answers to their requests. */
 #include "modem.h"
 #include "nas_answers.h"
 #include "zeb_thread.h"
@@ -12,7 +12,8 @@
 
 namespace {
 
-/* Error codes in the response header of a request that the service rejects. The result in such a header is 1. */
+/* Error codes that the handlers of requests return. A code other than NAS_ACCEPTED goes into the `error` field of the
+ * response header, and the header's `result` is 1. */
 enum : uint32_t {
     NAS_ACCEPTED = 0,
     NAS_FIELD_MISSING = 1,
@@ -22,10 +23,11 @@ enum : uint32_t {
 
 using handler = uint32_t (*)(modem &m, uint64_t peer, const void *req, void *resp);
 
-/* Reads the scenario that the environment names. When the scenario is not right, says why on standard error and returns
- * false; no other scenario is played instead. Throws std::bad_alloc; the caller may then call again. */
+/* Reads the scenario file that ZEB_SCENARIO names, or the built-in scenario when the variable is unset or empty. When
+ * the scenario is not valid, prints the reason on standard error and returns false. Throws std::bad_alloc; the caller
+ * may then call again. */
 bool read_scenario(scenario &plan) {
-    const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
+    const char *name = getenv("ZEB_SCENARIO"); // NOLINT(concurrency-mt-unsafe): no thread calls setenv meanwhile
     std::string error;
     const bool usable = name == nullptr || *name == '\0'
                             ? scenario_parse(scenario_default_text, "(built-in scenario)", plan, error)
@@ -36,7 +38,8 @@ bool read_scenario(scenario &plan) {
     return usable;
 }
 
-/* Plays what is due while no client uses the modem. Whenever a client uses the modem, what is due is played first. */
+/* The body of the modem's thread: plays the changes of the scenario when they are due. A call of a client also plays
+ * the changes that are due, so the thread is needed for the time between calls. */
 void run_timer(modem *m) {
     std::unique_lock guard(m->lock);
     for (;;) {
@@ -50,13 +53,14 @@ void run_timer(modem *m) {
     }
 }
 
-/* The modem is never destroyed, as the process may exit while the timer and clients use it. */
+/* The modem is never destroyed, because its thread and the clients may still use it while the process exits. */
 std::atomic<modem *> the_modem = nullptr;
-std::mutex switch_lock; /* held while the modem is switched on; guards the two variables below */
+std::mutex switch_lock; /* held by the thread that creates the modem; guards the next two variables */
 bool refused = false;
-const modem *parents_modem = nullptr; /* set in a child of fork only; only members that never change are read */
+const modem *parents_modem = nullptr; /* null except in a child of fork, which reads only `plan` and `switched_on` */
 
-/* The modem of a child of fork goes on with its parent's scenario. */
+/* Creates the modem. In a child of fork the modem goes on with the scenario of the parent's modem. Returns null when
+ * the scenario is refused. */
 std::unique_ptr<modem> make_modem() {
     auto m = std::make_unique<modem>();
     if (parents_modem != nullptr) {
@@ -72,8 +76,8 @@ std::unique_ptr<modem> make_modem() {
     return m;
 }
 
-/* A child of fork has no thread that plays its parent's modem, and the lock of that modem may be held for ever. So the
- * child forgets the modem. */
+/* Runs in a child of fork. The thread of the parent's modem does not exist in the child, and the lock of that modem may
+ * stay locked for ever. So the child forgets that modem, and later creates its own. */
 void forget_parent() {
     new (&switch_lock) std::mutex;
     parents_modem = the_modem != nullptr ? the_modem.load() : parents_modem;
@@ -82,8 +86,8 @@ void forget_parent() {
 
 [[maybe_unused]] const int child_handler = pthread_atfork(nullptr, nullptr, forget_parent);
 
-/* Switches the modem on and returns it. Switching on cannot fail here: the callers have a service object, and nobody
- * gets one without a scenario. */
+/* Returns the modem; in a child of fork, the first call creates it. The scenario cannot be refused here, because the
+ * callers have the service object, which is returned only after a scenario was accepted. */
 modem &modem_in_use() {
     modem_switch_on();
     return *the_modem;
@@ -122,7 +126,8 @@ uint32_t configure_signal(modem &m, uint64_t peer, const void *req, void *) {
             return NAS_FIELD_INVALID;
         }
     }
-    // A threshold of 0 counts as 1: every change reaches it.
+    // A `delta` of 0 counts as 1: the client is told of every change. In `thresholds`, 0 means that the metric is not
+    // watched.
     for (size_t i = 0; i < MODEM_METRICS; i++) {
         client.thresholds[i] = asked[i].valid ? std::max<uint32_t>(asked[i].delta, 1) : 0;
     }
@@ -218,7 +223,8 @@ handler handler_of(uint32_t msg_id) {
     return nullptr;
 }
 
-/* Returns the status for a request that cannot be answered at this moment, or 0 when it can. */
+/* Returns the error status for a request of this peer that cannot be answered at the moment, or ZEB_NO_ERR when it can
+ * be answered. */
 int32_t unreachable(const modem &m, uint64_t peer) {
     if (!m.clients.contains(peer)) {
         return ZEB_TRANSPORT_ERR;
@@ -322,6 +328,6 @@ int32_t modem_request(uint64_t peer, uint32_t msg_id, const void *req, void *res
     if (rejected != NAS_ACCEPTED) {
         header = {1, rejected};
     }
-    m.changed.notify_all(); // the timer may have more to do now
+    m.changed.notify_all(); // the request may have changed when run_timer has to wake up
     return ZEB_NO_ERR;
 }

@@ -1,5 +1,5 @@
-/* The virtual modem: plays its scenario to the clients of the network access service. A process has one modem, which
- * never ends. A child of fork has a modem of its own, without its parent's clients. */
+/* The virtual modem: plays its scenario to the clients of the network access service. A process has one modem, which is
+ * never destroyed. A child of fork has a modem of its own, without its parent's clients. */
 #ifndef MODEM_H
 #define MODEM_H
 
@@ -13,21 +13,21 @@
 #include <memory>
 #include <mutex>
 
-inline constexpr size_t MODEM_METRICS = 6; /* metrics of the signal information indication */
+inline constexpr size_t MODEM_METRICS = 6; /* the number of metrics for which a client can set a threshold */
 
-/* An attached client: the indications that it asked for, and the content that it was told last. */
+/* An attached client or notifier: the indications that it asked for, and the values that it was told last. */
 struct modem_client {
     zeb_sink sink = {};
     bool wants_sys_info = false;
     bool wants_sig_info = false;
-    std::array<uint32_t, MODEM_METRICS> thresholds = {}; /* 0: not watched */
+    std::array<uint32_t, MODEM_METRICS> thresholds = {}; /* smallest change to report; 0: the metric is not watched */
     zeb_nas_sys_info told_sys_info = {};
     zeb_nas_sig_info told_sig_info = {};
 };
 
 struct modem_scan {
     bool running = false;
-    bool lost = false; /* the result of the scan never comes */
+    bool lost = false; /* the result of the scan is never sent */
     uint64_t end_ms = 0;
     uint64_t client = 0;
     uint8_t network_type = 0;
@@ -45,34 +45,39 @@ struct modem {
     std::map<uint64_t, modem_client> clients;
     uint64_t last_client = 0;
     modem_scan scan;
-    std::vector<uint32_t> occurrences; /* for each fault of the plan: how often its message has occurred */
+    std::vector<uint32_t> occurrences; /* for each fault in `plan`: how often its message has occurred */
 };
 
-/* The caller of each of the following functions, up to modem_next_fault, holds the modem's lock. */
+/* The caller of the functions from here to modem_next_fault must hold the modem's lock. */
 
-/* Plays, in order, everything that is due by now. Never throws: an indication for which there is no memory is lost. */
+/* Plays the changes of the scenario that are due by now, in the order of their times, and sends the indications that
+ * result. Never throws: an indication for which there is no memory is lost. */
 void modem_play(modem &m);
 
-/* The time at which something is due next, or UINT64_MAX. */
+/* Returns the time at which modem_play has something to do next, in milliseconds since the modem was switched on, or
+ * UINT64_MAX when nothing is left to do. */
 uint64_t modem_next_due(const modem &m);
 
 const scenario_state &modem_state(const modem &m);
 
-/* The moment at which values are measured: the last tick. */
+/* Returns the moment at which the signal was measured last: values change only at ticks, which are `plan.tick_ms`
+ * apart. */
 scenario_moment modem_moment(const modem &m);
 
-/* Marks the present content of both indications as told, so that the client is told of later changes only. */
+/* Notes the current system and signal information as told to the client. The client then gets indications of later
+ * changes only. */
 void modem_mark_told(const modem &m, modem_client &client);
 
-/* Counts one occurrence of the message, for every fault of this moment and message. Returns the first fault that
- * strikes this occurrence, or a fault without effect when none does. */
+/* Counts an occurrence of `message` for each fault of the scenario with this message and `moment`. Returns the first
+ * fault that applies to this occurrence, or a fault without effect when none applies. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
-/* Switches the modem on, unless it is on already. When the scenario is refused, says so on standard error the first
- * time, and returns false. Throws when out of memory or of threads; the caller may then call again. */
+/* Switches the modem on, unless it is on already. Returns false when the scenario is refused; the first call prints the
+ * reason on standard error. Throws when there is no memory or no thread can be started; the caller may then call
+ * again. */
 bool modem_switch_on();
 
-/* The operations of the service object (zeb_service). */
+/* The operations of the service object; zeb_service describes them. */
 bool modem_wait_present(uint32_t timeout_ms);
 uint64_t modem_attach(const zeb_sink &sink);
 void modem_detach(uint64_t peer);

@@ -1,5 +1,5 @@
-/* What the modem does of its own accord: it plays the timeline of its scenario, and sends the indications that follow
- * from it. */
+/* What the modem does without a request: it plays the timeline of its scenario, and sends the indications that result
+ * from changes. */
 #include "modem.h"
 #include "nas_answers.h"
 #include "zeb_wire.h"
@@ -12,8 +12,8 @@
 
 namespace {
 
-/* While the process runs, every change of the timeline is played within this time after it is due. When a change is
- * later, the process was stopped meanwhile. */
+/* A running process plays each change of the timeline within this time after the change is due. When a change is
+ * overdue by more than this time, the process was stopped meanwhile, for example by a debugger. */
 constexpr uint64_t STOOD_STILL_MS = 5000;
 
 struct metric {
@@ -21,7 +21,7 @@ struct metric {
     int32_t value;
 };
 
-/* The metrics of signal information, in the order of the thresholds in message 0x006C. */
+/* Returns the metrics that a client can watch, in the order of modem_client::thresholds. */
 std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
     const bool lte = info.lte_sig_info_valid != 0;
     const bool nr5g = info.nr5g_sig_info_valid != 0;
@@ -33,8 +33,8 @@ std::array<metric, MODEM_METRICS> metrics_of(const zeb_nas_sig_info &info) {
              {nr5g, info.nr5g_sig.snr}}};
 }
 
-/* Whether the client has to be told. It has to be when a watched metric has a value now, and either had none when the
- * client was told last, or has changed since by its threshold or more. */
+/* Whether `info` has to be sent to the client. It has to be sent when a watched metric is valid now, and either was not
+ * valid when the client was told last, or has changed since then by its threshold or more. */
 bool worth_telling(const modem_client &client, const zeb_nas_sig_info &info) {
     const auto now = metrics_of(info);
     const auto told = metrics_of(client.told_sig_info);
@@ -85,7 +85,7 @@ void send_indication(modem &m, const modem_client &client, uint32_t msg_id, cons
         damage(encoded, fault.damage);
         client.sink.indication(client.sink.owner, msg_id, std::move(encoded));
     } catch (const std::bad_alloc &) {
-        return; // lost
+        return; // no memory: the indication is lost
     }
 }
 
@@ -105,7 +105,7 @@ void tell_sys_info(modem &m, modem_client &client) {
     send_indication(m, client, ZEB_NAS_SYS_INFO_IND, &info, sizeof(info));
 }
 
-/* A metric that is missing now counts as never told, so that the client is told when the metric comes back. */
+/* Marks each metric that is missing in `info` as never told, so that the client is told when the metric comes back. */
 void forget_missing(zeb_nas_sig_info &told, const zeb_nas_sig_info &info) {
     told.lte_sig_info_valid = told.lte_sig_info_valid && info.lte_sig_info_valid;
     told.nr5g_sig_info_valid = told.nr5g_sig_info_valid && info.nr5g_sig_info_valid;
@@ -133,7 +133,7 @@ void end_scan(modem &m) {
     if (m.scan.status == 0) {
         nas_fill_scan_result(modem_state(m), m.scan.network_type, ind);
     }
-    // The client is still attached: the release of a client ends its scan.
+    // at() finds the client, because modem_detach cancels the scan of a client that is released.
     send_indication(m, m.clients.at(m.scan.client), ZEB_NAS_SCAN_RESULT_IND, &ind, sizeof(ind));
 }
 
@@ -161,7 +161,7 @@ void play_moment(modem &m) {
     end_scan(m);
 }
 
-/* The time at which the timeline started last. */
+/* Returns the time at which the timeline started last; it starts again every `repeat_ms`, unless this is 0. */
 uint64_t round_start(const scenario &plan, uint64_t now_ms) {
     return plan.repeat_ms == 0 ? 0 : now_ms / plan.repeat_ms * plan.repeat_ms;
 }
@@ -220,7 +220,8 @@ uint64_t modem_next_due(const modem &m) {
 void modem_play(modem &m) {
     const auto elapsed = std::chrono::steady_clock::now() - m.switched_on;
     const auto now = static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(elapsed).count());
-    // A stopped process sees no changes. When it goes on, it finds the modem as it is now.
+    // Changes that were due while the process was stopped are not played one by one. The process goes on with the state
+    // of this moment.
     if (const uint64_t due = modem_next_due(m); due < now && now - due > STOOD_STILL_MS) {
         m.now_ms = now;
         play_moment(m);

@@ -23,8 +23,8 @@ bool nr5g_cell(const scenario_state &state) {
     return on_a_cell(state.nr5g.srv_status) || nr5g_attached(state);
 }
 
-/* The swing at a moment. In each period the swing goes in straight lines from 0 up to `range`, down to -`range` and
- * back to 0. */
+/* Returns the deviation of a swinging value from its given value. In each period the deviation goes in straight lines
+ * from 0 up to `range`, down to -`range` and back to 0. */
 int32_t swing(int32_t range, uint32_t period_ms, uint64_t time_ms) {
     const auto phase = static_cast<int32_t>(4 * static_cast<uint64_t>(range) * (time_ms % period_ms) / period_ms);
     if (phase <= range) {
@@ -87,7 +87,8 @@ void nas_fill_sig_info(const scenario_state &state, const scenario_moment &momen
     }
 }
 
-/* In the list of cells on the serving cell's frequency, the serving cell itself stands last. */
+/* In `lte_intra.cells`, the list of cells on the serving cell's frequency, the serving cell itself is the last
+ * entry. */
 void nas_fill_cell_location(const scenario_state &state, const scenario_moment &moment,
                             zeb_nas_cell_location_info_resp &resp) {
     const scenario_lte &lte = state.lte;
@@ -167,7 +168,7 @@ void nas_fill_nr5g_locks(const scenario_state &state, zeb_nas_nr5g_cell_lock_lis
     }
 }
 
-/* The strongest neighbour stands first in the scenario, and in the message. */
+/* The scenario lists the strongest neighbour first, and the message keeps this order. */
 void nas_fill_scan_result(const scenario_state &state, uint8_t network_type, zeb_nas_scan_result_ind &ind) {
     if (network_type == ZEB_NAS_NETWORK_TYPE_LTE) {
         ind.lte_valid = 1;

@@ -1,4 +1,4 @@
-/* The service object of the network access service: the virtual modem behind it, or a recording. */
+/* The service object of the network access service. Its calls are answered by the virtual modem or from a recording. */
 #include "modem.h"
 #include "nas_messages.h"
 #include "replay.h"
@@ -7,8 +7,8 @@
 
 namespace {
 
-/* Whether there is any memory left. Without memory the C++ library cannot even throw std::bad_alloc, and ends the
- * program. */
+/* Whether at least 256 KiB of memory can be allocated. When there is no memory at all, the C++ library cannot even
+ * throw std::bad_alloc, and ends the program. */
 bool memory_left() {
     void *volatile memory = malloc(size_t{256} * 1024);
     free(memory);
@@ -28,7 +28,8 @@ constinit const zeb_service NAS_SERVICE = {
 
 } // namespace
 
-/* Switches the modem on, so that a bad scenario is reported before anyone waits for the service. */
+/* Switches the modem on already here, so that a scenario that is not valid is reported before anyone waits for the
+ * service. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
     if (!memory_left()) {

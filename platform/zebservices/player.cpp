@@ -1,36 +1,41 @@
-/* The player. A recording is a sequence of lines. One thread, the conductor, plays them: it answers the program's calls
- * and delivers indications and events, one thing at a time, in the order of the lines.
+/* The player. A recording is a sequence of lines. One thread, the conductor, plays them one at a time, in the order of
+ * the lines: it lets the program's calls return with their recorded answers, and delivers indications and events.
  *
- * How time passes. The recording has a clock of its own, which runs `speed` times as fast as real time. A call is
- * answered after the time that the recorded call took, counted from the call's arrival. A delivery is made at its time,
- * counted from the creation of its client or notifier. With speed 0 nothing has a time, and the clock goes from line to
- * line.
+ * Clock. The player has a clock that shows times of the recording and runs `speed` times as fast as real time. A call
+ * is answered when as much time has passed on this clock since the call's arrival as the recorded call took. A delivery
+ * (of an indication or event) is made when as much time has passed since the creation of its client or notifier as on
+ * the box. With speed 0, no line waits for the clock; the clock is set to the time of each line that is played.
  *
- * When the program is late, the clock stands still: a delivery waits for the calls that were recorded before it (for
- * PATIENCE_US at most). When the program is early, a call waits for two things: for deliveries that were recorded
- * before this call, if they are due within AHEAD_US; and for a call of another thread that has not come yet, if on the
- * box both calls overlapped and the other call ended later than this one began. This takes AHEAD_US at most.
+ * Late program. While a call that was recorded before the next delivery has not come, the clock stops at the time of
+ * this delivery, for PATIENCE_US at most.
  *
- * A delivery, and an answer that follows a delivery, waits until the line before it has had its effect. First the
- * recorded pause between the two lines is kept, up to QUIET_US. Then the conductor waits until all threads of the
- * program sleep, for REST_US at most. A line that was recorded after a callback had returned waits for this callback as
- * well. The limit is the time that the callback took on the box, and PATIENCE_US more. A recording of version 1 does
- * not tell that time; there the limit is CALLBACK_US.
+ * Early program. A call waits for deliveries that were recorded before it and are due within AHEAD_US. A call also
+ * waits, for AHEAD_US at most, for a call of another thread that has not come yet, if the two calls overlapped on the
+ * box and the other call ended first.
  *
- * All these limits are real time, and only time in which the process runs counts. The conductor looks at the clock at
- * least every LOOK_US. When more than LOOK_MAX_US has passed since the last look, the process was stopped meanwhile,
- * for example by a debugger.
+ * Effects. The program may react to a line that was played. So each delivery, and each answer that follows a delivery,
+ * waits until the effects of the line before it are over. First the conductor keeps the recorded pause between the two
+ * lines, up to QUIET_US. Then the conductor waits until all threads of the program sleep, for REST_US at most. Also, a
+ * line that was recorded after a callback had returned waits until this callback has returned. The limit of this wait
+ * is the time that the callback took on the box plus PATIENCE_US. A recording of version 1 does not hold that time; its
+ * limit is CALLBACK_US. Calls that a callback makes are answered without these waits.
  *
- * What the program does about a delivery may go on after its callback has returned. The delivery is over when all
- * threads of the program have been seen at rest, or after twice REST_US. A call that the program makes by itself comes
- * too early when a delivery is not over.
+ * Limits. All these limits are real time, without the time in which the process was stopped, for example by a debugger.
+ * The conductor reads the real time at least every LOOK_US. When more than LOOK_MAX_US has passed since it was read
+ * last, the process was stopped, and only LOOK_MAX_US counts.
+ *
+ * Unsettled deliveries. The program may still react to a delivery after the callback has returned. The delivery is
+ * settled when all threads of the program have been seen asleep, none of them in a wait for a mutex, or after twice
+ * REST_US. The conductor looks at the threads every REST_LOOK_US. A call comes too early when a delivery is unsettled
+ * and the call is unprompted, which means that the program does not make it as a reaction to a delivery.
  *
  * Invariants. `lock` guards everything after it in struct player. A role is a client or notifier of the recording. Its
- * peer is the client or notifier of the program that plays it. A role has a peer from the arrival of the call that
- * creates the peer until the release. The deliveries of a role are made in their order; `next` is the index of the next
- * one. A call other than a decoding is in `pending` from its arrival to its answer; meanwhile its thread waits in
- * player_answer. A delivery is in `running` from the moment when it is made until its callback has returned, or until
- * its client or notifier is released. */
+ * peer is the client or notifier of the program that takes its place in the play. A role has a peer from the arrival of
+ * the call that creates the peer until the peer is released. The deliveries of a role are made in the order of their
+ * lines; role::next is the index of the next delivery. A call that has a recorded answer is in `pending` from its
+ * arrival until its answer, while its thread waits in answer_call; only a decoding is answered at once. A delivery is
+ * in `running` from the moment when it is made until its callback has returned, or until its client or notifier is
+ * released. */
 #include "player.h"
 #include "answers.h"
 #include "recording.h"
@@ -64,40 +69,40 @@ constexpr double CALLBACK_US = 1000000;
 constexpr double AHEAD_US = 100000;
 constexpr double PATIENCE_US = 10000000;
 
-/* An indication or event of the recording. */
+/* An indication or event of the recording, which the player delivers to the program. */
 struct delivery {
     const recording_entry *entry;
-    size_t after;  /* the line of the last call before the delivery */
-    double gap_us; /* the time since the line before the delivery */
+    size_t after;  /* the line of the last call that was recorded before the delivery */
+    double gap_us; /* the recorded time between the line before the delivery and the delivery */
 };
 
-/* A client or notifier of the recording, and the peer that plays it. */
+/* A client or notifier of the recording. Its peer is the program's client or notifier that takes its place. */
 struct role {
     std::vector<delivery> deliveries;
     size_t next = 0;
-    uint64_t peer = 0;    /* 0: not yet, or released */
-    double offset_us = 0; /* this plus a time of the recording is the time on the clock */
+    uint64_t peer = 0;    /* 0: not created yet, or released */
+    double offset_us = 0; /* the player's clock minus the recording's time */
     std::thread::id creator;
 };
 
-/* A call that waits for its answer. */
+/* A call of the program that waits for its answer. */
 struct pending_call {
     const recording_entry *entry;
     uint64_t peer;
-    double ready_us; /* the time on the clock from which the call may be answered */
-    double came_us;  /* awake_us when the call came */
+    double ready_us; /* the time on the player's clock from which the call may be answered */
+    double came_us;  /* player::awake_us when the call came */
     bool in_callback;
-    bool unprompted; /* as in tally_answered */
+    bool unprompted; /* the program makes the call by itself, not as a reaction to a delivery */
     bool done = false;
-    bool ended = false; /* the peer was released */
+    bool ended = false; /* the peer was released before the call was answered */
 };
 
 /* A delivery whose callback has not returned. */
 struct running_callback {
     const recording_entry *entry;
     uint64_t peer;
-    double since_us;       /* awake_us when the delivery was made */
-    bool given_up = false; /* runs for too long: lines are played without waiting for its end */
+    double since_us;       /* player::awake_us when the delivery was made */
+    bool given_up = false; /* the callback runs for too long; no line waits for its end any longer */
 };
 
 struct player {
@@ -105,10 +110,10 @@ struct player {
     double speed = 1;
     recording played;
 
-    std::atomic<pid_t> conductor_id = 0;                      /* the conductor's thread, as gettid returns it */
-    std::atomic<const recording_entry *> unsettled = nullptr; /* the first delivery that may not be over; null: none */
+    std::atomic<pid_t> conductor_id = 0; /* the ID of the conductor's thread, as gettid returns it */
+    std::atomic<const recording_entry *> unsettled = nullptr; /* first delivery to which the program may still react */
 
-    std::mutex lock; /* guards the fields below, and writing `unsettled` */
+    std::mutex lock; /* guards the fields below; also held while `unsettled` is written */
     std::condition_variable conductor;
     std::condition_variable answered;
     tally score;
@@ -116,25 +121,27 @@ struct player {
     std::unordered_map<const recording_entry *, double> gaps_us;
     std::map<uint32_t, role> roles;
     std::map<uint64_t, zeb_sink> peers;
-    std::map<uint64_t, uint32_t> numbers; /* by peer: the recording's number of its client or notifier */
+    std::map<uint64_t, uint32_t> numbers; /* for each peer: the number of its client or notifier in the recording */
     uint64_t last_peer = 0;
     std::vector<pending_call *> pending;
     std::vector<running_callback> running;
 
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
-    double awake_us = 0;       /* real time in which the process was not stopped */
-    double clock_us = 0;       /* the recording's clock */
-    double shift_us = 0;       /* the offset_us of the role that was given a peer last */
-    double stalled_us = 0;     /* how long the clock has stood still */
-    bool impatient = false;    /* set when the clock stood still for too long, cleared when a call is answered */
-    double activity_us = 0;    /* awake_us at the last answer, delivery, or end of a callback */
-    double settles_us = 0;     /* awake_us at the last delivery, or end of a callback */
-    bool was_delivery = false; /* the last answer or delivery was a delivery */
-    size_t position = 0;       /* the highest line of the answered calls; kept calls do not count */
+    double awake_us = 0;       /* real time since the start, without times in which the process was stopped */
+    double clock_us = 0;       /* the time that the player's clock shows */
+    double shift_us = 0;       /* role::offset_us of the role that was given a peer last */
+    double stalled_us = 0;     /* how long the clock has been stopped because calls are late */
+    bool impatient = false;    /* set when the clock was stopped for too long; cleared when a call is answered */
+    double activity_us = 0;    /* awake_us at the last answer, delivery or return of a callback */
+    double settles_us = 0;     /* awake_us at the last delivery or return of a callback */
+    bool was_delivery = false; /* the line that was played last was a delivery, not an answer */
+    size_t position = 0;       /* the highest line number of the calls answered so far, without kept calls */
 };
 
 player *the_player = nullptr;
-const player *parents_player = nullptr; /* set in a child of fork only, so that leak checkers find the object */
+
+/* In a child of fork, points to the parent's player, so that leak checkers find the object. */
+const player *parents_player = nullptr;
 
 double rate(const player &p) {
     return p.speed > 0 ? p.speed : 1;
@@ -148,8 +155,8 @@ double due_us(const role &r, const delivery &d) {
     return static_cast<double>(d.entry->begin_us) + r.offset_us;
 }
 
-/* The next delivery: the one with the lowest line, of all clients and notifiers that exist now. `of` becomes its
- * role. */
+/* Returns the delivery with the lowest line number among those that are still to be made to existing clients and
+ * notifiers, and sets `of` to its role. Returns null when there is no such delivery. */
 const delivery *next_delivery(player &p, role *&of) {
     const delivery *next = nullptr;
     for (auto &[number, r] : p.roles) {
@@ -162,8 +169,8 @@ const delivery *next_delivery(player &p, role *&of) {
     return next;
 }
 
-/* Whether a line was recorded after a callback had returned. A recording of version 1 does not tell; there the answer
- * is always yes. */
+/* Whether `line` was recorded after the callback `c` had returned. A recording of version 1 does not say when callbacks
+ * returned; for such a recording the result is always true. */
 bool comes_after(const player &p, const running_callback &c, size_t line) {
     return p.played.version == 1 || (c.entry->returned && c.entry->returned_line < line);
 }
@@ -174,7 +181,8 @@ bool waits_for_callback(const player &p, size_t line) {
                        [&p, line](const running_callback &c) { return !c.given_up && comes_after(p, c, line); });
 }
 
-/* Counts a line that is played although a callback for which it has to wait is still running. */
+/* `line` is played now. If a callback is still running that had returned before this line on the box, tells the
+ * tally. */
 void count_overtaking(player &p, size_t line) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p, line](const running_callback &r) { return comes_after(p, r, line); });
@@ -187,8 +195,9 @@ bool callback_runs(const player &p) {
     return std::any_of(p.running.begin(), p.running.end(), [](const running_callback &c) { return !c.given_up; });
 }
 
-/* How long the conductor still has to wait before it plays the next line. The wait counts from the last answer or
- * delivery. gap_us is the recorded time between the next line and the line before it. */
+/* Returns how long the conductor still has to wait before the effects of the last line are over and it may play the
+ * next line, in microseconds of real time. `gap_us` is the recorded time between these two lines. The wait counts from
+ * the last answer, delivery or return of a callback. */
 double unsettled_us(const player &p, double gap_us) {
     const double quiet = p.awake_us - p.activity_us;
     const double kept = std::min(gap_us, QUIET_US);
@@ -200,7 +209,8 @@ double unsettled_us(const player &p, double gap_us) {
     return quiet < kept + REST_US && !rests ? 1000 : 0;
 }
 
-/* The program begins to deal with the delivery, or its callback has returned. */
+/* To be called when `delivered` has been delivered, and again when its callback has returned. The program may react at
+ * either time. */
 void begin_to_settle(player &p, const recording_entry &delivered) {
     p.activity_us = p.settles_us = p.awake_us;
     if (p.unsettled == nullptr) {
@@ -208,7 +218,8 @@ void begin_to_settle(player &p, const recording_entry &delivered) {
     }
 }
 
-/* Finds out whether all deliveries are over. */
+/* Clears `unsettled` when the program has finished its reaction to all deliveries made so far, or has had enough time
+ * to finish. */
 void look_for_rest(player &p) {
     if (p.unsettled != nullptr && !callback_runs(p) &&
         (p.awake_us - p.settles_us > 2 * REST_US || zeb_other_threads(0) == zeb_threads::SLEEP)) {
@@ -231,7 +242,7 @@ void deliver(player &p, role &r, const delivery &d) {
             runs = sink.indication(sink.owner, e.numbers[0], std::move(bytes));
         }
     } catch (const std::bad_alloc &) {
-        runs = false; // lost
+        runs = false; // no memory: the delivery is lost
     }
     if (runs) {
         p.running.push_back({&e, r.peer, p.awake_us});
@@ -265,7 +276,8 @@ void answer(player &p, pending_call &call) {
     p.answered.notify_all();
 }
 
-/* Of the calls that can be answered now, the call whose answer stands first in the recording. */
+/* Returns the pending call with the lowest line number, of those that do not have to wait for a callback. Returns null
+ * when there is none. */
 pending_call *next_call(const player &p) {
     pending_call *next = nullptr;
     for (pending_call *call : p.pending) {
@@ -277,14 +289,14 @@ pending_call *next_call(const player &p) {
     return next;
 }
 
-/* Whether the call has to wait for the delivery. */
+/* Whether the delivery `d` of the role `r` has to be made before `call` is answered. */
 bool comes_first(const player &p, const role &r, const delivery &d, const pending_call &call) {
     return !call.in_callback && d.entry->line < call.entry->line &&
            (p.speed == 0 || due_us(r, d) <= std::max(call.ready_us, p.clock_us) + AHEAD_US * p.speed);
 }
 
-/* How long the call still has to wait for a call of another thread that has not come yet. On the box the other call
- * began before this call, and ended after the beginning of this call. */
+/* Returns how long `call` still has to wait for a call of another thread that has not come yet, in microseconds. `call`
+ * waits if the two calls overlapped on the box and the other call ended first. */
 double other_thread_us(const player &p, const pending_call &call) {
     const double left = AHEAD_US - (p.awake_us - call.came_us);
     const recording_entry *other = left > 0 ? tally_expected_call(p.score) : nullptr;
@@ -295,13 +307,13 @@ double other_thread_us(const player &p, const pending_call &call) {
     return overlaps && !has_come ? left : 0;
 }
 
-/* The real time until the recording's clock shows clock_us. */
+/* Returns how much real time is left until the player's clock shows `clock_us`; 0 or less when nothing is left. */
 double until_us(const player &p, double clock_us) {
     return p.speed == 0 ? 0 : (clock_us - p.clock_us) / p.speed;
 }
 
-/* Plays the next answer or delivery and returns 0 or less. When it is too early for that, returns how long the
- * conductor may wait before it tries again. */
+/* Plays the next answer or delivery and returns 0 or less. When neither can be played yet, returns for how many
+ * microseconds the conductor may wait before it calls this function again. */
 double play(player &p) {
     pending_call *call = next_call(p);
     role *r = nullptr;
@@ -333,7 +345,7 @@ double play(player &p) {
     return wait;
 }
 
-/* Gives up every callback that takes much longer than it took on the box. */
+/* Gives up every callback that runs much longer than it ran on the box: no line waits for its end any longer. */
 void look_at_callbacks(player &p) {
     for (running_callback &c : p.running) {
         const double took = static_cast<double>(c.entry->took_us) / rate(p);
@@ -342,7 +354,8 @@ void look_at_callbacks(player &p) {
     }
 }
 
-/* Moves the clocks on. */
+/* Advances `awake_us` and `clock_us` to the present. While a call is late that was recorded before the next delivery,
+ * `clock_us` does not go beyond the time of this delivery. */
 void look(player &p) {
     const auto now = std::chrono::steady_clock::now();
     const double passed = std::chrono::duration<double, std::micro>(now - p.looked).count();
@@ -405,7 +418,7 @@ uint32_t number_of(const player &p, uint64_t peer) {
     return found == p.numbers.end() ? 0 : found->second;
 }
 
-/* Gives the peer the role of the client or notifier that the entry created. */
+/* Gives the peer the role of the client or notifier that the recorded call `entry` created. */
 void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     p.shift_us = p.clock_us - static_cast<double>(entry.begin_us);
     role &r = p.roles[entry.handle];
@@ -414,16 +427,17 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* Whether the program makes the call by itself. A call on the thread that created the client or notifier counts as
- * such. A call on another thread may be how the program deals with an indication or event. */
+/* Whether the program makes the call by itself, not as a reaction to an indication or event. A call by the thread that
+ * created the client or notifier counts as such a call. A call by another thread or in a callback may be a
+ * reaction. */
 bool is_unprompted(const player &p, const zeb_call &call) {
     const auto r = p.roles.find(number_of(p, call.peer));
     return !call.in_callback && (r == p.roles.end() || r->second.creator == std::thread::id() ||
                                  r->second.creator == std::this_thread::get_id());
 }
 
-/* The line of an indication or event that the program has not dealt with yet; 0: none. Its callback still runs, or
- * other threads still work on what the callback began. */
+/* Returns the line of an indication or event to which the program still reacts; 0 when there is none. The program still
+ * reacts when the callback runs, or when other threads work on what the callback started. */
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
@@ -432,7 +446,7 @@ size_t unfinished_line(const player &p) {
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
-    // The call's own thread looks at once: the program may have come to rest since the conductor looked.
+    // The program may have come to rest since the conductor looked last, so the thread of the call looks once more.
     const bool looks = p.unsettled != nullptr && !call.in_callback;
     const bool at_rest = looks && zeb_other_threads(p.conductor_id) == zeb_threads::SLEEP;
     std::unique_lock guard(p.lock);
@@ -562,8 +576,8 @@ bool player_sum_up() {
     player &p = *the_player;
     std::unique_lock guard(p.lock);
     look(p);
-    // Other threads of the program may still deal with the last delivery. They get REST_US for this, as they do between
-    // two lines.
+    // Other threads of the program may still react to the last delivery. They get REST_US to finish, the same time as
+    // between two lines.
     const double end = p.awake_us + REST_US;
     size_t line = unfinished_line(p);
     while (line != 0 && p.awake_us < end) {

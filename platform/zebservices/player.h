@@ -1,6 +1,6 @@
-/* Plays a recording: answers calls as they were answered, and delivers the indications and events in between. A process
- * plays one recording, from player_start until the process ends. After player_start has returned true, every other
- * function may be called from any thread. */
+/* Plays a recording: answers the program's calls as they were answered on the box, and delivers the recorded
+ * indications and events in between. A process plays one recording, from player_start until the process ends. After
+ * player_start has returned true, every other function may be called from any thread. */
 #ifndef PLAYER_H
 #define PLAYER_H
 
@@ -9,28 +9,28 @@
 
 #include <string>
 
-/* Reads the recording and starts to play it. `speed` is a multiple of the box's speed; with 0, every line is played as
- * soon as it can be. When the recording is not right, returns false, with "file:line: reason" in `error`. Throws when
- * out of memory or of threads. */
+/* Reads the recording and starts to play it. With a `speed` of 2 plays twice as fast as the box was; with 0, plays
+ * every line as soon as the order of the lines allows. When the recording is not valid, returns false and sets `error`
+ * to "file:line: reason". Throws when there is no memory or no thread can be started. */
 bool player_start(const char *file, double speed, std::string &error);
 
-/* As in zeb_replay. Never throws. */
+/* The functions `answer` and `returned` of zeb_replay, which describes them. They never throw. */
 int32_t player_answer(const zeb_call &call);
 void player_returned(uint64_t peer);
 
-/* As in zeb_service. */
+/* The operations `attach` and `detach` of zeb_service, which describes them. */
 uint64_t player_attach(const zeb_sink &sink);
 void player_detach(uint64_t peer);
 
-/* To be called in a child of fork. The child has no part in its parent's play: in the child every call fails from then
- * on. */
+/* To be called in a child of fork. The child cannot go on with its parent's play: from then on, every call in the child
+ * fails. */
 void player_forget_parent();
 
-/* Returns true when the recording has no service event left that could end a wait, and says this on standard error. Not
- * to be called in a child of fork. */
+/* When the recording has no service event left that could end a wait, says so on standard error and returns true. Must
+ * not be called in a child of fork. */
 bool player_tell_endless_wait();
 
-/* Says on standard error whether the play so far was exact, and if not, why. Returns whether it was exact. Not to be
+/* Says on standard error whether the play so far was exact, and if not, why. Returns whether it was exact. Must not be
  * called in a child of fork. */
 bool player_sum_up();
 

@@ -14,11 +14,12 @@ namespace {
 
 constexpr std::string_view FIRST_WORD = "zeb-recording ";
 constexpr int64_t U32_MAX = UINT32_MAX;
-constexpr int64_t US_MAX = int64_t{1} << 52; /* a time that a double holds exactly */
+constexpr int64_t US_MAX = int64_t{1} << 52; /* the highest time, in microseconds; a double holds it exactly */
 
-/* The place where the value of a key is stored. */
+/* Where the value of a `key=value` word goes: into a member of recording_entry, or, for REASON, into
+ * recording::end_reason. */
 enum class slot {
-    NUMBER_0, /* any number of 32 bits, signed or not; so are NUMBER_1 and NUMBER_2 */
+    NUMBER_0, /* a 32-bit number, signed or unsigned, as are NUMBER_1 and NUMBER_2 */
     NUMBER_1,
     NUMBER_2,
     ID_0,
@@ -26,13 +27,13 @@ enum class slot {
     HANDLE,
     INSTANCE,
     TIMEOUT,
-    ENTRIES, /* a count, or - for a null pointer; so is SERVICES */
+    ENTRIES, /* a 32-bit count, or "-" for a null pointer, as is SERVICES */
     SERVICES,
     IN,
     OUT,
     TOOK,
     COUNT,
-    REASON, /* letters and - */
+    REASON, /* the reason of an `end` line: lower-case letters and hyphens */
 };
 
 struct field {
@@ -40,15 +41,15 @@ struct field {
     slot place;
 };
 
-/* What a line adds to the recording. */
+/* The kind of a line, for all lines but the first line and comments. */
 enum class line_kind { CALL, INDICATION, EVENT, RETURNED, LOST, UNRECORDED, BEFORE, END };
 
 struct kind {
     std::string_view name;
     line_kind line;
-    zeb_call_kind call;          /* of a CALL */
-    uint32_t since;              /* the first version that has such lines */
-    std::array<field, 7> fields; /* in the order of the line; a field without a key ends the list */
+    zeb_call_kind call;          /* the call, if `line` is CALL */
+    uint32_t since;              /* the first version of the format that has such lines */
+    std::array<field, 7> fields; /* in their order in the line; a field without a key ends the list */
 };
 
 constexpr zeb_call_kind NO_CALL = zeb_call_kind::OBJECT;
@@ -222,7 +223,7 @@ bool read_value(std::string_view text, slot place, recording_entry &out, std::st
     return false;
 }
 
-/* Takes a word from the front of the text, and the blank behind the word. */
+/* Removes the first word of the text, with the blank after the word, and returns the word. */
 std::string_view next_word(std::string_view &text) {
     const size_t end = std::min(text.find(' '), text.size());
     const std::string_view word = text.substr(0, end);
@@ -230,7 +231,8 @@ std::string_view next_word(std::string_view &text) {
     return word;
 }
 
-/* Reads one line. Throws std::runtime_error with the reason when the line is not right. */
+/* Reads one line into `out`; the reason of an `end` line goes into `reason`. Throws std::runtime_error when the line is
+ * not valid; the exception's text says why. */
 const kind &read_line(std::string_view text, uint32_t version, recording_entry &out, std::string &reason) {
     const bool blank_at_end = text.ends_with(' ');
     if (!read_number(next_word(text), 0, US_MAX, out.begin_us)) {
@@ -266,12 +268,12 @@ const kind &read_line(std::string_view text, uint32_t version, recording_entry &
     return *found;
 }
 
-/* The callbacks that have not returned so far. The key is the number of the client or notifier, and the time when the
- * callback began. The value is an index of the recording's entries. */
+/* The callbacks whose `returned` line has not been read yet. The key is the number of the client or notifier, and the
+ * time when the callback began. The value is the index of the callback's indication or event in recording::entries. */
 using open_callbacks = std::map<std::pair<uint32_t, uint64_t>, size_t>;
 
-/* Fills in how long a callback took. Throws when no such callback had begun; but not when lines are missing, since the
- * line of the callback may be among them. */
+/* Stores how long a callback took, as its `returned` line says. Throws when the recording has no such callback; but
+ * when lines of the recording are missing, ignores the line instead, because the callback's own line may be missing. */
 void read_returned(const recording_entry &line, open_callbacks &open, recording &out) {
     const auto found = open.find({line.handle, line.begin_us});
     if (found != open.end()) {
@@ -317,8 +319,8 @@ void add_line(line_kind kind, recording_entry &&line, std::string &&reason, open
     out.entries.push_back(std::move(line));
 }
 
-/* Reads "2026-11-23T02:16:57.123Z", with or without the milliseconds. Returns milliseconds since 1970; -1 for anything
- * else. */
+/* Reads a time such as "2026-11-23T02:16:57.123Z", with or without the milliseconds. Returns milliseconds since 1970,
+ * or -1 when the text is not such a time. */
 int64_t read_start(std::string_view text) {
     constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd.dddZ";
     const size_t digits[] = {0, 5, 8, 11, 14, 17, 20};
@@ -345,7 +347,8 @@ int64_t read_start(std::string_view text) {
     return (((days * 24 + values[3]) * 60 + values[4]) * 60 + values[5]) * 1000 + values[6];
 }
 
-/* Reads the first line of a recording. Unknown words are passed over. */
+/* Reads the first line of a recording. Ignores words that are not known. Throws std::runtime_error when the line is not
+ * valid. */
 void read_first_line(std::string_view text, recording &out) {
     const bool right = text.starts_with(FIRST_WORD);
     text.remove_prefix(right ? FIRST_WORD.size() : 0);
@@ -372,8 +375,8 @@ void read_first_line(std::string_view text, recording &out) {
     out.start_ms = read_start(out.start);
 }
 
-/* Reads line after line; `line` is the number of the current line. Throws std::runtime_error with the reason when this
- * line is not right. */
+/* Reads all lines. `line` always holds the number of the line that is being read. Throws std::runtime_error when this
+ * line is not valid; the exception's text says why. */
 void read_lines(std::string_view text, size_t &line, recording &out) {
     if (text.size() > RECORDING_FILE_MAX) {
         throw std::runtime_error("longer than " + std::to_string(RECORDING_FILE_MAX) + " bytes");
@@ -436,7 +439,7 @@ bool recording_parse(std::string_view text, const char *file, recording &out, st
     size_t line = 0;
     try {
         out = {};
-        // This message is made in advance: when memory runs out later, there may be none left for a message.
+        // This message is made in advance: when memory runs out later, there may not be enough of it to make a message.
         error = std::string(file) + ":0: out of memory";
         try {
             read_lines(text, line, out);

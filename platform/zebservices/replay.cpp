@@ -15,11 +15,11 @@
 
 namespace {
 
-/* The program's status with ZEB_STRICT=1 when the play was not exact. */
+/* The exit status of a program whose play was not exact, when ZEB_STRICT=1 is set. */
 constexpr int NOT_EXACT_STATUS = 10;
 
 const char *environment(const char *name) {
-    const char *value = getenv(name); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
+    const char *value = getenv(name); // NOLINT(concurrency-mt-unsafe): no thread calls setenv meanwhile
     return value == nullptr || *value == '\0' ? nullptr : value;
 }
 
@@ -28,9 +28,9 @@ bool is_strict() {
     return strict != nullptr && strcmp(strict, "1") == 0;
 }
 
-/* Ends the program, whose play was not exact. Output that is still buffered is written first. Another thread may hold
- * the lock of a stream, for example to read from it. So only standard output is waited for without limit; all other
- * streams together get a second. */
+/* Ends the program with NOT_EXACT_STATUS, after the output that is still buffered has been written. Another thread may
+ * hold the lock of a stream for long, for example while it reads from the stream. So the function waits without limit
+ * for standard output only, and one second for all other streams together. */
 [[noreturn]] void end_program() {
     static std::atomic<bool> flushed = false;
     fflush(stdout);
@@ -48,9 +48,9 @@ bool is_strict() {
     _exit(NOT_EXACT_STATUS);
 }
 
-/* Answers a call. A wait without limit that no event of the recording can end would go on for ever. There are two
- * cases: the program waited like this when the recording ended, or the play is not exact. In the second case the
- * program ends, if ZEB_STRICT=1. */
+/* Answers a call. A wait without limit goes on for ever when the recording has no event left that could end it. If the
+ * play is exact so far, the program waited like this on the box when the recording ended, and waits for ever now. If
+ * the play is not exact and ZEB_STRICT=1 is set, this function ends the program. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
     const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;
@@ -74,16 +74,18 @@ constinit const zeb_service PLAYED_SERVICE = {
     .replay = &REPLAY,
 };
 
-/* OF_PARENT: this is a child of fork whose parent plays. NOT_HERE: the same, and standard error says so already. */
+/* OF_PARENT: this process is a child of fork, and its parent plays. NOT_HERE: the same, and a line on standard error
+ * has already said that the child does not play. */
 enum class replay_state { NOT_STARTED, PLAYS, REFUSED, OF_PARENT, NOT_HERE };
 
 std::mutex start_lock; /* held while the recording is read */
 std::atomic<replay_state> state = replay_state::NOT_STARTED;
-bool forked = false; /* this is a child of fork */
+bool forked = false; /* this process is a child of fork */
 
 const char *recording_name() {
     const char *name = environment("ZEB_RECORDING");
-    return name == nullptr ? "the recording" : name; // the program has removed the variable from its environment
+    // The name is null when the program has removed the variable from its environment.
+    return name == nullptr ? "the recording" : name;
 }
 
 bool read_speed(double &speed) {
@@ -100,7 +102,8 @@ bool read_speed(double &speed) {
     return true;
 }
 
-/* Starts to play. When there is nothing to play, says why on standard error and returns false. */
+/* Starts to play. When the recording or ZEB_SPEED is not valid, prints the reason on standard error and returns
+ * false. */
 bool start() {
     double speed = 1;
     std::string error;
@@ -112,8 +115,8 @@ bool start() {
     return false;
 }
 
-/* Whether this process plays. The first call starts to play. Throws when out of memory or of threads; the caller may
- * then call again. */
+/* Whether this process plays the recording. The first call starts the play. Throws when there is no memory or no thread
+ * can be started; the caller may then call again. */
 bool plays() {
     std::lock_guard guard(start_lock);
     if (state == replay_state::NOT_STARTED) {
@@ -125,7 +128,8 @@ bool plays() {
     return state == replay_state::PLAYS;
 }
 
-/* A child of fork does not go on with its parent's play: the thread that plays is not in the child. */
+/* Runs in a child of fork. The child cannot go on with its parent's play, because the thread that plays does not exist
+ * in the child. */
 void forget_parent() {
     new (&start_lock) std::mutex;
     forked = true;
@@ -135,8 +139,9 @@ void forget_parent() {
     player_forget_parent();
 }
 
-/* Returns whether the play was exact, and says so on standard error. In a child of fork that makes no call, returns
- * true and says nothing. */
+/* Says on standard error whether the play was exact, and returns whether it was. A refused recording, or a program that
+ * made no call, is not exact. Says nothing and returns true when no recording is to be played, and in a child of fork
+ * that has started no play. */
 bool sum_up() {
     if (state == replay_state::PLAYS) {
         return player_sum_up();
