@@ -1,6 +1,7 @@
-/* The recorder's functions. Each one has the name of a function of the platform, and stands in front of that function:
- * it passes the call on unchanged, and records it. No lock is held while the platform's function or the program's
- * callback runs. */
+/* The recorder's functions. Each of them has the name of a platform function, and the program calls it in the place of
+ * that function. It calls the platform function and records the call. Callbacks that the program registers are replaced
+ * by callbacks of the recorder, which record them and call the program's. No lock is held while a platform function or
+ * a callback of the program runs. */
 #pragma GCC visibility push(default) // the library exports what the platform's headers declare
 #include "zeb_nas_v01.h"
 #pragma GCC visibility pop
@@ -13,9 +14,9 @@
 #include <cerrno>
 #include <dlfcn.h>
 
-/* The platform's own function, looked up at the first call that needs it. A lookup that fails for want of memory is
- * tried a second time, and may then succeed. Returns null, with a line on standard error, when there is no such
- * function. */
+/* Returns the platform's own function `name`, and stores its address in *found for later calls. A lookup that fails is
+ * repeated once, because it may have failed for lack of memory. Returns null, with a line on standard error, when no
+ * library has the function. */
 static void *platform_function(std::atomic<void *> *found, const char *name) {
     void *function = *found;
     if (function == nullptr) {
@@ -32,18 +33,19 @@ static void *platform_function(std::atomic<void *> *found, const char *name) {
     return function;
 }
 
-/* Declares `platform`, the platform's own function of that name. */
+/* Declares the variable `platform`, which points to the platform's own function `name`, or is null. */
 #define PLATFORM_FUNCTION(name)                                                                                        \
     static std::atomic<void *> found;                                                                                  \
     const auto platform = reinterpret_cast<decltype(&(name))>(platform_function(&found, #name))
 
-/* How much room a buffer takes in a line. */
+/* Returns for how many bytes of a buffer a line needs room: for none if the buffer is too long to be recorded. */
 static uint64_t room_of(uint64_t len) {
     return len <= ZEB_RECORD_BYTES_MAX ? len : 0;
 }
 
-/* Records that a callback has returned, and how long the callback took. The line about the delivery was written before
- * the callback began. So a callback that ends the program is in the recording too. */
+/* Records that a callback has returned, and how long it took. `recorded` says whether the indication or event has a
+ * line of its own. That line is written before the callback begins, so that it is not lost when the callback ends the
+ * program. */
 static void record_returned(zeb_record_call *call, bool recorded, uint32_t number) {
     zeb_record_after(call);
     if (recorded && zeb_record_begin(call, 0, "returned handle=%u", number)) {

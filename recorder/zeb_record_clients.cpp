@@ -54,8 +54,8 @@ void zeb_record_client_undo(zeb_record_client *entry) {
     client_drop(entry);
 }
 
-/* The platform may give a handle out again while an older entry still has this handle. The newer entry has the higher
- * number. */
+/* The platform may reuse a handle while an older entry still has this handle. The newest entry has the highest number,
+ * so the highest number is returned. */
 uint32_t zeb_record_client_number(zeb_client_handle handle) {
     uint32_t number = 0;
     for (const zeb_record_client &entry : clients) {

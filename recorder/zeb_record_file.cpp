@@ -7,11 +7,11 @@
 #include <unistd.h>
 
 enum {
-    FD_MIN = 64, /* the lowest number of a recorder's descriptor: lower ones stay free for the program */
+    FD_MIN = 64, /* the lowest number for a descriptor of the recorder; lower numbers stay free for the program */
 };
 
-/* Why the file cannot be recorded to; null when it can. Sets errno to the error behind the reason, or to 0 when there
- * is no such error. */
+/* Returns why nothing can be recorded to the file, or null when it can be used. Sets errno to the error of the system
+ * call that failed, or to 0 if none failed. */
 static const char *file_refusal(int fd, const struct stat *status) {
     errno = 0;
     if (!S_ISREG(status->st_mode) || status->st_size != 0) {

@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-/* A piece of a line's text. */
+/* A part of a line's text, not terminated by a zero byte. */
 struct piece {
     const char *text;
     uint32_t len;
@@ -14,29 +14,29 @@ struct piece {
 
 enum line_kind { OTHER, OBJECT, LIST, NOTIFIER, WATCH, CLIENT, SEND, RELEASE };
 
-/* The parts of a line that identify the line among the kept lines. A new line replaces the kept line that has the same
- * parts; the two lines may differ in the outcome of the call. */
+/* What identifies a kept line. A new line replaces the kept line that has the same kind, the same handle and the same
+ * texts in `same`. The two lines may differ in the rest, for example in the status and the duration of the call. */
 struct line_facts {
     line_kind kind;
-    uint32_t handle; /* of the client or notifier */
-    piece same[2];   /* the parts of the line besides the handle and the outcome of the call */
+    uint32_t handle; /* number of the client or notifier; 0: none */
+    piece same[2];   /* the texts that say what was called with which arguments; unused texts are empty */
 };
 
 struct kept_line {
     line_kind kind;
     uint32_t handle;
     uint32_t len;
-    uint32_t hash; /* of line_facts.same */
+    uint32_t hash; /* hash of the texts in line_facts.same */
 };
 
-static char texts[ZEB_RECORD_KEPT_MAX];
-static kept_line
-    lines[ZEB_RECORD_KEPT_LINES_MAX]; /* in the order in which their texts stand in `texts`, without times */
+static char texts[ZEB_RECORD_KEPT_MAX]; /* the texts of `lines`, in the same order and without the times */
+static kept_line lines[ZEB_RECORD_KEPT_LINES_MAX];
 static uint32_t count;
 static uint32_t used;
 static uint64_t used_max = ZEB_RECORD_KEPT_MAX;
 
-/* The text between a key and the next blank or the newline; no text when the line has no such key. */
+/* Returns the text between `key` and the next blank or newline. The text is empty when the line does not have the
+ * key. */
 static piece value_of(piece line, const char *key) {
     const size_t key_len = strlen(key);
     const auto *at = static_cast<const char *>(memmem(line.text, line.len, key, key_len));
@@ -58,19 +58,21 @@ static uint32_t number_of(piece value) {
     return value.len > 0 ? static_cast<uint32_t>(strtoul(value.text, nullptr, 10)) : 0;
 }
 
-/* The line's text before the key; no text when the line has no such key. */
+/* Returns the line's text before `key`. The text is empty when the line does not have the key. */
 static piece before(piece line, const char *key) {
     const auto *at = static_cast<const char *>(memmem(line.text, line.len, key, strlen(key)));
     return {line.text, at != nullptr ? static_cast<uint32_t>(at - line.text) : 0};
 }
 
-/* The start of a buffer's text: its length and the colon, or "-" for a buffer without a length. */
+/* Returns the length and the colon of a buffer that a line has as LENGTH:HEX. Returns "-" for a buffer that the line
+ * has as "-". */
 static piece length_of(piece bytes) {
     const auto *colon = bytes.len > 0 ? static_cast<const char *>(memchr(bytes.text, ':', bytes.len)) : nullptr;
     return {bytes.text, colon != nullptr ? static_cast<uint32_t>(colon + 1 - bytes.text) : bytes.len};
 }
 
-/* The facts of a line; `line` is its text without the time. */
+/* Returns what identifies a line. `line` is its text without the time. The kind OTHER means that the line does not
+ * change the kept lines. */
 static line_facts facts_of(piece line) {
     line_facts facts = {OTHER, 0, {}};
     if (begins(line, "object ") && number_of(value_of(line, " found=")) == 1) {
@@ -110,7 +112,7 @@ static uint32_t hash_of(const line_facts *facts) {
     return hash;
 }
 
-/* Removes line i. `at` is where the line's text begins in `texts`. */
+/* Removes the kept line number `i`. `at` is where the line's text begins in `texts`. */
 static void line_remove(uint32_t i, uint32_t at) {
     const uint32_t len = lines[i].len;
     memmove(texts + at, texts + at + len, used - at - len);
@@ -141,7 +143,7 @@ static bool lines_fit(uint32_t len) {
     return count < ZEB_RECORD_KEPT_LINES_MAX && used + len + (count + 1) * ZEB_RECORD_KEPT_PREFIX_MAX <= used_max;
 }
 
-/* Removes answers, the oldest first, until a line of this length fits or no answer is left. */
+/* Removes kept `send` lines, the oldest first, until a new line of `len` bytes fits or no `send` line is left. */
 static void lines_make_room(uint32_t len) {
     for (uint32_t i = 0, at = 0; i < count && !lines_fit(len);) {
         if (lines[i].kind == SEND) {

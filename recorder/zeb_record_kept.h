@@ -1,26 +1,28 @@
-/* The kept lines: each part of a recording repeats them at its beginning, so that the part plays without the parts
- * before it. They are the calls that led to the clients and notifiers now in use, and the last answer to each request
- * of each client. They are gathered from the lines on their way to the file. One thread at a time may call these
- * functions. */
+/* The kept lines. Each part of a recording but the first begins with them, so that it can be played without the parts
+ * before it. They are the calls that created the clients and notifiers now in use, and each client's last answer to
+ * each request. The kept lines are collected from the lines that are written to the file. Only one thread at a time may
+ * call these functions. */
 #ifndef ZEB_RECORD_KEPT_H
 #define ZEB_RECORD_KEPT_H
 
 #include <cstdint>
 
 enum {
-    ZEB_RECORD_KEPT_MAX = 256 * 1024, /* bytes; the oldest answers make room for new lines */
+    ZEB_RECORD_KEPT_MAX = 256 * 1024, /* bytes; the oldest answers to requests are dropped to make room for new lines */
     ZEB_RECORD_KEPT_LINES_MAX = 512,
-    ZEB_RECORD_KEPT_PREFIX_MAX = 32, /* "TIME kept " */
+    ZEB_RECORD_KEPT_PREFIX_MAX = 32, /* bytes of the "TIME kept " before a kept line */
 };
 
-/* Sets a limit: from now on no more than `bytes` bytes are gathered, the "TIME kept " of each line included. */
+/* Sets the size that the kept lines may have together, with a "TIME kept " before each line. Drops answers to requests,
+ * the oldest first, until the lines fit. Lines of other kinds stay even if they do not fit. */
 void zeb_record_kept_limit(uint64_t bytes);
 
-/* Takes note of a whole line of the recording. */
+/* To be called for each whole line that is added to the recording. Keeps the line if a later part needs it, and drops
+ * the kept lines that it replaces. */
 void zeb_record_kept_note(const char *line, uint32_t len);
 
-/* Writes the kept lines into `out`, each with the given time. `out` has as many bytes as the limit. Returns the number
- * of bytes written. */
+/* Writes the kept lines into `out`, each with the time `time`. `out` must have room for ZEB_RECORD_KEPT_MAX bytes.
+ * Returns the number of bytes written. */
 uint32_t zeb_record_kept_print(char *out, uint64_t time);
 
 #endif

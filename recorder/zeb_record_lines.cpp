@@ -18,7 +18,7 @@ enum {
 
 static pthread_once_t once = PTHREAD_ONCE_INIT;
 
-/* Runs in a child of fork of the process that records, and in a child of such a child. */
+/* The handler for a child of fork: runs in a child of the process that records, and in the children of that child. */
 static void record_stop_in_child() {
     const int phase = zeb_record_phase;
     if (phase == ZEB_RECORD_ON || phase == ZEB_RECORD_CHILD_TOLD) {
@@ -27,7 +27,8 @@ static void record_stop_in_child() {
     zeb_record_queue_close();
 }
 
-/* Runs once, before the first line. Meanwhile other threads that call the platform wait. */
+/* Starts the recording, unless none is asked for. Runs once, at the first call of the platform. Other threads that call
+ * the platform wait until it has returned. */
 static void record_start() {
     const zeb_record_settings *settings = zeb_record_settings_get();
     if (*settings->path == '\0') {
@@ -51,9 +52,9 @@ static void record_tell_child() {
     }
 }
 
-/* If a thread were cancelled while it holds a lock, all other threads would stop. So cancellation is disabled for that
- * time. An asynchronous cancellation may have been sent just before; only the deferred type holds it back, so the type
- * is set as well. */
+/* If a thread were cancelled while it holds a lock, all other threads would wait for the lock for ever. So cancellation
+ * is disabled while a thread may hold a lock. The deferred type is set as well: without it, an asynchronous
+ * cancellation that was requested just before could still take effect. */
 static void cancel_hold(zeb_record_call *call) {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &call->cancel_type);

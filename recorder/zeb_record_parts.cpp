@@ -16,12 +16,12 @@
 #include <unistd.h>
 
 enum {
-    WORD_MAX = 49, /* bytes of a word of the first line, its zero included */
-    MARK_MAX = 64, /* bytes of a "lost" or a "before" line */
+    WORD_MAX = 49, /* bytes of a word in the first line, with the terminating zero */
+    MARK_MAX = 64, /* bytes of a `lost` line, a `before` line, or the part's number in the first line */
     NAME_MAX_ALL = ZEB_RECORD_PATH_MAX + 8,
 };
 
-/* The part that is being written, and the part before it, which is not open. */
+/* `file` is the part that is being written. `before` is the part before it, whose descriptor is closed. */
 static zeb_record_file file = {-1, 0, 0};
 static zeb_record_file before = {-1, 0, 0};
 static const char *path;
@@ -32,15 +32,16 @@ static uint64_t keep;
 static char first_words[ZEB_RECORD_FIRST_LINE_MAX];
 static char beginning[size_t{ZEB_RECORD_FIRST_LINE_MAX} + MARK_MAX + ZEB_RECORD_KEPT_MAX];
 static uint32_t part;
-static uint64_t part_max;     /* bytes */
-static uint64_t last_line;    /* where the file's last line begins */
-static bool has_beginning;    /* false when the disk had no room even for the beginning */
-static bool has_lines;        /* the part has lines besides its beginning */
-static uint64_t lines_before; /* lines of the recording so far, lost ones included */
-static uint64_t lost;         /* lines lost since the last line that was written */
+static uint64_t part_max;     /* the size in bytes that the part may have */
+static uint64_t last_line;    /* offset of the file's last line */
+static bool has_beginning;    /* the part's first lines are written; false: the disk had no room for them */
+static bool has_lines;        /* the part has more lines than those that part_begin writes */
+static uint64_t lines_before; /* number of lines of the recording so far, with the lost lines */
+static uint64_t lost;         /* number of lines lost since a line was last written */
 static bool lost_said;
 
-/* The recorder's thread syncs through descriptors of its own, which no other thread closes. */
+/* The recorder's thread syncs a file through a descriptor that no other thread uses. So no other thread closes the
+ * descriptor meanwhile. */
 static std::atomic<int> to_sync{-1}; /* a descriptor of the newest part, for the recorder's thread to take; -1: none */
 static zeb_record_file synced = {-1, 0, 0};
 
@@ -48,7 +49,8 @@ static bool disk_is_full(int error) {
     return error == ENOSPC || error == EDQUOT || error == EFBIG;
 }
 
-/* A word of the first line: printable, without blanks. */
+/* Copies `text` to `word`, a word of the first line. Blanks and characters that are not printable become underscores.
+ * An empty text becomes "-". */
 static void first_word(char *word, const char *text) {
     snprintf(word, WORD_MAX, "%s", *text != '\0' ? text : "-");
     for (char *c = word; *c != '\0'; c++) {
@@ -74,7 +76,7 @@ static void first_words_print() {
              words[0], words[1], ZEB_RECORD_VERSION);
 }
 
-/* The length of the whole lines at the beginning of the text that fit into `max` bytes. */
+/* Returns the length of the whole lines, from the start of the text, that fit into `max` bytes. */
 static uint32_t lines_within(const char *text, uint32_t len, uint64_t max) {
     if (len <= max) {
         return len;
@@ -88,7 +90,8 @@ static uint32_t line_length(const char *text, uint32_t len) {
     return end != nullptr ? static_cast<uint32_t>(end + 1 - text) : len;
 }
 
-/* The time at which the call or callback in this line ended. */
+/* Returns the time at which the call or callback in this line ended. A line without `took` has only the time at which
+ * it began. */
 static uint64_t line_time(const char *line, uint32_t len) {
     static const char key[] = " took=";
     const uint64_t began = strtoull(line, nullptr, 10);
@@ -97,7 +100,8 @@ static uint64_t line_time(const char *line, uint32_t len) {
     return began + (took ? strtoull(word + sizeof(key) - 1, nullptr, 10) : 0);
 }
 
-/* How many lines of the recording the text stands for. A `lost` line stands for as many lines as it says were lost. */
+/* Returns how many lines of the recording the text counts for. A `lost` line counts for the number of lost lines that
+ * it states, every other line for 1. */
 static uint64_t count_lines(const char *text, uint32_t len) {
     static const char mark[] = " lost lines=";
     uint64_t lines = 0;
@@ -111,8 +115,8 @@ static uint64_t count_lines(const char *text, uint32_t len) {
     return lines;
 }
 
-/* Adds whole lines to the file. `size` is the file's size before. When only a part of a line could be written, removes
- * this part again. Returns 0 or an errno value. Stores in *added how many bytes of the text are in the file. */
+/* Adds whole lines to the file, whose size is `size`. If only the first part of a line could be written, removes it
+ * again. Returns 0 or an errno value. Stores in *added how many bytes of the text are in the file. */
 static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *added) {
     int error = zeb_record_file_add(&file, text, len, added);
     if (error != 0) {
@@ -129,8 +133,8 @@ static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *add
     return error;
 }
 
-/* Writes the last line of a recording that ends before the program does. If there is no room for this line, the line
- * before is removed to make room. */
+/* Writes the `end` line of a recording that ends before the program does. If there is no room for the `end` line,
+ * removes the file's last line to make room. */
 static void file_end(const char *reason) {
     char line[ZEB_RECORD_END_MAX];
     struct stat status = {};
@@ -155,8 +159,9 @@ static void record_end(const char *reason, int error) {
     zeb_record_fail(reason, error);
 }
 
-/* Sets the greatest size of a new part: half of the bytes to keep, or less when the disk is nearly full or the process
- * has a lower limit. `other` is the size in bytes of the part beside it. */
+/* Sets the size that a new part may have: half of the bytes to keep, or less when the disk is nearly full or the
+ * process has a lower limit for files. `other` is the size in bytes of the part that the new part follows; 0: there is
+ * none. */
 static void part_measure(uint64_t other) {
     struct statvfs disk = {};
     struct stat old = {};
@@ -171,8 +176,9 @@ static void part_measure(uint64_t other) {
     zeb_record_kept_limit(part_max / 2);
 }
 
-/* Writes the beginning of a part to the empty file. `time` is the time in the recording. `other` is the size in bytes
- * of the part beside the new one. Returns 0 or an errno value. */
+/* Writes the first lines of a part to the empty file: the recording's first line, the `before` line and the kept lines.
+ * `time` is the time in the recording for these lines. `other` is the size in bytes of the part that the new part
+ * follows; 0: there is none. Returns 0 or an errno value. */
 static int part_begin(uint64_t time, uint64_t other) {
     uint32_t added = 0;
     auto len = static_cast<uint32_t>(snprintf(beginning, sizeof(beginning), "%s", first_words));
@@ -204,12 +210,13 @@ static bool exists(const char *name) {
     return lstat(name, &status) == 0 || errno != ENOENT;
 }
 
-/* Gives both parts their names. The user may have removed or renamed a part. A file of somebody else under one of the
- * names is never replaced. Returns 0 or an errno value. */
+/* Renames the part `old`, which has ended, to the name with ".1", and gives the new part the recording's name. If the
+ * user has removed or renamed `old`, only the new part is renamed. If one of the two names belongs to any other file,
+ * that file stays, and EEXIST is returned. Otherwise returns 0 or an errno value. */
 static int part_rename(const zeb_record_file *old) {
     if (zeb_record_file_is_at(old, path)) {
-        // The oldest part is removed first. A rename that replaces a file may wait for the disk, and the turn would be
-        // half done meanwhile.
+        // Removes the oldest part before the rename. A rename that replaces a file may wait for the disk, and meanwhile
+        // no file would have the recording's name.
         if (zeb_record_file_is_at(&before, path_before)) {
             unlink(path_before);
         }
@@ -234,8 +241,8 @@ static void hand_to_sync() {
     }
 }
 
-/* Ends the part, whose size is `size`, and begins the next part. Returns 0. On failure the old part goes on, and an
- * errno value is returned. */
+/* Ends the current part, whose size is `size`, and begins the next part. Returns 0 on success. On failure returns an
+ * errno value, and the current part goes on. */
 static int part_turn(uint64_t time, uint64_t size) {
     zeb_record_file old = file;
     int error = 0;
@@ -260,8 +267,8 @@ static int part_turn(uint64_t time, uint64_t size) {
     return 0;
 }
 
-/* Removes the older part. It is truncated first, so that its room is free even while somebody has the file open.
- * Returns whether it was removed. */
+/* Removes the older part. Truncates its file first, which frees the disk space even if another process has the file
+ * open. Returns whether the file was removed. */
 static bool part_drop_before() {
     const bool dropped = before.number != 0 && zeb_record_file_is_at(&before, path_before) &&
                          truncate(path_before, 0) == 0 && unlink(path_before) == 0;
@@ -269,7 +276,9 @@ static bool part_drop_before() {
     return dropped;
 }
 
-/* Makes room after a failed write. `time` is the time of the next line. Returns whether there may be room now. */
+/* Makes room on a full disk after a write has failed with `error`: removes the older part or, if there is none, the
+ * lines of this part. A recording in one file is ended instead, and so is any recording if `error` is another failure.
+ * `time` is the time of the next line. Returns whether the write may succeed now. */
 static bool make_room(int error, uint64_t time) {
     if (keep == 0 || !disk_is_full(error)) {
         record_end("cannot be written, recording ends", error);
@@ -289,7 +298,8 @@ static bool make_room(int error, uint64_t time) {
     return part_begin(time, 0) == 0;
 }
 
-/* Counts lines as lost. Returns their length in bytes. */
+/* Counts the lines of the text as lost. Prints `error` on standard error, unless it is 0 or an error was printed
+ * before. Returns `len`. */
 static uint32_t give_up(const char *text, uint32_t len, int error) {
     const uint64_t lines = count_lines(text, len);
     lines_before += lines;
@@ -301,8 +311,9 @@ static uint32_t give_up(const char *text, uint32_t len, int error) {
     return len;
 }
 
-/* Handles a line for which there is no room, because of the part's own limit (`by_limit`) or the process's limit for
- * files. Returns how many bytes of the text are dealt with. */
+/* To be called when the first line of the text does not fit. If `by_limit` is true, the line exceeds part_max,
+ * otherwise the process's limit for the size of a file. Returns how many bytes of the text have been written or given
+ * up; 0: the caller has to try again. */
 static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool by_limit) {
     const uint32_t line = line_length(text, len);
     const uint64_t time = line_time(text, line);
@@ -323,7 +334,7 @@ static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool
         return 0;
     }
     if (error == EMFILE || error == ENFILE || error == ENOMEM) {
-        part_max += keep / 16; // the part goes on for a while
+        part_max += keep / 16; // a descriptor or memory may be free later: until then the current part goes on
         return 0;
     }
     if (!disk_is_full(error)) {
@@ -341,7 +352,8 @@ static void note_lines(const char *text, uint32_t len) {
     }
 }
 
-/* Adds lines to the part. Returns how many bytes of the text are dealt with; 0: the caller has to try again. */
+/* Adds lines to the part. Returns how many bytes of the text have been written or given up; 0: the caller has to try
+ * again. */
 static uint32_t part_add(const char *text, uint32_t len) {
     struct stat status = {};
     char mark[MARK_MAX];
@@ -391,8 +403,8 @@ void zeb_record_parts_write(const char *lines, uint32_t len) {
     }
 }
 
-/* Whether the two other names (".1" and ".next") are free and a file can be made there. If not, says so on standard
- * error, and switches the recording off. */
+/* Whether the names with ".1" and ".next" are not in use, and a file can be created beside the recording. If not, says
+ * so on standard error, and switches the recording off. */
 static bool parts_possible() {
     zeb_record_file trial = {-1, 0, 0};
     int error = 0;

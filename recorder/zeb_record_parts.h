@@ -1,9 +1,11 @@
-/* The recording on the disk: one file up to its limit, or two files in turn (parts). The newer part has the recording's
- * name. The older part has this name with ".1" behind it. Each part plays by itself.
+/* The recording on the disk: either one file with a limit, or two files (parts) with the last lines of the recording.
+ * The newer part has the recording's name. The older part has this name with ".1" behind it. When the newer part is
+ * full, the older part is removed, the newer part takes its place, and a new part begins. Each part can be played
+ * without the other.
  *
- * A process that ends at any moment leaves whole parts. A new part is made under a name of its own, with ".next" behind
- * it. When the beginning of the new part is complete, two renames follow: the recording's name becomes ".1", then
- * ".next" becomes the recording's name. Between the two renames no file has the recording's name. */
+ * Whenever the process is killed, the parts on the disk can be played. A new part is created under the recording's name
+ * with ".next" behind it. When the first lines of the new part are complete, two renames follow: the recording's name
+ * becomes ".1", and ".next" becomes the recording's name. Between the two renames no file has the recording's name. */
 #ifndef ZEB_RECORD_PARTS_H
 #define ZEB_RECORD_PARTS_H
 
@@ -13,19 +15,20 @@
  * and standard error says why. */
 bool zeb_record_parts_start();
 
-/* Hands whole lines to the kernel. One thread at a time may call this function. A recording in one file ends at its
- * limit, when the disk is full, and at any other failure; its last line says why. A recording in parts goes on when the
- * disk is full: it gives up the older part first, and then the older lines of the newer part. If there is still no
- * room, new lines are lost; they are counted, and a `lost` line tells their number. */
+/* Hands whole lines to the kernel. Only one thread at a time may call this function. A recording in one file ends at
+ * its limit, when the disk is full, and at any other failure; its last line says why. A recording in parts goes on when
+ * the disk is full: the older part is removed first, and then the lines that the newer part has so far. If there is
+ * still no room, new lines are lost; they are counted, and a `lost` line states their number. */
 void zeb_record_parts_write(const char *lines, uint32_t len);
 
-/* zeb_record_parts_sync puts on the disk what the kernel has; only the recorder's thread calls it.
- * zeb_record_parts_sync_now returns true when this is urgent: a new part has begun, and the old part takes up room
- * until the recorder's thread has closed it. */
+/* zeb_record_parts_sync writes to the disk what the kernel has of the recording. Only the recorder's thread calls it.
+ * zeb_record_parts_sync_now returns whether a new part has begun since the last sync. In this case the sync is urgent,
+ * because the old part takes up room on the disk until the recorder's thread has closed it. */
 void zeb_record_parts_sync();
 bool zeb_record_parts_sync_now();
 
-/* To be called in a child of fork: the child's copies of the descriptors would keep the files in use. */
+/* Closes the files of the recording. To be called in a child of fork, because the child's copies of the descriptors
+ * would keep the files in use. */
 void zeb_record_parts_close();
 
 #endif

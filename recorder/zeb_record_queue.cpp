@@ -16,37 +16,40 @@
 #include <unistd.h>
 
 enum {
-    ROOM = 1024 * 1024, /* bytes that may wait for the disk; a line of two messages of full length fits */
-    MARK_MAX = 64,      /* bytes of ROOM that are kept for the `lost` line */
-    PROMPT_US = 100000, /* a disk that holds up a thread longer than this is slow */
-    WAITS_MAX = 10,     /* how often a thread waits PROMPT_US for a writer that runs, or that waits for a processor */
-    SYNC_US = 500000,   /* from one sync of the disk to the next */
+    ROOM = 1024 * 1024, /* bytes of each text buffer; a line with two messages of full length fits */
+    MARK_MAX = 64,      /* bytes at the end of a text buffer that are reserved for a `lost` line */
+    PROMPT_US = 100000, /* if the disk delays a thread longer than this, the disk counts as slow */
+    WAITS_MAX = 10,     /* a thread waits at most this many times PROMPT_US for a writer that the disk does not delay */
+    SYNC_US = 500000,   /* the time between two syncs of the file to the disk */
 };
 
-/* Guards the variables below. Held for work in memory only, never during a wait for the disk. */
+/* This mutex guards the variables below that are not atomic. A thread holds it only for work in memory, never while the
+ * thread waits for the disk. */
 static pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;
-static pthread_cond_t work_came;    /* for the recorder's thread; uses the monotonic clock */
-static pthread_cond_t text_written; /* for threads that wait until another thread has handed lines to the kernel; uses
-                                       the monotonic clock */
-static char texts[2][ROOM];         /* one is filled while the other is being written */
+
+/* Timed waits for these two conditions use the monotonic clock. */
+static pthread_cond_t work_came;    /* the recorder's thread has work */
+static pthread_cond_t text_written; /* lines were handed to the kernel, or the writer is stuck */
+
+static char texts[2][ROOM]; /* one buffer is filled while the other is written */
 static char *text = texts[0];
-static uint32_t used;    /* bytes of text */
-static uint64_t added;   /* bytes of all lines so far */
-static uint64_t handed;  /* bytes of all lines handed to the kernel so far */
-static uint64_t left;    /* all lines up to this number of bytes are left to the recorder's thread */
-static uint64_t writes;  /* how often lines have been handed over */
-static pid_t writer;     /* the thread that is handing over; 0: none */
-static pid_t own_thread; /* the recorder's; 0: not there yet */
-static bool own_idle;    /* the recorder's thread waits for work, without a limit */
-static bool slow;        /* the disk is slow: only the recorder's thread hands over */
-static bool stuck;       /* a thread has found that the disk holds up the writer */
-static bool preempted;   /* a thread has found that the writer waits for a processor */
+static uint32_t used;    /* bytes of lines in the buffer `text` */
+static uint64_t added;   /* bytes of all lines since the start */
+static uint64_t handed;  /* how many of the `added` bytes have been handed to the kernel */
+static uint64_t left;    /* the recorder's thread has to hand lines to the kernel until `handed` has this value */
+static uint64_t writes;  /* how many times lines have been handed to the kernel */
+static pid_t writer;     /* the thread that is handing lines to the kernel; 0: none */
+static pid_t own_thread; /* the recorder's thread; 0: it does not run yet */
+static bool own_idle;    /* the recorder's thread waits for work without a time limit */
+static bool slow;        /* the disk is slow: only the recorder's thread hands lines to the kernel */
+static bool stuck;       /* a waiting thread has found that the disk delays the writer */
+static bool preempted;   /* a waiting thread has found that the writer does not wait for the disk */
 static bool unsynced;
 
-/* Lines lost since the last line that found room. While there is no room, a thread counts its lost lines without taking
- * the lock. Otherwise threads that lose lines would keep the lock from the thread that hands over. */
+/* The number of lines lost since the last `lost` line. While the buffer is full, a thread that loses a line counts it
+ * without taking the mutex. Otherwise such threads could keep the mutex from the thread that makes room. */
 static std::atomic<uint64_t> lost;
-static std::atomic<bool> full; /* there is no room, and will be none until lines are handed over */
+static std::atomic<bool> full; /* the buffer is full, and stays full until its lines are handed to the kernel */
 
 static bool queue_lock() {
     return zeb_record_check("pthread_mutex_lock", pthread_mutex_lock(&lock));
@@ -60,7 +63,7 @@ static pid_t this_thread() {
     return static_cast<pid_t>(syscall(SYS_gettid));
 }
 
-/* Whether a thread of this process runs or is ready to run; false where its state cannot be read. */
+/* Whether a thread of this process runs or is ready to run; false if the thread's state cannot be read. */
 static bool thread_runs(pid_t thread) {
     char name[48];
     char status[256];
@@ -75,9 +78,10 @@ static bool thread_runs(pid_t thread) {
     return name_end != nullptr && name_end + 2 < status + len && name_end[2] == 'R';
 }
 
-/* Waits, with the lock, until another thread has handed over lines. Returns true when it has. After a wait in vain
- * looks at the writer: when the writer is ready to run, counts the wait in *waits and returns true, and the caller
- * waits again. Returns false when the disk holds up the writer, or after WAITS_MAX waits: more waiting is no use. */
+/* Waits until another thread has handed lines to the kernel, for PROMPT_US at most. The caller holds the mutex, which
+ * is released during the wait. Returns true when lines were handed over. After PROMPT_US, if the writer does not wait
+ * for the disk, adds 1 to *waits and returns true: the caller may wait again. Returns false when the disk delays the
+ * writer, or after WAITS_MAX waits. */
 static bool queue_wait(uint32_t *waits) {
     const uint64_t before = writes;
     const timespec until = zeb_record_timespec(zeb_record_clock(CLOCK_MONOTONIC) + PROMPT_US);
@@ -122,8 +126,8 @@ static long voluntary_switches() {
     return usage.ru_nvcsw;
 }
 
-/* Hands all lines to the kernel. Called with the lock, and only while no other thread hands over. The lock is released
- * during the writing. Returns false when the lock could not be taken again. */
+/* Hands all lines to the kernel. The caller holds the mutex, and no other thread is the writer. The mutex is released
+ * during the write. Returns false when the mutex could not be taken again. */
 static bool queue_flush() {
     const char *lines = text;
     const uint32_t len = used;
@@ -136,8 +140,8 @@ static bool queue_flush() {
     const long switches = voluntary_switches();
     const uint64_t began = zeb_record_clock(CLOCK_MONOTONIC);
     zeb_record_parts_write(lines, len);
-    // A thread that has not slept has not waited for the disk, however long the write took. The reverse does not hold:
-    // a thread that has slept may have waited for something else.
+    // The write was delayed by the disk only if this thread has slept meanwhile, which is a voluntary context switch.
+    // If it has not slept, it only lacked a processor.
     const bool prompt = zeb_record_clock(CLOCK_MONOTONIC) - began <= PROMPT_US || voluntary_switches() == switches;
     if (!queue_lock()) {
         return false;
@@ -153,12 +157,13 @@ static bool queue_flush() {
     return true;
 }
 
-/* Whether the recorder's thread has work and has to be woken. */
+/* Whether the recorder's thread has to be woken because it has work. */
 static bool queue_own_work() {
     return left > handed || zeb_record_parts_sync_now() || (own_idle && unsynced);
 }
 
-/* Hands over the lines up to `upto`, or leaves them to the recorder's thread. Called with the lock, and releases it. */
+/* Hands lines to the kernel until `handed` has reached `upto`. If the disk is slow, leaves these lines to the
+ * recorder's thread. The caller holds the mutex; this function releases it. */
 static void queue_hand_over(uint64_t upto) {
     uint32_t waits = 0;
     while (handed < upto && !slow) {
@@ -220,8 +225,8 @@ void zeb_record_queue_lose() {
     queue_unlock();
 }
 
-/* The recorder's thread: puts on the disk what the kernel has, and hands over the lines that are left to this
- * thread. */
+/* The recorder's thread: syncs the file to the disk, and hands to the kernel the lines that other threads have left to
+ * the recorder's thread. */
 static void *queue_thread(void * /*unused*/) {
     uint64_t next_sync = 0;
     int error = 0;
@@ -257,8 +262,8 @@ static void *queue_thread(void * /*unused*/) {
     return nullptr;
 }
 
-/* Starts the recorder's thread. This thread must not take a signal that the program has blocked or waits for. So it
- * blocks all signals but those that report a fault of the thread itself: these must end the process. */
+/* Starts the recorder's thread. It must not take a signal that the program has blocked or waits for. So all signals are
+ * blocked in it, except the signals that report a fault of the thread itself: these must end the process. */
 static bool queue_start_thread() {
     sigset_t blocked;
     sigset_t previous;

@@ -6,13 +6,13 @@
 
 #include <array>
 
-/* Whether ZEB_RECORDING names a recording. */
+/* Whether a recording is to be played: the environment variable ZEB_RECORDING names one. */
 bool replay_wanted();
 
-/* The answer of the recording to a call for a service object of these versions: an object, or null. The first call
- * reads the recording. When the recording or ZEB_SPEED is not right, the first call says so on standard error, and
- * every call returns null. In a child of fork whose parent plays, every call returns null too. Never throws; returns
- * null when out of memory or of threads. */
+/* Returns the service object that the recording gives for these versions (major, minor, library), or null when the
+ * recording gives none. The first call of this function reads the recording. If the recording or the value of ZEB_SPEED
+ * is not valid, the first call says so on standard error, and every call returns null. In a child of fork whose parent
+ * plays a recording, every call returns null too. Never throws; returns null when out of memory or of threads. */
 zeb_service_object replay_service_object(const std::array<uint32_t, 3> &versions);
 
 #endif

@@ -11,11 +11,13 @@
 #include <string_view>
 #include <vector>
 
-/* Service status of a technology that is missing altogether; all other values are ZEB_NAS_SRV_STATUS_... */
+/* The `srv_status` of LTE or NR 5G when the scenario has no such technology. All other values of `srv_status` are
+ * constants ZEB_NAS_SRV_STATUS_... */
 inline constexpr int32_t SCENARIO_ABSENT = -1;
 
-/* A measured value on its way (a ramp). Until the time from_ms the value is `from`. Then it moves in a straight line to
- * `to` within the time over_ms, and stays there. With over_ms 0 the value is `to` at any time. */
+/* A measured value, which is constant or moves in a straight line (a ramp). Before the time from_ms the value is
+ * `from`. Then it moves to `to` within over_ms milliseconds, and stays there. If over_ms is 0, the value is always
+ * `to`. */
 struct scenario_value {
     int32_t from;
     int32_t to = from;
@@ -23,10 +25,10 @@ struct scenario_value {
     uint32_t over_ms = 0;
 };
 
-/* A moment of the scenario. */
+/* One moment of the scenario, counted from two different starts. */
 struct scenario_moment {
     uint64_t total_ms; /* since the modem was switched on; swings depend on this time */
-    uint64_t round_ms; /* since the timeline started last; ramps depend on this time */
+    uint64_t round_ms; /* since the timeline started, or last started again (repeat_ms); ramps depend on this time */
 };
 
 /* How far each measured value swings to either side of its given value, and how long one period of the swing takes. */
@@ -72,7 +74,7 @@ struct scenario_nr5g {
     int32_t srv_status = SCENARIO_ABSENT;
     uint32_t srv_domain = 0;
     uint32_t srv_capability = 0;
-    bool attached = false; /* to the LTE cell */
+    bool attached = false; /* the NR 5G cell is attached to the LTE cell */
     uint8_t plmn[ZEB_NAS_PLMN_BYTES] = {};
     uint8_t tac[ZEB_NAS_TAC_BYTES] = {};
     uint64_t cgi = 0;
@@ -90,7 +92,7 @@ struct scenario_nr5g {
     std::vector<zeb_nas_nr5g_nbr> neighbours;
 };
 
-/* The state of the scenario from at_ms until the next state. */
+/* The state of the scenario from the time at_ms until the next state begins. */
 struct scenario_state {
     uint64_t at_ms = 0;
     bool present = true;
@@ -100,23 +102,23 @@ struct scenario_state {
 
 enum class scenario_damage { NONE, TRUNCATED, LENGTH, ID, TYPE };
 
-/* When a fault can strike. */
+/* What a fault strikes: a request, a scan that the modem has accepted, or an indication. */
 enum class fault_moment { REQUEST, SCAN, INDICATION };
 
-/* A fault. It strikes `count` occurrences of its message in a row, beginning with occurrence number `nth`, counted from
- * 1. With `count` 0 it strikes all occurrences from number `nth` on. */
+/* A fault of the modem. The occurrences of `message` are counted from 1. The fault strikes `count` of them in a row,
+ * beginning with number `nth`. If `count` is 0, it strikes every occurrence from number `nth` on. */
 struct scenario_fault {
     uint32_t message = 0;
     fault_moment moment = fault_moment::REQUEST;
     uint32_t nth = 1;
     uint32_t count = 1;
-    int32_t status = 0;    /* REQUEST: transport status */
-    uint32_t result = 0;   /* REQUEST: response header */
-    uint32_t error = 0;    /* REQUEST: response header */
-    uint32_t delay_ms = 0; /* REQUEST: before the answer */
+    int32_t status = 0;    /* of a REQUEST: the transport status with which it fails; 0: it does not fail */
+    uint32_t result = 0;   /* of a REQUEST: the result in the response header; 0: the request is not rejected */
+    uint32_t error = 0;    /* of a REQUEST: the error in the response header */
+    uint32_t delay_ms = 0; /* of a REQUEST: the time until the answer */
     uint32_t scan_status = 0;
     bool scan_lost = false;
-    scenario_damage damage = scenario_damage::NONE; /* INDICATION */
+    scenario_damage damage = scenario_damage::NONE; /* of an INDICATION: what is wrong with its bytes */
 };
 
 struct scenario {
@@ -124,22 +126,23 @@ struct scenario {
     uint32_t appear_ms = 0;
     uint32_t scan_delay_ms = 800;
     uint32_t repeat_ms = 0;
-    std::vector<scenario_state> states; /* in ascending order of at_ms; the first has 0 */
+    std::vector<scenario_state> states; /* in ascending order of at_ms; the first state has at_ms 0 */
     std::vector<scenario_fault> faults;
 };
 
-/* The value at this time of the timeline, without its swing. */
+/* Returns the measured value at the time round_ms of the timeline, without the swing. */
 int32_t scenario_value_at(const scenario_value &value, uint64_t round_ms);
 
-/* Reads a scenario from TOML text of any content. `file` names the scenario in messages. When the scenario is not
- * right, returns false, with "file:line: reason" in `error`, and `out` must not be used. Throws std::bad_alloc and
- * nothing else. */
+/* Reads a scenario from TOML text; the text may hold any bytes. `file` is the scenario's name in messages. If the
+ * scenario is not valid, returns false and stores "file:line: reason" in `error`; `out` must not be used. Throws
+ * std::bad_alloc and nothing else. */
 bool scenario_parse(std::string_view text, const char *file, scenario &out, std::string &error);
 
-/* Reads a scenario from a file, as scenario_parse does from a text. A file that cannot be read is refused as well. */
+/* Reads a scenario from a file, in the way in which scenario_parse reads a text. A file that cannot be read counts as a
+ * scenario that is not valid. */
 bool scenario_read(const char *file, scenario &out, std::string &error);
 
-/* The built-in scenario. */
+/* The TOML text of the built-in scenario. */
 extern const char scenario_default_text[];
 
 #endif

@@ -10,12 +10,12 @@
 #include <system_error>
 #include <utility>
 
-/* Nothing in a scenario is nested deeply. This limit on nesting, together with the limit on the length of a line,
- * bounds the depth of the parser's recursion and of its tables. */
+/* Values of a scenario are not nested deeply. This limit on nested values, together with the limit on the length of a
+ * line, bounds how deep the parser recurses, and how deep the tables that it returns are nested. */
 #define TOML_MAX_NESTED_VALUES 8
 #define TOML_ENABLE_FORMATTERS 0
-/* The parser asserts conditions that a malformed text breaks. Without assertions it would go on and rely on these
- * conditions. Here a broken condition refuses the text like any other fault, in every build. */
+/* toml++ asserts conditions that malformed text can break. In a build without assertions, toml++ would rely on a
+ * condition that is broken. So in every build a failed assertion throws, and the text is refused. */
 #undef NDEBUG
 #define TOML_ASSERT(expr) ((expr) ? void() : refuse_malformed())
 [[noreturn]] static void refuse_malformed() {
@@ -33,10 +33,11 @@ constexpr int64_t U32_MAX = 0xFFFFFFFF;
 constexpr size_t CHANGES_MAX = 256;
 constexpr size_t FAULTS_MAX = 64;
 
-/* Stands for the start of a ramp while the time of its change is not known yet. */
+/* The from_ms of a ramp until start_ramp sets it. A ramp may be read before the at_ms of its change is known. */
 constexpr uint64_t RAMP_STARTS_HERE = UINT64_MAX;
 
-/* The state of reading. Of several refusals, the reader keeps the one that stands first in the file. */
+/* The state of reading a scenario. If several things are refused, `line` and `reason` are about the one that comes
+ * first in the file. */
 struct reader {
     size_t line = SIZE_MAX;
     std::string reason;
@@ -70,13 +71,14 @@ void refuse_value(reader &r, const toml::node &node, const std::string &reason) 
     refuse(r, line_of(node), r.key.empty() ? reason : std::string(r.key) + ": " + reason);
 }
 
-/* A key of a table in the file, and the function that reads its value into T. */
+/* A key of a TOML table, and the function that reads the key's value into a record of type T. */
 template <typename T> struct key {
     const char *name;
     void (*read)(reader &r, const toml::node &node, T &out);
 };
 
-/* Reads a table by its keys. A key that is not in `keys` is refused. */
+/* Reads a table: calls, for each key in the file, the function that `keys` has for it. A key that is not in `keys` is
+ * refused. */
 template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
     const toml::table *table = node.as_table();
     if (table == nullptr) {
@@ -141,8 +143,8 @@ void read_bool(reader &r, const toml::node &node, bool &out) {
     out = value->get();
 }
 
-/* Reads a 64-bit identity: an integer, or a string of hexadecimal digits for an identity that an integer cannot
- * hold. */
+/* Reads a 64-bit identity: an integer, or a string with 0x and hexadecimal digits. The string is for identities above
+ * INT64_MAX, which a TOML integer cannot hold. */
 void read_u64(reader &r, const toml::node &node, uint64_t &out) {
     const auto *text = node.as_string();
     if (text == nullptr) {
@@ -172,8 +174,8 @@ void read_word(reader &r, const toml::node &node, std::span<const char *const> w
     refuse_value(r, node, reason);
 }
 
-/* The list in the node. When the node is no list, or the list has more than `max` elements, refuses the node and
- * returns null. */
+/* Returns the list that the node holds. If the node is not a list, or if the list has more than `max` elements, refuses
+ * the node and returns null. */
 const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     const toml::array *list = node.as_array();
     if (list == nullptr) {
@@ -185,8 +187,9 @@ const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     return list;
 }
 
-/* The functions for the table of T's keys, one for each kind of member. Each reads the value into the member MEMBER. An
- * optional member that is absent is created first. */
+/* The templates `one`, `number`, `measured`, `list`, `counted` and `bytes` are the functions that the tables of keys
+ * name. Each of them reads a node into the member MEMBER of T. An optional member that has no value yet is given one
+ * first. */
 
 template <typename V> V &member(V &value) {
     return value;
@@ -382,7 +385,8 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
     read_table<T>(r, node, KEYS, out);
 }
 
-/* Fills in the start of a ramp: the time of its change, and the value at that time before the change. */
+/* Fills in where a ramp starts: at the time at_ms of its change, with the value that `before` has at that time.
+ * `before` is the same value in the state before the change. A value that is not a new ramp stays as it is. */
 void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
     if (value.from_ms == RAMP_STARTS_HERE) {
         value.from = scenario_value_at(before, at_ms);
@@ -425,7 +429,8 @@ bool in_service(zeb_message_type type, uint32_t id) {
                        [=](const zeb_message &message) { return message.type == type && message.id == id; });
 }
 
-/* Why the keys of a fault do not fit together, although each key is right by itself; null when they fit. */
+/* Returns why the keys of a fault do not fit together, although each single key is valid. Returns null when they
+ * fit. */
 const char *fault_reason(const toml::table &keys, const scenario_fault &fault) {
     const bool request = fault.moment == fault_moment::REQUEST;
     const bool indication = fault.moment == fault_moment::INDICATION;
@@ -493,7 +498,7 @@ void read_scenario(reader &r, const toml::table &root, scenario &out) {
         {"repeat_ms", number<&T::repeat_ms, 10, MS_MAX>},
         {"lte", [](reader &r2, const toml::node &n, T &o) { read_lte(r2, n, o.states.front().lte); }},
         {"nr5g", [](reader &r2, const toml::node &n, T &o) { read_nr5g(r2, n, o.states.front().nr5g); }},
-        {"change", [](reader &, const toml::node &, T &) {}}, // read last: changes start from what the other keys set
+        {"change", [](reader &, const toml::node &, T &) {}}, // read_scenario reads it after all other keys
         {"fault", list<&T::faults, FAULTS_MAX, read_fault>},
     };
     out = {};
@@ -515,8 +520,8 @@ bool plain(std::string_view line) {
                        [](char c) { return (c >= ' ' && c <= '~') || c == '\t' || c == '\r'; });
 }
 
-/* Refuses what toml++ cannot read safely: characters beyond ASCII, long texts, and long lines, since a long line may
- * nest values to any depth. */
+/* Refuses what toml++ cannot read safely: bytes that are not printable ASCII, long texts, and long lines. Dotted keys
+ * on a long line would nest tables deeply. */
 void check_lines(reader &r, std::string_view text) {
     size_t line = 1;
     if (text.size() > TEXT_MAX) {

@@ -43,9 +43,9 @@ bool is_delivery(const recording_entry &e) {
     return e.kind == recording_kind::INDICATION || e.kind == recording_kind::EVENT;
 }
 
-/* How a request differs from a recorded request of the same message: in its client, in a length, or in the first byte
- * that differs. Empty when none of these differs, or when one of the two calls is another kind of call or has another
- * message. */
+/* Returns a text that says how a request differs from the recorded request `expected`: in its client, in the length of
+ * a buffer, or in a byte (the first that differs). Returns an empty text when none of these differs, and when the two
+ * calls are not requests with the same message. */
 std::string difference(const zeb_call &call, uint32_t handle, const recording_entry &expected) {
     if (call.kind != zeb_call_kind::SEND || call.numbers != expected.numbers) {
         return "";
@@ -72,8 +72,8 @@ std::string difference(const zeb_call &call, uint32_t handle, const recording_en
     return text;
 }
 
-/* Says where the play first differs: which call came, and either which call was recorded in its place or how the two
- * calls differ. Only the first difference is said. */
+/* Prints the first difference between the play and the recording: the call that came (`name`), and either how it
+ * differs from the expected call (`how`) or which call was expected. Later differences are not printed. */
 void tell_difference(tally &t, const std::string &name, const std::string &how, const recording_entry *expected) {
     if (std::exchange(t.differed, true)) {
         return;
@@ -90,9 +90,9 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
     }
 }
 
-/* Counts the call as early in two cases: an indication or event that was recorded well before the call has not been
- * delivered yet, or it was delivered but the program has not dealt with it. `unsettled` is the delivery of the second
- * case, or null. */
+/* Counts the call as too early in two cases. First case: an indication or event that was recorded well before the call
+ * has not been delivered yet. Second case: the program has not dealt with the indication or event `unsettled`, although
+ * on the box its callback ended well before the call. `unsettled` may be null. */
 void look_for_early(tally &t, const recording_entry &call, const recording_entry *unsettled) {
     const recording_entry *later = nullptr;
     const char *how = "before";
@@ -115,8 +115,8 @@ void look_for_early(tally &t, const recording_entry &call, const recording_entry
     }
 }
 
-/* Marks the entry as played, and all open entries before it as passed. Returns whether it was the entry's turn: the
- * entry was open, and no entry before it was. */
+/* Marks the entry as PLAYED, and all OPEN entries before it as PASSED. Returns whether the entry was the first OPEN
+ * entry. */
 bool take_turn(tally &t, const recording_entry &entry) {
     const size_t index = index_of(t, entry);
     bool in_turn = t.states[index] == tally_state::OPEN;
@@ -130,9 +130,9 @@ bool take_turn(tally &t, const recording_entry &entry) {
     return in_turn;
 }
 
-/* Finds for each call an indication or event that is simultaneous with it, if there is one. A call lasts from its
- * beginning to its end. An indication or event lasts as long as its callback. Of a wait only the end counts, because
- * the waiting thread does nothing before. */
+/* Stores in t.moments, for each call, the line of an indication or event that happened at the same time as the call. A
+ * call lasts from its beginning to its end. An indication or event lasts as long as its callback. A wait counts with
+ * its end alone, because the waiting thread does nothing until then. */
 void find_moments(tally &t) {
     struct span {
         uint64_t begin, end;
@@ -146,8 +146,8 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // From here on each span has the end and the line of the delivery that ends last, among all deliveries that begin
-    // no later than the span.
+    // After this loop, `end` and `line` of each span belong to the delivery that ends last among this delivery and all
+    // earlier ones.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
@@ -244,8 +244,8 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arr
         return;
     }
     if (entry == nullptr) {
-        // A wait is recorded when it ends. This wait was not recorded, so it was still going on when the recording
-        // ended.
+        // A wait is recorded when it ends. So a wait that is not in the recording was still going on when the recording
+        // ended, and does not count as a difference.
         if (call.kind == zeb_call_kind::WAIT) {
             return;
         }
