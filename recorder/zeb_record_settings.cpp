@@ -17,8 +17,8 @@ static bool is_set(const char *value) {
     return value != nullptr && *value != '\0';
 }
 
-/* Reads a number of bytes from a text of digits alone. Returns false for any other text, for a number of more than 64
- * bits, and for a number below `min`. */
+/* Converts a text of digits to a number of bytes. Returns false for a text that has anything but digits, for a number
+ * of more than 64 bits, and for a number below `min`. */
 static bool read_bytes(const char *text, uint64_t min, uint64_t *bytes) {
     char *end = nullptr;
     errno = 0;
@@ -65,8 +65,8 @@ static void settings_take() {
     }
 }
 
-/* The settings are read when this library is loaded, or earlier: another library may be loaded before this one, and may
- * call the platform from its own constructor. */
+/* Runs when this library is loaded. zeb_record_settings_get calls this function too, because another library may be
+ * loaded earlier, and the constructor of that library may already call the platform. */
 [[gnu::constructor]] static void settings_read_once() {
     if (!settings_read) {
         const int error = errno;

@@ -32,8 +32,9 @@ uint64_t zeb_record_time() {
     return std::max(zeb_record_clock(CLOCK_MONOTONIC), start_us) - start_us;
 }
 
-/* Writes to standard error without raising a signal. SIGPIPE (nobody reads the pipe) and SIGXFSZ (the file has reached
- * its limit) are blocked meanwhile. If this write has raised one of the two, it is taken away again. */
+/* Writes to standard error so that the program gets no signal. SIGPIPE (nobody reads the pipe) and SIGXFSZ (the file
+ * has reached its limit) are blocked during the write. If the write makes one of these signals pending, sigtimedwait
+ * removes the pending signal. */
 static void say_line(const char *line, size_t len) {
     sigset_t raised;
     sigset_t pending;
@@ -61,7 +62,7 @@ static void say_line(const char *line, size_t len) {
 
 void zeb_record_say(const char *subject, const char *reason, int error) {
     char line[512];
-    const char *text = error != 0 ? strerror(error) : ""; // NOLINT(concurrency-mt-unsafe): constant texts
+    const char *text = error != 0 ? strerror(error) : ""; // NOLINT(concurrency-mt-unsafe): texts are constants
     const int len = snprintf(line, sizeof(line), "zeb_record: %.300s: %.120s%s%.60s\n", subject, reason,
                              error != 0 ? ": " : "", text);
     pollfd standard_error = {STDERR_FILENO, POLLOUT, 0};

@@ -7,13 +7,13 @@
 
 namespace {
 
-/* A line, with the text that is compared. */
+/* A line of a recording. `text` is what is compared: the line without its times, and whether its callback returned. */
 struct diff_line {
     const recording_entry *entry;
     std::string text;
 };
 
-/* The line without its time and without how long the call took. */
+/* Returns the line without its time at the beginning and without the duration of the call at the end. */
 std::string timeless(std::string_view line) {
     line.remove_prefix(std::min(line.find(' ') + 1, line.size()));
     if (const size_t took = line.rfind(" took="); took != std::string_view::npos) {
@@ -50,7 +50,8 @@ void put(std::string &out, char mark, const diff_line &line) {
     out += " " + std::to_string(line.entry->line) + ": " + in_words(*line.entry) + "\n";
 }
 
-/* The fields in which two messages differ, with both values; "" when the messages do not differ. */
+/* Returns the fields in which two messages differ, each with both values. Returns "" when no field differs, and when
+ * the two are not messages of the same type and ID. */
 std::string fields_that_differ(const session_message &a, const session_message &b) {
     std::string text;
     if (a.what == nullptr || a.what != b.what) {
@@ -72,7 +73,8 @@ std::string fields_that_differ(const session_message &a, const session_message &
     return text;
 }
 
-/* Writes a line of one recording and the line that the other recording has in its place. */
+/* Appends to `out` a line of recording a, the line that recording b has in the same place, and what differs between
+ * the two lines. */
 void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     put(out, '-', a);
     put(out, '+', b);
@@ -91,16 +93,16 @@ void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     }
 }
 
-/* After a difference, how many lines ahead an equal line is looked for. */
+/* After a difference, next_equal searches this many lines of each recording for a pair of equal lines. */
 constexpr size_t AHEAD = 2000;
 
-/* The nearest pair of equal lines, searched from line i of a and line j of b on. Returns how many lines of a and of b
- * come before the pair. */
+/* Finds the nearest pair of equal lines. The search begins at line i of `a` and at line j of `b`. Returns how many
+ * lines of `a` (from i on) and of `b` (from j on) come before the pair. */
 std::pair<size_t, size_t> next_equal(const std::vector<diff_line> &a, size_t i, const std::vector<diff_line> &b,
                                      size_t j) {
     const size_t of_a = std::min(a.size() - i, AHEAD);
     const size_t of_b = std::min(b.size() - j, AHEAD);
-    std::unordered_map<std::string_view, size_t> first; // for each text its first place in b, counted from j
+    std::unordered_map<std::string_view, size_t> first; // for each text of b: its first index, counted from j
     for (size_t y = 0; y < of_b; y++) {
         first.try_emplace(b[j + y].text, y);
     }

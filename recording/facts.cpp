@@ -19,13 +19,14 @@ const std::array<facts_signal, FACTS_SIGNALS> facts_signals = {{
 
 namespace {
 
-/* Spans of one kind. The last span may still be open. */
+/* The spans of one kind in the order of time. While `open` is true, the state of the last span still lasts. */
 struct track {
     std::vector<facts_span> &spans;
     bool open = false;
 };
 
-/* Begins a span for this state, unless the open span has the same state. */
+/* Notes that this state holds at `us`: extends the open span up to `us`, and begins a new span unless the open span has
+ * the same state. */
 void track_state(track &t, uint64_t us, size_t line, std::string text, std::string more) {
     if (t.open) {
         t.spans.back().to_us = us;
@@ -70,7 +71,7 @@ std::string mhz(uint32_t khz) {
     return cpe_dm_mhz_text(text, sizeof(text), khz) + std::string(" MHz");
 }
 
-/* Takes the LTE serving cell from an answer. */
+/* Notes the LTE serving cell in an answer. An answer without an LTE serving cell ends the open span. */
 void see_lte_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_t us, size_t line) {
     const auto pci = message_number(m, bytes, "lte.pci");
     if (!pci) {
@@ -97,7 +98,7 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
     const auto pci = message_number(m, bytes, "nr5g.pci");
     const auto arfcn = message_number(m, bytes, "nr5g.arfcn");
     if (!pci && !arfcn) {
-        return; // an NR 5G cell attached to LTE comes with the system information
+        return; // the span stays open: in EN-DC, only the system information reports the NR 5G cell
     }
     std::string more;
     if (arfcn) {
@@ -110,7 +111,7 @@ void see_nr5g_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_
     add(more, "TAC", number_text(m, bytes, "nr5g.tac"));
     std::string text = pci ? "PCI " + std::to_string(*pci) : "";
     if (!pci && g.nr5g.open) {
-        text = g.nr5g.spans.back().text; // the text from the system information
+        text = g.nr5g.spans.back().text; // the answer has no PCI: it is about the cell of the open span
     }
     text = text.empty() ? "attached" : text;
     if (g.nr5g.open && g.nr5g.spans.back().text == text && g.nr5g.spans.back().more.empty()) {
@@ -170,7 +171,7 @@ void see_message(gathering &g, const recording_entry &entry, uint64_t us, size_t
     }
 }
 
-/* Takes an event: the modem's service has come or gone. */
+/* Notes an event, which says that the modem's service has come or gone. */
 void see_event(gathering &g, const recording_entry &entry, size_t line) {
     g.out.events.push_back(line);
     if (entry.status == ZEB_EVENT_SERVICE_DOWN) {
@@ -208,7 +209,7 @@ void see_line(gathering &g, size_t index) {
     const session_line &line = g.s.lines[index];
     const recording_entry &entry = *line.entry;
     if (entry.kept) {
-        return; // a kept line has no time of its own
+        return; // a line repeated from an earlier part does not tell when its call was made
     }
     if (facts_failed(line)) {
         g.out.failures.push_back(index);
@@ -241,8 +242,8 @@ bool is_served(const std::string &status) {
                        [&status](uint32_t number) { return status == cpe_dm_reg_status_name(number); });
 }
 
-/* Joins two kinds of spans into one row without overlaps: times without service of a network, and times without the
- * modem's service. */
+/* Fills out.outages with the times without service of a network and the times without the modem's service. Spans that
+ * overlap or touch become one span. */
 void join_outages(facts &out) {
     std::vector<facts_span> all = out.absences;
     for (const facts_span &span : out.registration) {
@@ -276,7 +277,7 @@ bool facts_failed(const session_line &line) {
     }
     switch (entry.call) {
     case zeb_call_kind::OBJECT:
-        return entry.status == 0; // not found
+        return entry.status == 0; // the service object was not found
     case zeb_call_kind::LIST:
         return entry.status != ZEB_NO_ERR && entry.status != ZEB_SERVICE_ERR;
     case zeb_call_kind::SEND: {
@@ -301,7 +302,8 @@ bool facts_unreturned(const session_line &line) {
     const session_file &file = *line.file;
     const recording_entry &entry = *line.entry;
     const bool callback = entry.kind == recording_kind::INDICATION || entry.kind == recording_kind::EVENT;
-    // Where lines are missing, the `returned` line of the callback may be among them.
+    // If lines are missing, the `returned` line of the callback may be one of them. When the recording goes on after
+    // the end of this file, the `returned` line of a callback near the end may come later.
     const bool goes_on = file.content.cut || file.continued || !file.content.end_reason.empty();
     const bool missing = file.content.lost_lines > 0 || (goes_on && entry.begin_us + AT_THE_END_US > file.end_us);
     return callback && file.content.version > 1 && !entry.returned && !missing;

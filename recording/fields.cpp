@@ -33,7 +33,7 @@ template <typename T> constexpr field_type type_of() {
     }
 }
 
-/* The place of a member of type T, which is a value or a list. */
+/* The place of a structure's member of type T. The member is a list if T is an array; otherwise it is one value. */
 template <typename T> constexpr field_place place_of(size_t offset) {
     using element = std::remove_extent_t<T>;
     static_assert(!std::is_array_v<element>);
@@ -41,7 +41,7 @@ template <typename T> constexpr field_place place_of(size_t offset) {
             static_cast<uint32_t>(std::extent_v<T>)};
 }
 
-/* The place of three bytes that together are one value. */
+/* The place of an array of three bytes that together are one value. */
 template <typename T> constexpr field_place bytes_of(size_t offset, field_type type) {
     static_assert(std::is_same_v<T, uint8_t[3]>);
     return {static_cast<uint32_t>(offset), sizeof(T), type, 0};
@@ -86,8 +86,8 @@ constexpr field FIELDS[] = {
 
 namespace config_req {
 using s = zeb_nas_config_sig_info_req;
-/* A threshold, in the unit of its metric in the signal information. For a power in dBm the unit is dB, since a change
- * of power is in dB. */
+/* Describes a threshold: the change of a signal value after which the modem sends an indication. A threshold has as
+ * many counts per unit as its signal value. The unit is always dB, because a change of a power in dBm is in dB. */
 constexpr field threshold(const char *name, uint32_t counts_per_unit, size_t offset) {
     return {.name = name,
             .unit = "dB",
@@ -186,7 +186,8 @@ constexpr field FIELDS[] = {
 };
 } // namespace sig_info
 
-/* The response to this request has one power; the request tells of which technology. */
+/* The response to this request has one transmit power. `radio_if` of the request says whether it is the power of LTE
+ * or of NR 5G. */
 constexpr field TX_RX_INFO_REQ[] = {
     {.name = "radio_if", .place = PLACE(zeb_nas_tx_rx_info_req, radio_if), .names = RADIO_IFS},
 };
@@ -340,8 +341,9 @@ constexpr message MESSAGES[] = {
     {RESPONSE, ZEB_NAS_GET_CQI_INFO, sizeof(zeb_nas_cqi_info_resp), 0, cqi::RESP},
 };
 
-/* Whether a metric has no field of its own. Neighbour metrics are parts of lists. The registration status is derived
- * from several fields. The TX power field is that of the requested technology. */
+/* Whether the metric needs no field of its own in the table. The values of the neighbour metrics are in lists. The
+ * registration status is computed from several fields. The field "tx_power" serves two metrics: it has the power of LTE
+ * or of NR 5G, whichever was requested. */
 constexpr bool is_elsewhere(uint32_t metric) {
     return (metric >= CPE_DM_METRIC_LTE_NBR_EARFCN && metric <= CPE_DM_METRIC_LTE_NBR_RSRQ) ||
            metric == CPE_DM_METRIC_REG_STATUS || metric == CPE_DM_METRIC_LTE_TX_POWER ||
@@ -392,7 +394,7 @@ template <typename T> T load(const uint8_t *at) {
     return value;
 }
 
-/* Loads three bytes as three numbers, as the module's records have them. */
+/* Copies three bytes to three numbers. This is the form in which the module's functions take a PLMN or TAC. */
 void load_bytes(const uint8_t *at, int64_t (&list)[3]) {
     std::copy_n(at, 3, list);
 }
@@ -412,7 +414,7 @@ bool is_reported(const field &f, const uint8_t *base) {
                               has_cgi ? load<int64_t>(base + f.cgi) : 0) != 0;
 }
 
-/* The elements of one field of a group, with a separator between them; "" for an empty list. */
+/* The texts of all elements of one field of a group, with a separator between them; "" for an empty list. */
 std::string part_text(const field &part, const uint8_t *element, const char *separator) {
     std::string text;
     for (uint32_t i = 0; i < field_count(part, element); i++) {

@@ -17,7 +17,8 @@ constexpr uint64_t LONG_CGI = uint64_t{1} << 36;
 constexpr uint64_t U16 = UINT16_MAX;
 constexpr uint64_t U24 = (uint64_t{1} << 24) - 1;
 
-/* An LTE channel number below this limit may be the low 16 bits of a channel number of band 65 or above. */
+/* Where a message has only 16 bits for an LTE channel number, a number below this limit may be the low 16 bits of a
+ * channel number of band 65 or above. */
 constexpr uint64_t CUT_CHANNELS = 5110;
 constexpr uint64_t CUT = CPE_DM_LTE_EARFCN_CUT;
 
@@ -29,15 +30,15 @@ bool is_odd_plmn(uint64_t value) {
     return (value & 0xF) > 9;
 }
 
-/* A range of values that replace one another. So a replacement fits into the same field, and means the same sort of
- * thing. */
+/* A range of values. A value is replaced by another value of its range, so the replacement fits into the same field and
+ * has a similar meaning. The likely values of a range look real, and are used first. */
 struct range {
     space_id space;
     uint64_t first;
     uint64_t last;
-    uint64_t likely_first;             /* replacements are drawn from this value ... */
-    uint64_t likely_last;              /* ... to this one ... */
-    bool (*is_likely)(uint64_t value); /* ... and must satisfy this (null: all do), until all such values are used up */
+    uint64_t likely_first;             /* the lowest likely value */
+    uint64_t likely_last;              /* the highest likely value */
+    bool (*is_likely)(uint64_t value); /* null, or a further condition for a likely value */
 };
 
 constexpr range RANGES[] = {
@@ -72,8 +73,8 @@ const range *range_of(space_id space, uint64_t value) {
     return found == std::end(RANGES) ? nullptr : found;
 }
 
-/* Draws a replacement for `original` that no other value has. There is always one left: a range has at least as many
- * values as originals. */
+/* Draws a replacement for `original` that replaces no other value. A free value is always left, because the range
+ * has at least as many values as originals. */
 uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
     constexpr int TRIES = 1000;
     std::random_device random;
@@ -84,8 +85,8 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // The likely values are almost used up. Take the next free value from a random place in the range on: one that was
-    // not seen, or else any other than the original.
+    // Nearly all likely values are in use. Begin at a random value of the range, and take the first free value that was
+    // not seen. If there is none, take the first free value other than the original.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
     for (const bool seen_too : {false, true}) {
         uint64_t value = any(random);
@@ -96,7 +97,7 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             value = value == r.last ? r.first : value + 1;
         }
     }
-    return original; // every other value of the range is given
+    return original; // every other value of the range already replaces a value
 }
 
 uint64_t replace(identities &all, space_id space, uint64_t value) {
@@ -117,8 +118,8 @@ uint64_t replace(identities &all, space_id space, uint64_t value) {
     return found->second;
 }
 
-/* Replaces a channel number. A channel of band 65 or above and the low 16 bits of its number are still the same channel
- * afterwards. */
+/* Replaces a channel number. Some messages have only the low 16 bits of a channel number of band 65 or above. So for
+ * such a channel number only the low 16 bits are replaced, and the replacements match in all messages. */
 uint64_t replace_channel(identities &all, uint64_t value) {
     const bool above = value > CUT && value < CUT + CUT_CHANNELS;
     return replace(all, space_id::CHANNEL, above ? value - CUT : value) + (above ? CUT : 0);
@@ -132,8 +133,8 @@ uint64_t replace_cgi(identities &all, uint64_t value) {
     return replace(all, space_id::BASE_STATION, value >> CELL_BITS) << CELL_BITS | cell;
 }
 
-/* The digits of a PLMN of three bytes: first the MCC, then the MNC. 15 stands in the place of a missing third digit of
- * the MNC. */
+/* The digits of a PLMN of three bytes: three digits of the MCC, then three of the MNC. If the MNC has only two digits,
+ * 15 stands for the third. */
 std::array<unsigned, 6> digits_of(const uint8_t *bytes) {
     const auto half = [bytes](int i, unsigned shift) { return unsigned{bytes[i]} >> shift & 0xF; };
     return {half(0, 0), half(0, 4), half(1, 0), half(2, 0), half(2, 4), half(1, 4)};
@@ -233,7 +234,7 @@ void identity_replace_field(identities &all, const field &f, uint8_t *at) {
         zeb_nas_plmn plmn;
         memcpy(&plmn, at, sizeof(plmn));
         plmn.plmn_mcc = static_cast<uint16_t>(identity_replace_mcc(all, plmn.plmn_mcc));
-        if (plmn.plmn_mcc != 0) { // an MCC of 0: no network, so the MNC stays too
+        if (plmn.plmn_mcc != 0) { // an MCC of 0 means that there is no network, and no MNC to replace
             plmn.plmn_mnc = static_cast<uint16_t>(identity_replace_mnc(all, plmn.plmn_mnc));
         }
         memcpy(at, &plmn, sizeof(plmn));

@@ -1,9 +1,9 @@
-/* The replacements of identities in a redacted recording. Every identity has one replacement, drawn at random for this
- * run alone. Neither can be computed from the other, so nobody can find an original by trying values out. A replacement
- * is a plausible value of the same kind, and no identity that was seen. Only when such values are used up, other values
- * of the same kind are taken.
+/* Replaces identities for a redacted recording. During one run of the program, equal identities get equal replacements.
+ * A replacement is drawn at random and not computed from the identity, so nobody can find the identity by trying values
+ * out. A replacement is a plausible value of the same kind that is not an identity in the files to redact. Only when
+ * there are no more such values, other values of the same kind are drawn.
  *
- * A 0 stays 0 where it means "not reported": as a channel, PCI, CGI, TAC, and country code. */
+ * As a channel, PCI, CGI, TAC or country code (MCC), 0 means "not reported" and is not replaced. */
 #ifndef IDENTITIES_H
 #define IDENTITIES_H
 
@@ -13,17 +13,17 @@
 #include <map>
 #include <set>
 
-/* Values of one kind that are replaced by one another. */
+/* The kinds of values. A value is replaced by a value of the same kind. */
 enum class identity_space : uint8_t {
-    CHANNEL, /* channel numbers of both technologies, which have no number in common */
+    CHANNEL, /* channel numbers of LTE and NR 5G; no number is a channel of both */
     PCI,
     CGI,          /* a CGI of more than 28 bits */
-    BASE_STATION, /* a CGI of 28 bits at most, without its low 8 bits; the cells of one base station stay together */
-    CELL,         /* the low 8 bits of such a CGI */
+    BASE_STATION, /* the high bits of a CGI of 28 bits or less, above its low 8 bits; they number the base station */
+    CELL,         /* the low 8 bits of a CGI of 28 bits or less; they number the cell of the base station */
     TAC,
     MCC,
     MNC,
-    ODD_PLMN, /* the bytes of a PLMN with digits above 9 */
+    ODD_PLMN, /* a PLMN of three bytes with a digit above 9, which has no MCC and MNC as numbers */
     COUNT,
 };
 
@@ -35,24 +35,27 @@ struct identities {
     };
     std::array<space, static_cast<size_t>(identity_space::COUNT)> spaces;
 
-    /* While true, the functions below only note each value as seen, and return it unchanged. */
+    /* While true, the functions below only add each value to `seen` and replace nothing. */
     bool collecting = true;
 };
 
-/* The first returns the replacement of a channel number, a PCI, a CGI or a TAC. The second and the third return the
- * replacements of a PLMN's MCC and MNC. */
+/* identity_replace returns the replacement of a channel number, PCI, CGI or TAC, as `kind` says. The two other
+ * functions return the replacements of a PLMN's country code (MCC) and network code (MNC). */
 uint64_t identity_replace(identities &all, field_identity kind, uint64_t value);
 uint64_t identity_replace_mcc(identities &all, uint64_t mcc);
 uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
 
-/* The replacement of an NR 5G channel of which only the low 16 bits are known. */
+/* Replaces an NR 5G channel number of which only the low 16 bits are known. Returns the low 16 bits of its
+ * replacement. */
 uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 
-/* Replace a PLMN or a TAC of three bytes in place. The same PLMN or TAC written as numbers has the same replacement. */
+/* Replace a PLMN or a TAC of three bytes in place. If the functions above get the same PLMN or TAC as numbers, the
+ * replacement is the same. */
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 
-/* Replaces all identities in the field at `at`, whatever its type. */
+/* Replaces one element of the field in place if the element is an identity; `at` points to the element. Does not look
+ * into a group: the caller passes each field of the group. */
 void identity_replace_field(identities &all, const field &f, uint8_t *at);
 
 /* A text for people about what was replaced: "3 channels, 4 physical cell identities, ...", or "nothing". */

@@ -4,8 +4,9 @@
 
 namespace {
 
-/* Writes a string in ASCII, whatever its bytes are, and without characters that could end a script in a page. A byte
- * above 127 is written as the character with this number; no text of a recording has such a byte. */
+/* Appends a JSON string that is ASCII, whatever the bytes of `value` are. The characters <, > and & are escaped,
+ * because they could end the script when the string stands in an HTML page. A byte above 126 is escaped as the
+ * character of the same number, not as a part of UTF-8. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
     for (const char c : value) {
@@ -37,7 +38,7 @@ void put_key(json_writer &to, std::string_view key) {
 
 void put_element(json_writer &to, const field &f, const uint8_t *at, std::string_view key);
 
-/* Writes one field of a message or group, under the given key. */
+/* Writes one field of a message or group as a member named `key`. */
 void put_field(json_writer &to, const field &f, const uint8_t *base, std::string_view key) {
     if (f.place.max == 0) {
         put_element(to, f, field_at(f, base, 0), key);
@@ -98,7 +99,7 @@ void json_raw(json_writer &to, std::string_view value, std::string_view key) {
 
 void json_message(json_writer &to, const message &m, const uint8_t *bytes) {
     const uint8_t *base = bytes + m.body;
-    std::string_view open; // the object that is open
+    std::string_view open; // the key of the object that is open; empty: none
     for (const field &f : m.fields) {
         if (!field_present(f, base)) {
             continue;

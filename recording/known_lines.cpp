@@ -15,11 +15,11 @@ constexpr std::string_view DIGITS = "0123456789";
 constexpr std::string_view HEX_DIGITS = "0123456789abcdef";
 constexpr std::string_view LOWER_CASE = "abcdefghijklmnopqrstuvwxyz";
 
-/* The part of a line that one conversion of the form has printed. */
+/* The part of a line that was printed by one conversion of the line's printf format. */
 struct filled {
     size_t begin = 0;
     size_t length = 0;
-    char conversion = 0; /* d, u, x, p or s */
+    char conversion = 0; /* the letter of the conversion: d, u, x, p or s */
 };
 
 constexpr size_t FILLED_MAX = 8;
@@ -39,12 +39,12 @@ bool is_name(std::string_view text) {
             return true;
         }
     }
-    // Otherwise the text must be the name of an operation: small letters and underscores alone.
+    // Otherwise the text must look like the name of an operation: only lower-case letters and underscores.
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
-/* How many characters at the front of the text the conversion can have printed. `next` is the text that follows the
- * conversion in the form. */
+/* Returns how many characters at the beginning of `text` the conversion can have printed; 0: it printed none of them.
+ * `next` is the text that follows the conversion in the format. */
 size_t filled_length(char conversion, std::string_view text, std::string_view next) {
     switch (conversion) {
     case 'd':
@@ -64,7 +64,7 @@ size_t filled_length(char conversion, std::string_view text, std::string_view ne
     }
 }
 
-/* Takes a conversion, such as "%hu", from the front of the form. Returns its letter. */
+/* Removes a conversion, such as "%hu", from the beginning of the format. Returns its letter, and d for i. */
 char take_conversion(std::string_view &form) {
     form.remove_prefix(std::min(form.find_first_of("diuxps"), form.size()));
     const char letter = form.empty() ? '\0' : form.front();
@@ -95,7 +95,8 @@ bool matches(std::string_view form, std::string_view line, match &out) {
     return at == line.size();
 }
 
-/* Reads a number from a line; -1 becomes the highest number of 64 bits. Returns false when the number has more bits. */
+/* Reads a number from a line. A negative number becomes the unsigned number with the same 64 bits. Returns false when
+ * the number does not fit into 64 bits. */
 bool read_number(std::string_view line, const filled &place, uint64_t &value) {
     const char *begin = line.data() + place.begin;
     const char *end = begin + place.length;
@@ -138,8 +139,7 @@ uint64_t replacement(identities &all, char kind, uint64_t value) {
     }
 }
 
-/* Replaces those numbers of a line that are identities. Returns false when a number has more bits than an identity of
- * its kind can have. */
+/* Replaces those numbers of a line that are identities. Returns false when a byte of a PLMN or TAC is above 255. */
 bool replace_numbers(std::array<uint64_t, FILLED_MAX> &values, size_t count, std::string_view kinds, identities &all) {
     for (size_t i = 0; i < count; i++) {
         const char kind = i < kinds.size() ? kinds[i] : '.';
@@ -189,9 +189,10 @@ std::optional<std::string> redact_text(std::string_view text, identities &all) {
     return std::nullopt;
 }
 
-/* Whether the line is an option line: its first number is that of an option, and the others have few digits. */
+/* Whether the text can be an option line, which the client reads: numbers of at most DIGITS_MAX digits, the first of
+ * which is an option. An empty text can be one too. */
 bool is_option_line(std::string_view text) {
-    constexpr size_t DIGITS_MAX = 5; // a threshold
+    constexpr size_t DIGITS_MAX = 5; // enough for a threshold, the longest number
     constexpr unsigned OPTIONS = 10;
     bool first = true;
     while (!text.empty()) {
@@ -208,8 +209,8 @@ bool is_option_line(std::string_view text) {
     return true;
 }
 
-/* The length of a log line's head, such as "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 "; 0 when the line has none.
- * `wall_us` becomes the time in the head. */
+/* Returns the length of the head with which a log line begins, and stores the time of the head in `wall_us`. A head is
+ * for example "2026-11-23T02:16:57.123Z info 4711 file.cpp:12 ". Returns 0 when the line does not begin with a head. */
 size_t head_length(std::string_view line, int64_t &wall_us) {
     const size_t blank = line.find(' ');
     const auto time = time_parse(line.substr(0, blank));

@@ -1,5 +1,6 @@
-/* The lines of a log and of the client's console that can be redacted and sent. The form of such a line is known, so
- * its numbers can be replaced one by one. A line of any other form may hold anything, and is left out. */
+/* Redacts lines of the module's log and of the client's console output. The form (printf format) of all lines that the
+ * module and the client print is known, so the numbers in such a line can be replaced one by one. Any other line may
+ * contain anything, so the redacted text leaves it out. */
 #ifndef KNOWN_LINES_H
 #define KNOWN_LINES_H
 
@@ -7,11 +8,13 @@
 
 #include <optional>
 
-/* The forms as they stand in the module and in the client, without line ends. `kinds` has a letter for each conversion:
+/* The form of a line: `form` is its printf format in the module or the client, without the line end. The letters of
+ * `kinds` say what each conversion of `form` prints:
  *   c  channel           l  the low 16 bits of an NR 5G channel     p  PCI    g  CGI    t  TAC    m  MCC    n  MNC
- *   P  one of the three bytes of a PLMN, which stand one behind the other           T  one of those of a TAC
- *   .  no identity; with empty `kinds`, no conversion is an identity
- * %s is the name of a metric, an indication or an operation. */
+ *   PPP  the three bytes of a PLMN, one conversion each      TTT  the three bytes of a TAC, one conversion each
+ *   .  no identity
+ * If `kinds` is empty, no conversion prints an identity. %s prints the name of a metric, an indication or an
+ * operation. */
 struct known_line {
     const char *form;
     const char *kinds = "";
@@ -19,11 +22,11 @@ struct known_line {
 
 extern const std::span<const known_line> known_lines;
 
-/* Redacts a line without its line end: replaces identities, and moves a time at the beginning by shift_us. Returns
- * std::nullopt when the line's form is not known. */
+/* Redacts one line, which is passed without its line end: replaces identities, and adds `shift_us` to the time at the
+ * beginning of a log line. Returns std::nullopt when the form of the line is not known, or a number is too large. */
 std::optional<std::string> known_line_redact(std::string_view line, identities &all, int64_t shift_us);
 
-/* The time at the beginning of a line of a log, in microseconds; std::nullopt when there is none. */
+/* The time at the beginning of a log line, in microseconds since 1970; std::nullopt when the line has no time. */
 std::optional<int64_t> known_line_time(std::string_view line);
 
 #endif

@@ -1,12 +1,11 @@
-/* When the module or the client gets a new text, the test known_lines_complete fails until the text has its row
- * here. */
+/* The test known_lines_complete fails when a text that the module or the client prints has no row in this table. */
 #include "known_lines.h"
 
 namespace {
 
 constexpr known_line LINES[] = {
     // clang-format off
-    // The log.
+    // Lines of the module's log.
     {"cpe_dm_cmdq_init: Bad Param cmdq NULL"},
     {"Failed to allocate memory for cmdq"},
     {"cpe_dm_cmdthrd_init: Bad Param cmdq NULL"},
@@ -211,7 +210,7 @@ constexpr known_line LINES[] = {
     {"pthread_atfork failed:"},
     {"pthread_cond_broadcast failed:"},
     {"pthread_cond_timedwait failed:"},
-    // The console.
+    // Lines of the client's console output.
     {"Please select an option to test from the items listed below."},
     {"CPE DEMO APP : Parsing the entered options failed - invalid options passed!!"},
     {"CPE DEMO APP : Processing diagnostic metric information failed!!"},

@@ -24,14 +24,14 @@ constexpr status_row STATUSES[] = {
     {ZEB_TRANSPORT_ERR, "ZEB_TRANSPORT_ERR"},
 };
 
-/* The time of a call is shown when the call took this long or longer. */
+/* The duration of a call or callback is shown when it is this long or longer. */
 constexpr uint64_t WORTH_A_WORD_US = 1000;
 
 std::string number(uint32_t value) {
     return std::to_string(value);
 }
 
-/* A message in words. Of a message that the table does not know, only the length is given. */
+/* A message in words. If the table of messages does not know the message, the words tell only its length. */
 std::string message_words(const session_message &m, const recording_bytes &bytes) {
     if (m.what != nullptr) {
         return message_text(*m.what, m.bytes.data());

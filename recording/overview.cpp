@@ -42,7 +42,8 @@ overview_row source_row(const session &s) {
     return {"recorded", {text + ", version " + std::to_string(head.version) + " of the format"}};
 }
 
-/* A row such as "162, 3 failed", with one more line for each message ID. */
+/* The row about all requests or all indications. Its first line counts the messages: "162, 3 failed". Then comes a line
+ * for each message ID. */
 overview_row message_row(const session &s, const facts &f, zeb_message_type type, const char *label) {
     overview_row row = {label, {""}};
     size_t count = 0;
@@ -69,7 +70,7 @@ overview_row message_row(const session &s, const facts &f, zeb_message_type type
     return row;
 }
 
-/* How long each registration status was held. */
+/* The row that says how long each registration status lasted in all, the longest first. */
 overview_row registration_row(const facts &f) {
     std::map<std::string, uint64_t> held;
     for (const facts_span &span : f.registration) {
@@ -88,7 +89,8 @@ overview_row registration_row(const facts &f) {
     return {"registration", {text.empty() ? "nothing known" : text}};
 }
 
-/* A row about spans: how many there are, how long they are together, and the first few of them, one a line. */
+/* A row about spans. Its first line has their number and their total length. Then comes a line for each of the first
+ * few spans. */
 overview_row spans_row(const session &s, const char *label, const std::vector<facts_span> &spans) {
     constexpr size_t SHOWN = 5;
     uint64_t together = 0;
@@ -107,7 +109,7 @@ overview_row spans_row(const session &s, const char *label, const std::vector<fa
     return row;
 }
 
-/* The lowest, the middle and the highest number of each signal value. */
+/* The row about the signal, with the lowest, the highest and the median number of each signal value. */
 overview_row signal_row(const facts &f) {
     overview_row row = {"signal", {counted(f.samples.size(), "report", "reports")}};
     for (size_t i = 0; i < FACTS_SIGNALS; i++) {
@@ -132,7 +134,7 @@ overview_row signal_row(const facts &f) {
     return row;
 }
 
-/* Every cell once, with the time that it served. */
+/* The row about the cells that served the box, each with its total time of service. */
 overview_row cells_row(const facts &f) {
     constexpr size_t SHOWN = 8;
     overview_row row = {"cells", {""}};

@@ -13,10 +13,10 @@
 
 namespace {
 
-/* Texts longer than this are cut; `show` has them whole. */
+/* Longer texts are cut to this number of bytes in the page. The command `show` prints the whole text. */
 constexpr size_t TEXT_MAX = 4000;
 
-/* Every text once, with its place in the table. */
+/* The texts of the page's lines. Equal texts are stored once, and a line refers to a text by its index in `texts`. */
 struct text_table {
     std::unordered_map<std::string, size_t> places;
     std::vector<const std::string *> texts;
@@ -34,7 +34,8 @@ size_t place_of(text_table &table, std::string text) {
     return found->second;
 }
 
-/* A column of numbers that mostly grow. Each is written as the difference from the number before. */
+/* A column of numbers in the page's data. Each number is written as its difference from the number before, which is
+ * mostly shorter. */
 struct column {
     std::string text;
     int64_t last = 0;
@@ -105,7 +106,7 @@ void put_lane(json_writer &to, const char *name, const char *kind, const std::ve
     json_close(to, '}');
 }
 
-/* Properties of a line for the page, one bit each. */
+/* Properties of a line in the page's data, one bit each. */
 enum { FAILED = 1, SLOW = 2, UNRETURNED = 4, KEPT = 8 };
 
 void put_lines(json_writer &to, const session &s, text_table &texts) {
