@@ -1,4 +1,4 @@
-/* The command page: a recording as one HTML file that needs nothing else. */
+/* The command `page` of zeb_recording: shows a recording as one HTML file, which needs no other file and no network. */
 #ifndef PAGE_H
 #define PAGE_H
 
@@ -6,7 +6,8 @@
 
 std::string page_text(const session &s, const facts &f);
 
-/* Writes the page. Replaces an older page of this name, but no other file. */
+/* Writes the page to the file `name`. A file of this name that exists is replaced only if it is a page, too. On failure
+ * returns false, with the reason in `error`. */
 bool page_write(const char *name, const std::string &text, std::string &error);
 
 #endif

@@ -1,8 +1,11 @@
-/* The parts of the page that are the same for every recording: the files in page/. */
+/* The parts of the HTML page that are the same for every recording. The build takes their texts from the files in
+ * page/. */
 #ifndef PAGE_PARTS_H
 #define PAGE_PARTS_H
 
-extern const char *const page_html; /* a line `@NAME` stands for each other part, and for each varying text */
+/* The HTML page with placeholders such as @STYLE and @TITLE. page_text replaces the placeholders by the other two
+ * parts, and by texts that depend on the recording. */
+extern const char *const page_html;
 extern const char *const page_css;
 extern const char *const page_js;
 

@@ -1,12 +1,12 @@
 /* How a recording is redacted so that it plays as before.
  *
- * A play finds a recorded call by what goes into the call. Requests hold no identities, so they stay as they are. What
- * goes into a decoding is an encoded indication. It is in the box's own layout, which nothing here can read. So each
- * encoded indication is replaced as a whole, by a number of the same length, and equal indications get equal numbers.
- * So the decoding of a delivered indication is still found.
+ * The player finds a recorded call by the call's input. The input of a request holds no identities and is not changed.
+ * The input of a decoding is an encoded indication in the box's own layout, which this program cannot read. The program
+ * therefore replaces each encoded indication as a whole, by a number with as many bytes. Equal indications get equal
+ * numbers, so the player still finds the decoding of an indication that was delivered.
  *
- * What came back from a call is read field by field. Identities are replaced by random ones, equal ones by equal ones.
- * All other fields stay. Every byte that belongs to no field becomes 0. */
+ * The output of a call is read field by field. Each identity is replaced by a random one, and equal identities get
+ * equal replacements. All other fields stay. Every byte that belongs to no field becomes 0. */
 #include "redact.h"
 
 #include "identities.h"
@@ -24,25 +24,26 @@ namespace {
 /* The start time of every redacted recording. */
 constexpr std::string_view NEW_START = "2000-01-01T00:00:00.000Z";
 
-/* A file, and the counts for its report. */
+/* A file that is being redacted, its redacted text in `result`, and counts for the report to the user. */
 struct redacted_file {
-    session_file recording; /* has name and text even when the file is no recording */
+    session_file recording; /* of a log or a console's output, only `name` and `text` are set */
     bool is_recording = false;
     std::string result;
     size_t lines = 0;
-    size_t left_out = 0; /* lines without a known form */
+    size_t left_out = 0; /* lines of a log or an output, left out because their form is not known */
     size_t comments = 0;
-    size_t bytes_dropped = 0;  /* bytes that were not 0 and belong to no field */
-    size_t memory_dropped = 0; /* buffers of failed calls, which hold the program's memory */
-    size_t blanked = 0;        /* messages that the table does not know */
+    size_t bytes_dropped = 0;  /* bytes set to 0 because they belong to no field of a message */
+    size_t memory_dropped = 0; /* emptied buffers of failed calls: they held only the program's memory */
+    size_t blanked = 0;        /* messages that were emptied because their layout is not known */
 };
 
 struct redaction {
     std::vector<redacted_file> files;
     identities all;
-    /* For an encoded indication, by its length and bytes: the number that replaces the bytes. */
+    /* The number that replaces an encoded indication. The key is the indication's length and bytes. */
     std::map<std::pair<uint32_t, std::string>, uint64_t> encodings;
-    std::map<uint32_t, uint64_t> last; /* by length: the last such number given */
+    /* For each length of encoded indications: the last number that was used as a replacement. */
+    std::map<uint32_t, uint64_t> last;
     int64_t shift_us = 0;
     bool dated = false;
     bool blank = false;
@@ -61,7 +62,7 @@ std::string bytes_text(std::span<const uint8_t> bytes) {
     return text;
 }
 
-/* Replaces the value of a key in a line. */
+/* Replaces the value in the first " key=value" of a line of a recording. Does nothing when the line lacks the key. */
 void replace_value(std::string &line, std::string_view key, const std::string &value) {
     const size_t at = line.find(" " + std::string(key) + "=");
     if (at != std::string::npos) {
@@ -70,7 +71,8 @@ void replace_value(std::string &line, std::string_view key, const std::string &v
     }
 }
 
-/* Copies a field with its flag and its count, also when the field is not present. Replaces identities in the copy. */
+/* Copies a field, the flag that says whether the field is present, and the count of a list's valid elements. Copies the
+ * field also when the flag is not set. Replaces identities in the copy. */
 void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *to) {
     if (f.valid != FIELD_NO_OFFSET) {
         to[f.valid] = from[f.valid];
@@ -92,12 +94,13 @@ void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *t
     }
 }
 
-/* A copy of a message: its fields, with identities replaced, and 0 for all other bytes. `dropped` grows by the number
- * of other bytes that were not 0. */
+/* Returns a copy of a message. In the copy, identities are replaced, and bytes that belong to no field are 0. If
+ * `header` is true, the response header is copied too. `dropped` grows by the number of bytes that were not 0 and
+ * became 0. */
 std::vector<uint8_t> copy_message(identities &all, const message &m, bool header, const std::vector<uint8_t> &from,
                                   size_t &dropped) {
     std::vector<uint8_t> to(from.size());
-    identities none; // replaces nothing, since it only collects
+    identities none; // its `collecting` is true, so that `plain` becomes a copy in which no identity is replaced
     std::vector<uint8_t> plain(from.size());
     if (header) {
         for (const field &f : message_response_header) {
@@ -115,7 +118,7 @@ std::vector<uint8_t> copy_message(identities &all, const message &m, bool header
     return to;
 }
 
-/* The text of the number that replaces an encoded indication. */
+/* Returns the number that replaces an encoded indication, in the form of a buffer in a recording: "LENGTH:HEX". */
 std::string encoding_text(redaction &r, const recording_bytes &bytes) {
     const auto [found, added] = r.encodings.try_emplace({bytes.length, bytes.head}, 0);
     if (added) {
@@ -154,7 +157,7 @@ void redact_request(redaction &r, redacted_file &file, const recording_entry &en
     replace_value(line, "req", bytes_text(bytes));
 }
 
-/* Redacts what came back from a request or a decoding. */
+/* Redacts the output of a request or a decoding. The output is the value of `key` in the line. */
 void redact_answer(redaction &r, redacted_file &file, const recording_entry &entry, const char *key,
                    std::string &line) {
     if (entry.out.null) {
@@ -225,7 +228,7 @@ void redact_recording(redaction &r, redacted_file &file) {
         const std::string_view line = rest.substr(0, end);
         file.lines++;
         if (end == std::string_view::npos) {
-            // The last line is cut short, so its copy is cut short too.
+            // The last line has no line end, so it was cut short. Only the digits at its beginning are copied.
             file.result += line.substr(0, std::min(line.find_first_not_of("0123456789"), line.size()));
             return;
         }
@@ -234,7 +237,7 @@ void redact_recording(redaction &r, redacted_file &file) {
             file.result += first_line(file.recording.content);
         } else if (line.starts_with('#')) {
             file.comments++;
-            file.result += "#"; // a comment stays as an empty one, so that lines keep their numbers
+            file.result += "#"; // an empty comment replaces the comment, so that the next lines keep their numbers
         } else if (entry != file.recording.content.entries.end() && entry->line == file.lines) {
             try {
                 file.result += redact_entry(r, file, *entry, std::string(line));
@@ -255,7 +258,7 @@ void redact_text(redaction &r, redacted_file &file) {
         const size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = rest.substr(0, end);
         file.lines++;
-        if (!r.dated) { // the recording has no date: the first date in a log is taken for it
+        if (!r.dated) { // the recording has no date: the first date in a log is taken for the date of its start
             const auto time = known_line_time(line);
             r.dated = time.has_value();
             r.shift_us = time ? *time_parse(NEW_START) - *time : 0;

@@ -1,5 +1,5 @@
-/* The command redact: copies of a recording, and of its log and output, from which nobody can tell where and when the
- * recording was made. */
+/* The command `redact` of zeb_recording: makes copies of a recording, of the log, and of the console's output, from
+ * which nobody can tell where and when the recording was made. */
 #ifndef REDACT_H
 #define REDACT_H
 
@@ -11,12 +11,13 @@ struct redact_file {
     std::string name;
     std::string text;        /* the original; redact_texts moves it out */
     std::string result = {}; /* the redacted text */
-    std::string report = {}; /* remarks on this file, one a line */
+    std::string report = {}; /* what was left out of this file or emptied, one remark a line */
 };
 
 /* Redacts several files with the same replacements. The first file is a recording. Each further file is another part of
- * this recording, a log, or a console's output. A message that is not known is refused or, with `blank`, its bytes are
- * left out. `report` becomes a text about what was replaced. On failure returns false, with the reason in `error`. */
+ * this recording, a log, or a console's output. Fails when a message has an unknown layout; with `blank`, empties such
+ * a message instead. `report` becomes a text about what was replaced. On failure returns false, with the reason in
+ * `error`. */
 bool redact_texts(std::vector<redact_file> &files, bool blank, std::string &report, std::string &error);
 
 #endif

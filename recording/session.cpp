@@ -8,8 +8,9 @@
 
 namespace {
 
-/* Joins a decoding to its indication, which is the last indication of the same client. Both must have the same bytes.
- * Returns whether the entry was joined, and so gets no line of its own. */
+/* Stores a decoding in the line of its client's last indication, if the decoding has the ID and the bytes of that
+ * indication. Returns true if the entry was stored in this way: the entry then gets no line of its own. `last` holds,
+ * for each client, the index in `lines` of the last indication. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();
@@ -28,8 +29,8 @@ bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> 
     return true;
 }
 
-/* Adds the entries of a part. The kept lines of a part repeat lines of the parts before it, so only those of the first
- * part are added. */
+/* Adds the entries of a file to the session. A kept entry repeats a call of an earlier part. Kept entries are added
+ * from the first file alone: those of a later file repeat calls of the files before, unless a part is missing. */
 void add_lines(session &s, session_file &file, bool first) {
     std::map<uint32_t, size_t> last;
     for (const recording_entry &entry : file.content.entries) {
@@ -112,7 +113,7 @@ session_message session_answer(const recording_entry &entry) {
         entry.status == ZEB_NO_ERR) {
         const uint32_t type = send ? uint32_t{ZEB_MESSAGE_RESPONSE} : entry.numbers[1];
         const message *what = message_find(type, entry.numbers[0]);
-        // The destination of a decoding may be longer than the message.
+        // A decoding writes into a buffer of the program, and the buffer may be longer than the message.
         if (what != nullptr && (send ? entry.out.length == what->size : entry.out.length >= what->size)) {
             m = {what, session_bytes(entry.out)};
         }

@@ -1,5 +1,5 @@
-/* A recording as this program reads it. The entries are in the order in which they began, and each decoding is joined
- * to its indication. */
+/* A recording as zeb_recording works with it: the lines of all parts, in the order in which they began. An indication
+ * and its decoding are one line. */
 #ifndef SESSION_H
 #define SESSION_H
 
@@ -15,47 +15,48 @@ struct session_file {
     std::string text;
     recording content;
     uint64_t end_us = 0;
-    bool continued = false; /* another part follows */
+    bool continued = false; /* a later part of the recording was read, too */
 };
 
 struct session_line {
     const recording_entry *entry = nullptr;
-    const recording_entry *decoding =
-        nullptr; /* of an indication: the entry of its decoding; null: the program did not decode it */
+    /* The call that decoded the indication in `entry`. Null: `entry` is no indication, or was not decoded. */
+    const recording_entry *decoding = nullptr;
     const session_file *file = nullptr;
 };
 
 struct session {
-    std::vector<std::unique_ptr<session_file>> files; /* in the order of the parts */
+    std::vector<std::unique_ptr<session_file>> files; /* the first part comes first */
     std::vector<session_line> lines;
-    int64_t start_us = 0; /* wall-clock time of the recording's start; times of lines count from here */
-    bool dated = false;   /* the recording tells when it began */
+    /* When the recording began, in us since 1970; 0: unknown. The times of entries count from this moment. */
+    int64_t start_us = 0;
+    bool dated = false; /* the recording says when it began */
 };
 
-/* Both read a recording: the first from the text of a file (`name` is for messages), the second from the file. On
- * failure they return false, with "file:line: reason" in `error`. */
+/* Both read a recording: session_parse from `text`, session_read from the file `name`. In session_parse, `name` only
+ * names the recording in messages. On failure both return false, with "file:line: reason" in `error`. */
 bool session_parse(std::string name, std::string text, session_file &out, std::string &error);
 bool session_read(const char *name, session_file &out, std::string &error);
 
-/* Reads the text of a file of any kind, up to the greatest length of a recording. Reports failures as session_parse
- * does. */
+/* Reads a file of any content into `text`. Fails when the file is longer than a recording may be. Reports failures as
+ * session_parse does. */
 bool session_read_text(const char *name, std::string &text, std::string &error);
 
 /* Makes a session of one recording, or of several parts of one recording. Reports failures as session_parse does. */
 bool session_make(std::vector<std::unique_ptr<session_file>> files, session &out, std::string &error);
 
-/* The whole buffer, with the zeros at its end. */
+/* Returns all bytes of a recorded buffer. Adds the zeros at its end, which a recording omits. */
 std::vector<uint8_t> session_bytes(const recording_bytes &bytes);
 
-/* A message with its bytes; `what` is null when the table knows no such message. */
+/* The bytes of a message, and the description of its fields in `what`. `what` is null when there is no description. */
 struct session_message {
     const message *what = nullptr;
     std::vector<uint8_t> bytes;
 };
 
-/* The first returns the message of a request. The second returns the message that came back with status 0 from a
- * request or a decoding. For any other entry, and for a message whose length is not that in the platform's header,
- * `what` is null. */
+/* session_request returns the message that a request sent. session_answer returns the message that a request or a
+ * decoding got back with status 0. `what` is null when the entry has no such message, when fields.h does not describe
+ * the message, and when the length does not fit the structure in the platform's header. */
 session_message session_request(const recording_entry &entry);
 session_message session_answer(const recording_entry &entry);
 

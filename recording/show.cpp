@@ -43,9 +43,8 @@ std::string timeline_time(const session &s, uint64_t us) {
     return time_of_day(s.start_us + static_cast<int64_t>(us));
 }
 
-/* Writes a line: its time, a mark ("!" failed, "~" slow, "^" repeated from an earlier part of
- * the recording), its number in the file, and
- * its text. */
+/* Writes a line of the timeline: time, mark, line number in the file, and text. The mark is "!" for a failure, "~" for
+ * a slow call or callback, and "^" for a call that is repeated from an earlier part of the recording. */
 void put_line(std::string &text, const session &s, const session_line &line, const line_words &words) {
     const recording_entry &entry = *line.entry;
     constexpr size_t NUMBER = 6;
@@ -97,7 +96,7 @@ void put_json_message(json_writer &to, const session_message &m, const recording
     }
 }
 
-/* Writes a request with its answer. */
+/* Writes the JSON members for a request and its response. */
 void put_json_send(json_writer &to, const recording_entry &entry) {
     put_json_message(to, session_request(entry), entry.in, "request");
     const session_message answer = session_answer(entry);
@@ -144,7 +143,7 @@ std::optional<uint32_t> message_type(const recording_entry &entry) {
     return std::nullopt;
 }
 
-/* Writes the members that only lines of this kind have. */
+/* Writes those JSON members of a line that depend on the kind of the line. */
 void put_json_details(json_writer &to, const session_line &line) {
     const recording_entry &entry = *line.entry;
     if (entry.handle != 0) {
@@ -213,7 +212,7 @@ std::string as_json(const session &s, const facts &f, const show_options &option
 }
 
 std::string as_csv(const session &s, const facts &f, const show_options &options) {
-    // The columns of `cpe_dm watch`; `uptime` is the time since the recording's start.
+    // The columns are named as in the CSV of `cpe_dm watch`. Here `uptime` is the time since the recording's start.
     std::string text = "time,uptime";
     for (const facts_signal &signal : facts_signals) {
         text += std::string(",") + cpe_dm_metric_by_id(signal.metric)->key;

@@ -1,4 +1,4 @@
-/* The command show: first what happened at a glance, then the timeline; as text, JSON or CSV. */
+/* The command `show` of zeb_recording: prints a summary and the timeline as text or JSON, or signal values as CSV. */
 #ifndef SHOW_H
 #define SHOW_H
 
@@ -10,18 +10,19 @@ enum class show_form { TEXT, JSON, CSV };
 
 struct show_options {
     show_form form = show_form::TEXT;
-    std::optional<int64_t> from_us; /* since the recording's start */
+    /* Lines that begin before `from_us` or after `to_us` are not shown. Both count from the recording's start. */
+    std::optional<int64_t> from_us;
     std::optional<int64_t> to_us;
-    std::vector<std::string_view> only; /* kinds of lines; none: all */
+    std::vector<std::string_view> only; /* the kinds of lines to show; empty: all kinds */
 };
 
-/* Whether `kind` is a kind of lines: a kind of the recording, "failed" or "slow". */
+/* Whether the option --only takes this word: the kind of a line in a recording ("send"), "failed" or "slow". */
 bool show_is_kind(std::string_view kind);
 
-/* The names of all kinds, for a message. */
+/* Returns the words that the option --only takes, with commas between them, for a message to the user. */
 std::string show_kinds();
 
-/* What the command prints. */
+/* Returns the whole output of the command. */
 std::string show_text(const session &s, const facts &f, const show_options &options);
 
 #endif

@@ -10,7 +10,7 @@ constexpr int64_t MINUTE_US = 60 * SECOND_US;
 constexpr int64_t HOUR_US = 60 * MINUTE_US;
 constexpr int64_t DAY_US = 24 * HOUR_US;
 
-/* Takes `digits` decimal digits from the front of the text. */
+/* Reads `digits` decimal digits, and removes them from the front of the text. False: there are fewer digits. */
 bool take_number(std::string_view &text, size_t digits, int64_t &number) {
     if (text.size() < digits) {
         return false;
@@ -34,7 +34,8 @@ bool take(std::string_view &text, char c) {
     return true;
 }
 
-/* Takes a point and up to six digits, if there is a point. */
+/* If the text begins with a point, reads the point and up to six digits, and removes them. Without a point `us` is 0.
+ * False: no digit follows the point. */
 bool take_fraction(std::string_view &text, int64_t &us) {
     us = 0;
     if (!take(text, '.')) {
@@ -49,7 +50,7 @@ bool take_fraction(std::string_view &text, int64_t &us) {
     return unit < SECOND_US;
 }
 
-/* Takes "02:16:57.123". */
+/* Reads a time of day such as "02:16:57.123" or "02:16:57", and removes it from the front of the text. */
 bool take_time_of_day(std::string_view &text, int64_t &us) {
     int64_t hour = 0;
     int64_t minute = 0;
@@ -66,13 +67,13 @@ bool take_time_of_day(std::string_view &text, int64_t &us) {
 std::string format(const char *pattern, double number, const char *unit) {
     char text[64];
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the patterns come from the callers below
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // all callers are below, and pass literals
     snprintf(text, sizeof(text), pattern, number, unit);
 #pragma GCC diagnostic pop
     return text;
 }
 
-/* Three digits of a number below 1000. */
+/* Formats a number from 1 to below 1000 with three significant digits. */
 std::string three_digits(double number, const char *unit) {
     return format(number < 9.995 ? "%.2f %s" : number < 99.95 ? "%.1f %s" : "%.0f %s", number, unit);
 }

@@ -1,5 +1,5 @@
-/* Times as text: times of the day, times since the recording's start, and durations. All are whole microseconds. A
- * wall-clock time counts from 1970, UTC. */
+/* Reads and writes times as text: dates, times of day, times since the recording's start, and durations. As numbers,
+ * all are in microseconds. A wall-clock time (wall_us) counts from the beginning of 1970, UTC. */
 #ifndef TIMES_H
 #define TIMES_H
 
@@ -8,23 +8,23 @@
 #include <string>
 #include <string_view>
 
-/* Reads "2026-11-23T02:16:57.123Z"; the fraction may have up to six digits, and the fraction and the Z may be missing.
- * Returns std::nullopt for anything else, and for a date that does not exist. */
+/* Reads a wall-clock time such as "2026-11-23T02:16:57.123Z". The fraction has one to six digits; the fraction and the
+ * Z may be missing. Returns std::nullopt for any other text, and for a date that does not exist. */
 std::optional<int64_t> time_parse(std::string_view text);
 
-/* "2026-11-23T02:16:57.123Z": to the millisecond. */
+/* Writes a wall-clock time, cut to milliseconds: "2026-11-23T02:16:57.123Z". */
 std::string time_iso(int64_t wall_us);
 
-/* "2026-11-23" and "02:16:57.123" */
+/* Write the date of a wall-clock time ("2026-11-23") and its time of day ("02:16:57.123"), both in UTC. */
 std::string time_date(int64_t wall_us);
 std::string time_of_day(int64_t wall_us);
 
-/* A duration for people, with three digits: "584 us", "12.3 ms", "1.24 s", "3 min 20 s", "2 h 5 min". */
+/* Writes a duration for people, rounded as in "584 us", "12.3 ms", "1.24 s", "3 min 20 s", "2 h 5 min". */
 std::string time_length(uint64_t us);
 
-/* Reads a moment from an option: seconds since the start ("+12.5" or "12.5"), a time of the day ("02:17:00", the first
- * one at or after the start), or a date with a time. Returns microseconds since the start; std::nullopt when the text
- * is none of these. */
+/* Reads a moment from the text of an option, and returns it as microseconds since the recording's start. The text is a
+ * number of seconds since the start ("+12.5" or "12.5"), a date with a time, or a time of day ("02:17:00"). A time of
+ * day means its first occurrence at or after the start. Returns std::nullopt for any other text. */
 std::optional<int64_t> time_moment(std::string_view text, int64_t start_us);
 
 #endif

@@ -1,4 +1,5 @@
-/* zeb_recording: tells what happened in a recording, for example one that came by mail. */
+/* zeb_recording: shows what happened in a recording, as text or as an HTML page. Also redacts recordings, and compares
+ * two recordings. */
 #include "diff.h"
 #include "new_file.h"
 #include "page.h"
@@ -28,7 +29,7 @@ enum { DONE = 0, DIFFERS = 1, TROUBLE = 2 };
 
 struct arguments {
     std::vector<const char *> files;
-    std::vector<const char *> outputs; /* the files that redact writes, one for each file */
+    std::vector<const char *> outputs; /* the files to write; for `redact`, outputs[i] is the copy of files[i] */
     show_options show;
     std::string_view from;
     std::string_view to;
@@ -100,7 +101,7 @@ int run_redact(const arguments &args) {
     }
     for (size_t i = 0; i < files.size(); i++) {
         if (!new_file_write(args.outputs[i], files[i].result, "", error)) {
-            std::for_each_n(args.outputs.begin(), i, unlink); // all files are written, or none
+            std::for_each_n(args.outputs.begin(), i, unlink); // a failure leaves none of the outputs
             return trouble(error);
         }
         report += files[i].name + " -> " + args.outputs[i] + "\n";
@@ -140,8 +141,8 @@ constexpr command COMMANDS[] = {
     {"diff", run_diff, 2, 2, " "},
 };
 
-/* Takes one option from the arguments, with its value where it has one. Returns a message when the option is wrong, and
- * otherwise "". */
+/* Stores an option and its value in `args`. `value` is null when the option takes no value, and when the value is
+ * missing. Returns a message when the option is wrong, and otherwise "". */
 std::string take_option(const std::string &option, const char *value, arguments &args) {
     if (option == "--json" || option == "--csv") {
         args.show.form = option == "--json" ? show_form::JSON : show_form::CSV;
@@ -168,7 +169,7 @@ std::string take_option(const std::string &option, const char *value, arguments 
     return "";
 }
 
-/* Takes the words behind the command. Returns a message when they are wrong, and otherwise "". */
+/* Reads the words behind the command's name into `args`. Returns a message when a word is wrong, and otherwise "". */
 std::string take_words(const command &c, int argc, char **argv, arguments &args) {
     bool options_end = false;
     for (int i = 2; i < argc; i++) {
@@ -190,7 +191,7 @@ std::string take_words(const command &c, int argc, char **argv, arguments &args)
     return "";
 }
 
-/* A message when the number of files is wrong, and otherwise "". */
+/* Returns a message when the command needs another number of files or of options -o, and otherwise "". */
 std::string wrong_count(const command &c, const arguments &args) {
     if (args.files.size() < c.files_min || args.files.size() > c.files_max) {
         return std::string(c.name) + (c.files_max == 2 ? " takes two recordings" : " takes a recording");

@@ -8,31 +8,33 @@
 #include <atomic>
 #include <unistd.h>
 
-/* After this many rounds without an answer the modem counts as restarted. A single request may fail for other
- * reasons. */
+/* The thread registers anew when the modem has not answered for this number of rows in succession: the modem has
+ * probably restarted. When only one row fails, there may be another reason. */
 enum {
     MODEM_GONE_TIMES = 2,
 };
 
-/* How long the thread waits, at most, before it tries a silent modem again. */
+/* The longest time that the thread waits before it tries again to reach a modem that did not answer. */
 static const int64_t retry_ms = 5000;
 
-/* How long the end of the program waits for a registration in progress. A registration takes longer only when there is
- * no modem. */
+/* When the program is to end during a registration, it waits this long for the registration. A registration takes
+ * longer only when there is no modem, and cpe_dm_init then waits without limit. */
 static const int64_t connect_patience_ms = 200;
 
 static uint64_t metrics_wanted;
-static int news; /* the bell of whoever started the thread */
-static int work; /* the thread's bell: rings for a row to ask for, and for the end */
+/* Two bells. A bell is a descriptor that becomes readable when a thread rings it. */
+static int news; /* wakes the thread that called cpe_dm_tool_start_asker: the report has changed */
+static int work; /* wakes the asking thread: a row is to be asked for, or the thread is to end */
 static pthread_t thread;
-static bool indication_lost; /* the modem may have forgotten the registration indication; only the thread uses this */
+/* The modem may have lost the request to report changes of the registration status. Used by the asking thread alone. */
+static bool indication_lost;
 static std::atomic<bool> stopping;
 static std::atomic<bool> connecting; /* the thread is inside cpe_dm_init, which may wait without limit */
 
 static pthread_mutex_t report_mutex = PTHREAD_MUTEX_INITIALIZER;
 static cpe_dm_tool_report shared; /* guarded by report_mutex */
 
-/* Runs on the module's command thread. */
+/* The callback for the module's events. Runs on the module's command thread. */
 static void on_event(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
     if (info->info_type == CPE_DM_INFO_TYPE_IND && info->value_type == CPE_DM_VALUE_UINT32) {
         const cpe_dm_tool_guard guard(&report_mutex);
@@ -46,7 +48,7 @@ static void on_event(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data
     cpe_dm_release_info(info);
 }
 
-/* Copies the answer for a metric into the shared report. */
+/* Copies the answer for a metric into the shared report. asked_ms is when the thread began to ask for the row. */
 static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t asked_ms) {
     const cpe_dm_tool_guard guard(&report_mutex);
     const cpe_dm_tool_slot &slot = values->slot[metric];
@@ -65,7 +67,8 @@ static void publish(const cpe_dm_tool_values *values, uint32_t metric, int64_t a
     }
 }
 
-/* Registers with the module; false when the registration failed. */
+/* Registers with the module, and asks the modem to report changes of the registration status. False: the registration
+ * failed. */
 static bool connect() {
     connecting = true;
     const int32_t status = stopping ? int32_t{CPE_DM_ERR_FAILURE} : cpe_dm_tool_register(on_event);
@@ -79,8 +82,8 @@ static bool connect() {
     return registered;
 }
 
-/* Asks for the values of a row, first for the registration status. When the modem is out of service, asks for nothing
- * else. Returns false when the modem does not answer. */
+/* Asks the modem for the values of a row, beginning with the registration status. Asks for no other value when the
+ * status says that the modem is out of service. False: the request for the registration status failed. */
 static bool ask_row() {
     static cpe_dm_tool_values values;
     const int64_t asked_ms = cpe_dm_tool_now_ms();
@@ -91,7 +94,7 @@ static bool ask_row() {
         if (metric == CPE_DM_METRIC_REG_STATUS || (reg.number[0] >= CPE_DM_REG_LTE && (metrics_wanted >> metric & 1))) {
             cpe_dm_tool_ask(&values, metric);
             publish(&values, metric, asked_ms);
-            // A modem that did not answer may have restarted, and may have forgotten the indication.
+            // A modem that did not answer may have restarted, and does not know then which indications were set.
             indication_lost = indication_lost || !cpe_dm_tool_is_answer(slot.status);
             if (reg.status != CPE_DM_SUCCESS) {
                 return false;
@@ -107,7 +110,7 @@ static void *run_asker(void * /*argument*/) {
     bool registered = connect();
     cpe_dm_tool_ring(news);
     for (;;) {
-        // A silent modem is tried again after retry_ms at the latest, even when the next row is further away.
+        // A modem that did not answer is tried again after retry_ms at the latest, even when the next row is due later.
         const bool row_due =
             cpe_dm_tool_wait(work, registered && unanswered == 0 ? INT64_MAX : cpe_dm_tool_now_ms() + retry_ms);
         if (stopping) {
@@ -115,7 +118,7 @@ static void *run_asker(void * /*argument*/) {
         }
         const bool gone = registered && unanswered == MODEM_GONE_TIMES;
         if (gone) {
-            cpe_dm_tool_deregister(); // the next registration cleans up whatever this one leaves
+            cpe_dm_tool_deregister(); // may fail: the registration below then takes down what is left of the old one
             unanswered = 0;
         }
         registered = registered && !gone ? registered : connect();

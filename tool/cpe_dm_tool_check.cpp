@@ -8,24 +8,25 @@
 #include <cstring>
 #include <poll.h>
 
-/* The time from one look at the values to the next. */
+/* How long the command waits, at most, before it asks the modem for the values again. */
 static const int64_t step_ms = 500;
 
 enum {
     EXPRESSION_MAX = 32,
 };
 
-/* After this number of looks in a row without an answer the modem counts as restarted. */
+/* When the modem has answered no request in this number of successive rounds of requests, it has probably restarted,
+ * and the command registers anew. */
 enum {
     MODEM_GONE_LOOKS = 2,
 };
 
-/* An operator, and the signs of (value - wanted) for which it holds. Short texts lie in the row itself, here as in the
- * other tables. A pointer to a text would have to be filled in by the loader, which costs the program three times the
- * pointer's size. */
+/* An operator of expressions, and whether it holds for a value below, equal to, or above the wanted value. The short
+ * texts are arrays and not pointers: each pointer would need a relocation entry for the loader, and the entry takes
+ * more space in the program than the text. */
 struct op_row {
     char symbol[3];
-    char word[5]; /* the form that a shell leaves alone */
+    char word[5]; /* another form of the symbol, which needs no quotes in a shell */
     bool below;
     bool equal;
     bool above;
@@ -38,11 +39,11 @@ static const op_row ops[] = {
 };
 
 struct expression {
-    const char *text; /* the expression as it was given */
+    const char *text; /* the whole expression, as it stands on the command line */
     cpe_dm_tool_key key;
     const op_row *op;
-    const char *wanted; /* the text that the value is compared with */
-    int64_t number;
+    const char *wanted; /* the text behind the operator, with which the value is compared */
+    int64_t number;     /* `wanted` as a number of counts, when the key's value is a number */
 };
 
 static struct {
@@ -64,14 +65,15 @@ static bool is_reg_name(const char *name) {
     return false;
 }
 
-/* MCC, hyphen, MNC: "123-45". */
+/* Whether the text is a PLMN: MCC, hyphen and MNC, as in "123-45". A digit above 9 is a letter from a to f. */
 static bool is_plmn(const char *text) {
     const size_t len = strspn(text, "0123456789abcdef");
     const size_t rest = len == 3 && text[3] == '-' ? strspn(text + 4, "0123456789abcdef") : 0;
     return (rest == 2 || rest == 3) && text[4 + rest] == '\0';
 }
 
-/* The first operator in an expression, which ends the expression's key; null when there is no operator. */
+/* Finds the first operator in an expression. *key_len becomes the length of the text before the operator, *op_len the
+ * length of the operator. Returns null when there is no operator. */
 static const op_row *find_op(const char *text, size_t *key_len, size_t *op_len) {
     const op_row *found = nullptr;
     for (const op_row &op : ops) {
@@ -87,7 +89,8 @@ static const op_row *find_op(const char *text, size_t *key_len, size_t *op_len) 
     return found;
 }
 
-/* Reads the text that the value is compared with. False: the text is no such value; a message has been written. */
+/* Reads the text behind the operator. False: the text is no value that the key can have, or values of this key cannot
+ * be compared in this way; a message has been written. */
 static bool parse_wanted(expression *row) {
     const cpe_dm_tool_kind kind = cpe_dm_tool_kind_of(row->key);
     const char *name = cpe_dm_tool_name(row->key);
@@ -160,7 +163,7 @@ static bool holds(const expression &row) {
     return sign < 0 ? row.op->below : sign > 0 ? row.op->above : row.op->equal;
 }
 
-/* The exit status of one expression with the current values. */
+/* The exit status that follows from one expression and the newest values. */
 static int judge(const expression &row) {
     const int32_t status = cpe_dm_tool_value_status(&check.values, row.key);
     if (status != CPE_DM_SUCCESS) {
@@ -169,7 +172,7 @@ static int judge(const expression &row) {
     return holds(row) ? CPE_DM_TOOL_DONE : CPE_DM_TOOL_NO;
 }
 
-/* Asks for all values, and returns the exit status of all expressions together. */
+/* Asks the modem for all values. Returns the worst of the exit statuses of the expressions. */
 static int look() {
     int status = CPE_DM_TOOL_DONE;
     cpe_dm_tool_set_deadline(cpe_dm_tool_now_ms() + check.options->timeout_ms);
@@ -225,7 +228,7 @@ static int print_json(int status) {
     return cpe_dm_tool_print(&text);
 }
 
-/* Registers anew after a restart of the modem. False: there is no registration any more; a message has been written. */
+/* Deregisters, and registers with the restarted modem. False: the registration failed; a message has been written. */
 static bool register_anew(int64_t until_ms) {
     cpe_dm_tool_set_deadline(until_ms);
     cpe_dm_tool_deregister();
@@ -238,7 +241,7 @@ static bool register_anew(int64_t until_ms) {
 
 static int check_all() {
     const int64_t within_ms = cpe_dm_tool_now_ms() + check.options->within_ms;
-    int64_t since_ms = -1; // when all expressions began to hold; -1: they do not hold
+    int64_t since_ms = -1; // since when all expressions hold; -1: at least one does not hold
     int unanswered = 0;
     for (;;) {
         const int64_t look_ms = cpe_dm_tool_now_ms();

@@ -1,4 +1,4 @@
-/* The commands. Each returns the exit status. */
+/* The commands of cpe_dm. Each function runs one command, and returns the exit status of the program. */
 #ifndef CPE_DM_TOOL_COMMANDS_H
 #define CPE_DM_TOOL_COMMANDS_H
 

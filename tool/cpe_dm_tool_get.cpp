@@ -6,8 +6,8 @@
 
 static struct {
     const cpe_dm_tool_options *options;
-    cpe_dm_tool_keys keys;  /* all keys that were named, one by one or by a group */
-    cpe_dm_tool_keys alone; /* the keys that were named one by one */
+    cpe_dm_tool_keys keys;  /* all keys to print: those named on the command line, and those of named groups */
+    cpe_dm_tool_keys alone; /* only the keys that were named on the command line, without those of groups */
     cpe_dm_tool_values values;
 } get;
 
@@ -23,7 +23,8 @@ static void add_line(cpe_dm_tool_text *text, cpe_dm_tool_key key) {
     cpe_dm_tool_add(text, "\n");
 }
 
-/* Tells which of the keys that were named by themselves have no value. Returns an exit status. */
+/* Writes a message for each key that was named on the command line (not by a group) and has no value. Returns an exit
+ * status. */
 static int tell_missing_keys() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.alone.cnt; i++) {
@@ -36,7 +37,8 @@ static int tell_missing_keys() {
     return status;
 }
 
-/* Tells which of the named groups have no value at all, and which requests failed. Returns an exit status. */
+/* Writes a message for each named group in which no key has a value, and for each request that failed. Returns an exit
+ * status. */
 static int tell_missing_groups() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.options->arg_cnt; i++) {

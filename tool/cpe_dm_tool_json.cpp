@@ -88,7 +88,7 @@ void cpe_dm_tool_add_json_moment(cpe_dm_tool_text *text, const cpe_dm_tool_momen
     cpe_dm_tool_add(text, ",");
 }
 
-/* Adds the members for the keys of one technology. Returns their number. */
+/* Adds a JSON member for each of these keys that belongs to the technology. Returns the number of members. */
 static uint32_t add_members(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, const cpe_dm_tool_keys *keys,
                             uint32_t tech) {
     uint32_t cnt = 0;

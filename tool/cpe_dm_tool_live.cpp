@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 enum {
-    CHART_MAX = 8,     /* signals */
-    HISTORY_MAX = 600, /* rows: a minute at the shortest interval */
+    CHART_MAX = 8,     /* the greatest number of signals with a chart */
+    HISTORY_MAX = 600, /* rows; at the shortest interval (0.1 s) they cover a minute */
     CHART_WIDTH_MAX = 60,
     NOTE_MAX = 6,
     NOTE_SIZE = 120,
@@ -21,11 +21,12 @@ enum {
 
 static const int64_t minute_ms = 60000;
 
-/* The longest wait for a terminal that takes no output. The text that begins or ends the live view waits twice: before
- * it is sent, and after. */
+/* How long the program waits, at most, for a terminal that takes no output. The text that begins or ends the live view
+ * costs two waits: one until older output has been sent, and one until this text has been sent. */
 static const int64_t farewell_ms = 500;
 
-/* Widths beside a chart, in columns: of the value and the verdict before the chart, and of the range after it. */
+/* The columns that a line needs beside the name and the chart: for value, unit and verdict before the chart, and for
+ * the range of the values after the chart. */
 static const int value_width = 16;
 static const int range_width = 18;
 
@@ -37,21 +38,22 @@ static struct {
     int64_t interval_ms;
     bool colours;
     bool entered;    /* the terminal shows the live view */
-    bool known_mode; /* standard input is a terminal, and `mode` holds its first mode */
+    bool known_mode; /* standard input is a terminal, and `mode` holds its mode from before the live view */
     termios mode;
-    bool keys_ended; /* standard input has ended */
+    bool keys_ended; /* standard input has ended, and is not read any more */
     cpe_dm_tool_key charts[CHART_MAX];
     int chart_cnt;
-    int name_width; /* of the longest name of a chart */
-    int64_t number; /* of the newest row */
-    int64_t history_cnt;
+    int name_width;      /* length of the longest name of a signal that has a chart */
+    int64_t number;      /* the number of the newest row; -1: there is no row yet */
+    int64_t history_cnt; /* the number of rows that a chart shows */
     int note_cnt;
     cpe_dm_tool_values values;
-    char notes[NOTE_MAX][NOTE_SIZE];         /* oldest first */
-    int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; row n has place n modulo history_cnt */
+    char notes[NOTE_MAX][NOTE_SIZE];         /* the lines for events, oldest first */
+    int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; the value of row n is at [n % history_cnt] */
 } live;
 
-/* The screen that is being drawn. Lines and parts of lines beyond its size are cut. */
+/* The text for the screen that is being drawn. Lines that do not fit on the screen are left out, and lines that are too
+ * long are cut. */
 static char screen_data[16384];
 static cpe_dm_tool_text screen = {screen_data, sizeof(screen_data), 0};
 static int columns;
@@ -80,7 +82,7 @@ void cpe_dm_tool_start_live(cpe_dm_tool_sink *sink, const cpe_dm_tool_keys *keys
     }
 }
 
-/* Sends a few characters. Does not wait for long when the terminal takes no output. */
+/* Sends a short text to the terminal. Gives up after 2 * farewell_ms when the terminal takes no output. */
 static void send_now(const char *text) {
     cpe_dm_tool_finish(live.sink, farewell_ms);
     cpe_dm_tool_send(live.sink, text, strlen(text));
@@ -95,7 +97,7 @@ static void enter_terminal() {
         mode.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
         tcsetattr(STDIN_FILENO, TCSANOW, &mode);
     }
-    send_now("\033[?1049h\033[?25l\033[2J"); // the alternate screen, without a cursor, empty
+    send_now("\033[?1049h\033[?25l\033[2J"); // switch to the alternate screen, hide the cursor, clear the screen
 }
 
 void cpe_dm_tool_leave_terminal() {
@@ -119,7 +121,7 @@ int cpe_dm_tool_keyboard() {
 bool cpe_dm_tool_quit_pressed() {
     char typed[64];
     const ssize_t cnt = read(STDIN_FILENO, typed, sizeof(typed));
-    live.keys_ended = cnt <= 0; // a terminal that has gone stays readable for ever
+    live.keys_ended = cnt <= 0; // after a hang-up poll would report the terminal as readable for ever
     bool quit = false;
     for (ssize_t i = 0; i < cnt; i++) {
         quit = quit || typed[i] == 'q' || typed[i] == 'Q';
@@ -136,7 +138,7 @@ void cpe_dm_tool_note(const char *line) {
     cpe_dm_tool_add(&note, "%s", line);
 }
 
-/* The place of a row, by its number, in the history of a chart. */
+/* The element for the row with this number in the history of a chart. */
 static int16_t *history_at(int chart, int64_t number) {
     return &live.history[chart][number % live.history_cnt];
 }
@@ -144,7 +146,7 @@ static int16_t *history_at(int chart, int64_t number) {
 void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) {
     live.values = *values;
     for (int i = 0; i < live.chart_cnt; i++) {
-        // Skipped rows leave a gap.
+        // Row numbers that were skipped leave a gap in the chart.
         for (int64_t skipped = std::max(live.number + 1, number - live.history_cnt); skipped < number; skipped++) {
             *history_at(i, skipped) = NO_VALUE;
         }
@@ -158,14 +160,14 @@ void cpe_dm_tool_add_live_row(const cpe_dm_tool_values *values, int64_t number) 
     live.number = number;
 }
 
-/* Adds a line of ASCII, cut to the width of the screen. */
+/* Adds a line to the screen, cut to the width of the screen. The line must be ASCII, so that a byte is a column. */
 static void add_line(const char *line) {
     if (lines_left-- > 0) {
         cpe_dm_tool_add(&screen, "%.*s\033[K\r\n", columns, line);
     }
 }
 
-/* The mean of the rows in one column of a chart, or NO_VALUE. */
+/* The mean of the values of row_cnt rows, which one column of a chart shows. NO_VALUE: none of the rows has a value. */
 static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
     int64_t sum = 0;
     int cnt = 0;
@@ -198,14 +200,14 @@ static void add_block(int value, int lowest, int span, cpe_dm_tool_key key, cons
     *colour = wanted;
 }
 
-/* Adds a chart of a signal's last minute and, if there is room, the range of its values. Together they take the given
- * number of columns at most. */
+/* Adds a chart of a signal's last minute. Adds the range of the values after the chart if `room`, the number of columns
+ * that are left in the line, is large enough. */
 static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    // All counts have 64 bits, like the numbers of rows: on a processor without division each width of integers needs a
-    // routine of its own.
+    // The counts below are 64-bit like the row numbers. A processor without a division instruction calls a library
+    // routine for each integer width, and a second width would link a second routine.
     const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
     const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
     const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;
@@ -217,7 +219,7 @@ static void add_chart(int chart, int room) {
         lowest = values[i] != NO_VALUE ? std::min(lowest, values[i]) : lowest;
         highest = std::max(highest, values[i]);
     }
-    // A steady signal is drawn as a flat line, not as a wall.
+    // The scale spans at least 8 units, so that small changes of a steady signal do not fill the height of the chart.
     const int span = std::max(highest - lowest, 8 * counts_per_unit);
     const int bottom = lowest - (span - (highest - lowest)) / 2;
     const char *colour = "";
@@ -234,8 +236,7 @@ static void add_chart(int chart, int room) {
     }
 }
 
-/* Adds the line of a signal: name, value, verdict and chart. On a narrow screen, parts for which there is no room are
- * left out. */
+/* Adds the line of a signal: name, value, verdict and chart. What does not fit on the screen is cut or left out. */
 static void add_chart_line(int chart) {
     const cpe_dm_tool_key key = live.charts[chart];
     const bool there = cpe_dm_tool_value_status(&live.values, key) == CPE_DM_SUCCESS;
@@ -259,8 +260,8 @@ static void add_chart_line(int chart) {
     }
 }
 
-/* Adds a line with the technology's name, a label and words. Adds nothing when there are no words. Sets *name to "", so
- * that later lines have blanks in the place of the name. */
+/* Adds a line that consists of *name, the label, and the text from the callback `add`. When `add` gives no text, adds
+ * no line. When a line was added, *name becomes "", so that only the first line of a technology shows the name. */
 static void add_words(const char **name, uint32_t tech, const char *label,
                       void (*add)(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech)) {
     char line[160];

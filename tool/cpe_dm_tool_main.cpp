@@ -36,9 +36,9 @@ static const cpe_dm_tool_command commands[] = {
      cpe_dm_tool_metrics},
 };
 
-/* Opens the null device for each standard descriptor that is missing, so that no file opened later takes its number.
- * The null device is opened for reading alone. So the results of a program without standard output cannot be written,
- * which is an error. */
+/* Opens /dev/null for each standard descriptor that is closed, so that no file opened later gets the number of a
+ * standard descriptor. Opens it for reading only: when standard output was closed, writing the results is to fail, so
+ * that the program reports an error. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {

@@ -5,7 +5,8 @@
 
 #include <cstring>
 
-/* The number that an option takes: the field for the number, and the number's range in counts. */
+/* Describes the number that an option takes: the field that stores it, and the range from `least` to `most`. The field
+ * and the range are in counts: a number on the command line is multiplied by counts_per_unit. */
 struct number_range {
     int64_t cpe_dm_tool_options::*number; /* null: the option takes no number */
     uint32_t counts_per_unit;
@@ -15,16 +16,16 @@ struct number_range {
 
 static constexpr number_range no_number = {nullptr, 1, 0, 0};
 
-/* Seconds, counted in ms; at most a day. */
+/* The range of an option in seconds: from least_ms to a day. The field is in milliseconds. */
 static constexpr number_range seconds(int64_t cpe_dm_tool_options::*number, int32_t least_ms) {
     return {number, 1000, least_ms, 86400000};
 }
 
 struct option_row {
     uint32_t bit;
-    char letter; /* '\0': there is none */
+    char letter; /* the short form: 'n' for -n; '\0': the option has no short form */
     char name[9];
-    char argument[11]; /* the argument's form in the help; "": the option takes none */
+    char argument[11]; /* the name of the option's value in the help; "": the option takes no value */
     number_range range;
     const char *help;
 };
@@ -72,7 +73,7 @@ static void add_option_help(cpe_dm_tool_text *help, uint32_t options) {
     }
 }
 
-/* Prints the help of the command or, when the command is null, of the program. Returns an exit status. */
+/* Prints the help of the command. When `command` is null, prints the help of the program. Returns an exit status. */
 static int print_help(cpe_dm_tool_commands commands, const cpe_dm_tool_command *command) {
     char data[4096];
     cpe_dm_tool_text help = {data, sizeof(data), 0};
@@ -138,8 +139,8 @@ static bool take_value(const option_row &row, const char *value, cpe_dm_tool_opt
     }
 }
 
-/* The option that a word of the command line names, or null. *value is the option's value when the value stands in the
- * same word ("-n5", "--rows=5"), and null otherwise. */
+/* Returns the option that a word of the command line names, or null. If the word also holds the option's value, as
+ * "--rows=5" and "-n5" do, *value points to the value. Otherwise *value is null. */
 static const option_row *find_option(const char *word, const char **value) {
     *value = nullptr;
     for (const option_row &row : option_rows) {
@@ -157,8 +158,8 @@ static const option_row *find_option(const char *word, const char **value) {
     return nullptr;
 }
 
-/* Takes the option at argv[*at], and moves *at to the option's last word. False: the option is wrong; a message has
- * been written. */
+/* Stores the option at argv[*at] in `options`. When the option's value is the next word, increments *at. False: the
+ * option is wrong; a message has been written. */
 static bool take_option(char **argv, int *at, cpe_dm_tool_options *options) {
     const char *word = argv[*at];
     const char *value = nullptr;

@@ -1,11 +1,11 @@
-/* The command line: commands, their options, and the help that is made of the same tables. */
+/* Reads the command line, which names a command and its options, and prints the help. */
 #ifndef CPE_DM_TOOL_OPTIONS_H
 #define CPE_DM_TOOL_OPTIONS_H
 
 #include <cstddef>
 #include <cstdint>
 
-/* The options, as bits. Every command takes the first four. */
+/* The options of all commands, one bit each. Every command takes the first four. */
 enum : uint32_t {
     CPE_DM_TOOL_JSON = 1U << 0,
     CPE_DM_TOOL_TIMEOUT = 1U << 1,
@@ -26,42 +26,42 @@ enum {
     CPE_DM_TOOL_LABEL_MAX = 16,
 };
 
-/* What a command line asks for. All texts point into the command line. */
+/* The options and arguments from the command line. All strings point into argv. */
 struct cpe_dm_tool_options {
-    uint32_t given; /* the options that were given */
+    uint32_t given; /* one bit for each option that was given: CPE_DM_TOOL_JSON ... */
     int64_t timeout_ms;
     int64_t interval_ms;
-    int64_t rows; /* 0: without end */
+    int64_t rows; /* end after this number of rows; 0: no limit */
     int64_t within_ms;
     int64_t for_ms;
     const char *output;
     const char *textfile;
-    const char *labels[CPE_DM_TOOL_LABEL_MAX]; /* NAME=VALUE */
+    const char *labels[CPE_DM_TOOL_LABEL_MAX]; /* each is NAME=VALUE */
     int label_cnt;
-    char **args; /* the words behind the command that are no options */
+    char **args; /* the arguments of the command, without options and their values */
     int arg_cnt;
 };
 
 struct cpe_dm_tool_command {
     char name[9];
-    const char *args;    /* the form of the arguments, for the help */
+    const char *args;    /* the arguments as the help names them: "[KEY...]" */
     int arg_min;         /* the least number of arguments */
     int arg_max;         /* the greatest number of arguments; -1: any number */
-    uint32_t options;    /* the options of this command, besides those of every command */
-    const char *summary; /* one line */
-    const char *details; /* more lines, or "" */
+    uint32_t options;    /* the bits of the options that this command takes, without those that every command takes */
+    const char *summary; /* one line of the help: what the command does */
+    const char *details; /* more lines of the help, each with its line end; or "" */
     int (*run)(const cpe_dm_tool_options *options);
 };
 
-/* The table of commands, which is in the main program. */
+/* Refers to the table of commands, which is in cpe_dm_tool_main.cpp. */
 struct cpe_dm_tool_commands {
     const cpe_dm_tool_command *row;
     size_t cnt;
 };
 
-/* Reads the command line. Moves the command's arguments to the front of argv, directly after the program's name, where
- * they overwrite other words. Returns the command to run. Null: nothing is left to do; help, the version or a message
- * has been written, and *status is the program's exit status. */
+/* Reads the command line, and returns the command to run. Moves the command's arguments to argv[1] and the following
+ * elements, where they overwrite other words. Null: there is no command to run, because help, the version or a message
+ * has been written; *status is then the exit status of the program. */
 const cpe_dm_tool_command *cpe_dm_tool_parse_options(cpe_dm_tool_commands commands, int argc, char **argv,
                                                      cpe_dm_tool_options *options, int *status);
 
