@@ -38,7 +38,7 @@ int cpe_dm_tool_print(cpe_dm_tool_text *text) {
 
 void cpe_dm_tool_tell(const char *format, ...) {
     char line[400];
-    cpe_dm_tool_text text = {line, sizeof(line) - 1, 0}; // leaves room for the line's end
+    cpe_dm_tool_text text = {line, sizeof(line) - 1, 0}; // leaves room for the newline
     cpe_dm_tool_add(&text, "cpe_dm: ");
     va_list args;
     va_start(args, format);
@@ -46,12 +46,13 @@ void cpe_dm_tool_tell(const char *format, ...) {
     va_end(args);
     line[text.used++] = '\n';
     if (cpe_dm_tool_ready(STDERR_FILENO, POLLOUT, 1000)) {
-        // There is nobody to tell that a message could not be written.
+        // A failed write is ignored, because its error message would need standard error too.
         [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line, text.used);
     }
 }
 
-/* strerror_r comes in two forms. The form of POSIX writes into the buffer; the form of GNU returns the text. */
+/* strerror_r has two forms: the POSIX form writes the text into the buffer and returns a status; the GNU form returns
+ * the text. The type of the result selects the overload. */
 [[maybe_unused]] static const char *error_text(int /*status*/, const char *buffer) {
     return buffer;
 }

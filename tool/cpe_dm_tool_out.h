@@ -7,14 +7,14 @@
 /* The exit statuses. When several apply, the program's status is the greatest of them. */
 enum {
     CPE_DM_TOOL_DONE = 0,
-    CPE_DM_TOOL_NO = 1,       /* an expression does not hold, a value is impossible */
+    CPE_DM_TOOL_NO = 1,       /* check: an expression does not hold; selftest: a value is impossible */
     CPE_DM_TOOL_USAGE = 2,    /* wrong usage; nothing was done */
     CPE_DM_TOOL_NO_VALUE = 3, /* a value that was asked for is missing */
     CPE_DM_TOOL_FAILED = 4,   /* modem, module or output failed, or the time ran out */
 };
 
-/* Waits until the descriptor is ready for one of these events of poll, for patience_ms at most; -1: without limit.
- * False: the time ran out first. */
+/* Waits with poll until the descriptor is ready for one of `events`, for patience_ms at most, or without limit if
+ * patience_ms is -1. Returns false when the time ran out first or poll failed. */
 bool cpe_dm_tool_ready(int fd, short events, int patience_ms);
 
 /* Writes all bytes, and waits while a non-blocking descriptor is full. Returns 0 or an errno value. */
@@ -24,11 +24,11 @@ int cpe_dm_tool_write(int fd, const char *data, size_t len);
  * CPE_DM_TOOL_FAILED. */
 int cpe_dm_tool_print(cpe_dm_tool_text *text);
 
-/* Writes a message: one line on standard error, "cpe_dm: " and the text. May be called on any thread. The line is
- * dropped when standard error takes nothing for a second. */
+/* Writes a message on standard error: one line with "cpe_dm: " and the formatted text. May be called on any thread. The
+ * message is lost when standard error accepts no output for a second. */
 void cpe_dm_tool_tell(const char *format, ...) __attribute__((format(printf, 1, 2)));
 
-/* Tells that the named file (or "standard output") cannot be written, and why. */
+/* Writes the message that `file` (a path or "standard output") cannot be written, and why (`error`, an errno value). */
 void cpe_dm_tool_tell_unwritten(const char *file, int error);
 
 #endif

@@ -12,11 +12,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/* The gauges with one value for each technology. */
+/* The Prometheus gauges that have one sample for each technology. */
 static constexpr struct {
     char name[13];
     const char *help;
-    cpe_dm_tool_key key[2]; /* of LTE, of NR 5G */
+    cpe_dm_tool_key key[2]; /* the key of LTE and the key of NR 5G */
 } gauges[] = {
     {"rsrp_dbm", "Reference signal received power.", {CPE_DM_TOOL_LTE_RSRP, CPE_DM_TOOL_NR5G_RSRP}},
     {"rsrq_db", "Reference signal received quality.", {CPE_DM_TOOL_LTE_RSRQ, CPE_DM_TOOL_NR5G_RSRQ}},
@@ -26,7 +26,8 @@ static constexpr struct {
 
 static const char tech_labels[][5] = {"lte", "nr5g"};
 
-/* The labels of cpe_dm_cell_info, and the keys of their values. The label "technology" is not in the table. */
+/* The labels of the Prometheus metric cpe_dm_cell_info, each with the keys of LTE and NR 5G whose values it shows.
+ * start_sample adds one more label, "technology". */
 static constexpr struct {
     char name[8];
     cpe_dm_tool_key key[2];
@@ -38,8 +39,8 @@ static constexpr struct {
 
 static constexpr cpe_dm_tool_key cqi_keys[] = {CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI};
 
-/* The keys that are not in the file: the derived keys, which a query can derive from the labels, and the locks, which
- * are lists of cells. */
+/* The keys that the file leaves out: the derived keys, whose values follow from the labels "cgi" and "channel", and the
+ * cell locks, which are lists and not single numbers. */
 static constexpr cpe_dm_tool_key left_out[] = {
     CPE_DM_TOOL_LTE_ENB,  CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_BAND,
     CPE_DM_TOOL_LTE_MHZ,  CPE_DM_TOOL_LTE_BAND_ALT, CPE_DM_TOOL_LTE_MHZ_ALT,
@@ -84,7 +85,8 @@ void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys) {
     }
 }
 
-/* The length of the name in a label NAME=VALUE; 0 when the text has no such form. */
+/* The length of the name in a label NAME=VALUE; 0 when the text has another form, or Prometheus does not allow the
+ * name. */
 static size_t name_len(const char *label) {
     const char *letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ_0123456789";
     const size_t len = strspn(label, letters);
@@ -166,7 +168,8 @@ static void add_label(const char *name, size_t name_size, const char *value) {
     cpe_dm_tool_add(&file, "\"");
 }
 
-/* Adds the beginning of a sample: name and labels, without the closing brace, so that more labels can follow. */
+/* Adds the beginning of a sample (a line with one value): the name, the opening brace and the labels. The closing brace
+ * is left to end_sample, so that the caller can add more labels. */
 static void start_sample(const char *name, const char *technology) {
     cpe_dm_tool_add(&file, "cpe_dm_%s{", name);
     if (technology != nullptr) {
@@ -231,7 +234,7 @@ static void add_cqi(const cpe_dm_tool_values *values) {
     }
 }
 
-/* Adds a sample for each technology whose serving cell has at least one value. */
+/* Adds a sample for each technology whose serving cell has a value for at least one label. */
 static void add_cells(const cpe_dm_tool_values *values) {
     add_head("cell_info", "gauge", "The serving cell, in the labels; always 1.");
     for (int tech = 0; tech < 2; tech++) {
@@ -255,7 +258,8 @@ static void add_cells(const cpe_dm_tool_values *values) {
     }
 }
 
-/* Replaces the file at this path by the text. Returns 0 or an errno value. */
+/* Writes the text in file_data to a temporary file, which then replaces the file at this path. Returns 0 or an errno
+ * value. */
 static int replace_file(const char *path) {
     char temporary[PATH_MAX];
     if (snprintf(temporary, sizeof(temporary), "%s.tmp", path) >= int{sizeof(temporary)}) {

@@ -4,22 +4,25 @@
 
 #include "cpe_dm_tool_asker.h"
 
-/* Numbers of changes since the start. Other events are counted in the report. */
+/* How often the registration status and the serving cells have changed since watch started. Failed requests and new
+ * registrations are counted in cpe_dm_tool_report. */
 struct cpe_dm_tool_change_counts {
     uint32_t registration;
     uint32_t lte_cell;
     uint32_t nr5g_cell;
 };
 
-/* Adds the keys of the values in the file. */
+/* Adds the keys whose values are written to the file. */
 void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys);
 
-/* Whether each label has the form NAME=VALUE. The value must be UTF-8. The name must be one that Prometheus allows, and
- * neither the file itself nor another label may use it. If a label is wrong, a message has been written. */
+/* Checks labels that the user gives. Each must have the form NAME=VALUE with a value in UTF-8. Prometheus must allow
+ * the name, and neither the file itself nor another label may use the name. Returns false, after a message, when a
+ * label is wrong. */
 bool cpe_dm_tool_check_labels(const char *const *labels, int cnt);
 
-/* Replaces the file in one step: a reader sees the whole old file or the whole new file. Returns 0 or an errno value.
- */
+/* Writes the file with the newest values. Every sample gets these labels, which cpe_dm_tool_check_labels must have
+ * accepted. The file is replaced in one step: a reader sees the whole old file or the whole new file. Returns 0 or an
+ * errno value. */
 int cpe_dm_tool_write_prometheus(const char *path, const char *const *labels, int label_cnt,
                                  const cpe_dm_tool_report *report, const cpe_dm_tool_change_counts *changes);
 

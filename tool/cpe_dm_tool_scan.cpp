@@ -18,8 +18,8 @@ static bool scan_nr5g;
 static char out_data[16384];
 static cpe_dm_tool_text out = {out_data, sizeof(out_data), 0};
 
-static int answered;                        /* a bell: the response has come */
-static std::atomic<cpe_dm_info *> response; /* owned by the thread that takes it out */
+static int answered;                        /* a bell (cpe_dm_tool_new_bell) that rings when the response has come */
+static std::atomic<cpe_dm_info *> response; /* the response, or null; released by the thread that takes it out */
 
 static void on_response(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_data*/) {
     if (info->info_type == CPE_DM_INFO_TYPE_ASYNC_RSP) {
@@ -29,7 +29,7 @@ static void on_response(cpe_dm_hndl /*hndl*/, cpe_dm_info *info, void * /*user_d
     cpe_dm_release_info(info);
 }
 
-/* A neighbour of either technology. */
+/* A neighbour cell of LTE or NR 5G. */
 struct neighbour {
     uint32_t tech;
     uint32_t channel;
@@ -51,7 +51,7 @@ static void add_heading() {
     }
 }
 
-/* Writes a number as text. A missing number is "null" in JSON and "-" in the table. */
+/* Writes a number as text. When `there` is false, writes "null" for JSON and "-" for the table. */
 static void write_number(char *data, size_t size, bool there, int64_t number) {
     cpe_dm_tool_text text = {data, size, 0};
     cpe_dm_tool_add(&text, "%s", as_json ? "null" : "-");
@@ -60,8 +60,7 @@ static void write_number(char *data, size_t size, bool there, int64_t number) {
     }
 }
 
-/* Adds the CGIs of a neighbour, with commas between them. In the table, "-" stands for an empty list. PLMNs are added
- * in the same way. */
+/* Adds the CGIs of a neighbour, with commas between them. In the table, "-" stands for an empty list. */
 static void add_cgis(cpe_dm_tool_text *text, const neighbour &nbr) {
     for (uint32_t i = 0; i < nbr.cgi_cnt; i++) {
         cpe_dm_tool_add(text, "%s%" PRIu64, i > 0 ? "," : "", nbr.cgi[i]);
@@ -116,7 +115,7 @@ static void add_neighbour(const neighbour &nbr) {
     cpe_dm_tool_add(&out, "\"cgi\":[%s],\"plmn\":[%s]}\n", cgi_data, plmn_data);
 }
 
-/* Adds LTE neighbours. The modem reports the signal of one LTE neighbour alone, the first. */
+/* Adds LTE neighbours. The modem reports RSRP and RSRQ for the first neighbour only, which is the strongest. */
 static void add_lte(const cpe_dm_lte_nbr_info &info) {
     const uint32_t cnt = info.nbr_valid ? std::min<uint32_t>(info.nbr_len, CPE_DM_LTE_NBR_MAX) : 0;
     for (uint32_t i = 0; i < cnt; i++) {
@@ -153,7 +152,7 @@ static void add_nr5g(const cpe_dm_nr5g_nbr_info &info) {
     }
 }
 
-/* Adds the neighbours of a response. In the table, adds a line that says so when there are none. */
+/* Adds the neighbours of a response. If a successful scan found none, the table gets a line that says so. */
 static void add_response(const cpe_dm_info *info, uint32_t tech) {
     const size_t start = out.used;
     if (info->value_type == CPE_DM_VALUE_LTE_NBR_INFO) {
@@ -176,13 +175,15 @@ static void tell_refused(uint32_t tech, int32_t status) {
     }
 }
 
-/* Whether the metric is a metric of neighbours of this technology. A scan asks for all of these metrics. */
+/* Whether a scan for neighbours of this technology has to ask for the metric. Only the metrics of neighbours have the
+ * value type CPE_DM_VALUE_NONE in their description. */
 static bool is_wanted(uint32_t metric, uint32_t tech) {
     const cpe_dm_metric_desc *desc = cpe_dm_metric_by_id(metric);
     return desc->value_type == CPE_DM_VALUE_NONE && desc->tech == tech;
 }
 
-/* Runs one scan. *goes_on tells whether another scan may follow. Returns the exit status. */
+/* Runs one scan and prints the neighbours. Sets *goes_on to false when no scan may follow, because the response did not
+ * come in time or the output failed. Returns an exit status. */
 static int scan_for(uint32_t tech, bool *goes_on) {
     cpe_dm_info list[CPE_DM_METRIC_CNT];
     int32_t cnt = 0;

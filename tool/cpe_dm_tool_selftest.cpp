@@ -9,8 +9,8 @@
 #include <cstring>
 #include <iterator>
 
-/* The range in which a value is possible, and the range in which it mostly lies, in counts. A value in the first range
- * but not in the second gets a warning. */
+/* The ranges of a value, in counts. Possible values lie from `least` to `most`, usual values from `mostly_least` to
+ * `mostly_most`. A value that is possible but not usual gets a warning. */
 struct range_row {
     uint8_t key; /* a cpe_dm_tool_key */
     int16_t least;
@@ -33,8 +33,8 @@ static constexpr range_row ranges[] = {
     {CPE_DM_TOOL_NR5G_TX_POWER, -600, 330, -600, 330},
 };
 
-/* The keys without a range: what judge_value judges otherwise, the TACs, which can be any number, and the derived keys,
- * which are not tested. */
+/* The keys without a range: the keys that judge_value checks in another way, the TACs, which can be any number, and the
+ * derived keys, which are not tested. */
 static constexpr uint8_t without_range[] = {
     CPE_DM_TOOL_LTE_PLMN,     CPE_DM_TOOL_LTE_TAC,     CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_ENB,
     CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_EARFCN,  CPE_DM_TOOL_LTE_BAND,  CPE_DM_TOOL_LTE_MHZ,
@@ -72,7 +72,7 @@ enum verdict {
 static const char verdict_names[][13] = {"ok", "warning", "impossible", "not reported", "failed"};
 static_assert(std::size(verdict_names) == VERDICT_CNT);
 
-/* The verdict on one value, and a remark for the reader. */
+/* The verdict on one value, and a remark that is printed with the verdict ("": no remark). */
 struct finding {
     verdict judged;
     const char *remark;
@@ -82,14 +82,14 @@ static bool as_json;
 static char out_data[16384];
 static cpe_dm_tool_text out = {out_data, sizeof(out_data), 0};
 static int counts[VERDICT_CNT];
-static const char *separator = ""; /* before the next object of JSON */
-static char range_remark[80];      /* of the newest finding about a range */
+static const char *separator = ""; /* printed before the next JSON object: "" or "," */
+static char range_remark[80];      /* the remark that judge_range made last */
 
 static finding of(verdict judged, const char *remark) {
     return {judged, remark};
 }
 
-/* Adds one line, or one object of JSON, to the result. */
+/* Counts the verdict, and adds the finding to the output as a line or as a JSON object. */
 static void add_finding(const char *name, const char *value, const finding &found) {
     counts[found.judged]++;
     if (as_json) {
@@ -235,8 +235,8 @@ static bool same_cell(const cpe_dm_tool_values *a, const cpe_dm_tool_values *b, 
     return same;
 }
 
-/* Asks for the cell twice more. Of the three answers, two in a row have to be equal. One difference is allowed, as the
- * cell may really change meanwhile. */
+/* Asks for the serving cell twice more; `values` has the first answer. Of the three answers, the first two or the last
+ * two have to be equal. One difference is allowed, because the modem may have changed to another cell. */
 static void test_same_cell(const cpe_dm_tool_values *values, const char *name, const uint32_t (&metrics)[3]) {
     cpe_dm_tool_values again[2];
     if (values->slot[metrics[1]].status != CPE_DM_SUCCESS) {

@@ -10,7 +10,7 @@
 
 const int64_t cpe_dm_tool_patience_ms = 2000;
 
-/* The least time that a deregistration gets, even after the deadline. */
+/* A deregistration gets at least this much time: an earlier deadline is moved. */
 static const int64_t farewell_ms = 5000;
 
 enum session_operation {
@@ -84,7 +84,8 @@ int cpe_dm_tool_worse(int a, int b) {
     return std::max(a, b);
 }
 
-/* The number of a metric; 0 when the modem reports none. Asks for the metric when it is not answered yet. */
+/* Returns the number that the modem reports for a metric, or 0 when the modem reports no number. Asks the modem only if
+ * `values` has no answer yet. */
 static int64_t answered_number(cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     if (slot.status == CPE_DM_TOOL_NOT_ANSWERED) {
@@ -141,10 +142,10 @@ int32_t cpe_dm_tool_start_scan(cpe_dm_info *list, int32_t cnt) {
     return status;
 }
 
-/* The one session of a command. */
+/* The session of the command. A command runs only one session. */
 static struct {
     pthread_t thread;
-    int done; /* a bell: the session's thread has finished */
+    int done; /* a bell (cpe_dm_tool_new_bell) that rings when the thread has finished */
     cpe_dm_user_cb callback;
     int (*job)();
     int status; /* the exit status; valid once the bell has rung */
@@ -169,7 +170,7 @@ static void *run_session(void * /*argument*/) {
     return nullptr;
 }
 
-/* Ends the program, with a message, while this operation is running. */
+/* Ends the program with a message, because this operation (a session_operation) is still running at the deadline. */
 [[noreturn]] static void give_up(int operation) {
     switch (operation) {
     case REGISTERING:
@@ -199,14 +200,15 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
     }
     while (!done) {
         const int64_t now_ms = cpe_dm_tool_now_ms();
-        // Read before the deadline, because the job moves the deadline before it begins an operation.
+        // operation_on has to be read first and the deadline afterwards. The job moves the deadline before it begins
+        // an operation, so the deadline read here is never older than the operation.
         const int operation = operation_on;
         const int64_t limit_ms = cpe_dm_tool_deadline();
         if (operation != NO_OPERATION && now_ms >= limit_ms) {
             give_up(operation);
         }
-        // The deadline may pass between two operations of the job, and the job may begin the next operation at any
-        // time. So the loop looks again after 20 ms.
+        // When the deadline passes between two operations of the job, the job may begin the next operation at any
+        // time. So the loop checks every 20 ms after the deadline.
         done = cpe_dm_tool_wait(session.done, std::max(limit_ms, now_ms + 20));
     }
     pthread_join(session.thread, nullptr);

@@ -1,8 +1,8 @@
-/* The registration with the module, and the time that its operations may take.
+/* The registration with the module, and a time limit for operations of the module.
  *
  * An operation of the module cannot be broken off: cpe_dm_init waits for the modem without limit, and a request takes
  * as long as the modem takes to answer. So a command runs on a thread of its own, the session's thread. The main thread
- * watches the clock, and ends the program when an operation is late. */
+ * watches the clock, and ends the program when an operation is still running at the deadline. */
 #ifndef CPE_DM_TOOL_SESSION_H
 #define CPE_DM_TOOL_SESSION_H
 
@@ -14,49 +14,55 @@
  * message. Output that the job has not written is lost then. */
 int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*job)());
 
-/* A callback for commands that set no indication and start no scan. It releases the record. */
+/* A callback for commands that set no indication and start no scan. It only releases the record. */
 void cpe_dm_tool_drop_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
-/* The deadline (monotonic clock, ms), at which no operation may be running any more. */
+/* Return and set the deadline of the session (monotonic clock, ms). The program ends when an operation of the module is
+ * running at the deadline or later. */
 int64_t cpe_dm_tool_deadline();
 void cpe_dm_tool_set_deadline(int64_t deadline_ms);
 
-/* Of the functions below, those that call the module run on the session's thread; in watch, on the thread that asks the
- * modem. The others may be called on any thread. */
+/* Threads: some of the functions below call the module, namely those that register, deregister, ask, set an indication
+ * or start a scan. They must be called on the session's thread or, in watch, on the thread that asks the modem
+ * (cpe_dm_tool_asker.h). The other functions may be called on any thread. */
 
-/* The first registers, the second deregisters. Both return a cpe_dm_status. */
+/* Register with the module, and end the registration. Both functions return a cpe_dm_status. */
 int32_t cpe_dm_tool_register(cpe_dm_user_cb callback);
 int32_t cpe_dm_tool_deregister();
 
-/* Both tell why there is no registration: the first gives the module's status, the second says that the time ran
- * out. */
+/* Writes the message that the registration failed. `status` is what cpe_dm_tool_register returned. */
 void cpe_dm_tool_tell_unregistered(int32_t status);
+
+/* Writes the message that the modem did not appear in time. */
 void cpe_dm_tool_tell_absent();
 
-/* Tells a person at a terminal that the program waits for the modem. To be called when the wait has lasted
- * cpe_dm_tool_patience_ms. */
+/* Writes the message that the program waits for the modem, timeout_ms at most, if standard error is a terminal. To be
+ * called when the wait has lasted cpe_dm_tool_patience_ms. */
 void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;
 
-/* Asks for one metric. An NR 5G value that the modem left out has the status CPE_DM_ERR_INFO_UNAVAILABLE. Whether a PCI
- * of 0 was left out follows from the registration status and the CGI; the function asks for these when they are not
- * answered yet. */
+/* Asks the modem for one metric, and stores the answer in *values. An NR 5G value that the modem left out gets the
+ * status CPE_DM_ERR_INFO_UNAVAILABLE. An NR 5G PCI of 0 may be real or left out. The registration status and the CGI
+ * tell which, so the function then asks for these two metrics as well, unless *values has their answers. */
 void cpe_dm_tool_ask(cpe_dm_tool_values *values, uint32_t metric);
 
-/* Asks for these metrics, a bit each, the registration status first. */
+/* Asks the modem for these metrics (one bit each), for the registration status first. */
 void cpe_dm_tool_ask_all(cpe_dm_tool_values *values, uint64_t metrics);
 
 /* Whether a status means that the modem answered, with a value or without. */
 bool cpe_dm_tool_is_answer(int32_t status);
 
-/* The first returns the exit status that follows from the status of a value. The second returns the worse (greater) of
- * two exit statuses. */
+/* The exit status for the status of a value: CPE_DM_TOOL_DONE for a value, CPE_DM_TOOL_NO_VALUE for an answer without a
+ * value, CPE_DM_TOOL_FAILED for anything else. */
 int cpe_dm_tool_exit_status(int32_t status);
+
+/* Returns the worse (greater) of two exit statuses. */
 int cpe_dm_tool_worse(int a, int b);
 
-/* The first sets the indication of the registration status; the second starts a scan for metrics of neighbours. Both
- * return a cpe_dm_status. */
+/* Sets the indication of the registration status, so that the callback is told of changes. Returns a cpe_dm_status. */
 int32_t cpe_dm_tool_set_reg_indication();
+
+/* Starts a scan for neighbours. `list` has `cnt` requests for metrics of neighbours. Returns a cpe_dm_status. */
 int32_t cpe_dm_tool_start_scan(cpe_dm_info *list, int32_t cnt);
 
 #endif

@@ -19,8 +19,8 @@ void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink) {
     sink->name = "standard output";
 }
 
-/* Prepares an existing file for more rows: the header has to be the same, and a row that was cut short is removed.
- * Returns whether rows can be added. If not, a message has been written. */
+/* Prepares an existing file for more rows: the file has to begin with `header`, and an incomplete last row is removed.
+ * Returns false, after a message, when no rows can be added. */
 static bool join_rows(int fd, const char *path, const char *header, off_t size) {
     char start[1024];
     char last = '\0';
@@ -42,7 +42,7 @@ static bool join_rows(int fd, const char *path, const char *header, off_t size) 
 }
 
 int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty) {
-    // O_NONBLOCK: a named pipe without a reader must not stop the program.
+    // O_NONBLOCK: a named pipe that is full, because nobody reads it, must not block the program.
     const int flags = append ? O_RDWR | O_CREAT | O_APPEND : O_RDWR | O_CREAT | O_EXCL;
     struct stat file = {};
     sink->name = path;
@@ -59,17 +59,18 @@ int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append,
     return *empty || join_rows(sink->fd, path, header, file.st_size) ? int{CPE_DM_TOOL_DONE} : int{CPE_DM_TOOL_USAGE};
 }
 
-/* Removes the part of an unfinished row from a file, so that all rows in the file are whole. */
+/* Removes an incompletely written row from the end of a regular file, so that all rows in the file are whole. */
 static void remove_part(const cpe_dm_tool_sink *sink) {
     struct stat file = {};
     if (sink->done > 0 && fstat(sink->fd, &file) == 0 && S_ISREG(file.st_mode)) {
-        // When the truncation fails too, the part stays. The user is told of the failed write in any case.
+        // If ftruncate fails too, the incomplete row stays in the file. The caller reports the failed write anyway.
         [[maybe_unused]] const int truncated = ftruncate(sink->fd, file.st_size - static_cast<off_t>(sink->done));
     }
 }
 
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink) {
-    // At most PIPE_BUF bytes at once: a pipe that is ready takes as many bytes in one piece, without blocking.
+    // No write is longer than PIPE_BUF bytes, because a pipe that poll reports as writable takes that many bytes
+    // without blocking.
     while (cpe_dm_tool_pending(sink) && cpe_dm_tool_ready(sink->fd, POLLOUT, 0)) {
         const ssize_t written =
             write(sink->fd, sink->data + sink->done, std::min<size_t>(sink->len - sink->done, PIPE_BUF));

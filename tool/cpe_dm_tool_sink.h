@@ -1,36 +1,36 @@
-/* The place where rows go: standard output, a pipe or a file. Its reader may be slow. */
+/* The place where rows go: standard output, a pipe or a file. A slow reader does not block the program. */
 #ifndef CPE_DM_TOOL_SINK_H
 #define CPE_DM_TOOL_SINK_H
 
 #include <cstddef>
 #include <cstdint>
 
-/* Holds the row that is being written, never more than one. While this row has not been taken whole, a new row is
- * dropped. So a row is written whole or not at all. */
+/* An output with a buffer for one row. A new row is dropped while the descriptor has not taken all bytes of the earlier
+ * row. So a row is written whole or not at all. */
 struct cpe_dm_tool_sink {
     int fd;
     const char *name;
-    uint32_t dropped; /* rows */
-    size_t len;       /* bytes of the row that is being written */
-    size_t done;
+    uint32_t dropped; /* the number of rows that were dropped */
+    size_t len;       /* bytes of the row in `data` */
+    size_t done;      /* bytes of this row that are written already */
     char data[16384];
 };
 
-/* Makes standard output the sink. A terminal is opened anew where possible, without blocking, so that a terminal that
- * takes no output does not stop the program. */
+/* Makes standard output the sink. If standard output is a terminal, the function tries to open the terminal again in
+ * non-blocking mode, so that a terminal that takes no output does not block the program. */
 void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink);
 
 /* Opens the file at this path as the sink. Without `append` the file must not exist. With `append` the file may have
- * rows under the same header (the first line with its line end; null: no header), and a row that was cut short is
- * removed. *empty tells whether the header is still to be written. Returns an exit status; after a failure a message
- * has been written. */
+ * rows already. Such a file has to begin with `header` (a line with its newline; null or "": no header), and an
+ * incomplete last row is removed. Sets *empty to whether the caller still has to write the header. Returns an exit
+ * status; after a failure a message has been written. */
 int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty);
 
-/* Sends a row out, or drops the row. Writes as much as the descriptor takes without waiting. Returns 0 or an errno
- * value. */
+/* Takes a new row, or drops the new row while the earlier row is not fully written. Writes as much as the descriptor
+ * takes without waiting. Returns 0 or an errno value. */
 int cpe_dm_tool_send(cpe_dm_tool_sink *sink, const char *row, size_t len);
 
-/* Writes the rest of the row, as far as the descriptor takes it without waiting. Returns 0 or an errno value. */
+/* Writes as much of the rest of the row as the descriptor takes without waiting. Returns 0 or an errno value. */
 int cpe_dm_tool_flush(cpe_dm_tool_sink *sink);
 
 /* Writes the rest of the row, and waits patience_ms at most for the descriptor to take it. Returns 0 or an errno

@@ -9,7 +9,7 @@
 static bool as_json;
 static char out_data[16384];
 
-/* Adds a line of a label and words; nothing when there are no words. */
+/* Adds a line with the label and the words. Adds nothing when `words` is empty. */
 static void add_line(cpe_dm_tool_text *text, const char *label, const char *words) {
     if (words[0] != '\0') {
         cpe_dm_tool_add(text, "%-13s  %s\n", label, words);
@@ -25,7 +25,7 @@ static void add_worded_line(cpe_dm_tool_text *text, const char *label, const cpe
     add_line(text, label, data);
 }
 
-/* Adds the line of one value, with the verdict on the value where there is one. */
+/* Adds a line with the label, the value and, for a signal value, the verdict. Adds nothing when there is no value. */
 static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_dm_tool_values *values,
                            cpe_dm_tool_key key) {
     if (cpe_dm_tool_value_status(values, key) != CPE_DM_SUCCESS) {
@@ -45,7 +45,7 @@ static void add_value_line(cpe_dm_tool_text *text, const char *label, const cpe_
     add_line(text, label, data);
 }
 
-/* The lines of one value each. */
+/* The lines that show a single value each. */
 static constexpr struct {
     char label[12];
     cpe_dm_tool_key lte;
@@ -59,7 +59,8 @@ static constexpr struct {
     {"  locked to", CPE_DM_TOOL_LTE_LOCK, CPE_DM_TOOL_NR5G_LOCK},
 };
 
-/* The keys of a technology up to its channel are in the worded lines; those from the RSRP on have a line each. */
+/* The keys of each technology that come before its RSRP are shown by add_worded_line. Its other keys each need a row in
+ * `lines`. */
 static constexpr bool every_value_has_its_line() {
     for (int key = CPE_DM_TOOL_LTE_RSRP; key < CPE_DM_TOOL_KEY_CNT; key++) {
         bool found = key >= CPE_DM_TOOL_NR5G_PLMN && key < CPE_DM_TOOL_NR5G_RSRP;
@@ -85,7 +86,7 @@ static void add_tech(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, u
     }
 }
 
-/* Adds the verdicts on the signal values of a technology. */
+/* Adds a JSON member "verdict" with the verdict on each signal value of the technology. */
 static void add_verdicts(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, uint32_t tech) {
     const char *separator = "";
     cpe_dm_tool_add(text, ",\"verdict\":{");

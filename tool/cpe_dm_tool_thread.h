@@ -1,4 +1,4 @@
-/* What threads share: a lock for a scope, and a bell that one thread rings and another waits for. */
+/* Help with threads: a scoped lock, the start of a thread, and a bell, with which one thread wakes another thread. */
 #ifndef CPE_DM_TOOL_THREAD_H
 #define CPE_DM_TOOL_THREAD_H
 
@@ -18,20 +18,21 @@ struct cpe_dm_tool_guard {
     pthread_mutex_t *mutex_;
 };
 
-/* A new bell: a descriptor that is readable while the bell rings. -1: the system has none left; a message has been
- * written. */
+/* Creates a bell: a descriptor that becomes readable when cpe_dm_tool_ring is called. The caller closes the descriptor.
+ * Returns -1, after a message, when the system has no descriptor left. */
 int cpe_dm_tool_new_bell();
 
 void cpe_dm_tool_ring(int bell);
 
-/* Waits until the bell rings, or until the given moment (monotonic clock, ms). Does not wait when the bell rings
- * already. Silences the bell. False: the bell did not ring. */
+/* Waits until the bell is rung, but not beyond until_ms (monotonic clock, ms). Returns at once if the bell was rung
+ * before the call. Returns true and silences the bell, or returns false when the bell was not rung in time. */
 bool cpe_dm_tool_wait(int bell, int64_t until_ms);
 
-/* Starts a thread. False: the system has none left; a message has been written. */
+/* Starts a thread. Returns false, after a message, when the system cannot create another thread. */
 bool cpe_dm_tool_start_thread(pthread_t *thread, void *(*run)(void *));
 
-/* The time until the given moment as a timeout of poll, in ms: from 0 to an hour, rounded up. */
+/* The time from now until then_ms (monotonic clock, ms), as a timeout for poll, in ms. Returns 0 when then_ms has
+ * passed, and never more than an hour. */
 int cpe_dm_tool_ms_until(int64_t then_ms);
 
 #endif

@@ -16,7 +16,7 @@ struct source_table {
     key_source of[CPE_DM_TOOL_KEY_CNT];
 };
 
-/* The sources in the order of the keys. The rows with the keys in them are for the compiler only. */
+/* Builds the table of sources, which is indexed by key. The rows, which name their keys, exist only at compile time. */
 static constexpr source_table order_sources() {
     constexpr struct {
         cpe_dm_tool_key key;
@@ -62,7 +62,8 @@ static constexpr source_table order_sources() {
 
 static constexpr source_table sources = order_sources();
 
-/* The derived keys, which the library does not describe. */
+/* Names and meanings of the derived keys. Those of all other keys are in the descriptions of the metrics
+ * (cpe_dm_metric_by_id). */
 static constexpr struct derived_row {
     cpe_dm_tool_key key;
     char name[13];
@@ -178,7 +179,7 @@ void cpe_dm_tool_clear_values(cpe_dm_tool_values *values) {
     }
 }
 
-/* The index of a metric's record; CPE_DM_TOOL_RECORD_CNT for a metric that has none. */
+/* The index in cpe_dm_tool_values::record for this metric; CPE_DM_TOOL_RECORD_CNT when the metric fills no record. */
 static constexpr int record_place(uint32_t metric) {
     switch (metric) {
     case CPE_DM_METRIC_LTE_CQI:
@@ -274,8 +275,8 @@ uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys) {
     return metrics;
 }
 
-/* The value that is derived from the number of a metric. For a part of the CGI every result is a value. For any other
- * key 0 means that there is no value. */
+/* Returns the value of a derived key. `number` is the number of the metric from which the value is derived. For the
+ * parts of the CGI (base station and cell) 0 is a value; for all other keys 0 means that there is no value. */
 static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
     switch (key) {
     case CPE_DM_TOOL_LTE_ENB:
@@ -316,8 +317,8 @@ int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_k
                                          : slot.number[0];
 }
 
-/* Writes the text of a metric's value. The library makes the text from an answer of the module, so the answer is put
- * together again here. */
+/* Writes the text of a metric's value. cpe_dm_value_text needs the answer as cpe_dm_get_info fills it in, so the
+ * function builds such an answer from the stored value. */
 static void write_answer(char *text, size_t size, const cpe_dm_tool_values *values, uint32_t metric) {
     const cpe_dm_tool_slot &slot = values->slot[metric];
     cpe_dm_metric_record record = {};

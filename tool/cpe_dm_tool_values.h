@@ -1,4 +1,5 @@
-/* Keys and their values. The modem answers some of the values; the others are derived from its answers. */
+/* Keys, which are names of values such as "lte.rsrp", and their values. The modem reports some of the values; the
+ * others are derived from reported values. */
 #ifndef CPE_DM_TOOL_VALUES_H
 #define CPE_DM_TOOL_VALUES_H
 
@@ -9,25 +10,25 @@
 struct cpe_dm_tool_slot {
     int32_t status;      /* a cpe_dm_status, or CPE_DM_TOOL_NOT_ANSWERED */
     int64_t answered_ms; /* when the answer came, on the monotonic clock */
-    int64_t number[3];   /* the value: a number, or the bytes of a list */
+    int64_t number[3];   /* the value in number[0], or a list of three bytes (PLMN, NR 5G TAC) */
 };
 
 enum {
     CPE_DM_TOOL_NOT_ANSWERED = 1, /* not asked, or not answered yet */
-    CPE_DM_TOOL_NO_CHANNEL = 2,   /* the value is derived from a number that is no channel */
+    CPE_DM_TOOL_NO_CHANNEL = 2,   /* no value can be derived, because the number is no channel */
     CPE_DM_TOOL_RECORD_CNT = 4,
 };
 
-/* The answers, by metric. A plain record: it may be copied. */
+/* The answers for all metrics. The struct has no pointers and may be copied. */
 struct cpe_dm_tool_values {
     cpe_dm_tool_slot slot[CPE_DM_METRIC_CNT];
-    cpe_dm_metric_record record[CPE_DM_TOOL_RECORD_CNT]; /* of the metrics that fill a record */
+    cpe_dm_metric_record record[CPE_DM_TOOL_RECORD_CNT]; /* the values of the metrics that fill a record */
 };
 
 /* Marks every metric as not answered. */
 void cpe_dm_tool_clear_values(cpe_dm_tool_values *values);
 
-/* The record of a metric, or null for a metric that has none. */
+/* The record in *values for this metric, or null when the metric fills no record. */
 const cpe_dm_metric_record *cpe_dm_tool_record_of(const cpe_dm_tool_values *values, uint32_t metric);
 cpe_dm_metric_record *cpe_dm_tool_record_of(cpe_dm_tool_values *values, uint32_t metric);
 
@@ -66,16 +67,16 @@ enum cpe_dm_tool_key {
     CPE_DM_TOOL_KEY_CNT,
 };
 
-/* The kinds of values. */
+/* The form of a value, which decides how the value is compared and written. */
 enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_NUMBER,
-    CPE_DM_TOOL_NAME, /* the registration status: a word */
+    CPE_DM_TOOL_NAME, /* a word; only the registration status */
     CPE_DM_TOOL_PLMN,
     CPE_DM_TOOL_LIST, /* CQI, cell locks */
 };
 
-/* The limits of a signal value, in counts: the value is good from good_from on, fair from fair_from on, and poor
- * below. */
+/* The limits of a signal value, in counts. A value of good_from or more is good; of the lower values, those of
+ * fair_from or more are fair, and the others are poor. */
 struct cpe_dm_tool_limits {
     int16_t good_from;
     int16_t fair_from;
@@ -87,13 +88,13 @@ uint32_t cpe_dm_tool_tech_of(cpe_dm_tool_key key); /* a cpe_dm_tech */
 bool cpe_dm_tool_is_derived(cpe_dm_tool_key key);
 cpe_dm_tool_kind cpe_dm_tool_kind_of(cpe_dm_tool_key key);
 const char *cpe_dm_tool_name(cpe_dm_tool_key key);       /* "lte.band" */
-const char *cpe_dm_tool_short_name(cpe_dm_tool_key key); /* within its technology: "band" */
+const char *cpe_dm_tool_short_name(cpe_dm_tool_key key); /* without the technology: "band" */
 const char *cpe_dm_tool_unit(cpe_dm_tool_key key);
 const char *cpe_dm_tool_meaning(cpe_dm_tool_key key);
 uint32_t cpe_dm_tool_counts_per_unit(cpe_dm_tool_key key);
 const cpe_dm_tool_limits *cpe_dm_tool_limits_of(cpe_dm_tool_key key); /* null: the key has no limits */
 
-/* Keys, each once, in the order in which they were first named. */
+/* A list of keys in the order in which they were added. No key is in the list twice. */
 struct cpe_dm_tool_keys {
     cpe_dm_tool_key key[CPE_DM_TOOL_KEY_CNT];
     int cnt;
@@ -103,29 +104,30 @@ void cpe_dm_tool_add_key(cpe_dm_tool_keys *keys, cpe_dm_tool_key key);
 bool cpe_dm_tool_has_key_of(const cpe_dm_tool_keys *keys, uint32_t tech);
 bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
 
-/* Adds the keys of the group that the word names ("lte", "nr5g" or "all"). False: the word names no group. */
+/* Adds the keys of the group that the word names ("lte", "nr5g" or "all"). Returns false when the word names no
+ * group. */
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
 
-/* Adds the keys that the words name; a word may name a group. False: a word names no key and no group; a message has
- * been written. */
+/* Adds the keys that the words name. Each word is the name of a key or of a group. Returns false, after a message, when
+ * a word is neither. */
 bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 
-/* The metrics to ask for to get these keys, one bit each. */
+/* The metrics, one bit each, that have to be asked for to get the values of these keys. */
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
 /* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why it has none: the status of the answer, or
  * CPE_DM_TOOL_NO_CHANNEL. */
 int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* The value of a key in counts. The key must have a value, and the value must be a number. The NR 5G CGI is returned as
- * its 64 bits. */
+/* The value of a key in counts. The key must have a value, and the value must be a number. An NR 5G CGI is an unsigned
+ * 64-bit number; its bits are returned unchanged. */
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Both add the value of a key, which must have a value: the first without the unit, the second with the unit. */
+/* Both functions add the value of a key, which must have a value. cpe_dm_tool_add_value_unit also adds the unit. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* "good", "fair" or "poor" for this number of counts; "" when the key has no limits. */
+/* "good", "fair" or "poor" for a value of the key, given in counts; "" when the key has no limits. */
 const char *cpe_dm_tool_verdict(cpe_dm_tool_key key, int64_t count);
 
 #endif

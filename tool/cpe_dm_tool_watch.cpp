@@ -17,8 +17,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-/* How long the end of watch waits for an outstanding request, and how long it then waits for a reader to take the last
- * row. */
+/* When watch ends, it waits at most this long for the reader to take the last row, and then again at most this long for
+ * the thread that asks the modem. */
 static const int64_t farewell_ms = 2000;
 
 /* The keys that are watched when the command line names none: registration, cells and signals. */
@@ -28,30 +28,30 @@ static const cpe_dm_tool_key default_keys[] = {
     CPE_DM_TOOL_NR5G_RSRP, CPE_DM_TOOL_NR5G_RSRQ, CPE_DM_TOOL_NR5G_SINR,
 };
 
-/* The last known serving cell of a technology, as far as the watched keys tell. */
+/* The last known serving cell of a technology. Only the keys that the modem is asked for are known. */
 struct cell {
-    cpe_dm_tool_key key[3]; /* the keys that identify a cell */
-    uint32_t cpe_dm_tool_change_counts::*changes;
-    int64_t number[3]; /* -1: not known */
+    cpe_dm_tool_key key[3];                       /* the keys that identify a cell */
+    uint32_t cpe_dm_tool_change_counts::*changes; /* the counter for changes of this cell */
+    int64_t number[3];                            /* -1: not known */
 };
 
 static struct {
     const cpe_dm_tool_options *options;
-    cpe_dm_tool_keys keys; /* of the rows */
+    cpe_dm_tool_keys keys; /* the keys whose values a row shows */
     uint64_t metrics;      /* the metrics that the modem is asked for, one bit each */
     bool rows;             /* rows are written or shown */
     bool live;
     int bell;
     int signals;
     bool asking;      /* the modem is being asked */
-    int64_t start_ms; /* of the first row */
-    int64_t number;   /* of the newest row: the number of intervals after the first row */
+    int64_t start_ms; /* when the first row was opened */
+    int64_t number;   /* the number of intervals from the first row to the newest row */
     int64_t row_ms;   /* when the newest row was opened */
     bool row_open;    /* the newest row has not been written yet */
     cpe_dm_tool_moment moment;
     int64_t rows_written;
     uint32_t reg_status; /* the last known status; 0: none yet */
-    int64_t reg_ms;      /* the moment of that status */
+    int64_t reg_ms;      /* when reg_status was indicated, or asked for */
     cpe_dm_tool_change_counts changes;
     bool reader_gone;
     bool ended;
@@ -71,8 +71,8 @@ static cpe_dm_tool_report report;
 static char row_data[8192];
 static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
 
-/* Tells an event, with its time: on standard error, and in the live view while that is on. While the live view is on,
- * nothing is written to standard error if standard error is a terminal. */
+/* Reports an event with the current time: on standard error, and in the live view if it is on. During the live view,
+ * nothing is written to a standard error that is a terminal, because the line would spoil the view. */
 __attribute__((format(printf, 1, 2))) static void tell(const char *format, ...) {
     char data[300];
     cpe_dm_tool_text line = {data, sizeof(data), 0};
@@ -97,8 +97,8 @@ static void end_with(int status) {
     watch.status = cpe_dm_tool_worse(watch.status, status);
 }
 
-/* Ends watch when an output failed. `error` is 0 when the output did not fail. When the reader of the output has gone,
- * the program ends by SIGPIPE after the clean-up. */
+/* Ends watch if writing to the output called `name` failed. `error` is the errno value, or 0 for success. EPIPE means
+ * that the reader of the output has gone: the program then ends by SIGPIPE after the clean-up. */
 static void end_unwritten(const char *name, int error) {
     if (error == EPIPE) {
         watch.reader_gone = true;
@@ -109,9 +109,9 @@ static void end_unwritten(const char *name, int error) {
     }
 }
 
-/* Takes a registration status that was reported at at_ms. Rows and indications both report it, and may overtake each
- * other: a status older than the last known one is ignored. So is a row's status that was asked for in the millisecond
- * of an indication, because the modem may have answered before the change. */
+/* Takes a registration status from an indication that came at at_ms, or from a row that asked for it at at_ms. Rows and
+ * indications may overtake each other, so a status older than the last known status is ignored. If a row asked in the
+ * millisecond in which an indication came, the row's status is ignored too: it may be from before the change. */
 static void note_registration(uint32_t reg_status, int64_t at_ms, bool indicated) {
     if (at_ms < watch.reg_ms || (at_ms == watch.reg_ms && !indicated)) {
         return;
@@ -128,7 +128,8 @@ static bool is_asked_for(cpe_dm_tool_key key) {
     return (watch.metrics >> cpe_dm_tool_metric_of(key) & 1) != 0;
 }
 
-/* Compares the cell of a row with the last known cell. A row that lacks an answer is ignored. */
+/* Compares the serving cell of the newest row with the last known cell, and reports a change. The row is ignored when
+ * it has no answer for one of the keys of the cell. */
 static void note_cell(cell *last, uint32_t tech) {
     int64_t number[3] = {-1, -1, -1}; // -1: not reported
     bool changed = false;
@@ -159,7 +160,7 @@ static void note_cell(cell *last, uint32_t tech) {
     }
 }
 
-/* Takes the newest report of the asking thread, and tells what has changed. */
+/* Takes the newest report of the thread that asks the modem, and tells the user what has changed. */
 static void take_report() {
     const bool was_up = report.up;
     const uint32_t registrations = report.registrations_anew;
@@ -206,7 +207,7 @@ static void send_row() {
     }
 }
 
-/* Completes the open row: keeps the answers that came since the row was opened, and writes or shows the row. */
+/* Completes the open row: discards answers from before the row was opened, and writes or shows the row. */
 static void finish_row() {
     for (cpe_dm_tool_slot &slot : report.values.slot) {
         slot.status = slot.answered_ms < watch.row_ms ? int32_t{CPE_DM_TOOL_NOT_ANSWERED} : slot.status;
@@ -235,7 +236,7 @@ static void finish_row() {
     }
 }
 
-/* The moment of the next row. Rows that were missed are skipped by open_row. */
+/* When the next row is due (monotonic clock, ms). If several rows are overdue, open_row opens only the last of them. */
 static int64_t next_row_ms() {
     return watch.start_ms + (watch.number + 1) * watch.options->interval_ms;
 }
@@ -251,7 +252,7 @@ static void open_row() {
     }
 }
 
-/* Handles Ctrl-Z: restores the terminal, and stops as any program would. */
+/* Handles Ctrl-Z: restores the terminal, and then lets SIGTSTP stop the program. */
 static void suspend() {
     sigset_t stop;
     sigemptyset(&stop);
@@ -283,7 +284,8 @@ static void take_signal() {
     }
 }
 
-/* Makes signals readable from a descriptor. Signals that were ignored when the program started stay ignored. */
+/* Creates the bell, and a descriptor from which signals are read. Signals that were ignored when the program started
+ * stay ignored. Returns false when a descriptor cannot be created. */
 static bool catch_signals() {
     static const int numbers[] = {SIGINT, SIGTERM, SIGHUP, SIGWINCH, SIGTSTP, SIGCONT};
     sigset_t caught;
@@ -297,7 +299,7 @@ static bool catch_signals() {
         }
     }
     blocked = caught;
-    if (watch.live) { // a program in the background has to be able to restore the terminal
+    if (watch.live) { // these signals would stop a background program that uses the terminal
         sigaddset(&blocked, SIGTTOU);
         sigaddset(&blocked, SIGTTIN);
     }
@@ -308,7 +310,7 @@ static bool catch_signals() {
     return watch.bell >= 0 && watch.signals >= 0;
 }
 
-/* Waits for the next events, until the given moment at most, and handles them. */
+/* Waits until a descriptor is ready, but not beyond until_ms (monotonic clock, ms), and handles what has happened. */
 static void take_events(int64_t until_ms) {
     pollfd fds[] = {
         {watch.signals, POLLIN, 0},
@@ -387,7 +389,7 @@ static int end_watch() {
         signal(SIGPIPE, SIG_DFL);
         raise(SIGPIPE);
     }
-    if (!stopped) { // the thread waits for the modem, and an operation of the module cannot be broken off
+    if (!stopped) { // the thread is inside an operation of the module, which cannot be cancelled
         _exit(watch.status);
     }
     return watch.status;
@@ -425,8 +427,8 @@ static int open_output() {
     return watch.status;
 }
 
-/* Reads from the options which metrics are asked for, and how they are shown. False: the options do not fit together; a
- * message has been written. */
+/* Reads from the options which metrics are asked for, and how the values are shown. Returns false, after a message,
+ * when the options are wrong. */
 static bool understand(const cpe_dm_tool_options *options) {
     const uint32_t given = options->given;
     cpe_dm_tool_keys exposed = {};
@@ -479,7 +481,7 @@ int cpe_dm_tool_watch(const cpe_dm_tool_options *options) {
         }
         watch_rows();
     } else if (options->output != nullptr && (options->given & CPE_DM_TOOL_APPEND) == 0) {
-        unlink(options->output); // the file has no rows, and would be in the way of the next try
+        unlink(options->output); // the file has no rows, and the next run without --append would refuse it
     }
     return end_watch();
 }
