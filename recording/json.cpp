@@ -1,17 +1,43 @@
 #include "json.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
 
-/* Appends a JSON string that is ASCII, whatever the bytes of `value` are. The characters <, > and & are escaped,
- * because they could end the script when the string stands in an HTML page. A byte above 126 is escaped as the
- * character of the same number, not as a part of UTF-8. */
+/* Returns how many bytes the UTF-8 character at the start of `text` has. Returns 0 when that character is ASCII, and
+ * when the bytes are not UTF-8. */
+size_t utf8_length(std::string_view text) {
+    /* The lowest character that is encoded with so many bytes. UTF-8 does not allow longer encodings than needed. */
+    static constexpr char32_t LOWEST[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto first = static_cast<unsigned char>(text[0]);
+    const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
+    if (first < 0xC0 || first >= 0xF8 || text.size() < length) {
+        return 0;
+    }
+    char32_t character = first & (0x7FU >> length);
+    for (const char c : text.substr(1, length - 1)) {
+        if ((static_cast<unsigned char>(c) & 0xC0U) != 0x80) {
+            return 0;
+        }
+        character = character << 6U | (static_cast<unsigned char>(c) & 0x3FU);
+    }
+    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+    return character >= LOWEST[length] && character <= 0x10FFFF && !surrogate ? length : 0;
+}
+
+/* Appends a JSON string in UTF-8, whatever the bytes of `value` are. A byte above 126 that is not part of a
+ * UTF-8 character is escaped as the character of the same number. The characters <, > and & are escaped too, because
+ * they could end the script when the string stands in an HTML page. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
-    for (const char c : value) {
+    while (!value.empty()) {
+        const char c = value[0];
         const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
+        const size_t length = utf8_length(value);
+        if (length > 0) {
+            text += value.substr(0, length);
+        } else if (c == '"' || c == '\\') {
             text += '\\';
             text += c;
         } else if (byte < 0x20 || byte > 0x7E || c == '<' || c == '>' || c == '&') {
@@ -21,6 +47,7 @@ void put_quoted(std::string &text, std::string_view value) {
         } else {
             text += c;
         }
+        value.remove_prefix(std::max<size_t>(length, 1));
     }
     text += '"';
 }
