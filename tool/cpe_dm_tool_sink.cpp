@@ -20,25 +20,30 @@ void cpe_dm_tool_use_stdout(cpe_dm_tool_sink *sink) {
 }
 
 /* Prepares an existing file for more rows: the file has to begin with `header`, and an incomplete last row is removed.
- * Returns false, after a message, when no rows can be added. */
-static bool join_rows(int fd, const char *path, const char *header, off_t size) {
+ * Returns CPE_DM_TOOL_DONE when rows can be added. Otherwise returns CPE_DM_TOOL_USAGE or CPE_DM_TOOL_FAILED, after a
+ * message. */
+static int join_rows(int fd, const char *path, const char *header, off_t size) {
     char start[1024];
     char last = '\0';
     const size_t len = header != nullptr ? strlen(header) : 0;
     if (len > sizeof(start) ||
         (len > 0 && (pread(fd, start, len, 0) != static_cast<ssize_t>(len) || strncmp(start, header, len) != 0))) {
         cpe_dm_tool_tell("%s has other columns; name the same keys in the same order, or another file", path);
-        return false;
+        return CPE_DM_TOOL_USAGE;
     }
     off_t end = size;
     while (end > 0 && pread(fd, &last, 1, end - 1) == 1 && last != '\n') {
         end--;
     }
     if (end == size) {
-        return true;
+        return CPE_DM_TOOL_DONE;
+    }
+    if (ftruncate(fd, end) != 0) {
+        cpe_dm_tool_tell_unwritten(path, errno);
+        return CPE_DM_TOOL_FAILED;
     }
     cpe_dm_tool_tell("%s ends in the middle of a row, which is removed", path);
-    return ftruncate(fd, end) == 0;
+    return CPE_DM_TOOL_DONE;
 }
 
 int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append, const char *header, bool *empty) {
@@ -56,7 +61,7 @@ int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append,
         return CPE_DM_TOOL_FAILED;
     }
     *empty = file.st_size == 0;
-    return *empty || join_rows(sink->fd, path, header, file.st_size) ? int{CPE_DM_TOOL_DONE} : int{CPE_DM_TOOL_USAGE};
+    return *empty ? int{CPE_DM_TOOL_DONE} : join_rows(sink->fd, path, header, file.st_size);
 }
 
 /* Removes an incompletely written row from the end of a regular file, so that all rows in the file are whole. */
