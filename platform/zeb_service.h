@@ -15,7 +15,7 @@ struct zeb_replay;
 
 inline constexpr uint32_t ZEB_SERVICE_MAGIC = 0x5A454253;
 
-/* One message of a service definition. `size` is the size of the decoded structure. */
+/* One message of a service definition. `size` is the size of the decoded structure in bytes. */
 struct zeb_message {
     zeb_message_type type;
     uint32_t id;
@@ -23,7 +23,7 @@ struct zeb_message {
 };
 
 /* How a service delivers an indication or an event to a client or notifier. The service calls these functions with its
- * lock held, so they neither block, nor throw, nor call the service. They return whether a callback is going to run. */
+ * lock held, so they must not block, throw, or call the service. They return whether a callback is going to run. */
 struct zeb_sink {
     void *owner;
     bool (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);
@@ -37,26 +37,26 @@ struct zeb_service {
     uint32_t instance;
     std::span<const zeb_message> messages;
 
-    /* Returns true as soon as the service is present, and false when it is still absent after timeout_ms. With a
-     * timeout_ms of 0 looks once, without waiting. */
+    /* Returns true as soon as the service is present, and false when it is still absent after timeout_ms. If
+     * timeout_ms is 0, looks once and does not wait. */
     bool (*wait_present)(uint32_t timeout_ms);
 
-    /* Adds a peer and returns its number, which is never 0. The service may be absent. */
+    /* Adds a peer and returns its number, which is never 0. This works also while the service is absent. */
     uint64_t (*attach)(const zeb_sink &sink);
 
     /* Removes a peer. After the call the peer's sink is not called any more, and pending requests of the peer end. */
     void (*detach)(uint64_t peer);
 
-    /* Carries out a request of a known message ID. Both structures have the sizes of the service definition. *resp is
-     * zero-filled before the call. */
+    /* Carries out a request and returns a status. The caller has checked that `messages` has the ID of the request.
+     * *req and *resp have the sizes given in `messages`. The caller fills *resp with zeros before the call. */
     int32_t (*request)(uint64_t peer, uint32_t msg_id, const void *req, void *resp, uint32_t timeout_ms);
 
-    /* Not null when a recording is played. The libraries then check only handles and pointers, and the service counts
-     * as present. */
+    /* Not null when a recording is played. The transport then checks only the handles and pointers of a call, and lets
+     * the recording answer the call. */
     const zeb_replay *replay = nullptr;
 };
 
-/* The message with this type and ID; null when the service does not define it. */
+/* Returns the message with this type and ID, or null if the service does not define such a message. */
 const zeb_message *zeb_find_message(zeb_service_object service, zeb_message_type type, uint32_t msg_id);
 
 #endif

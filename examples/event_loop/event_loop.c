@@ -1,10 +1,10 @@
 /* event_loop: prints the registration status and the RSRP of the serving cells when they change, until SIGTERM or
- * SIGINT ends the program. A pattern for programs with a loop of their own.
+ * SIGINT ends the program. The program is a pattern for programs that have an event loop.
  *
- * A loop must not wait, but the operations of CPE DM wait: cpe_dm_init until there is a modem, the others until the
- * modem has answered, up to 50 s a request. So the operations are called on a thread of their own, the modem's thread.
- * The newest values are kept for the loop, and an eventfd wakes the loop when a new value has come. So there is no
- * queue that could run full.
+ * An event loop must not block, but the operations of CPE DM block: cpe_dm_init until there is a modem, the others
+ * until the modem has answered, up to 50 s for each request. So a second thread, the modem's thread, calls the
+ * operations. For each indication the program keeps only the newest value, and an eventfd wakes the loop when a new
+ * value has come. So there is no queue that could run full.
  *
  * Built by CMakeLists.txt, or: cc event_loop.c $(pkg-config --cflags --libs cpe_dm) -o event_loop */
 #define _POSIX_C_SOURCE 200809L
@@ -24,12 +24,12 @@
 #include <unistd.h>
 
 enum {
-    CHECK_MS = 1000,   /* from one check of the modem to the next: shorter than any restart of a modem */
-    FAREWELL_MS = 300, /* how long the end waits for the deregistration, which takes milliseconds as a rule */
+    CHECK_MS = 1000,   /* pause between two checks of the modem: a restart takes longer, so a check notices it */
+    FAREWELL_MS = 300, /* how long main waits for the modem's thread to deregister and end; milliseconds are usual */
 };
 
-/* What the modem is to report: every change of the registration status, and every change of the RSRP, of LTE and of
- * NR 5G, by 3 dB or more. */
+/* The indications that the program sets: every change of the registration status, and every change of the LTE RSRP or
+ * the NR 5G RSRP by 3 dB or more. */
 static const cpe_dm_info indications[] = {
     {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_REG_STATUS, CPE_DM_VALUE_NONE, {0}, 0},
     {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 3}, 0},
@@ -37,8 +37,8 @@ static const cpe_dm_info indications[] = {
 };
 enum { INDICATION_CNT = sizeof(indications) / sizeof(indications[0]) };
 
-static atomic_int newest[CPE_DM_IND_CNT]; /* the newest value of each indication; 0: none has come yet */
-static int newest_fd;                     /* eventfd: readable when a value has come */
+static atomic_int newest[CPE_DM_IND_CNT]; /* the newest value of each indication; 0: no value has come yet */
+static int newest_fd;                     /* eventfd: readable when a new value is in `newest` */
 static int end_fd;                        /* eventfd: readable when the modem's thread is to end */
 static int ended_fd;                      /* eventfd: readable when the modem's thread has ended */
 
@@ -64,8 +64,8 @@ static void hand_over(uint32_t ind, int value) {
     eventfd_write(newest_fd, 1);
 }
 
-/* Runs on CPE DM's thread, where no operation may be called and nothing should take long. The callback has to release
- * the record. Every record is an indication, since the program starts no scan. */
+/* The callback. Runs on a thread of CPE DM, must not call any operation, and should return quickly. The callback has to
+ * release the record. Every record is an indication, since the program starts no scan. */
 static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
     (void)hndl;
     (void)user_data;
@@ -80,8 +80,9 @@ static int32_t watch(cpe_dm_hndl hndl) {
     for (size_t i = 0; i < INDICATION_CNT && status == CPE_DM_SUCCESS; i++) {
         status = cpe_dm_set_ind_info(hndl, &indications[i]);
     }
-    // No event tells the registration status at the start. No event tells that the modem has gone either, but a modem
-    // that has gone does not answer any more. Where an event overtakes an answer, the next answer corrects the value.
+    // The registration status is asked for again and again, although it is also an indication. First, no event tells
+    // the status at the start. Second, no event tells that the modem has gone, but the request fails then. Third, an
+    // old answer may overwrite the value of a newer event, and the next answer corrects that.
     while (status == CPE_DM_SUCCESS) {
         cpe_dm_info info;
         cpe_dm_prepare_request(&info, CPE_DM_METRIC_REG_STATUS, NULL);
@@ -96,8 +97,8 @@ static int32_t watch(cpe_dm_hndl hndl) {
     return status;
 }
 
-/* The modem's thread. An operation may have failed because the modem has restarted and forgotten the indications. So
- * each failure ends the registration, and the next registration waits for the modem. */
+/* The body of the modem's thread. When an operation fails, the modem may have restarted and forgotten the indications.
+ * So each failure ends the registration. The next registration waits for the modem and sets the indications again. */
 static void *serve_modem(void *unused) {
     (void)unused;
     do {
@@ -108,14 +109,14 @@ static void *serve_modem(void *unused) {
         if (status == CPE_DM_SUCCESS) {
             tell("watch", watch(hndl));
             tell("deregistration", cpe_dm_deinit(hndl));       // if this fails, the next cpe_dm_init cleans up
-            hand_over(CPE_DM_IND_REG_STATUS, CPE_DM_REG_NONE); // no event would correct the value any more
+            hand_over(CPE_DM_IND_REG_STATUS, CPE_DM_REG_NONE); // no more events will update the value
         }
     } while (!is_readable(end_fd, CHECK_MS));
     eventfd_write(ended_fd, 1);
     return NULL;
 }
 
-/* On the loop's thread: prints what has changed since the last call. */
+/* Prints the values that have changed since the last call. Runs on the loop's thread. */
 static void show_changes(void) {
     static int shown[CPE_DM_IND_CNT];
     for (uint32_t ind = 1; ind < CPE_DM_IND_CNT; ind++) {
@@ -139,7 +140,8 @@ static void add_to_loop(int loop_fd, int fd) {
 }
 
 int main(void) {
-    // These signals are blocked before there is another thread, so that no thread takes them from the loop.
+    // SIGTERM and SIGINT are blocked before another thread is created. All threads inherit the mask, so these signals
+    // reach only signal_fd.
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
@@ -167,7 +169,7 @@ int main(void) {
 
     eventfd_write(end_fd, 1);
     if (!is_readable(ended_fd, FAREWELL_MS)) {
-        _exit(0); // the thread waits for the modem; only the end of the process ends that wait
+        _exit(0); // the modem's thread still waits for the modem, which may never answer
     }
     pthread_join(modem_thread, NULL);
     return 0;

@@ -6,14 +6,15 @@
 
 #include <stdio.h>
 
-/* A callback is required. This program asks for no events; a callback has to release every record that it gets. */
+/* cpe_dm_init requires a callback. A callback has to release every record that it is given, although none comes here:
+ * this program sets no indications and starts no scan. */
 static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
     (void)hndl;
     (void)user_data;
     cpe_dm_release_info(info);
 }
 
-/* Whether the operation worked. If not, prints a message on standard error. */
+/* Returns whether the operation succeeded. If the operation failed, prints a message on standard error. */
 static int worked(const char *what, int32_t status) {
     if (status != CPE_DM_SUCCESS) {
         fprintf(stderr, "one_metric: %s: %s\n", what, cpe_dm_strerror(status));

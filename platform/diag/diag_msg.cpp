@@ -17,12 +17,12 @@
 
 namespace {
 
-/* Room for one line; a longer text is cut. */
+/* Size in bytes of the buffer for one line; a longer line is cut. */
 constexpr size_t LINE_ROOM = 2048;
 
 enum { NOT_OPENED = -2, NO_LOG = -1 };
 
-/* Opens the log that DIAG_LOG names. Returns its descriptor, or NO_LOG. */
+/* Opens the log that the environment variable DIAG_LOG names. Returns the log's descriptor, or NO_LOG. */
 int open_log() {
     const char *name = getenv("DIAG_LOG"); // NOLINT(concurrency-mt-unsafe): nobody sets it while the process runs
     if (name == nullptr || *name == '\0') {
@@ -40,8 +40,8 @@ int open_log() {
     return fd;
 }
 
-/* The log, opened at the first call. There is no lock here: if another thread held the lock at a fork, the child would
- * wait for the lock for ever. */
+/* Returns the descriptor of the log, which the first call opens. There is no mutex here: if another thread held the
+ * mutex at a fork, the child would wait for the mutex for ever. */
 int log_descriptor() {
     static std::atomic<int> log = NOT_OPENED;
     int fd = log;
@@ -58,7 +58,7 @@ int log_descriptor() {
 }
 
 /* Writes a line. If a limit on the size of files (ulimit -f) forbids the line, the line is lost, as on a full disk. The
- * signal that the kernel then sends is taken back. */
+ * kernel then also sends SIGXFSZ, which is blocked here and removed, so that the signal does not end the program. */
 void write_line(int fd, const char *line, size_t length) {
     sigset_t too_large;
     sigset_t before;
@@ -92,7 +92,8 @@ const char *level_name(uint32_t level_mask) {
     }
 }
 
-/* Writes the head of a line, such as "2024-05-01T10:00:00.123Z error 4711 file.cpp:12 ". Returns its length. */
+/* Writes the head of a line: time, level, thread ID, file and line, such as
+ * "2024-05-01T10:00:00.123Z error 4711 file.cpp:12 ". Returns the length of the head. */
 size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     timespec now;
     tm utc;
@@ -107,7 +108,8 @@ size_t put_prefix(char *line, size_t room, const diag_msg_desc *desc) {
     return used + (n > 0 ? static_cast<size_t>(n) : 0);
 }
 
-/* Appends the text. Writes control characters as escapes, so that one call gives one line. Returns the new length. */
+/* Appends `text` to the line, without the newline at the end of `text`. Other control characters become escapes, so
+ * that one call of msg_sprintf logs one line. Returns the new length of the line. */
 size_t put_text(char *line, size_t used, size_t room, const char *text) {
     size_t length = strlen(text);
     if (length > 0 && text[length - 1] == '\n') {
@@ -137,7 +139,7 @@ void msg_sprintf(const diag_msg_desc *desc, ...) {
     va_list args;
     va_start(args, desc);
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the format comes from the caller
+#pragma GCC diagnostic ignored "-Wformat-nonliteral" // the caller passes the format
     const int n = vsnprintf(text, sizeof(text), desc->fmt, args);
 #pragma GCC diagnostic pop
     va_end(args);

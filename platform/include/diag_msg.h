@@ -1,4 +1,4 @@
-/* Diagnostic logging library (libdiag): the part that its users need. */
+/* Diagnostic logging library (libdiag): the declarations that its callers need. */
 #ifndef DIAG_MSG_H
 #define DIAG_MSG_H
 
@@ -8,7 +8,7 @@
 extern "C" {
 #endif
 
-/* Levels, one bit each in a descriptor's level mask. */
+/* The levels of log lines, as bits of level_mask in a diag_msg_desc. */
 enum {
     DIAG_MSG_LEVEL_LOW = 1,
     DIAG_MSG_LEVEL_MED = 2,
@@ -16,12 +16,12 @@ enum {
     DIAG_MSG_LEVEL_ERROR = 8,
 };
 
-/* The constant part of one log statement. The caller keeps this record for the life of the process. */
+/* The constant part of one log statement. The caller keeps the record valid until the process ends. */
 typedef struct {
     uint16_t line;       /* source line of the statement */
     uint16_t ss_id;      /* subsystem that logs */
     uint32_t level_mask; /* one of the levels above */
-    const char *fmt;     /* printf format of the arguments that follow the descriptor */
+    const char *fmt;     /* printf format of the arguments that follow `desc` in msg_sprintf */
     const char *fname;   /* source file name */
 } diag_msg_desc;
 

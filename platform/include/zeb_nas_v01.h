@@ -1,7 +1,8 @@
 /* ZEB service definitions (libzebservices): the messages of the network access service (NAS) as decoded structures.
  *
- * A structure names the fields that are in use; the rest of the message is reserved and zero. A group of fields is
- * present when its *_valid flag is set. A *_len counts the valid entries of the list after it. */
+ * Each structure names only the fields that are used here; the remainder of the message is reserved and zero. The
+ * fields after a *_valid flag are present when the flag is 1. A field *_len is the number of valid entries in the list
+ * that follows. */
 #ifndef ZEB_NAS_V01_H
 #define ZEB_NAS_V01_H
 
@@ -11,9 +12,10 @@
 extern "C" {
 #endif
 
-/* The NAS service object for clients built against the given version of the service definition. Null when this library
- * does not have that version, or when memory ran out. After a lack of memory a later call may succeed. The object lives
- * as long as the process. */
+/* Returns the NAS service object for a client that was built against the given version of the service definition. The
+ * object is valid until the process ends. Returns null if this library does not have the version, or if memory ran out;
+ * after memory ran out a later call may succeed. Our stand-in also returns null if it refuses the scenario or the
+ * recording that it was to play. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version);
 
@@ -77,7 +79,7 @@ enum {
 
 /* Every response begins with this header. */
 typedef struct {
-    uint32_t result; /* 0: the service did what was asked */
+    uint32_t result; /* 0: the service accepted the request */
     uint32_t error;  /* the service's error code when result is not 0 */
 } zeb_nas_resp_header;
 
@@ -86,24 +88,25 @@ typedef struct {
     uint8_t reserved;
 } zeb_nas_empty_req;
 
-/* A response without fields of its own. */
+/* A response that consists of the header only. */
 typedef struct {
     zeb_nas_resp_header header;
 } zeb_nas_empty_resp;
 
-/* 0x0003: which indications this client wants. */
+/* Request 0x0003: which indications the client wants to get. */
 typedef struct {
     uint8_t sys_info_valid;
-    uint8_t sys_info; /* 1: send 0x004E */
+    uint8_t sys_info; /* 1: send indication 0x004E */
     uint8_t sig_info_valid;
-    uint8_t sig_info; /* 1: send 0x0051 */
+    uint8_t sig_info; /* 1: send indication 0x0051 */
     uint8_t reserved[139];
 } zeb_nas_indication_register_req;
 
-/* 0x006C: for each metric, the change after which 0x0051 is sent. A metric without a valid threshold is not watched. */
+/* A threshold of request 0x006C. The service sends indication 0x0051 when the metric has changed by `delta` or more. If
+ * the threshold is not valid, no change of the metric causes an indication. */
 typedef struct {
     uint8_t valid;
-    uint16_t delta; /* in the unit of the metric in 0x0051 */
+    uint16_t delta; /* in the unit that the metric has in zeb_nas_sig_info */
 } zeb_nas_threshold;
 
 typedef struct {
@@ -116,7 +119,8 @@ typedef struct {
     uint32_t reserved[577];
 } zeb_nas_config_sig_info_req;
 
-/* 0x0043 */
+/* Response 0x0043: one entry of the list `cells`. The entry is the LTE serving cell, or another cell on the same
+ * frequency. */
 typedef struct {
     uint16_t pci;
     int16_t rsrq; /* dB */
@@ -151,7 +155,7 @@ typedef struct {
     uint32_t reserved[904];
 } zeb_nas_cell_location_info_resp;
 
-/* 0x004E, and the body of 0x004D's response */
+/* Indication 0x004E. Response 0x004D has the same fields after its header. */
 typedef struct {
     uint8_t nr5g_srv_status_valid;
     uint32_t nr5g_srv_status;
@@ -161,7 +165,7 @@ typedef struct {
     uint32_t lte_srv_status;
     uint32_t lte_srv_domain;
     uint32_t lte_srv_capability;
-    uint8_t nr5g_pci_valid; /* an NR 5G cell is attached to the LTE cell */
+    uint8_t nr5g_pci_valid; /* 1: an NR 5G cell is attached to the LTE cell */
     uint16_t nr5g_pci;
     uint32_t reserved[321];
 } zeb_nas_sys_info;
@@ -171,7 +175,7 @@ typedef struct {
     zeb_nas_sys_info info;
 } zeb_nas_sys_info_resp;
 
-/* 0x0051, and the body of 0x004F's response */
+/* Indication 0x0051. Response 0x004F has the same fields after its header. */
 typedef struct {
     uint8_t lte_sig_info_valid;
     struct {
@@ -195,9 +199,9 @@ typedef struct {
     zeb_nas_sig_info info;
 } zeb_nas_sig_info_resp;
 
-/* 0x005A */
+/* Request and response 0x005A: transmit power. */
 typedef struct {
-    uint32_t radio_if; /* ZEB_NAS_RADIO_IF_... */
+    uint32_t radio_if; /* ZEB_NAS_RADIO_IF_LTE or ZEB_NAS_RADIO_IF_NR5G */
     uint32_t reserved[2];
 } zeb_nas_tx_rx_info_req;
 
@@ -208,10 +212,10 @@ typedef struct {
     uint32_t reserved[45];
 } zeb_nas_tx_rx_info_resp;
 
-/* 0x0133 */
+/* Request and response 0x0133: the CQI of each component carrier (cc) and codeword (cw). */
 typedef struct {
     uint8_t technology_valid;
-    uint32_t technology; /* ZEB_NAS_CQI_... */
+    uint32_t technology; /* ZEB_NAS_CQI_LTE or ZEB_NAS_CQI_NR5G */
 } zeb_nas_cqi_info_req;
 
 typedef struct {
@@ -229,7 +233,7 @@ typedef struct {
     zeb_nas_cc_cqi nr5g_cc_cqi[ZEB_NAS_NR5G_CC_MAX];
 } zeb_nas_cqi_info_resp;
 
-/* 0x00D7 */
+/* Response 0x00D7: the LTE cells to which the modem is locked. */
 typedef struct {
     uint16_t pci;
     uint16_t freq; /* EARFCN */
@@ -242,7 +246,7 @@ typedef struct {
     zeb_nas_lte_lock lte_cell_list[ZEB_NAS_LTE_LOCK_MAX];
 } zeb_nas_lte_cell_lock_list_resp;
 
-/* 0x010F */
+/* Response 0x010F: the NR 5G cell or channels to which the modem is locked. */
 typedef struct {
     uint32_t arfcn;
     uint32_t reserved;
@@ -261,16 +265,16 @@ typedef struct {
     uint32_t reserved[20];
 } zeb_nas_nr5g_cell_lock_list_resp;
 
-/* 0x0085, request */
+/* Request 0x0085: starts a scan for neighbours. */
 typedef struct {
     uint8_t network_type_valid;
-    uint8_t network_type; /* ZEB_NAS_NETWORK_TYPE_... */
+    uint8_t network_type; /* ZEB_NAS_NETWORK_TYPE_LTE or ZEB_NAS_NETWORK_TYPE_NR5G */
     uint8_t scan_type_valid;
     uint32_t scan_type;
     uint32_t reserved[138];
 } zeb_nas_incremental_scan_req;
 
-/* 0x0085, indication: the result of the scan that was asked for last */
+/* Indication 0x0085: the result of the scan that was requested last. */
 typedef struct {
     uint16_t plmn_mcc;
     uint16_t plmn_mnc;

@@ -27,7 +27,7 @@ int32_t zeb_client_init_instance(zeb_service_object service, uint32_t instance, 
     });
 }
 
-/* The service works on copies of both structures. So a request that fails leaves the caller's response untouched. */
+/* The service works on copies of *req and *resp. So a request that fails leaves *resp untouched. */
 int32_t zeb_client_send_msg_sync(zeb_client_handle client, uint32_t msg_id, const void *req, uint32_t req_len,
                                  void *resp, uint32_t resp_len, uint32_t timeout_ms) {
     return zeb_guarded([=]() -> int32_t {

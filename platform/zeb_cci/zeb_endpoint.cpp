@@ -10,13 +10,13 @@
 
 namespace {
 
-/* The endpoints in use. Never destroyed, as the process may exit while callbacks run. */
+/* The endpoints in use. The table is never destroyed, as the process may exit while callbacks run. */
 struct endpoint_table {
     std::map<zeb_client_handle, std::shared_ptr<zeb_endpoint>> in_use;
-    const endpoint_table *of_parent; /* in a child of fork: unused, so that the parent's table is no leak */
+    const endpoint_table *of_parent; /* set in a child of fork only, so that leak checkers find the parent's table */
 };
 
-std::mutex table_lock; /* guards the variables below */
+std::mutex table_lock; /* guards `table`, `parents_table` and `last_handle` */
 endpoint_table *table = nullptr;
 const endpoint_table *parents_table = nullptr;
 uintptr_t last_handle = 0;
@@ -52,8 +52,8 @@ std::shared_ptr<zeb_endpoint> table_find_notifier(const zeb_cci_os_params *os_pa
     return found == table->in_use.end() ? nullptr : found->second;
 }
 
-/* A child of fork starts without endpoints. The threads of the parent's endpoints do not exist in the child. The locks
- * of these endpoints and of the table may be held for ever. */
+/* A child of fork starts without endpoints, because it cannot use the parent's endpoints: their threads do not exist in
+ * the child, and another thread of the parent may have held their mutexes, or table_lock, at the fork. */
 void forget_parent() {
     new (&table_lock) std::mutex;
     parents_table = table;
@@ -120,7 +120,8 @@ void dispatch(zeb_endpoint *e) {
     }
 }
 
-/* Ends the callbacks of an endpoint that is no longer in the table. */
+/* Closes an endpoint that was removed from the table. When the function returns, none of the endpoint's callbacks is
+ * running or will run. */
 void close_endpoint(zeb_endpoint &e) {
     e.service->detach(e.peer);
     {

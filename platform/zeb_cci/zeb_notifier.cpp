@@ -1,4 +1,4 @@
-/* Discovery and service events. */
+/* Notifiers: finding a service, and waiting for its events. */
 #include "zeb_endpoint.h"
 #include "zeb_signal.h"
 

@@ -7,28 +7,29 @@
 
 namespace {
 
-/* The part of the signal that lies in the caller's block. The lock of the hub guards it. */
+/* The part of a signal that is stored in the caller's OS-parameter block. hub->lock guards all fields. */
 struct os_signal {
-    uint32_t in_use; /* the generation of the process whose notifier uses the block; 0: none */
+    uint32_t in_use; /* `generation` of the process whose notifier uses the block; 0: no notifier uses it */
     uint32_t raised;
-    uint32_t waiting; /* threads that wait */
+    uint32_t waiting; /* the number of threads that wait for the signal */
 };
 static_assert(sizeof(os_signal) <= sizeof(zeb_cci_os_params) && alignof(os_signal) <= alignof(zeb_cci_os_params),
               "the signal fits into the OS-parameter block");
 
-/* One mutex and one condition for all signals. They do not go into the blocks: a mutex and a condition have other sizes
- * on other machines, and may be larger than a block. */
+/* One mutex and one condition variable, which all signals share. They are not stored in the OS-parameter blocks,
+ * because on some machines they are larger than a block. */
 struct signal_hub {
     std::mutex lock;
     std::condition_variable changed;
 };
 
-/* The hub is never destroyed, as the process may exit while a thread waits. The hub needs no memory of the heap, so
- * that a wait never fails. */
+/* The hub is never destroyed, as the process may exit while a thread waits. The hub is not allocated on the heap, so
+ * that a wait cannot fail for lack of memory. */
 alignas(signal_hub) unsigned char hub_place[sizeof(signal_hub)];
 signal_hub *const hub = new (hub_place) signal_hub;
 
-/* The generation of this process: 1 in the first process, and in a child of fork one more than in its parent. */
+/* The generation of this process: 1 in the first process, and in a child of fork one more than in its parent. If
+ * `in_use` of a block is an earlier generation, a notifier of the parent used the block, and the child may use it. */
 uint32_t generation = 1;
 
 os_signal *signal_of(zeb_cci_os_params *os_params) {
@@ -76,7 +77,7 @@ void zeb_signal_wait(zeb_cci_os_params *os_params, uint32_t timeout_ms) {
     hub->changed.notify_all();
 }
 
-/* The hub's lock may have been held at the fork, by a thread that the child does not have. */
+/* The child makes a new hub: a thread that does not exist in the child may have held the mutex at the fork. */
 void zeb_signal_forget_parent() {
     new (hub_place) signal_hub;
     generation++;

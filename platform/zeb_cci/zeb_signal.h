@@ -1,15 +1,15 @@
-/* The operating-system signal that lives in a caller's OS-parameter block. A child of fork has none of its parent's
- * signals: their blocks are free to be used again. */
+/* A signal is a flag in a caller's OS-parameter block: a notifier raises it, and other threads wait for it. In a child
+ * of fork the signals of the parent count as closed, so that their blocks can be used again. */
 #ifndef ZEB_SIGNAL_H
 #define ZEB_SIGNAL_H
 
 #include "zeb_service.h"
 
-/* Makes the block a signal that is not raised. Returns false, with the block untouched, when the block is a signal
- * already. */
+/* Turns the block into a signal that is not raised. If the block is a signal already, returns false and leaves the
+ * block untouched. */
 bool zeb_signal_open(zeb_cci_os_params *os_params);
 
-/* Raises the signal: this ends a wait that is under way, or else the next wait. */
+/* Raises the signal. This ends a wait that is in progress. If no wait is in progress, the next wait ends at once. */
 void zeb_signal_raise(zeb_cci_os_params *os_params);
 
 /* Waits until the signal is raised or closed, or until timeout_ms have passed (0: no limit), and lowers the signal. */
