@@ -110,6 +110,7 @@ struct run {
         if (pid == 0) {
             dup2(out[1], STDOUT_FILENO);
             dup2(err[1], STDERR_FILENO);
+            close(out[0]);
             setenv("ZEB_SCENARIO", scenario.c_str(), 1);
             prepare();
             execvp(argv[0], argv.data());
@@ -243,7 +244,11 @@ TEST(Tool, OutputThatCannotBeWritten) {
 
 TEST(Tool, ReaderThatHasGone) {
     for (const words &arguments : {words{"watch", "-i", "0.1", "reg"}, words{"get", "all"}}) {
-        run tool(steady, arguments, [] { signal(SIGPIPE, SIG_IGN); });
+        run tool(steady, arguments, [] {
+            signal(SIGPIPE, SIG_IGN);
+            pollfd reader = {STDOUT_FILENO, 0, 0};
+            poll(&reader, 1, 60000); // ends when the reader has gone
+        });
         close(tool.out[0]);
         EXPECT_EQ(tool.end(false), -SIGPIPE);
         EXPECT_EQ(tool.messages, "");
