@@ -16,8 +16,8 @@
 static char registered;
 static cpe_dm_user_cb user_cb;
 
-/* Prints the call of an operation, without a line end, as more may follow on the line. Returns the given status while
- * the client is registered, and an error otherwise. */
+/* Prints the call of an operation without a line end, because more text may follow on the line. Returns `status` when
+ * the client is registered and passes its own handle, and an error otherwise. */
 static int32_t reached(const char *operation, cpe_dm_hndl hndl, int32_t status = 0) {
     printf(" MODULE: %s hndl[%s]", operation, hndl == &registered ? "registered" : hndl ? "unknown" : "0");
     return user_cb && hndl == &registered ? status : CPE_DM_ERR_INVALID_PARAM;
@@ -28,8 +28,8 @@ static int32_t ended(int32_t status) {
     return status;
 }
 
-/* Fills a record of the client, and prints whether the record was zeroed before. A second request with the same record
- * finds the record filled. */
+/* Copies `answer` into a record of the client, and prints whether the record was zeroed before. When the client uses a
+ * record for a second request, the record is filled. */
 template <typename T> static void fill(void *record, const T &answer) {
     const char *bytes = static_cast<const char *>(record);
     const bool zeroed = std::all_of(bytes, bytes + sizeof(T), [](char byte) { return byte == 0; });
@@ -45,8 +45,8 @@ template <typename T> static void fill_cqi(void *record, uint32_t cnt) {
     fill(record, cqi);
 }
 
-/* For a metric with a record the first answer is empty, the second has entries, and the third claims more entries than
- * there can be. */
+/* Answers one request. A metric with a record (CQI, cell locks) is answered in three ways in turn: with an empty list,
+ * with some entries, and with more entries than a list can have. */
 static int32_t answer(cpe_dm_info *info) {
     static uint32_t calls[CPE_DM_METRIC_CNT + 1];
     const uint32_t id = std::min<uint32_t>(info->id, CPE_DM_METRIC_CNT);
@@ -88,7 +88,7 @@ static int32_t answer(cpe_dm_info *info) {
     return 0;
 }
 
-/* The callback has to release the record and the payload. */
+/* Calls the client's callback with a new event. The callback has to free the event and its payload `record`. */
 static void deliver(uint32_t info_type, uint32_t id, uint32_t value_type, int64_t value, void *record = nullptr) {
     auto *info = static_cast<cpe_dm_info *>(calloc(1, sizeof(cpe_dm_info)));
     info->info_type = info_type;
@@ -125,7 +125,7 @@ static void deliver_events() {
             deliver_rsp(id, value_type, nullptr);
         }
     }
-    // Each response lacks other values than the one before; some counts are larger than the arrays.
+    // Each response leaves out other values than the response before. Some lengths are larger than their arrays.
     const cpe_dm_lte_nbr nbr = {4294967290, 65535, 1, 4294967200, 1, 2, {{65535, 7, 1}, {1, 2, 0}}};
     const cpe_dm_lte_nbr long_nbr = {1300, 2, 0, 3, 1, 7, {}};
     for (const cpe_dm_lte_nbr_info &values :
@@ -143,7 +143,8 @@ static void deliver_events() {
           cpe_dm_nr5g_nbr_info{1, 0, {full}}}) {
         deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(values));
     }
-    // A payload that is not printed is released too. A value that is no payload is left alone.
+    // The callback has to free a payload even if it does not print the payload. It must not free a value of another
+    // type.
     deliver_rsp(CPE_DM_ASYNC_RSP_LTE_NBR, CPE_DM_VALUE_NR5G_NBR_INFO, payload(cpe_dm_nr5g_nbr_info{1, 1, {}}));
     deliver_rsp(CPE_DM_ASYNC_RSP_NR5G_NBR, CPE_DM_VALUE_INT64, &registered);
     for (uint32_t info_type = 0; info_type < 5; info_type++) {
@@ -217,7 +218,7 @@ int32_t cpe_dm_clr_ind_list(cpe_dm_hndl hndl, const int32_t *dm_clr_ind_list, ui
     return ended(status);
 }
 
-/* A coverage build loses its counts at _exit, unless they are written before. */
+/* _exit does not write the counts of a coverage build, so they are written before. */
 extern "C" [[gnu::weak]] void __gcov_dump();
 extern "C" [[noreturn]] void __real__exit(int status);
 extern "C" [[noreturn]] void __wrap__exit(int status);
@@ -231,8 +232,7 @@ void __wrap__exit(int status) {
 
 extern "C" void *__real_calloc(size_t cnt, size_t size);
 
-/* An allocation of 13 elements fails. An allocation beyond INT32_MAX bytes, which the client must never try, ends the
- * program. */
+/* Fails for an allocation of 13 elements. Aborts for more than INT32_MAX bytes, which the client must never ask for. */
 extern "C" void *__wrap_calloc(size_t cnt, size_t size) {
     if (cnt > INT32_MAX / size) {
         abort();
@@ -243,7 +243,7 @@ extern "C" void *__wrap_calloc(size_t cnt, size_t size) {
 extern "C" ssize_t __real_read(int fd, void *bytes, size_t len);
 extern "C" size_t __real_fwrite(const void *bytes, size_t size, size_t cnt, FILE *file);
 
-/* Writes a line for the test, when the test has named a file for such lines. */
+/* Appends a line to the file that the test has named in CLIENT_MARKS, if it has named one. */
 static void mark(const std::string &text) {
     const char *name = getenv("CLIENT_MARKS");
     const int fd = name != nullptr ? open(name, O_WRONLY | O_CREAT | O_APPEND, 0600) : -1;
@@ -279,9 +279,9 @@ extern "C" size_t __wrap_fwrite(const void *bytes, size_t size, size_t cnt, FILE
 
 int main(int, char **argv) {
     struct sigaction action = {};
-    action.sa_handler = [](int) {}; /* interrupts reads and writes */
+    action.sa_handler = [](int) {}; /* so that the signal interrupts reads and writes */
     sigaction(SIGUSR1, &action, nullptr);
-    setvbuf(stdout, nullptr, _IONBF, 0); // keeps its order with the client's output
+    setvbuf(stdout, nullptr, _IONBF, 0); // so that the module's lines keep their order with the client's lines
     mark("started");
     return cpe_dm_client_run(argv[1]);
 }

@@ -1,4 +1,4 @@
-/* The client's texts for all metrics and indications that there are. */
+/* Tests that the client has a text for every metric and every indication. */
 #include "cpe_dm_client_callback.h"
 #include "cpe_dm_client_results.h"
 #include "cpe_dm_text.h"

@@ -1,5 +1,5 @@
-/* A child of fork. It is refused everything that belongs to the parent, never waits for the parent's lock, and can make
- * a module of its own. */
+/* Tests the module in a child of fork. The operations refuse the parent's handle there, and do not wait for the
+ * parent's lock. The child can initialise the module for itself. */
 #include "cpe_dm.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -31,11 +31,11 @@ std::string faults;
         faults += is == (expected) ? "" : std::to_string(__LINE__) + ": is " + std::to_string(is) + "\n";              \
     } while (0)
 
-/* Forks, runs body in the child, and returns the child's faults. A child that hangs is ended by SIGALRM. */
+/* Forks, runs `body` in the child, and returns the child's `faults`. SIGALRM ends a child that hangs. */
 std::string in_child(const std::function<void()> &body) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
-    EXPECT_TRUE(fault_settle()); // a thread that counts calls at the fork would leave its lock held in the child
+    EXPECT_TRUE(fault_settle()); // otherwise the child might find the spin lock of fault.cpp locked for ever
     const pid_t child = fork();
     if (child == 0) {
         alarm(120);
@@ -87,7 +87,7 @@ void check_refusals(cpe_dm_hndl handle) {
     CHECK_EQ(cpe_dm_init(nullptr, nullptr, on_event), CPE_DM_ERR_INVALID_PARAM);
 }
 
-/* A module of this process's own: it is registered, answers, delivers an event, and is taken down. */
+/* Initialises the module in this process, calls operations, receives an event, and de-initialises the module. */
 void check_own_module() {
     cpe_dm_hndl handle = nullptr;
     const cpe_dm_info ind = {CPE_DM_INFO_TYPE_IND, CPE_DM_IND_LTE_RSRP, CPE_DM_VALUE_INT64, {.i64_val = 1}, 0};
@@ -120,7 +120,7 @@ struct Child : testing::Test {
     }
 };
 
-/* The first operation of a process asks the system to report forks. If the system refuses, the operation fails. */
+/* The first operation of a process calls pthread_atfork. When pthread_atfork fails, the operation fails. */
 TEST_F(Child, IsNotGoneUnnoticed) {
     fault_arm("pthread_atfork", 1);
     EXPECT_EQ(cpe_dm_init(&handle, nullptr, on_event), CPE_DM_ERR_FAILURE);
@@ -136,7 +136,7 @@ TEST_F(Child, OfARegisteredParent) {
     EXPECT_EQ(in_child([&] {
                   check_refusals(handle);
                   check_own_module();
-                  // The parent's client and notifier were left alone.
+                  // The child has not released the parent's client and notifier.
                   CHECK_EQ(fake_clients(), clients);
                   faults += in_child([&] {
                       check_refusals(handle);
@@ -151,7 +151,7 @@ TEST_F(Child, OfARegisteredParent) {
     EXPECT_EQ(faults, "");
 }
 
-/* Forks while another thread is inside the operation and holds the lock. */
+/* Forks while another thread is inside `operation` and holds the module's lock. */
 void child_meets(const std::function<void()> &operation) {
     std::latch inside(1);
     std::latch go(1);
@@ -188,7 +188,7 @@ TEST_F(Child, OfAParentInsideInit) {
     EXPECT_EQ(cpe_dm_deinit(handle), 0);
 }
 
-/* Connects after a notifier could not be released, and so uses up the spare block for notifiers. */
+/* Makes the release of a notifier fail, so that the next initialisation uses the spare OS-parameter block. */
 void connect_on_the_spare_block() {
     cpe_dm_hndl handle = nullptr;
     fake_answer(ZEB_NAS_INDICATION_REGISTER, zeb_nas_resp_header{1, 3});
@@ -199,7 +199,7 @@ void connect_on_the_spare_block() {
     }
 }
 
-/* The last test, because the parent has no spare block from here on. */
+/* This test stands last, because it leaves the parent without a spare block. */
 TEST_F(Child, HasASpareBlock) {
     connect_on_the_spare_block();
     EXPECT_EQ(in_child(connect_on_the_spare_block), "");

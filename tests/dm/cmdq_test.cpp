@@ -19,7 +19,7 @@ std::vector<std::string> events;
 std::binary_semaphore entered{0};
 std::binary_semaphore go{0};
 
-/* The number of a command, to which its data points. A command records this number when it runs. */
+/* The data of a command points to the number of the command. The functions below append this number to `events`. */
 std::string number(const void *data) {
     return std::to_string(static_cast<const int *>(data)[0]);
 }
@@ -29,7 +29,7 @@ void execute(cpe_dm_cmd *cmd, void *data) {
     events.push_back("x" + number(data));
 }
 
-/* Keeps the command thread until the test lets it go. */
+/* Keeps the command thread busy until the test releases `go`. */
 void execute_blocked(cpe_dm_cmd *cmd, void *data) {
     entered.release();
     go.acquire();
@@ -38,7 +38,7 @@ void execute_blocked(cpe_dm_cmd *cmd, void *data) {
 
 void release(cpe_dm_cmd *, void *data) {
     events.push_back("f" + number(data));
-    // The queue's mutex is free during free_f.
+    // The queue must not hold its mutex while it calls free_f.
     EXPECT_EQ(pthread_mutex_trylock(&queue->mutex), 0);
     pthread_mutex_unlock(&queue->mutex);
 }
@@ -78,7 +78,7 @@ struct Cmdq : testing::Test {
         events.clear();
     }
 
-    /* Queues command 0, which keeps the command thread until go is released. */
+    /* Queues command 0, which keeps the command thread busy until the test releases `go`. */
     static void block() {
         ASSERT_EQ(cpe_dm_cmdq_enq(queue, command(0, execute_blocked)), 0);
         entered.acquire();
@@ -142,7 +142,7 @@ TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
     EXPECT_EQ(joined(), "x1 f1 ");
 }
 
-/* Every call that fails makes the function return -1, and the queue stays as it was. */
+/* When a call inside one of the queue's functions fails, the function returns -1 and leaves the queue as it was. */
 TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
     const auto check = [](int64_t (*function)(), std::initializer_list<const char *> points) {
         for (const char *point : points) {
@@ -154,7 +154,7 @@ TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
     };
     check([] { return reinterpret_cast<int64_t>(cpe_dm_cmdthrd_main(queue)); },
           {"pthread_cond_wait", "pthread_mutex_lock"});
-    queue->ended = 0; // the command thread goes on
+    queue->ended = 0; // the calls above have set this flag, but the command thread still runs
     check([] { return int64_t{cpe_dm_cmdq_enq(queue, command(1))}; },
           {"calloc", "pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"});
     check([] { return int64_t{cpe_dm_cmdq_flush(queue)}; }, {"pthread_mutex_lock", "pthread_mutex_unlock"});
@@ -165,8 +165,8 @@ TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
           {"calloc", "pthread_mutex_init", "pthread_cond_init", "pthread_create"});
 }
 
-/* The thread ends on an error. The command that the thread had taken out is released, and so is a command queued
- * later. */
+/* The command thread ends when it meets a command without a function. This command is released all the same, and so is
+ * a command that is queued later. */
 TEST_F(Cmdq, TheThreadEndsOnAnError) {
     block();
     cpe_dm_cmdq_enq(queue, command(1));
@@ -179,7 +179,7 @@ TEST_F(Cmdq, TheThreadEndsOnAnError) {
     EXPECT_EQ(joined(), "x0 f0 f1 f2 ");
 }
 
-/* When the thread may not have seen a stop request, the queue takes the request back, and the caller can ask again. */
+/* When the command thread may not have seen a stop request, cpe_dm_cmdq_deinit takes it back, and the queue goes on. */
 TEST_F(Cmdq, AStopThatFailsIsTakenBack) {
     for (const char *point : {"pthread_mutex_lock", "pthread_cond_signal", "pthread_mutex_unlock"}) {
         ASSERT_TRUE(fault_settle());
@@ -212,8 +212,8 @@ TEST_F(Cmdq, NullQueue) {
               "E Command thread not initialized\n\n");
 }
 
-/* Producers queue faster than the thread runs commands, and the queue is set up and taken down again and again. Each
- * command is released once and run at most once, and no memory is kept. */
+/* Producers queue commands faster than the command thread runs them, and the queue is initialised and de-initialised
+ * again and again. Each command is released once and run at most once, and no memory leaks. */
 TEST(CmdqStorm, ManyProducers) {
     static std::atomic<int> executed;
     static std::atomic<int> released;

@@ -1,11 +1,10 @@
-/* Plays a session with the module on the scripted platform. The argument is the subject of the session. The lines of
- * the session come from standard input; the table `commands` at the end has all kinds of lines.
+/* Plays a session with the module on the scripted platform. The argument is the subject of the session. Standard input
+ * has the lines of the session; the table `commands` near the end of this file has all kinds of lines.
  *
- * Prints what the session shows. The line of an operation has its status, the values it gave behind "=", the messages
- * it sent behind "->", and how many info (I) and error (E) lines it logged. Successive operations that have all of this
- * in common share one line. Below the line stand the events delivered, and those requests and log lines that were not
- * printed before. A request is printed with the sizes of message and response, its timeout, and the fields that are not
- * 0. */
+ * Prints a line for each operation: its status, behind "=" its values, behind "->" the messages that it sent, and how
+ * many info (I) and error (E) lines it logged. Successive operations with the same outcome share one line. Below it
+ * stand the events delivered, and the requests and log lines that were not printed before. A request is printed with
+ * the sizes of message and response, its timeout, and the fields that are not 0. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -27,11 +26,11 @@
 static cpe_dm_hndl handle;
 static std::string events;
 
-/* quiet holds back all text, quiet_log only log lines. Text that is held back counts as printed, so it does not show
- * later. */
+/* `quiet` holds back all text, `quiet_log` only log lines. Text that is held back counts as printed, so it is not
+ * printed later either. */
 static bool quiet, quiet_log;
 
-/* The operations that are to share the next line, and the text that stands behind them on this line. */
+/* `titles` has the operations that share the line printed next. `outcome` has the text that follows them. */
 static std::string titles, outcome;
 
 static void print_pending() {
@@ -44,7 +43,7 @@ static void heading(const char *text) {
     printf("%s", quiet ? "" : (std::string(text) + "\n").c_str());
 }
 
-/* A field of a request. */
+/* The name and the place of a field in a request. */
 struct field {
     const char *name;
     size_t offset, size;
@@ -90,7 +89,7 @@ static std::string text_of(fake_request request) {
     return text;
 }
 
-/* Shows what happened since the last call: the result of the line, and the requests, events and log lines. */
+/* Shows what an operation led to: its `result`, and the requests, events and log lines since the last call. */
 static void show(const std::string &title, const std::string &result) {
     static std::set<std::string> seen;
     std::string line = result, below = std::exchange(events, {});
@@ -123,16 +122,16 @@ template <typename... Numbers> static std::string words(const char *first, Numbe
     return text;
 }
 
-/* A number from a record of the caller. "kept" if the module has left the number alone: records are filled with bytes
- * of 7 before the module gets them. */
+/* The text of a number in a record that the module had to fill in, or "kept" when the module has not written the
+ * number. Before the module gets a record, all bytes of the record are set to 7. */
 template <typename T> static std::string kept_or(T number) {
     T sevens;
     memset(&sevens, 7, sizeof(sevens));
     return number == sevens ? "kept" : std::to_string(number);
 }
 
-/* The text of a list: its length len, and its first len entries. A list longer than `longest` shows only the first and
- * the last entry. */
+/* The text of a list: `len`, and the first `len` entries. Of more than `longest` entries only the first and the last
+ * are shown. */
 template <typename T, size_t N, typename Text>
 static std::string list_of(const T (&list)[N], uint32_t len, Text text, size_t longest = 3) {
     std::string result = kept_or(len) + " {";
@@ -144,8 +143,7 @@ static std::string list_of(const T (&list)[N], uint32_t len, Text text, size_t l
     return result + "}";
 }
 
-/* A value with its validity flag. A valid value shows. An invalid value should be 0, and shows only when it is not
- * 0. */
+/* The text of a value with a valid flag. A value that is not valid should be 0, and is shown only when it is not 0. */
 static std::string flagged(const char *name, uint8_t valid, const std::string &text) {
     if (valid == 0 && (text == "0" || text == "0 {}")) {
         return "";
@@ -239,8 +237,8 @@ static std::string value_of(const cpe_dm_info &info) {
 }
 
 static void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
-    // Fills the stack with a pattern. If the module copied bytes of its stack into a record, the next event would show
-    // the pattern.
+    // Fills the stack with a pattern. If the module copies uninitialised bytes of its stack into a record, the next
+    // event shows the pattern.
     volatile char stack[8192];
     std::fill(std::begin(stack), std::end(stack), 'x');
     events += "  " + event_name(*info) + " " + value_of(*info) + (user_data == &handle ? "\n" : " ?\n");
@@ -373,8 +371,8 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-/* A scan result in which every list claims the length len, whatever room it has. Beside an LTE list the NR 5G list is
- * only half as long. */
+/* A scan result in which every list gives `len` as its length, even when its array is shorter. When there is an LTE
+ * list, the NR 5G list has only half of this length. */
 static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
     scan.scan_status = status;
@@ -396,8 +394,8 @@ static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_
     return scan;
 }
 
-/* System information. The first two numbers are the LTE service status and the PCI of the NR 5G cell, a third is the
- * service status of NR 5G itself. Without numbers nothing is reported. */
+/* System information. args[0] is the LTE service status, args[1] the PCI of the NR 5G cell, and args[2], which may be
+ * missing, the NR 5G service status. Without numbers nothing is reported. */
 static zeb_nas_sys_info_resp sys_info(const numbers &args) {
     zeb_nas_sys_info_resp resp = {};
     if (!args.empty()) {
@@ -416,7 +414,7 @@ template <typename T> static void indicate(const std::string &line, uint32_t msg
     show(line, delivered ? "delivered" : "nobody there");
 }
 
-/* Sets the answers of the modem: either all report everything, or all but the system information report nothing. */
+/* Sets the modem's answers. With `full` they report everything, otherwise only the system information. */
 static void set_answers(bool full) {
     const zeb_nas_tx_rx_info_resp tx = {{}, 1, INT32_MIN, {}};
     fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info());
@@ -428,7 +426,7 @@ static void set_answers(bool full) {
     fake_default(ZEB_NAS_GET_NR5G_CELL_LOCK_LIST, full ? nr5g_lock(false, 2) : zeb_nas_nr5g_cell_lock_list_resp{});
 }
 
-/* Gives all lists of the answers the length args[0]. From here on log lines are no longer shown. */
+/* Sets the length of all lists in the modem's answers to args[0]. From here on log lines are no longer printed. */
 static void set_counts(const std::string &, const numbers &args) {
     const uint32_t len = u32(args[0]);
     quiet_log = true;
@@ -451,7 +449,7 @@ static void signal_in_part(const std::string &line, const numbers &args) {
     indicate(line, ZEB_NAS_SIG_INFO_IND, info);
 }
 
-/* Signal values for the next query. The numbers are the validity of LTE, of NR 5G and of the RSRQ of NR 5G. */
+/* Sets the answer to the next query of signal values. The numbers are the valid flags of LTE, NR 5G and NR 5G RSRQ. */
 static void answer_signal(const std::string &, const numbers &valid) {
     zeb_nas_sig_info_resp resp = {{}, sig_info(-95)};
     resp.info.lte_sig_info_valid = static_cast<uint8_t>(valid[0]);
@@ -460,7 +458,7 @@ static void answer_signal(const std::string &, const numbers &valid) {
     fake_answer(ZEB_NAS_GET_SIG_INFO, resp);
 }
 
-/* The system information changes while a CQI request is under way, so between the two requests of a CQI query. */
+/* Changes the system information while a CQI request is answered, that is, between the two requests of a CQI query. */
 static void change_on_cqi(const std::string &, const numbers &args) {
     fake_on_request([args](uint32_t msg_id) {
         if (msg_id == ZEB_NAS_GET_CQI_INFO) {
@@ -469,7 +467,7 @@ static void change_on_cqi(const std::string &, const numbers &args) {
     });
 }
 
-/* Marks a scan as requested while a list is being processed, as another thread could do. */
+/* Marks an NR 5G scan as requested while a list of metrics is read, as if another thread had requested the scan. */
 static void scan_on_signal(const std::string &, const numbers &) {
     fake_on_request([](uint32_t msg_id) { cpe_dm_state.nr5g_scan_request |= msg_id == ZEB_NAS_GET_SIG_INFO; });
 }
@@ -483,15 +481,13 @@ static std::string scan_word(uint32_t lte_valid) {
     return lte_valid == 1 ? "both" : "nr5g";
 }
 
-/* One kind of line: the function that plays it, and the function that gives the words in which the line's numbers may
- * be written. */
+/* One kind of line. `play` plays the line. `word`, if not null, returns the word that may stand for a number. */
 struct command {
     std::function<void(const std::string &line, const numbers &args)> play;
     std::string (*word)(uint32_t number) = nullptr;
 };
 
-/* The kinds of lines: the operations of the module, the indications of the modem, and the answers that the modem gives
- * from then on. */
+/* All kinds of lines: operations of the module, indications of the modem, and settings of the modem's later answers. */
 static const std::map<std::string, command> commands = {
     {"get", {get, metric_word}},
     {"each", {get_each, metric_word}},
@@ -547,7 +543,7 @@ static const std::map<std::string, command> commands = {
     exit(EXIT_FAILURE);
 }
 
-/* The number that the text is, or the number that has this text as its word. */
+/* The number that `text` is, or the number for which `text` is the word. */
 static int64_t number_of(int line_number, const std::string &text, const command &command) {
     char *end = nullptr;
     const int64_t number = strtoll(text.c_str(), &end, 0);

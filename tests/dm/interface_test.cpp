@@ -21,7 +21,7 @@ namespace {
 
 std::deque<int> draws;
 
-/* Where on_event puts the IDs of the indications that come; null while none may come. */
+/* Where on_event puts the IDs of the events; null while no event is expected. */
 std::set<uint32_t> *events;
 
 void on_event(cpe_dm_hndl, cpe_dm_info *info, void *) {
@@ -105,7 +105,7 @@ TEST_F(Interface, EntryChecks) {
     EXPECT_EQ(cpe_dm_set_ctrl_info(handle, &ind), CPE_DM_ERR_NOT_SUPPORTED);
     EXPECT_TRUE(logged("E Setting diagnostic control information for metric[1] - not supported!!"));
 
-    // After a de-initialisation that failed half-way, the handle still matches.
+    // After a de-initialisation that failed half-way, all operations return CPE_DM_ERR_NOT_INITIALIZED for the handle.
     cpe_dm_state.ind_info.reg_status = cpe_dm_state.ind_info.nr5g_sinr.valid = 1;
     cpe_dm_state.lte_scan_request = cpe_dm_state.nr5g_scan_ongoing = cpe_dm_state.nr5g_nbr_rsrp = 1;
     fault_arm("zeb_client_release", 1);
@@ -122,8 +122,8 @@ TEST_F(Interface, EntryChecks) {
     EXPECT_EQ(state.lte_scan_request + state.nr5g_scan_ongoing + state.nr5g_nbr_rsrp, 0);
 }
 
-/* Every metric that there is gives what its description says when the modem reports all fields, and a line for errors
- * when the modem reports none. */
+/* When the modem reports all fields, every metric has the value type of its description. When the modem reports no
+ * field, every metric is unavailable, and an error is logged. */
 TEST_F(Interface, EveryMetricIsServed) {
     for (uint32_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         const cpe_dm_metric_desc *metric = cpe_dm_metric_by_id(id);
@@ -146,19 +146,19 @@ TEST_F(Interface, EveryMetricIsServed) {
             EXPECT_NE(info.value.i64_val, 0);
             EXPECT_TRUE(logged("[" + std::to_string(info.value.i64_val) + "]"));
         }
-        if (type == CPE_DM_VALUE_NONE) { // a neighbour's, which starts a scan
+        if (type == CPE_DM_VALUE_NONE) { // a neighbour metric, which starts a scan
             EXPECT_EQ(cpe_dm_state.lte_scan_request, metric->tech == CPE_DM_TECH_LTE);
             cpe_dm_state.lte_scan_request = cpe_dm_state.nr5g_scan_request = 0;
         } else if (id != CPE_DM_METRIC_REG_STATUS) {
             fake_default(ZEB_NAS_GET_SYS_INFO, fake_sys_info(ZEB_NAS_SRV_STATUS_SRV, 0));
             fake_report_all(false);
             EXPECT_EQ(cpe_dm_get_info(handle, &info), CPE_DM_ERR_INFO_UNAVAILABLE);
-            EXPECT_TRUE(logged("\nE ")); // behind the lines of the query
+            EXPECT_TRUE(logged("\nE ")); // the error line follows the lines of the query
         }
     }
 }
 
-/* Every indication that there is can be set, is asked of the modem, listed and delivered. */
+/* Every indication can be set, is requested from the modem, is listed, and is delivered. */
 TEST_F(Interface, EveryIndicationIsServed) {
     zeb_nas_sig_info signal;
     memset(&signal, 1, sizeof(signal));
@@ -223,7 +223,7 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         EXPECT_EQ(cpe_dm_deinit(handle), CPE_DM_ERR_FAILURE);
         EXPECT_TRUE(logged(notifier ? "E Releasing the ZEB NAS notifier handle failed with status[-1]"
                                     : "E Releasing the ZEB NAS client handle failed with status[-1]"));
-        // An event that still comes is refused.
+        // An indication that comes after the failed de-initialisation is refused.
         fake_indicate(ZEB_NAS_SIG_INFO_IND, zeb_nas_sig_info{});
         EXPECT_TRUE(logged("E Diagnostic monitor module is not initialized!!"));
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
@@ -237,7 +237,8 @@ TEST_F(Interface, DeinitFailsHalfWay) {
         EXPECT_EQ(fake_clients(), 0);
         ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
     }
-    // A queue that cannot be stopped, and a lock that cannot be taken again after the queue was stopped.
+    // A de-initialisation also fails when the queue cannot be stopped, or when the lock cannot be taken again
+    // afterwards.
     for (const auto &[point, nth] : {std::pair("pthread_cond_signal", 1), std::pair("pthread_mutex_lock", 3)}) {
         ASSERT_TRUE(fault_settle());
         fault_arm(point, nth, true);
@@ -295,7 +296,8 @@ TEST_F(Interface, NothingOfTheConnectionWithoutOne) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* Records and IDs that no option line of the client can produce. */
+/* Requests that no option line of the client can produce: without a record for the value, or with an ID that has no
+ * value. */
 TEST_F(Interface, RecordsOfAnyKind) {
     for (uint32_t id : {16U, 17U, 33U, 34U}) {
         cpe_dm_info info = record(CPE_DM_INFO_TYPE_REQUEST, id);
@@ -311,8 +313,8 @@ TEST_F(Interface, RecordsOfAnyKind) {
     cpe_dm_state.lte_scan_request = 0;
 }
 
-/* What no transcript shows of the records inside the module: flags are 0 or 1, and nothing of one answer stays for the
- * next one. */
+/* The records inside the module, which no transcript shows: a flag is 0 or 1, and no value of an answer is left over
+ * for the next answer. */
 TEST_F(Interface, RecordsInsideTheModule) {
     const cpe_dm_state_record &state = cpe_dm_state;
     ASSERT_EQ(cpe_dm_deinit(handle), 0);
@@ -393,13 +395,13 @@ TEST_F(Interface, Posting) {
     cpe_dm_process_nas_msg(&cmd, &empty);
     EXPECT_TRUE(logged("E Invalid params - cmd[(nil)], zeb_async_data["));
     cpe_dm_free_nas_msg(nullptr, nullptr);
-    // The module goes down while a message waits for the lock, and before a message comes to the lock.
+    // `initialized` is cleared while one message waits for the lock, and before another message asks for the lock.
     zeb_async_data unknown = {0x99, &empty};
     ASSERT_TRUE(fault_settle());
     ASSERT_EQ(pthread_mutex_lock(&cpe_dm_lock), 0);
     fault_arm("pthread_mutex_lock", 1000);
     std::thread waiting([&] { cpe_dm_process_nas_msg(&cmd, &unknown); });
-    while (fault_calls() < 1) { // until the message is at the lock
+    while (fault_calls() < 1) { // until the thread asks for the lock
         std::this_thread::yield();
     }
     std::atomic_ref(cpe_dm_state.initialized).store(0);
@@ -414,8 +416,8 @@ TEST_F(Interface, Posting) {
 std::binary_semaphore entered{0};
 std::binary_semaphore go{0};
 
-/* An operation that is called while the queue is taken down waits, and then finds the module down. An initialisation
- * waits as well, and then succeeds. */
+/* An operation that is called while the queue is being taken down waits, and then finds that the module is no longer
+ * initialised. An initialisation waits as well, and then succeeds. */
 TEST_F(Interface, OperationsWaitForADeinit) {
     static cpe_dm_cmd blocker = {[](cpe_dm_cmd *, void *) {
                                      entered.release();
@@ -445,7 +447,7 @@ TEST_F(Interface, OperationsWaitForADeinit) {
         EXPECT_EQ(cpe_dm_init(&next, nullptr, on_event), 0);
         returned++;
     });
-    while (fault_calls() < 2) { // until both wait
+    while (fault_calls() < 2) { // until both threads wait
         std::this_thread::yield();
     }
     EXPECT_EQ(returned, 0);
@@ -460,14 +462,14 @@ TEST_F(Interface, OperationsWaitForADeinit) {
     handle = next;
 }
 
-/* A de-initialisation waits for a thread that is posting before it takes the queue down. */
+/* A de-initialisation does not take the queue down while another thread is posting a message. */
 TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_TRUE(fault_settle());
     std::atomic<bool> down{false};
     ASSERT_EQ(pthread_mutex_lock(&cpe_dm_state.cmdq.mutex), 0);
     fault_arm("pthread_mutex_lock", 1000);
     std::thread poster([] { EXPECT_EQ(cpe_dm_post_nas_msg(0x51, calloc(1, sizeof(zeb_nas_sig_info))), 0); });
-    while (fault_calls() < 1) { // until the poster is at the queue
+    while (fault_calls() < 1) { // until the thread asks for the queue's mutex
         std::this_thread::yield();
     }
     std::thread deinit([&] {
@@ -477,7 +479,7 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     while (cpe_dm_is_initialized()) {
         std::this_thread::yield();
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // time for a wrong de-initialisation to end
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // enough for a de-initialisation that does not wait
     EXPECT_FALSE(down);
     pthread_mutex_unlock(&cpe_dm_state.cmdq.mutex);
     poster.join();
@@ -485,8 +487,8 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* A notifier that could not be released keeps its block for ever. The next notifier gets the spare block, and there is
- * no block for a third. This test stands last, because the notifier that it leaves behind stays in the process. */
+/* A notifier that could not be released keeps its OS-parameter block for ever. The next notifier gets the spare block,
+ * and there is no block for a third. This test stands last, because it leaves such a notifier behind. */
 TEST_F(Interface, ANotifierKeepsItsBlock) {
     const zeb_nas_resp_header refused = {1, 3};
     const char *const releasing = "E Releasing the ZEB NAS notifier handle failed with status[-1]\n";
@@ -498,13 +500,13 @@ TEST_F(Interface, ANotifierKeepsItsBlock) {
         int clients;
         const char *line;
     } steps[] = {
-        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // lost
-        {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // the block is released late
-        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // a second one is lost
-        {false, true, CPE_DM_SUCCESS, 3, releasing},     // the lost one is forgotten, its successor gets the spare
-        {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // that one is lost too
-        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // no block is left
-        {false, false, CPE_DM_SUCCESS, 3, nullptr},      // the block is released late
+        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // the notifier is lost
+        {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // the lost notifier is released after all
+        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // another notifier is lost
+        {false, true, CPE_DM_SUCCESS, 3, releasing},     // it is given up, the next one gets the spare block
+        {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // the notifier on the spare block is lost
+        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // its release fails again, and there is no third block
+        {false, false, CPE_DM_SUCCESS, 3, nullptr},      // the lost notifier is released after all
     };
     for (const auto &step : steps) {
         const auto number = &step - steps;

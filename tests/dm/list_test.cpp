@@ -12,7 +12,7 @@ namespace {
 
 char names[] = "abcdefgh";
 
-/* A list whose elements are the letters of the text, with its tail. */
+/* A list whose nodes point to the letters of a text. `tail` is the last node, or the head of an empty list. */
 struct letters {
     cpe_dm_dll_node *head = cpe_dm_dll_init(nullptr);
     cpe_dm_dll_node *tail = head;
@@ -26,7 +26,7 @@ struct letters {
     letters(const letters &) = delete;
     letters &operator=(const letters &) = delete;
 
-    /* The letters are static, so they are taken out of the nodes before the list is destroyed. */
+    /* Takes the letters, which are static, out of the nodes, because cpe_dm_dll_destroy frees the data of all nodes. */
     ~letters() {
         for (cpe_dm_dll_node *node = head; node != nullptr; node = node->next) {
             node->data = nullptr;
@@ -34,7 +34,7 @@ struct letters {
         cpe_dm_dll_destroy(head);
     }
 
-    /* The letters in order, with "!" where a link back or the tail is wrong. */
+    /* The letters in order, with "!" behind a node whose `prev` is wrong, and at the end when `tail` is wrong. */
     std::string text() const {
         std::string result;
         void *data = nullptr;
@@ -108,7 +108,7 @@ TEST(List, DeleteByKeyAndByNode) {
 
 cpe_dm_dll_node *grown;
 
-/* Compares letters. On a match links a new node behind the node `grown`. */
+/* Compares letters. When they are equal, links a new node behind the node `grown`. */
 int32_t grow(const void *key, const void *data) {
     const int32_t difference = same_letter(key, data);
     if (difference == 0) {
@@ -155,7 +155,7 @@ TEST(List, NullArgumentsAndLackOfMemory) {
     EXPECT_EQ(cpe_dm_dll_init(nullptr), nullptr);
     EXPECT_EQ(cpe_dm_dll_enqueue(list.head, nullptr, names), cpe_dm_dll_insert(list.head, nullptr, names, 0));
     fault_clear();
-    // The destroyed part of the list is two allocations: a node and its data.
+    // The part of the list that is destroyed has two allocations: a node and its data.
     cpe_dm_dll_enqueue(list.head, nullptr, calloc(1, 8));
     const size_t live = fault_live_allocations();
     cpe_dm_dll_destroy(std::exchange(list.tail->next, nullptr));

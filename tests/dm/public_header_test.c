@@ -1,5 +1,5 @@
-/* The public header, compiled as C: the layout of its records, which is the same on 32 and 64 bits, and every operation
- * with its parameter types. */
+/* Compiles the public headers as C. Tests the layout of the records, which is the same on 32-bit and 64-bit machines,
+ * calls every operation without a handle, and checks the names. */
 #include "cpe_dm.h"
 #include "cpe_dm_text.h"
 
@@ -10,8 +10,8 @@
 #define SIZE(type, bytes)          static_assert(sizeof(type) == (bytes), #type)
 #define OFFSET(type, field, bytes) static_assert(offsetof(type, field) == (bytes), #type "." #field)
 
-/* The numbers of the constants. The numbers of the IDs are not tested here: they show in the transcripts of module and
- * client. */
+/* The values of the constants. The values of the metric and indication IDs are not tested here: the transcripts of the
+ * module and the client show them. */
 static_assert(CPE_DM_SUCCESS == 0 && CPE_DM_ERR_FAILURE == -1 && CPE_DM_ERR_INVALID_PARAM == -2 &&
                   CPE_DM_ERR_NO_MEMORY == -3 && CPE_DM_ERR_LIST_TOO_SMALL == -4 && CPE_DM_ERR_SCAN_ONGOING == -5 &&
                   CPE_DM_ERR_NOT_SUPPORTED == -7 && CPE_DM_ERR_NOT_INITIALIZED == -12 &&

@@ -1,5 +1,5 @@
-/* Indications of all kinds come on the framework's thread, while two threads call operations and a third initialises
- * and de-initialises. */
+/* Indications of all kinds come on the framework's thread. At the same time two threads call operations, and a third
+ * thread initialises and de-initialises the module. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -13,11 +13,11 @@ namespace {
 
 constexpr int indications = 30000;
 
-/* The current handle. The thread that initialises stores it for the other threads. */
+/* The current handle. The thread that initialises the module stores the handle here for the other threads. */
 std::atomic<cpe_dm_hndl> handle;
 std::atomic<bool> over;
 
-/* Written by the command thread. come_and_go also writes last_value, but only while there is no command thread. */
+/* The command thread writes these. come_and_go also writes last_value, but only while there is no command thread. */
 int32_t last_value;
 int callbacks;
 int out_of_order;
@@ -38,8 +38,8 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
     free(info);
 }
 
-/* Repeats the indication until a client is connected and takes it. The module itself may or may not be initialised
- * then. */
+/* Sends the indication again and again until the module has a client that receives it. At this moment the module may be
+ * initialised or not. */
 template <typename T> void indicate(uint32_t msg_id, const T &message) {
     while (!fake_indicate(msg_id, message)) {
         std::this_thread::yield();
@@ -57,7 +57,7 @@ void indicate_all() {
         zeb_nas_scan_result_ind scan = {};
         scan.scan_status = i % 3 == 0;
         indicate(ZEB_NAS_SCAN_RESULT_IND, scan);
-        // A pause for the other threads, so that the indications meet the module in all its states.
+        // The pause lets the other threads work, so that the indications meet the module in all its states.
         if (i % 100 == 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(2));
         }
@@ -102,7 +102,7 @@ TEST(Storm, EverythingAtOnce) {
     for (std::thread &thread : threads) {
         thread.join();
     }
-    EXPECT_GT(callbacks, 100); // some ten thousand on a quiet machine
+    EXPECT_GT(callbacks, 100); // on a quiet machine there are some ten thousand
     EXPECT_EQ(out_of_order, 0);
     EXPECT_EQ(fault_live_allocations(), 0U);
     EXPECT_EQ(fake_clients(), 0);

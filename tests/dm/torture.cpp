@@ -1,12 +1,12 @@
 /* Plays a session that uses every operation and every kind of event, again and again, with calls that fail.
  *
- * Normally one call fails in each session, and each call that can fail gets its session. Prints how these sessions
- * differ from the session without a fault: in statuses, error lines and events. Each difference is printed once, with
- * the steps in which the call failed; "..." stands for the name of such a step. The output does not say how many calls
- * there are, so that it stays the same when the module makes one more call that fails like another one.
+ * Without an argument, one call fails in each session, and there is one session for each call that can fail. Prints how
+ * these sessions differ from the session without a fault: in statuses, error lines and events. Each difference is
+ * printed once, with all steps whose failed call led to it; "..." stands for the name of the step. The output does not
+ * say how many calls there are, so it stays the same when the module makes one more call that fails like another.
  *
- * With the argument "onwards", all calls fail from the nth on. After each session the module must come up and go down
- * again and leave nothing behind. */
+ * With the argument "onwards", the nth call and all later calls fail, for each n. After each session it must be
+ * possible to initialise and de-initialise the module, and nothing may be left behind. */
 #include "cpe_dm_interface.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -119,7 +119,7 @@ const struct {
              {"deinit", deinit}};
 constexpr size_t step_cnt = sizeof(steps) / sizeof(steps[0]);
 
-/* Only the error lines of a log, each after a bar. */
+/* The error lines of a log, each after " | ". */
 std::string errors(const std::string &log) {
     std::string result;
     for (size_t start = 0, end = 0; (end = log.find('\n', start)) != std::string::npos; start = end + 1) {
@@ -130,7 +130,7 @@ std::string errors(const std::string &log) {
     return result;
 }
 
-/* The visible outcome of each step, and the first step in which a call failed. */
+/* The visible outcome of each step, and the first step in which a call failed; step_cnt when no call failed. */
 struct played {
     std::vector<std::string> outcomes;
     size_t fault_step;
@@ -151,7 +151,7 @@ played session(int settle_ms) {
     return result;
 }
 
-/* Whether the module, without faults, comes up and goes down and then has no memory left. */
+/* Ends the faults. Returns whether the module can then be initialised and de-initialised without a memory leak. */
 bool recovers() {
     fault_clear();
     cpe_dm_deinit(handle);
@@ -169,7 +169,7 @@ using differences = std::vector<std::pair<std::string, std::vector<std::string>>
 void note(differences &found, const played &result, const std::vector<std::string> &expected) {
     const std::string step = steps[result.fault_step].name;
     std::string what;
-    // If the module did not come up, every other step is refused, so only the first step is compared.
+    // If the module could not be initialised, every later step is refused, so only the first step is compared.
     const bool up = result.outcomes[0].starts_with("init 0");
     for (size_t i = 0; i < (up ? step_cnt : 1); i++) {
         const std::string &outcome = result.outcomes[i];

@@ -1,5 +1,5 @@
-/* The turns at the module's lock. Operations go in the order of their calls, events go before operations, and neither
- * waits for ever. An operation called from the callback is refused. The command thread takes no signals. */
+/* The order in which threads get the module's lock. Operations go in the order of their calls, events go before
+ * operations, and neither waits for ever. Also: operations from the callback, and the command thread's signals. */
 #include "cpe_dm_interface.h"
 #include "cpe_dm_post.h"
 #include "fake_platform.h"
@@ -30,8 +30,8 @@ void wait_until(const std::function<bool()> &done) {
     }
 }
 
-/* Waits until this many calls of pthread_mutex_lock have begun since fault_arm("pthread_mutex_lock", ...). An operation
- * draws its turn before it makes this call, so its turn is fixed from here on. */
+/* Waits until `calls` calls of pthread_mutex_lock have begun since fault_arm("pthread_mutex_lock", ...). An operation
+ * gets its place in the order before it makes this call, so its place is fixed when this function returns. */
 void wait_for_calls(int calls) {
     wait_until([calls] { return fault_calls() >= calls; });
 }
@@ -70,13 +70,13 @@ struct Turns : testing::Test {
     }
 };
 
-/* Also after an operation has given up, with a renewed lock and without. */
+/* The order also holds after an operation has failed to take the lock. In round 1 the lock is also renewed. */
 TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     constexpr int operations = 8;
     static thread_local int number;
     for (int round = 0; round < 3; round++) {
         std::latch go(1);
-        std::vector<int> order; // of the operations, noted when their requests come, under the lock
+        std::vector<int> order; // the operations' numbers, in the order of their requests; guarded by the module's lock
         fake_on_request([&](uint32_t) {
             order.push_back(number);
             go.wait();
@@ -110,8 +110,8 @@ TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
 }
 
 /* Even when several threads call operations without a pause, an event waits for about one operation. On a busy machine
- * the command thread may not run in time and so miss a turn. For that reason the test counts the operations of all
- * events together. */
+ * the command thread may be late, so that a single event waits for more. So the test adds up, over all events, the
+ * operations that the events waited for. */
 TEST_F(Turns, EventsGoBetweenOperations) {
     constexpr int events = 40;
     std::atomic<int> begun{0};
@@ -144,8 +144,8 @@ TEST_F(Turns, EventsGoBetweenOperations) {
     EXPECT_LE(waited_for, 5 * events);
 }
 
-/* A delivery and an operation wait for the lock. The delivery goes first, whichever of the two came first, but after
- * sixteen deliveries in a row the operation does. */
+/* A delivery and an operation wait for the lock. The delivery goes first, whichever of the two has come first. After
+ * sixteen deliveries in a row the operation goes first. */
 TEST_F(Turns, AnOperationGoesAfterSixteenDeliveries) {
     std::string order; // written under the lock
     const std::function<void()> deliver = [&] {
@@ -179,7 +179,7 @@ TEST_F(Turns, AnOperationGoesAfterSixteenDeliveries) {
     }
 }
 
-/* An operation that cannot take the lock leaves no gap in the order. */
+/* When an operation cannot take the lock, the operations after it do not wait for it. */
 TEST_F(Turns, AnOperationWithoutTheLockIsSteppedOver) {
     std::latch go(1);
     fake_on_request([&](uint32_t) { go.wait(); });
@@ -199,8 +199,8 @@ TEST_F(Turns, AnOperationWithoutTheLockIsSteppedOver) {
     EXPECT_EQ(get_status(handle), 0);
 }
 
-/* Operations whose waits for their turn fail go out of order, but every operation and every event gets through, and so
- * does an operation after that. */
+/* When the waits of operations for their turn fail, the order of the operations is lost. All operations and events are
+ * still served, and so is an operation after the faults. */
 TEST_F(Turns, WaitsThatFailStopNobody) {
     constexpr int operations = 300;
     std::atomic<int> delivered{0};
@@ -266,7 +266,7 @@ TEST_F(Turns, TheCallbackIsRefused) {
     EXPECT_EQ(number, 1U) << "nothing that the callback asked for was done";
 }
 
-/* The command thread leaves signals to the program's own threads. */
+/* The command thread blocks all signals but those of its own faults, so that the program's threads take them. */
 TEST_F(Turns, TheCommandThreadTakesNoSignals) {
     std::atomic<bool> delivered{false};
     sigset_t mask = {};
@@ -286,7 +286,7 @@ TEST_F(Turns, TheCommandThreadTakesNoSignals) {
     for (int signal = 1; signal < SIGRTMAX; signal++) {
         const bool of_thread = signal == SIGSEGV || signal == SIGBUS || signal == SIGFPE || signal == SIGILL ||
                                signal == SIGTRAP || signal == SIGSYS || signal == SIGABRT;
-        const bool blocked = sigismember(&all, signal) == 1; // the system keeps some signals unblocked
+        const bool blocked = sigismember(&all, signal) == 1; // some signals cannot be blocked
         EXPECT_EQ(sigismember(&mask, signal) == 1, blocked && !of_thread) << signal;
         EXPECT_EQ(sigismember(&own, signal), 0) << signal;
     }

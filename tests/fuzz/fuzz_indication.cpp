@@ -1,6 +1,6 @@
-/* Encoded indications through the platform's decoder, the module's event processing and the client's callback. The
- * first byte of the input says which message it is, what the user had asked for, and whether the rest is an encoded
- * message or only the structure in one. */
+/* Feeds indications to the platform's decoder, the module's event processing and the client's callback. The first byte
+ * of the input selects the message, whether an LTE scan is outstanding, and whether the other bytes are an encoded
+ * message or a structure that is encoded first. */
 #include "cpe_dm_client_callback.h"
 #include "cpe_dm_interface.h"
 #include "cpe_dm_zeb_nas.h"
@@ -13,7 +13,7 @@
 
 static zeb_client_handle client;
 
-/* The bits of the first byte. */
+/* Masks for the first byte of the input. */
 constexpr int SELECT_MESSAGE = 3, SELECT_STRUCTURE = 4, SELECT_LTE_SCAN = 8;
 
 extern "C" int LLVMFuzzerInitialize(int *, char ***) {
@@ -27,7 +27,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***) {
     return ok ? 0 : 1;
 }
 
-/* Everything that the user can have asked for, so that every field of a message counts. */
+/* Sets the module's state as if the user had asked for everything, so that the module uses every field of a message. */
 static void ask_for_all(bool lte_scan) {
     cpe_dm_guard guard;
     cpe_dm_lock_now(guard);

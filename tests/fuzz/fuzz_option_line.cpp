@@ -1,4 +1,4 @@
-/* Option lines of any kind through the client's parser and dispatcher and the module, against the scripted platform. */
+/* Feeds any option lines to the client's parser and dispatcher, which call the module on the scripted platform. */
 #include "cpe_dm_client_options.h"
 #include "fake_platform.h"
 #include "fault.h"
@@ -15,7 +15,7 @@ static void run(std::string line) {
     if (cpe_dm_client_parse(line.data(), &values) != 0 || values.count == 0) {
         return;
     }
-    // Long lists of indications take their time; those that no machine holds are refused and may stay.
+    // A long list takes time, so it is shortened. The client refuses a list that is too long for any memory.
     uint32_t &entries = values.value[1];
     if (values.value[0] == 5 && entries > 1000 && entries <= INT32_MAX / sizeof(uint32_t)) {
         entries = 1000;

@@ -1,5 +1,5 @@
-/* Recordings of any content through the reader and everything that zeb_recording does with one, and the same bytes as a
- * log that is redacted. */
+/* Feeds any bytes to the reader of recordings, and to everything that zeb_recording does with a recording. The same
+ * bytes are also redacted as a log. */
 #include "diff.h"
 #include "page.h"
 #include "redact.h"
@@ -13,7 +13,7 @@ static void check(bool holds) {
     }
 }
 
-/* The recording, and whether it could be read. */
+/* Reads a recording into `file`. Returns whether the recording could be read. */
 static bool read_entries(const std::string &text, session_file &file) {
     std::string error;
     const bool read = session_parse("fuzz", text, file, error);

@@ -1,4 +1,4 @@
-/* Scenario files of any content through the parser. */
+/* Feeds any bytes to the parser of scenario files. */
 #include "scenario.h"
 
 #include <cstdlib>

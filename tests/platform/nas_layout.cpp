@@ -1,4 +1,4 @@
-/* The offsets of the fields that zeb_nas_v01.h names, on every machine that the header is compiled for. */
+/* Checks the offsets of the fields named in zeb_nas_v01.h, which are the same on every machine. */
 #include "zeb_nas_v01.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-/* What the module may rely on in the platform, held against the stand-in. */
+/* Tests that the stand-in does what the module relies on in a platform. */
 #include "diag_msg.h"
 #include "scenario.h"
 #include "zeb_wire.h"
@@ -27,7 +27,7 @@ namespace {
 
 using text_list = std::vector<std::string>;
 
-/* How many allocations there are until one fails, that one included; 0: none fails. */
+/* The allocation that is to fail: 1 is the next allocation; 0: none. */
 std::atomic<int> failing_new;
 
 } // namespace
@@ -53,21 +53,21 @@ void sleep_ms(int ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));
 }
 
-/* A process has one modem, so each scenario is played in a child, which exits while the modem's threads run. */
+/* Runs `body` in a child process that has the scenario `toml`: a process has one modem, which ends with the process. */
 void with_scenario(const std::string &toml, const std::function<void()> &body) {
     const std::string path = testing::TempDir() + "platform_test_" + std::to_string(getpid());
     std::ofstream(path) << toml;
     fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
-        alarm(60); // a case that hangs fails
+        alarm(60); // ends a case that hangs; the status then is not 0
         setenv("ZEB_SCENARIO", path.c_str(), 1);
         body();
         exit(testing::Test::HasFailure() ? 1 : 0);
     }
     int status = -1;
     waitpid(child, &status, WUNTRACED);
-    if (WIFSTOPPED(status)) { // a case that wants to stand still for a while
+    if (WIFSTOPPED(status)) { // the case has stopped itself
         sleep_ms(6000);
         kill(child, SIGCONT);
         waitpid(child, &status, 0);
@@ -80,12 +80,12 @@ zeb_service_object nas() {
     return nas_get_service_object_internal_v01(1, 342, 6);
 }
 
-/* What a client was told. It has no lock on purpose: nobody may write to it any more once the client is released. */
+/* What a client was told. There is no lock on purpose: after the client's release nobody may write to it any more. */
 struct told {
     text_list lines;
     bool released = false;
     int pause_ms = 0;
-    sigset_t blocked = {}; // in the thread that told
+    sigset_t blocked = {}; // the signals that are blocked in the thread that called on_ind
 };
 
 template <typename T> T decoded(zeb_client_handle client, uint32_t id, const void *buf, uint32_t len, int32_t &status) {
@@ -122,7 +122,7 @@ void release(told &t, zeb_client_handle client) {
     t.released = true;
 }
 
-/* "result/error" of the response, or the status alone of a request that was not delivered. */
+/* Sends a request. Returns "result/error" of the response, or the status when the request fails. */
 template <typename Req>
 std::string send(zeb_client_handle c, uint32_t id, const Req &req,
                  std::vector<uint8_t> resp = std::vector<uint8_t>(8)) {
@@ -140,7 +140,8 @@ void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) 
     EXPECT_EQ(send(client, 0x6C, config), "0/0");
 }
 
-/* What a child of fork does with its parent's blocks and handles. Ends the child, with status 0 when all was right. */
+/* Runs in a child of fork. Checks that the parent's handle is refused, that the parent's block is free, and that the
+ * child gets indications and events. Exits with status 0 when all is right. */
 [[noreturn]] void child_of_fork(zeb_cci_os_params &os, zeb_client_handle parents) {
     alarm(60);
     static std::atomic<int> events = 0;
@@ -155,7 +156,7 @@ void watch(zeb_client_handle client, uint8_t sys_info, uint16_t lte_rsrp_delta) 
     config.lte_rsrp = {1, 1};
     while (send(client, 0x03, zeb_nas_indication_register_req{1, 1, 1, 1, {}}) != "0/0" ||
            send(client, 0x6C, config) != "0/0") {
-        sleep_ms(1); // the service has just gone
+        sleep_ms(1); // the scenario has taken the service away for a moment
     }
     while (events < 2) {
         sleep_ms(1);
@@ -238,7 +239,7 @@ TEST(Platform, SignalRaisedBeforeTheWaitIsNotLost) {
         EXPECT_EQ(zeb_client_get_service_list(nas(), nullptr, nullptr, &n), ZEB_NO_ERR);
         EXPECT_EQ(n, 1u);
         const auto before = std::chrono::steady_clock::now();
-        zeb_cci_os_signal_wait(&os, 50); // the signal was lowered, so this wait runs out
+        zeb_cci_os_signal_wait(&os, 50); // the first wait has lowered the signal, so this wait times out
         EXPECT_GE(std::chrono::steady_clock::now() - before, std::chrono::milliseconds(50));
         EXPECT_EQ(zeb_client_release(notifier), ZEB_NO_ERR);
     });
@@ -275,7 +276,7 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
     with_scenario(timeline + LTE, [] {
         told all;
         told signal;
-        all.pause_ms = 60; // slower than the indications come
+        all.pause_ms = 60; // longer than the time between indications
         const zeb_client_handle a = connect(all);
         const zeb_client_handle b = connect(signal);
         watch(a, 1, 5);
@@ -289,7 +290,8 @@ fault = [{ message = 0x4E, nth = 2, damage = 'truncated' }]
     });
 }
 
-/* The value goes down its ramp, swing and all, and the timeline starts again. */
+/* A client is told of the steps of a ramp, and of the first value again when the timeline starts anew. The thread that
+ * calls on_ind blocks all signals except those of a fault, such as SIGSEGV. */
 TEST(Platform, ARampIsTold) {
     with_scenario(
         "tick_ms = 50\nrepeat_ms = 1500\nchange = [{ at_ms = 500, lte = { rsrp = { to = -120, over_ms = 500 } } }]\n" +
@@ -326,7 +328,7 @@ TEST(Platform, ARampIsTold) {
     for (const auto &c : cases) {
         EXPECT_EQ(scenario_value_at(c.value, c.round_ms), c.expected) << c.round_ms;
     }
-    // A ramp that begins during another one begins at the value which that one has reached.
+    // A ramp that begins before another ramp has ended begins at the value that the other ramp has reached.
     scenario plan;
     std::string error;
     const char *const toml =
@@ -337,7 +339,7 @@ TEST(Platform, ARampIsTold) {
     EXPECT_EQ(scenario_value_at(plan.states[2].lte.rsrp, 250), -90);
 }
 
-/* Each allocation of the first look at the service fails once: no service object then, and one at the next try. */
+/* Makes each allocation in the first call of nas() fail once. The call returns null, and a later call succeeds. */
 TEST(Platform, RunningOutOfMemoryAtFirstIsNotForEver) {
     with_scenario(LTE, [] {
         const auto open_files = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
@@ -355,7 +357,7 @@ TEST(Platform, RunningOutOfMemoryAtFirstIsNotForEver) {
     });
 }
 
-/* Whoever has released a notifier may free its signal at once, though someone was waiting for it. */
+/* A notifier's block may be freed right after the release, even if a thread was waiting for the signal in the block. */
 TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
     with_scenario(LTE, [] {
         for (int i = 0; i < 5; i++) {
@@ -372,7 +374,7 @@ TEST(Platform, AReleasedSignalIsItsOwnersAgain) {
     });
 }
 
-/* A process that stood still is not told what it missed, and a scan whose time was up meanwhile has ended. */
+/* A stopped process is not told of the changes that it missed. A scan that was due to end meanwhile has ended. */
 TEST(Platform, WhatNobodySawGoesBy) {
     with_scenario("tick_ms = 10\nscan_delay_ms = 2000\n" + LTE + "swing = { rsrp = 50, period_ms = 100 }\n", [] {
         told t;
@@ -424,7 +426,7 @@ TEST(Platform, RequestsThatMakeNoSenseAreRejected) {
     });
 }
 
-/* The serving cell stands behind as many others as a scenario may have. */
+/* A scenario may have nine other LTE cells. In the list of cells the serving cell comes after them. */
 TEST(Platform, TheListOfCellsHasRoomForTheServingCell) {
     std::string others;
     for (int i = 1; i <= 9; i++) {
@@ -445,7 +447,7 @@ TEST(Platform, TheListOfCellsHasRoomForTheServingCell) {
     EXPECT_EQ(error, "f:4: intra: more than 9 entries");
 }
 
-/* A client is told nothing at first, and then when its metric has moved by the threshold or has come up. */
+/* A client is told nothing at first. It is told when its metric moves by the threshold, or comes back after a gap. */
 TEST(Platform, EachMetricHasItsThreshold) {
     std::string changes = "change = [";
     for (int i = 0; i < 6; i++) {
@@ -474,7 +476,7 @@ TEST(Platform, EachMetricHasItsThreshold) {
     });
 }
 
-/* A limit on the size of files costs lines of the log, not the program, and the log is its owner's alone. */
+/* At the limit on the size of files the log loses lines, but the program goes on. Only the owner can read the log. */
 TEST(Platform, TheLogEndsAsOnAFullDisk) {
     with_scenario(LTE, [] {
         const std::string log = testing::TempDir() + "platform_test_log_" + std::to_string(getpid());
@@ -493,7 +495,7 @@ TEST(Platform, TheLogEndsAsOnAFullDisk) {
     });
 }
 
-/* A child of fork is served, events included, whatever its parent's threads were at when it was made. */
+/* A child of fork is served and gets events, whatever the parent's threads were doing at the time of the fork. */
 TEST(Platform, AChildOfForkIsServed) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     GTEST_SKIP() << "the sanitizers' own locks and threads do not outlive a fork";
@@ -506,7 +508,7 @@ TEST(Platform, AChildOfForkIsServed) {
         const zeb_client_handle client = connect(t);
         ASSERT_EQ(zeb_client_notifier_init(nas(), &os, &notifier), ZEB_NO_ERR);
         std::atomic<bool> over = false;
-        std::thread busy[2]; // with the locks
+        std::thread busy[2]; // these threads use the platform's locks all the time
         for (std::thread &thread : busy) {
             thread = std::thread([&over, service = nas()] {
                 zeb_cci_os_params unused = {};
@@ -550,14 +552,14 @@ TEST(Platform, ScenariosAreReadStrictly) {
     } cases[] = {
         {"[lte\n", "f:1: "},
         {"\x80[lte]\n", "f:1: a byte that is not a printable ASCII character"},
-        {"[lte]\nz = 1\na = 1\n", "f:2: unknown key \"z\""}, // the first one in the file
+        {"[lte]\nz = 1\na = 1\n", "f:2: unknown key \"z\""}, // the first error of the file is reported
         {"[lte]\nearfcn = 65536\n", "f:2: earfcn: value out of range 0 to 65535"},
         {"[lte]\nswing = {}\nrsrp = -90.0\n", "f:3: rsrp: an integer is expected"},
         {"[lte]\nrsrp = { to = -9, over_ms = 9 }\n", "f:2: rsrp: a ramp stands in a change, and has to and over_ms"},
         {"[[change]]\nat_ms = 5\nlte = { rsrp = { to = -9 } }\n", "f:3: rsrp: a ramp stands in a change"},
         {"[[change]]\nat_ms = 5\nlte = { snr = { to = 501 } }\n", "f:3: snr: value out of range -500 to 500"},
         {"[[change]]\nat_ms = 5\nlte = { snr = { for = 5 } }\n", "f:3: unknown key \"for\""},
-        {"[[change]]\nat_ms = '500'\n", "f:2: at_ms: an integer is expected"}, // the cause, not its effect
+        {"[[change]]\nat_ms = '500'\n", "f:2: at_ms: an integer is expected"}, // the wrong type, not a missing at_ms
         {"[[fault]]\nmessage = '0x004D'\nstatus = -8\n", "f:2: message: an integer is expected"},
         {"change = 5\n", "f:1: change: a list is expected"},
         {"change = [{ at_ms = 5 },\n{ at_ms = 5 }]\n", "f:2: a change needs an at_ms later"},

@@ -1,4 +1,4 @@
-/* Recordings written by hand: what the reader refuses, and what a program sees of those that are played. */
+/* Recordings written by hand: which of them the reader refuses, and what a program sees when one is played. */
 #include "recording.h"
 #include "zeb_nas_v01.h"
 
@@ -26,7 +26,7 @@ const std::string CLIENT = "100000 client status=0 instance=65535 timeout=1 clie
 TEST(Recording, ReadsOrSaysWhereItIsNotRight) {
     const struct {
         std::string text;
-        std::string outcome; // the number of entries, or what the refusal begins with
+        std::string outcome; // the number of entries, or the beginning of the error text
     } CASES[] = {
         {HEAD + OBJECT + "# a note\n" + "5 event notifier=1 event=-1\n5 wait timeou", "2"},
         {HEAD + "7 ind client=1 id=0x004e buf=0:\n9 end reason=limit\n", "1"},
@@ -107,14 +107,14 @@ int64_t now_ms() {
 }
 
 struct heard {
-    std::vector<std::pair<uint32_t, int64_t>> messages; // ID, and when it came
+    std::vector<std::pair<uint32_t, int64_t>> messages; // the ID of each message, and the time when it came
     std::string decoded;
     std::atomic<size_t> begun = 0;
-    std::atomic<size_t> count = 0; // of the messages
+    std::atomic<size_t> count = 0; // the size of `messages`, for other threads
     int pause_ms = 0;
 };
 
-/* Waits until so many messages have come, and then for as long as a further one, which must not come, would take. */
+/* Waits until `count` messages have come, and 200 ms more, in which a message too many would come. */
 void wait_for_messages(const heard &h, size_t count) {
     while (h.count < count) {
         usleep(1000);
@@ -142,23 +142,23 @@ int32_t open_client(heard &h, zeb_client_handle &client) {
     return zeb_client_init_instance(service(), ZEB_INSTANCE_ANY, on_ind, &h, &params, 1, &client);
 }
 
-/* Makes a request of one byte, with room for a response of three. Returns the status and the response up to its first
- * zero. */
+/* Makes a request of one byte, with room for a response of three bytes. Returns the status and the response up to its
+ * first zero. */
 std::string ask(zeb_client_handle client, uint32_t id, uint8_t req) {
     char resp[4] = "...";
     const int32_t status = zeb_client_send_msg_sync(client, id, &req, 1, resp, 3, 1);
     return std::to_string(status) + resp;
 }
 
-/* Plays a recording in a child, and returns what the child says on standard error. Without a failure its status is 0,
- * or 10 when the play was not exact. */
+/* Plays the recording `text` in a child that runs `body`. Returns what the child prints on standard error. Checks that
+ * the child exits with 10 when it prints that the play was not exact, and with 0 otherwise. */
 std::string play(const std::string &text, const char *speed, const std::function<void()> &body) {
     const std::string path = testing::TempDir() + "replay_test_" + std::to_string(getpid());
     std::ofstream(path) << text;
     fflush(stdout);
     const pid_t child = fork();
     if (child == 0) {
-        alarm(60); // a case that hangs fails
+        alarm(60); // ends a case that hangs; the status then is neither 0 nor 10
         setenv("ZEB_RECORDING", path.c_str(), 1);
         setenv("ZEB_SPEED", speed, 1);
         setenv("ZEB_STRICT", "1", 1);
@@ -181,7 +181,7 @@ std::string play(const std::string &text, const char *speed, const std::function
     return said.str();
 }
 
-/* Expects the texts among what was said, with FILE in the place of the file's name. */
+/* Expects every text in `said`, in which the name of the recording is replaced by FILE. */
 void expect_said(std::string said, std::initializer_list<const char *> texts) {
     const std::string file = testing::TempDir() + "replay_test_" + std::to_string(getpid());
     for (size_t at = said.find(file); at != std::string::npos; at = said.find(file)) {
@@ -208,9 +208,9 @@ TEST(Replay, RequestsAreAnsweredAsRecordedOrSaidToDiffer) {
         EXPECT_EQ(nas_get_service_object_internal_v01(1, 342, 6), nullptr);
         ASSERT_EQ(open_client(h, client), 0);
         EXPECT_EQ(ask(client, 0x11, 7), "0a");
-        EXPECT_EQ(ask(client, 0x22, 0), "0c"); // too early
+        EXPECT_EQ(ask(client, 0x22, 0), "0c"); // before its turn in the recording
         EXPECT_EQ(ask(client, 0x11, 7), "-3b");
-        EXPECT_EQ(ask(client, 0x11, 7), "-3b"); // once more
+        EXPECT_EQ(ask(client, 0x11, 7), "-3b"); // recorded only twice, so the last answer is repeated
         EXPECT_EQ(ask(client, 0x11, 8), "-8...");
         char room[4];
         EXPECT_EQ(zeb_client_send_msg_sync(client, 0x22, "", 1, room, 4, 1), ZEB_TRANSPORT_ERR);
@@ -222,7 +222,7 @@ TEST(Replay, RequestsAreAnsweredAsRecordedOrSaidToDiffer) {
                  "other calls: 2 as recorded, 1 never recorded\n"});
 }
 
-/* The first call that differs, and where. */
+/* The play names the first call that differs from the recording, and says how it differs. */
 TEST(Replay, ARequestOfTheSameMessageNamesWhatDiffers) {
     const std::string recorded =
         HEAD + OBJECT + CLIENT + send_line("200000", "id=0x0011 status=0 timeout=1 req=3:070009 resp=3:61");
@@ -252,7 +252,8 @@ TEST(Replay, ARequestOfTheSameMessageNamesWhatDiffers) {
     }
 }
 
-/* Whatever a play cannot show is said, although the program does all that was recorded. */
+/* The program makes all calls of `session` in every case. Further lines in most of the recordings make the play
+ * inexact, and the play says why. */
 TEST(Replay, APlayIsExactOrSaysWhyNot) {
     const std::string ask_line = " send client=1 id=0x0011 status=0 timeout=1 req=1:07 resp=3:61 took=0\n";
     const std::string session = OBJECT + CLIENT + "200000" + ask_line;
@@ -277,7 +278,7 @@ TEST(Replay, APlayIsExactOrSaysWhyNot) {
     };
     for (const auto &c : CASES) {
         const std::string said = play(c.text, "0", [&c] {
-            heard &h = *new heard; // an indication may still come while the child ends
+            heard &h = *new heard; // never freed: an indication may still come while the child exits
             zeb_client_handle client = nullptr;
             ASSERT_EQ(open_client(h, client), 0);
             EXPECT_EQ(ask(client, 0x11, 7), "0a");
@@ -290,7 +291,7 @@ TEST(Replay, APlayIsExactOrSaysWhyNot) {
     }
 }
 
-/* What comes earlier than it was recorded, as input that is typed ahead does. */
+/* A call that was recorded after an indication, but comes before it, is too early. Typing ahead leads to such calls. */
 TEST(Replay, CallsThatComeTooEarlyAreSaid) {
     const std::string recorded = HEAD + OBJECT + CLIENT + "400000 ind client=1 id=0x0044 buf=5:01\n" +
                                  send_line("420000", "id=0x0011 status=0 timeout=1 req=1:07 resp=3:61");
@@ -312,7 +313,7 @@ TEST(Replay, CallsThatComeTooEarlyAreSaid) {
     }
 }
 
-/* A call may change what the program makes of an indication that is not over yet. */
+/* While the program deals with an indication, a call may change the outcome, so the call is reported as too early. */
 TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
     const std::string recorded = HEAD_2 + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  "200010 decode client=1 type=2 id=0x0044 status=-7 buf=5:01 dst=2: took=1\n" +
@@ -322,7 +323,7 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
                         "with the indication of line 4\n";
     enum class other { IDLE, WORKS, WAITS_FOR_LOCK }; // what another thread does until the call has been answered
     const struct {
-        int callback_ms, pause_ms; // how long the callback takes, and from its beginning to the call
+        int callback_ms, pause_ms; // how long the callback takes, and how long after its beginning the call comes
         other thread;
         const char *said;
     } CASES[] = {{1000, 300, other::IDLE, early},
@@ -334,7 +335,7 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
             heard h;
             zeb_client_handle client = nullptr;
             std::atomic<bool> works = c.thread == other::WORKS;
-            std::mutex held; // by the thread that makes the call
+            std::mutex held; // locked by the thread that makes the call, until it has its answer
             std::unique_lock hold(held);
             std::thread worker([&] {
                 while (works) {
@@ -354,7 +355,7 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
             hold.unlock();
             worker.join();
         };
-        // On a busy machine the pauses are longer now and then, but not each time.
+        // On a busy machine the pauses may be longer than asked for, so a case may be tried again.
         std::string said;
         for (int tries = 0; tries < 20 && said.find(c.said) == std::string::npos; tries++) {
             said = play(recorded, "0", body);
@@ -380,7 +381,8 @@ TEST(Replay, EachClientGetsItsOwnAnswers) {
                 {"not exact: FILE: requests: 2 out of order; other calls: 3 as recorded, 1 repeated\n"});
 }
 
-/* An answer takes as long as it took, and a callback that hung holds up what came after it. */
+/* An answer takes as long as on the box. A call that was recorded after the return of a slow callback is not answered
+ * before the callback has returned in the play. */
 TEST(Replay, CallsAndCallbacksTakeTheirTime) {
     const std::string recorded = HEAD_2 + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  "200010 decode client=1 type=2 id=0x0044 status=-7 buf=5:01 dst=2: took=1\n" +
@@ -406,7 +408,7 @@ TEST(Replay, CallsAndCallbacksTakeTheirTime) {
     expect_said(said, {"requests: 2 as recorded; decodings: 1 as recorded; other calls: 2 as recorded;"});
 }
 
-/* Version 1 does not tell how long a callback took: after a second the play goes on, and says so. */
+/* Version 1 of the format does not tell how long a callback took. The play waits for a second, goes on, and says so. */
 TEST(Replay, ACallbackThatIsNotWaitedForIsSaid) {
     const std::string recorded = HEAD + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  send_line("300000", "id=0x0011 status=0 timeout=1 req=1:07 resp=3:61");
@@ -426,8 +428,8 @@ TEST(Replay, ACallbackThatIsNotWaitedForIsSaid) {
                        "; lines played before a callback had returned: 1, the first before that of line 4\n"});
 }
 
-/* The last part of a recording plays by itself: kept calls answer as often as the program asks before the part
- * begins. */
+/* The last part of a recording can be played by itself. Before the part's own lines are played, its kept lines answer
+ * the same calls of the program again and again. */
 TEST(Replay, APartAnswersFromKeptCalls) {
     const std::string recorded = "zeb-recording 2 part=2\n900000 before lines=50\n"
                                  "900000 kept object major=2 minor=7 library=1 found=1 took=0\n"
@@ -499,14 +501,14 @@ const std::string INDICATIONS =
 TEST(Replay, IndicationsComeAtTheirTimesButNotBeforeWhatCausedThem) {
     const struct {
         const char *speed;
-        int pause_ms;          // before the request
-        int64_t first, second; // when the indications come after the registration
+        int pause_ms;          // ms, before the request
+        int64_t first, second; // ms from the creation of the client to each indication
         bool asks;
     } CASES[] = {
-        {"1", 0, 300, 600, true},                                    // early: its time decides
-        {"0.5", 1000, 600, 1200, true},                              // in time
-        {"10", 300, 30, 320, true},                                  // late: the rest follows it
-        {"0", 100, 20, 120, true},      {"10", 0, 30, 10060, false}, // does not come at all: the rest goes on
+        {"1", 0, 300, 600, true},                                    // request early: indications at their times
+        {"0.5", 1000, 600, 1200, true},                              // request before the second indication is due
+        {"10", 300, 30, 320, true},                                  // request late: the second indication waits
+        {"0", 100, 20, 120, true},      {"10", 0, 30, 10060, false}, // no request: the second waits ten seconds
     };
     for (const auto &c : CASES) {
         const auto meet = [&c] {
@@ -531,13 +533,13 @@ TEST(Replay, IndicationsComeAtTheirTimesButNotBeforeWhatCausedThem) {
             fprintf(stderr, first > c.first + 200 || second > c.second + 200 ? "late\n" : "");
             zeb_client_handle third = nullptr;
             ASSERT_EQ(open_client(h2, client), 0);
-            ASSERT_EQ(open_client(h3, third), 0); // never recorded
+            ASSERT_EQ(open_client(h3, third), 0); // this client was never recorded
             wait_for_messages(h2, 1);
             EXPECT_EQ(zeb_client_release(client) + zeb_client_release(third), 0);
             EXPECT_EQ(h2.messages.size(), 1U);
             EXPECT_EQ(h3.messages.size(), 0U);
         };
-        // On a busy machine indications are late now and then, but not each time.
+        // On a busy machine an indication may come late, so a case may be tried again.
         int tries = 0;
         while (play(INDICATIONS, c.speed, meet).find("late\n") != std::string::npos && tries < 20) {
             tries++;

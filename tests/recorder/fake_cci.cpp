@@ -1,5 +1,5 @@
-/* A platform that answers by rote, on the caller's thread, and calls back before its calls return. A handle is the
- * address of a client, which says whether it is in use. */
+/* A platform with fixed answers. It does everything on the caller's thread, and calls back before its calls return. A
+ * handle points to an element of `clients`, which is true while the handle is in use. */
 #include "zeb_nas_v01.h"
 
 #include <cerrno>

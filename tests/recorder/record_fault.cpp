@@ -1,4 +1,5 @@
-/* The calls of libc that the recorder alone makes, by the names that they have in its objects. */
+/* Wraps the calls of libc that only the recorder makes, so that they can be made to fail. The names are those in the
+ * recorder's object files, such as open64 for open. */
 #include "record_fault.h"
 
 #include "fault_call.h"
@@ -28,7 +29,7 @@ int record_fault_begun_by_main() {
     return begun_by_main;
 }
 
-/* A call that fails with -1 and errno. */
+/* Defines a call that fails with -1 and errno. */
 #define FILE_CALL(name, error, params, args) FAULT_CALL(int, name, true, fault_with_errno(error, -1), params, args)
 
 extern "C" {
@@ -50,8 +51,7 @@ FILE_CALL(uname, EFAULT, (utsname * machine), (machine))
 FILE_CALL(poll, ENOMEM, (pollfd * fds, nfds_t count, int timeout), (fds, count, timeout))
 FAULT_CALL(tm *, gmtime_r, true, fault_with_errno(EOVERFLOW, nullptr), (const time_t *time, tm *utc), (time, utc))
 
-/* Both names are one point of failure: the compiler may have put the checking function in the place of the plain
- * one. */
+/* vsnprintf and __vsnprintf_chk are one point of failure: the compiler may call the latter in place of the former. */
 __attribute__((weak)) int __real_vsnprintf(char *text, size_t size, const char *format, va_list values);
 __attribute__((weak)) int __real___vsnprintf_chk(char *text, size_t size, int flag, size_t room, const char *format,
                                                  va_list values);
@@ -66,7 +66,8 @@ __attribute__((weak)) ssize_t __real_write(int fd, const void *bytes, size_t len
     return fault_hit("vsnprintf") ? -1 : __real___vsnprintf_chk(text, size, flag, room, format, values);
 }
 
-/* A write that fails finds room for half of its bytes, and the next write for none. */
+/* A write that is made to fail writes half of its bytes, and the next write of the thread fails with ENOSPC. A write to
+ * standard error fails at once. */
 ssize_t __wrap_write(int fd, const void *bytes, size_t len) {
     static thread_local bool was_short;
     const int how = fd == STDERR_FILENO ? RECORD_WRITES_GO : writes_do.load();

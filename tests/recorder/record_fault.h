@@ -1,21 +1,21 @@
-/* What the recorder's calls of the disk can be made to do, beside failing. */
+/* Makes the recorder's writes slow or makes them hang, on demand. fault.h makes calls fail. */
 #ifndef RECORD_FAULT_H
 #define RECORD_FAULT_H
 
-/* These functions are visible, unlike all else in the library. */
+/* The functions below are visible. The library hides its other symbols. */
 #pragma GCC visibility push(default)
 
 enum record_writes {
     RECORD_WRITES_GO,
-    RECORD_WRITES_SLEEP, /* each for 150 ms */
-    RECORD_WRITES_SPIN,  /* each for 250 ms, as on a processor that others have */
-    RECORD_WRITES_HANG,  /* each until record_fault_writes is called again */
+    RECORD_WRITES_SLEEP, /* each write sleeps for 150 ms */
+    RECORD_WRITES_SPIN,  /* each write runs for 250 ms without sleeping, as if its thread had lost the processor */
+    RECORD_WRITES_HANG,  /* each write returns only when record_fault_writes is called again */
 };
 
-/* Sets what the writes do that begin from now on. */
+/* Sets the behaviour of all writes that begin from now on. */
 void record_fault_writes(record_writes how);
 
-/* How many writes have begun that were made to sleep, spin or hang; and how many of these on the main thread. */
+/* How many writes have begun that sleep, spin or hang: the first counts all threads, the second the main thread. */
 int record_fault_begun();
 int record_fault_begun_by_main();
 

@@ -1,5 +1,5 @@
-/* A program that runs with the recorder in front of a platform that answers by rote. Its first argument says what it
- * does. It prints what it sees. */
+/* A program with the recorder in front of a platform with fixed answers. Its first argument says what it does. It
+ * prints what it gets from the platform. */
 #include "fault.h"
 #include "record_fault.h"
 #include "zeb_nas_v01.h"
@@ -23,7 +23,7 @@
 #include <unistd.h>
 #include <vector>
 
-/* ThreadSanitizer would have each of the hundreds of children sleep for a second at its end. */
+/* Without this option ThreadSanitizer lets each of the hundreds of child processes sleep for a second at its end. */
 extern "C" const char *__tsan_default_options();
 extern "C" const char *__tsan_default_options() {
     return "atexit_sleep_ms=0";
@@ -31,7 +31,7 @@ extern "C" const char *__tsan_default_options() {
 
 namespace {
 
-unsigned pause_ms = 20; // of the wait, and of the callback for events
+unsigned pause_ms = 20; // how long the wait of session() takes, and the callback for events
 
 void saw(const char *what, int64_t value) {
     const int error = errno;
@@ -58,7 +58,7 @@ void ask_object() {
     nas_get_service_object_internal_v01(1, 0, 0);
 }
 
-/* The bytes 5a are what the program has in its memory: they must not be in the recording. */
+/* The buffers `infos` and `secret` are filled with the byte 5a, which no call returns. So it must not be recorded. */
 void session() {
     int cookie = 1000;
     zeb_cci_os_params params = {};
@@ -90,7 +90,7 @@ void session() {
     saw("release", zeb_client_release(notifier));
 }
 
-/* A client that stays, one that is released, and numbered requests: twelve different ones, again and again. */
+/* Creates two clients, releases one, and makes requests of twelve kinds again and again, numbered by their timeouts. */
 void long_session(uint32_t requests) {
     int cookie = 1000;
     zeb_cci_os_params params = {};
@@ -142,7 +142,7 @@ size_t number_after(const std::string &line, const char *key) {
     return at == std::string::npos ? 0 : strtoul(line.c_str() + at + strlen(key), nullptr, 10);
 }
 
-/* Lines of a recording without what differs from run to run. */
+/* The lines of a recording without what differs from run to run: the times, and the end of the first line. */
 std::vector<std::string> timeless(const std::string &text) {
     std::vector<std::string> lines = lines_of(text);
     for (std::string &line : lines) {
@@ -152,10 +152,10 @@ std::vector<std::string> timeless(const std::string &text) {
     return lines;
 }
 
-/* Whether the lines are those of the whole recording up to their end, but for lines whose loss they tell, and for the
- * `returned` lines of lost callbacks. */
+/* Whether `lines` are the first lines of `whole`. Lines may be missing when a `lost` line counts them. When the line of
+ * a callback is missing, its `returned` line may be missing too. */
 bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::string> &whole) {
-    std::set<std::string> unseen; // `returned` lines of callbacks that are lost
+    std::set<std::string> unseen; // the `returned` lines of callbacks whose own lines are lost
     size_t at = 0;
     for (const std::string &line : lines) {
         for (size_t lost = number_after(line, " lost lines="); lost > 0 && at < whole.size(); at++) {
@@ -179,16 +179,16 @@ bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::st
     return true;
 }
 
-/* Checks the parts of a long session, and says what is wrong: each must have its beginning and whole lines, and count
- * all lines before it. With `ended`, the program may have ended at any moment, and the last line may be cut short.
- * Returns how many parts there are. */
+/* Checks the parts of a recording of long_session, and prints a part that is wrong. Each part must have a first line
+ * and whole lines, and must count all lines before it. With `ended`, the program may have ended at any moment, and the
+ * last line may be cut short. Returns how many parts there are. */
 int check_parts(const std::string &name, bool ended) {
     int parts = 0;
     size_t number = 0, so_far = 0, last = 0;
     for (const std::string &file : {name + ".1", name}) {
         const std::string text = contents(file);
         const std::vector<std::string> lines = lines_of(text);
-        if (lines.empty()) { // whoever reads this file is told that it is no recording
+        if (lines.empty()) { // the file has no whole line, and the reader of recordings refuses it
             continue;
         }
         const size_t part = number_after(lines.at(0), " part=");
@@ -214,8 +214,8 @@ int check_parts(const std::string &name, bool ended) {
     return parts;
 }
 
-/* Runs a session in a child in which the recorder's nth call fails, and with `onwards` all later calls too. Returns the
- * child's status as waitpid gives it: 0, or 256 when there was no such call. */
+/* Runs a session in a child in which the recorder's `nth` call of libc fails, and with `onwards` all later calls too.
+ * Returns the child's status as waitpid gives it: 0, or 256 when there was no such call. */
 int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     for (const char *suffix : {"", ".1", ".next"}) {
         unlink((name + suffix).c_str());
@@ -242,8 +242,8 @@ int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     return status;
 }
 
-/* Lets every call fail in turn, or each FAULT_STEP'th where programs are slow. A recording in one file may say one line
- * on standard error; a recording in parts may go on and say a second. */
+/* Makes each call fail, one in each run; where programs are slow, only each FAULT_STEP'th call. The recorder may print
+ * one line on standard error; with `in_parts` it may go on after that and print a second line. */
 void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
     pause_ms = 0;
@@ -269,7 +269,7 @@ void play_faults(bool in_parts) {
     printf("%s of runs, in each of which a call fails\n", runs * FAULT_STEP > 200 ? "hundreds" : "few");
 }
 
-/* More clients than the recorder can tell apart, twice; then threads that all have lines at the same time. */
+/* Twice creates more clients than the recorder can tell apart. Then four threads make requests at the same time. */
 void crowd() {
     zeb_client_handle clients[40];
     int cookie = 1;
@@ -299,7 +299,7 @@ void crowd() {
     }
 }
 
-/* Starts a thread, and returns when it is in the middle of a write. */
+/* Starts another thread, and returns when this thread is in the middle of a write. */
 std::thread in_a_write(record_writes how) {
     const int begun = record_fault_begun();
     record_fault_writes(how);
@@ -308,7 +308,7 @@ std::thread in_a_write(record_writes how) {
     return other;
 }
 
-/* The disk keeps one thread: the others go on, and nothing is lost but what finds no room in memory. */
+/* A write of one thread hangs. The other threads go on, and only lines that find no room in memory are lost. */
 void play_stuck(bool beyond_room) {
     std::thread other = in_a_write(RECORD_WRITES_HANG);
     if (beyond_room) {
@@ -333,8 +333,8 @@ void play_stuck(bool beyond_room) {
     }
 }
 
-/* The processor is taken away from a thread that writes: the others wait for it, and their lines are not left behind.
- */
+/* A thread loses its processor during a write. Other threads wait for this thread, and do not leave their lines in
+ * memory. */
 void play_preempted() {
     std::thread other = in_a_write(RECORD_WRITES_SPIN);
     record_fault_writes(RECORD_WRITES_GO);
@@ -346,7 +346,7 @@ void play_preempted() {
     other.join();
 }
 
-/* A disk that takes its time for every write keeps one call, and then the recorder's thread. */
+/* A slow disk holds up one call. After that the recorder's own thread writes, and the calls do not wait. */
 void play_slow() {
     record_fault_writes(RECORD_WRITES_SLEEP);
     session();
@@ -354,14 +354,14 @@ void play_slow() {
     printf("calls that wait for a slow disk: %d\n", record_fault_begun_by_main());
 }
 
-/* AddressSanitizer takes the stack of a thread that ends in the middle of a function for one that is in use. */
+/* AddressSanitizer believes that the stack of a thread that was cancelled asynchronously is still in use. */
 #ifdef __SANITIZE_ADDRESS__
 constexpr int CANCEL_TYPE = PTHREAD_CANCEL_DEFERRED;
 #else
 constexpr int CANCEL_TYPE = PTHREAD_CANCEL_ASYNCHRONOUS;
 #endif
 
-/* Threads that may be cancelled anywhere, also while they have the recorder's lock. */
+/* Cancels threads at any instruction, also while they hold the recorder's lock. */
 void play_cancel() {
     for (int i = 0; i < 100; i++) {
         std::atomic<bool> runs = false;
@@ -381,7 +381,7 @@ void play_cancel() {
     session();
 }
 
-/* A signal that the program keeps for itself is not taken by the recorder's thread. */
+/* The program blocks a signal in order to wait for it. The recorder's thread must not take this signal. */
 void play_signal() {
     sigset_t signals;
     int taken = 0;
@@ -394,7 +394,7 @@ void play_signal() {
     printf("signal %s\n", taken == SIGUSR1 ? "kept" : "lost");
 }
 
-/* Each way to go on or to end after lines that must stay. */
+/* Records 50 lines, which must stay in the recording, and then goes on or ends in the given way. */
 void play_end(const std::string &way) {
     for (int i = 0; i < 50; i++) {
         ask_object();
@@ -420,7 +420,7 @@ void play_end(const std::string &way) {
     }
 }
 
-/* Sessions in which no time passes, so that they are the same to the byte. */
+/* Plays a session under a limit on file sizes. clock_gettime fails, so that every recording has the same bytes. */
 void play_still(rlim_t file_size) {
     const rlimit limit = {file_size, RLIM_INFINITY};
     signal(SIGXFSZ, SIG_DFL);

@@ -1,4 +1,4 @@
-/* What is read out of a recording: messages, the registration, times; and what two recordings differ in. */
+/* Tests what zeb_recording reads out of a recording, namely fields and times, and how it compares two recordings. */
 #include "diff.h"
 #include "facts.h"
 #include "json.h"
@@ -43,7 +43,7 @@ TEST(Fields, LieInsideTheirMessageAndHaveOneKeyEach) {
             EXPECT_LE(m.body + f.place.offset + std::max(f.place.max, 1U) * f.place.size, m.size) << key;
             EXPECT_EQ(f.place.max > 0, f.length != FIELD_NO_OFFSET) << key;
             EXPECT_EQ(f.place.type == field_type::GROUP, !f.group.empty()) << key;
-            // The fields of one technology stand together, as JSON makes one object of them.
+            // The fields of one technology stand together, because JSON makes one object of them.
             const std::string now = key.substr(0, key.rfind('.') == std::string::npos ? 0 : key.rfind('.'));
             if (now != prefix && !now.empty()) {
                 EXPECT_TRUE(prefixes.insert(now).second) << key;
@@ -62,7 +62,7 @@ TEST(Fields, ReadAsTheModuleReadsThem) {
                       .earfcn = 1300,
                       .serving_cell_id = 301,
                       .cells_len = 11,
-                      .cells = {{17, -14, -104, {}}}}; // more cells than there is room for
+                      .cells = {{17, -14, -104, {}}}}; // `cells_len` is more than `cells` has room for
     cell.nr5g_serving_cell_info_valid = 1;
     cell.nr5g_serving = {
         .plmn_id = {}, .tac = {0, 0x12, 0x34}, .cgi = 0, .pci = 0, .rsrq = -11, .rsrp = -88, .snr = 17};
@@ -73,7 +73,7 @@ TEST(Fields, ReadAsTheModuleReadsThem) {
     cell.lte_intra_valid = 0;
     EXPECT_EQ(text_of(ZEB_MESSAGE_RESPONSE, ZEB_NAS_GET_CELL_LOCATION_INFO, cell),
               "nr5g.tac 4660, nr5g.cell_rsrp -88 dBm, nr5g.cell_rsrq -11 dB, nr5g.cell_sinr 17 dB");
-    cell.nr5g_serving.cgi = 0x123456789; // with a CGI, a PCI of 0 is reported
+    cell.nr5g_serving.cgi = 0x123456789; // together with a CGI, a PCI of 0 counts as reported
     EXPECT_NE(text_of(ZEB_MESSAGE_RESPONSE, ZEB_NAS_GET_CELL_LOCATION_INFO, cell).find("nr5g.pci 0"),
               std::string::npos);
 
@@ -148,7 +148,7 @@ TEST(Times, AreReadAndWritten) {
         EXPECT_FALSE(time_parse(text)) << text;
     }
     EXPECT_EQ(time_moment("2026-11-24T00:00:00Z", *start), 1500000);
-    EXPECT_EQ(time_moment("00:00:00", *start), 1500000); // on the next day
+    EXPECT_EQ(time_moment("00:00:00", *start), 1500000); // the next midnight, 1.5 s after the start
     EXPECT_EQ(time_moment("+12.5", *start), 12500000);
     for (const char *text : {"", "+", "1x", "12.", "1234567890", "23:59"}) {
         EXPECT_FALSE(time_moment(text, *start)) << text;

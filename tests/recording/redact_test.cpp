@@ -1,4 +1,4 @@
-/* What stands in a recording, a log and a console's output once they have been redacted. */
+/* Tests what redaction makes of a recording, a log and a console's output. */
 #include "known_lines.h"
 #include "redact.h"
 #include "session.h"
@@ -18,19 +18,19 @@ identities drawing() {
 TEST(Identities, TheSameAreReplacedByTheSameAndDifferentByDifferent) {
     identities all = drawing();
     std::set<uint64_t> given;
-    for (uint64_t pci = 1; pci < 504; pci++) { // every one that LTE has, so that the last must take what is left
+    for (uint64_t pci = 1; pci < 504; pci++) { // all PCIs of LTE: in the end only one replacement is left
         const uint64_t other = identity_replace(all, field_identity::PCI, pci);
         EXPECT_TRUE(other > 0 && other < 504 && given.insert(other).second) << pci;
         EXPECT_EQ(identity_replace(all, field_identity::PCI, pci), other);
     }
     for (const field_identity kind :
          {field_identity::CHANNEL, field_identity::PCI, field_identity::CGI, field_identity::TAC}) {
-        EXPECT_EQ(identity_replace(all, kind, 0), 0U); // not reported
+        EXPECT_EQ(identity_replace(all, kind, 0), 0U); // 0 means "not reported" and stays
     }
-    // A channel of band 66 and what 16 bits leave of it.
+    // 66836 is a channel of band 66, and 1300 is its low 16 bits.
     const uint64_t channel = identity_replace(all, field_identity::CHANNEL, 66836);
     EXPECT_EQ(identity_replace(all, field_identity::CHANNEL, 1300), channel - 65536);
-    // Two cells of one base station.
+    // Two cells of one base station have the same base station afterwards.
     const uint64_t one = identity_replace(all, field_identity::CGI, 27447297);
     const uint64_t two = identity_replace(all, field_identity::CGI, 27447298);
     EXPECT_TRUE(one != two && one >> 8 == two >> 8 && one >> 8 != 27447297 >> 8);
@@ -39,7 +39,7 @@ TEST(Identities, TheSameAreReplacedByTheSameAndDifferentByDifferent) {
 TEST(Identities, NoneThatWasSeenIsGiven) {
     identities all;
     for (uint64_t pci = 1; pci < 252; pci++) {
-        EXPECT_EQ(identity_replace(all, field_identity::PCI, pci), pci); // noted as seen
+        EXPECT_EQ(identity_replace(all, field_identity::PCI, pci), pci); // returned unchanged, and noted as seen
     }
     all.collecting = false;
     for (uint64_t pci = 1; pci < 252; pci++) {
@@ -71,7 +71,7 @@ TEST(Identities, NetworksAndAreasAreOneAsBytesAndAsNumbers) {
     EXPECT_EQ(none[0] | none[1] | none[2], 0);
     uint8_t odd[3] = {0xFF, 0xFF, 0xFF};
     identity_replace_plmn_bytes(all, odd);
-    EXPECT_GT(odd[2] & 0xF, 9); // no more a network than it was
+    EXPECT_GT(odd[2] & 0xF, 9); // has a digit above 9, as before
     uint8_t area[3] = {0, 0x12, 0x34};
     identity_replace_tac_bytes(all, area);
     EXPECT_EQ(area[1] << 8 | area[2], static_cast<int>(identity_replace(all, field_identity::TAC, 4660)));
@@ -87,7 +87,7 @@ std::string hex(const std::vector<uint8_t> &bytes) {
     return text;
 }
 
-/* Compares a field before and after. Identities differ, all else is as it was; `kept` gets the bytes of the field. */
+/* Compares a field before and after redaction: only an identity differs. Marks the bytes of the field in `kept`. */
 void compare(const field &f, const uint8_t *before, const uint8_t *after, std::vector<bool> &kept, size_t base) {
     const auto keep = [&kept, base](size_t offset, size_t size) {
         std::fill_n(kept.begin() + static_cast<ptrdiff_t>(base + offset), size, true);
@@ -112,7 +112,7 @@ void compare(const field &f, const uint8_t *before, const uint8_t *after, std::v
     }
 }
 
-/* Every message that comes back, filled with random bytes. */
+/* Redacts each response and indication, filled with random bytes. */
 TEST(Redact, IdentitiesDifferFieldsStayAndNothingElseIsLeft) {
     std::mt19937 random(1);
     for (const message &m : message_all()) {
@@ -140,7 +140,7 @@ TEST(Redact, IdentitiesDifferFieldsStayAndNothingElseIsLeft) {
         std::vector<bool> kept(m.size);
         ASSERT_EQ(after.size(), before.size());
         if (send) {
-            EXPECT_EQ(memcmp(before.data(), after.data(), 8), 0) << id; // the header
+            EXPECT_EQ(memcmp(before.data(), after.data(), 8), 0) << id; // the response's header
             std::fill_n(kept.begin(), 8, true);
         }
         for (const field &f : m.fields) {
@@ -152,7 +152,7 @@ TEST(Redact, IdentitiesDifferFieldsStayAndNothingElseIsLeft) {
     }
 }
 
-/* The redacted recording, or what the refusal says. */
+/* Redacts a recording that has the given lines. Returns the redacted lines, or the error text. */
 std::string redacted(const std::string &lines, bool blank = false) {
     std::vector<redact_file> files = {
         {.name = "r", .text = "zeb-recording 1 start=2026-11-23T02:16:57Z machine=m secret=s\n" + lines}};
@@ -165,13 +165,13 @@ TEST(Redact, WhatIsNotKnownIsRefusedOrLeftOut) {
     const std::string send = "1 send client=1 id=0x0077 status=0 timeout=1 req=2:0102 resp=4:01020304 took=1\n";
     EXPECT_EQ(redacted(send).substr(0, 26), "r:2: 0x0077 unknown messag");
     EXPECT_EQ(redacted(send, true), "1 send client=1 id=0x0077 status=0 timeout=1 req=2: resp=4: took=1\n");
-    // A message of another length, and a request with more in it than is known.
+    // A response of an unexpected length, and a request with bytes in it that belong to no field, are refused.
     EXPECT_EQ(redacted("1 send client=1 id=0x004f status=0 timeout=1 req=1: resp=4:01 took=1\n").substr(0, 11),
               "r:2: 0x004f");
     EXPECT_EQ(redacted("1 send client=1 id=0x005a status=0 timeout=1 req=12:0800000001 resp=- took=1\n").substr(0, 11),
               "r:2: 0x005a");
-    // Buffers of failed calls hold the program's memory, and notes may say anything; a line that is cut short stays
-    // cut.
+    // Redaction leaves out the buffers of failed calls, which hold the program's memory, and the texts of notes, which
+    // may say anything. A line that is cut short stays cut short.
     EXPECT_EQ(
         redacted(
             "1 send client=1 id=0x0077 status=-8 timeout=1 req=2: resp=4:01020304 took=1\n"
@@ -206,7 +206,7 @@ TEST(KnownLines, AreTakenInTheirFormOnly) {
         identities all;
         EXPECT_FALSE(known_line_redact(line, all, 0)) << line;
     }
-    // Of the numbers only identities are replaced; while identities are being collected, a line stays as it was.
+    // A known line is returned unchanged while identities are being collected.
     const char *kept[] = {
         "",
         "Option > ",

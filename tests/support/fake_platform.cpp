@@ -16,7 +16,7 @@
 struct zeb_client {
     zeb_client_ind_cb ind_cb;
     zeb_client_notify_cb notify_cb;
-    const zeb_cci_os_params *block; /* a notifier's, until it is released */
+    const zeb_cci_os_params *block; /* the block of a notifier; null for a client */
 };
 
 struct zeb_service {
@@ -38,14 +38,14 @@ std::map<uint32_t, std::deque<answer>> answers;
 std::map<uint32_t, std::vector<uint8_t>> defaults;
 uint32_t services = 1;
 std::atomic<bool> reports_all;
-/* The set is never released, so that a client whose release failed is still reachable at the end. */
+/* The set is never freed, so that LeakSanitizer does not report a client whose release failed. */
 auto *const clients = new std::set<zeb_client *>;
 bool blocks_kept = true;
 int waits_left;
 int late_by;
 std::function<void(uint32_t)> on_request;
 
-/* Held while a callback runs, and while a client or notifier is released. */
+/* Held while a callback runs, when a client is created, and when a client or notifier is released. */
 std::mutex delivery;
 zeb_client *client;
 zeb_client *notifier;
@@ -201,8 +201,8 @@ int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *o
 int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services) {
     const int32_t status = next_status("zeb_client_get_service_list");
-    // The module waits for as long as the service list fails. So that a fault without end does not make it wait for
-    // ever, the list succeeds after a few waits.
+    // The module repeats a failing call for the service list until it succeeds. When a test lets this call fail for
+    // ever, the call succeeds after a few waits, so that the module does not wait for ever.
     const bool over = info_array == nullptr && waits_left == 0;
     if (object != &service || late_by-- > 0 || (status != 0 && !over)) {
         return status != 0 ? status : ZEB_SERVICE_ERR;

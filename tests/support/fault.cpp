@@ -11,7 +11,7 @@
 
 namespace {
 
-/* A spin lock, as calls of pthread_mutex_lock may be among the calls that are counted. */
+/* A spin lock. A mutex will not do, because calls of pthread_mutex_lock may be counted themselves. */
 struct fault_spin {
     std::atomic_flag taken;
     void lock() {
@@ -23,7 +23,7 @@ struct fault_spin {
     }
 };
 
-/* Which call of which point fails. */
+/* Which calls of which point fail. */
 struct fault_plan {
     const char *point = nullptr;
     int nth = 0;
@@ -135,8 +135,7 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
     return error;
 }
 
-/* Does not fail in a plan with onwards: a library that never finds the real functions could pass no call through to
- * them. */
+/* With `onwards` dlsym does not fail: a library that never finds the real functions could not call them. */
 void *__wrap_dlsym(void *library, const char *name) {
     return !fails_onwards() && fault_hit("dlsym") ? nullptr : __real_dlsym(library, name);
 }
@@ -191,7 +190,7 @@ int fault_calls() {
     return fail;
 }
 
-/* Nothing here is to be undone, so that a thread may be cancelled in it at any instruction. */
+/* While no fault is armed, this function takes no lock, so that a thread may be cancelled in it at any instruction. */
 bool fault_hit(const char *point) {
     return armed && armed_hit(point);
 }

@@ -1,4 +1,4 @@
-/* For files that take functions over, to make their calls fail on demand. */
+/* For files that wrap functions (--wrap), so that calls of these functions can be made to fail. */
 #ifndef FAULT_CALL_H
 #define FAULT_CALL_H
 
@@ -11,9 +11,9 @@ template <typename T> T fault_with_errno(int error, T result) {
     return result;
 }
 
-/* Wraps a function, inside extern "C": a call that counts gives the result `failure` when the plan lets it fail. The
- * real function is a weak reference, because a program that is not linked with --wrap for the function has no real
- * function under this name. */
+/* Defines the wrapper of a function; to be used inside extern "C". When `counts` is true and the call is to fail, the
+ * wrapper returns `failure`. Otherwise it calls the real function. The real function is declared weak, because a
+ * program that is not linked with --wrap for it does not have it. */
 #define FAULT_CALL(type, name, counts, failure, params, args)                                                          \
     __attribute__((weak)) type __real_##name params;                                                                   \
     type __wrap_##name params {                                                                                        \

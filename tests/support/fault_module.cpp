@@ -1,4 +1,4 @@
-/* The part of fault.h that depends on the module. */
+/* Defines the functions of fault.h that depend on the module. */
 #include "cpe_dm_interface.h"
 #include "fault.h"
 

@@ -10,8 +10,8 @@
 std::string metric_word(uint32_t id);
 std::string ind_word(uint32_t id);
 
-/* Two kinds of statuses. A registration status: NONE, LTE, LTE_NR5G ... A service status, which the modem reports of
- * one technology: none, service ... */
+/* The first takes a registration status: NONE, LTE, LTE_NR5G ... The second takes the service status that the modem
+ * reports for one technology: none, service ... */
 std::string reg_status_word(uint32_t reg_status);
 std::string srv_status_word(uint32_t srv_status);
 
@@ -21,7 +21,7 @@ std::string status_word(int32_t status);
 /* A message of the modem: SYS_INFO, INDICATION_REGISTER ... */
 std::string message_word(uint32_t msg_id);
 
-/* The event that a record delivers: event LTE RSRP, response NR 5G Neighbor Info ... */
+/* The event in a record, such as "event LTE RSRP" or "response NR 5G Neighbor Info". */
 std::string event_name(const cpe_dm_info &info);
 
 #endif

@@ -1,4 +1,4 @@
-/* Values for people: cpe_dm_text.h. */
+/* Tests cpe_dm_text.h, which makes texts for people out of values. */
 #include "cpe_dm_text.h"
 
 #include <gtest/gtest.h>
@@ -63,7 +63,7 @@ TEST(Text, NamesOfStatuses) {
         names += ' ';
     }
     EXPECT_EQ(names, "unknown none power_save limited limited_regional lte lte_nr5g nr5g unknown ");
-    for (int32_t status = -20; status <= 1; status++) { // every status that has a meaning has a name
+    for (int32_t status = -20; status <= 1; status++) { // a status has a name if and only if it has an error text
         EXPECT_EQ(std::string(cpe_dm_status_name(status)) == "unknown",
                   std::string(cpe_dm_strerror(status)) == "unknown status")
             << status;
@@ -209,7 +209,7 @@ TEST(Text, Identities) {
     EXPECT_EQ(cpe_dm_lte_cgi_cell(27447297), 1U);
 }
 
-/* An answered request. */
+/* The answer to a request for one metric. */
 struct answer {
     cpe_dm_info info;
     cpe_dm_metric_record record;
@@ -307,7 +307,7 @@ TEST(Text, WhatNr5gLeftOutIsNotReported) {
     }
 }
 
-/* AddressSanitizer would find a leak or a second release. */
+/* This test expects nothing itself: AddressSanitizer reports a leak or a second release. */
 TEST(Text, WhatTheCallbackWasGivenIsReleased) {
     cpe_dm_release_info(nullptr);
     for (const uint32_t type :

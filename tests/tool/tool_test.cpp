@@ -31,7 +31,7 @@ namespace {
 using namespace std::chrono_literals;
 using words = std::vector<std::string>;
 
-/* Long enough for any machine. */
+/* How long a test waits at most; long enough for any machine. */
 constexpr auto patience = 60s;
 
 const std::string steady = PLATFORM_SCENARIOS "/steady.toml";
@@ -51,7 +51,7 @@ void write_file(const std::string &path, const std::string &text) {
     std::ofstream(path) << text;
 }
 
-/* A scenario of this test's own. */
+/* Writes a scenario into a file, and returns the file's path. */
 std::string scenario(const std::string &name, const std::string &text) {
     const std::string path = temporary(name + ".toml");
     write_file(path, text);
@@ -83,7 +83,7 @@ std::string cut(const std::string &text, char separator, int cnt) {
     return rest;
 }
 
-/* Waits until the condition holds; false when the time runs out first. */
+/* Waits until the condition holds. Returns false when this takes too long. */
 bool eventually(const std::function<bool()> &condition) {
     for (const auto start = std::chrono::steady_clock::now(); std::chrono::steady_clock::now() - start < patience;) {
         if (condition()) {
@@ -129,7 +129,7 @@ struct run {
         close(err[0]);
     }
 
-    /* Adds what comes through `fd` to `text`; false when nothing more will come. */
+    /* Adds to `text` what can be read from `fd` now. Returns false at the end of the input. */
     static bool take(int fd, std::string &text) {
         char block[4096];
         pollfd readable = {fd, POLLIN, 0};
@@ -141,7 +141,7 @@ struct run {
         return len > 0;
     }
 
-    /* Waits until `cnt` lines of output have come, or the output has ended. False: the time ran out first. */
+    /* Waits until `cnt` lines of output have come or the output has ended. Returns false when this takes too long. */
     bool lines(long cnt) {
         return eventually([&] {
             take(err[0], messages);
@@ -154,7 +154,7 @@ struct run {
                messages.find(text) != std::string::npos;
     }
 
-    /* Waits for the end. Returns the exit status, or the negative number of the signal. */
+    /* Waits until the tool ends. Returns its exit status, or the negative number of the signal that ended it. */
     int end(bool with_output = true) {
         bool out_open = with_output;
         ended = eventually([&] {
@@ -206,7 +206,7 @@ TEST(Tool, ModemThatDoesNotAnswer) {
     run get(mute, {"get", "lte.pci", "lte.rsrp", "--timeout", "2"});
     EXPECT_EQ(get.end(), 4);
     EXPECT_EQ(get.messages, "cpe_dm: the modem did not answer in time; --timeout SECONDS waits longer\n");
-    // watch writes its rows all the same, and ends.
+    // watch writes its rows although this modem does not answer, and ends.
     run watch(mute, {"watch", "-i", "0.1", "-n", "5", "reg", "lte.rsrp"});
     EXPECT_EQ(watch.end(), 0);
     EXPECT_EQ(std::count(watch.output.begin(), watch.output.end(), '\n'), 6) << watch.output;
@@ -230,7 +230,7 @@ TEST(Tool, OutputThatCannotBeWritten) {
     EXPECT_EQ(deaf.output, "reg lte_nr5g\n");
     run textfile(steady, {"watch", "--textfile", "/nowhere/x.prom"});
     EXPECT_EQ(textfile.end(), 4);
-    // The file has no part of the row that it had no room for.
+    // When the file has no room for a whole row, no part of the row is written.
     const std::string file = temporary("limited.csv");
     run limited(steady, {"watch", "-i", "0.1", "-o", file, "all"}, [] {
         const rlimit limit = {2000, 2000};
@@ -268,7 +268,7 @@ TEST(Tool, ReaderThatDoesNotRead) {
         }
         return whole;
     };
-    ASSERT_TRUE(tool.lines(12)); // the rows go on
+    ASSERT_TRUE(tool.lines(12)); // the rows go on when they are read
     EXPECT_TRUE(whole_rows()) << tool.output;
     kill(tool.pid, SIGTERM);
     EXPECT_EQ(tool.end(), 0);
@@ -294,7 +294,7 @@ TEST(Tool, SignalsAtEveryMoment) {
     }
 }
 
-/* The rows without the columns of the time. */
+/* The rows without their two columns of times. */
 std::string rows_of(const std::string &csv) {
     return cut(csv, ',', 2);
 }
@@ -319,8 +319,8 @@ lte = { srv_status = "service" }
     ASSERT_TRUE(tool.lines(55));
     kill(tool.pid, SIGTERM);
     ASSERT_EQ(tool.end(), 0);
-    // One after the other: served, away, served by another cell, no service, served. Any row may lack answers that came
-    // too late, or may hold values from before and from after a change.
+    // The rows show these states one after the other: served, modem away, served by another cell, no service, served.
+    // Any row may lack answers that came too late, or may mix values from before and after a change.
     const std::string rows = rows_of(tool.output);
     const std::string one = "((lte)?,(256)?,1?\n)*";
     const std::string other = "((lte)?,(513)?,2?\n)*";
@@ -338,8 +338,8 @@ TEST(Tool, LateAnswersLeaveValuesEmpty) {
     run tool(slow, {"watch", "-i", "0.4", "-n", "8", "reg", "lte.pci", "lte.rsrp"});
     ASSERT_EQ(tool.end(), 0);
     const std::string rows = rows_of(tool.output);
-    EXPECT_TRUE(matches(rows, "\n(lte|),1?,\n")) << rows; // not answered yet
-    EXPECT_TRUE(matches(rows, "\n,,-90\n")) << rows;      // answered later
+    EXPECT_TRUE(matches(rows, "\n(lte|),1?,\n")) << rows; // lte.rsrp has not been answered yet
+    EXPECT_TRUE(matches(rows, "\n,,-90\n")) << rows;      // only lte.rsrp has been answered, late
     EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 9);
 }
 
@@ -387,8 +387,8 @@ TEST(Tool, TextFileForPrometheus) {
     EXPECT_NE(access((file + ".tmp").c_str(), F_OK), 0);
 }
 
-/* Does what a shell does between a terminal and the tool: the calling process leads the session, and its child, which
- * becomes the tool, is the job in the foreground. */
+/* Does what a shell does between a terminal and the tool. The calling process leads the session. Its child returns from
+ * this function, becomes the tool, and is the job in the foreground. */
 void lead_session() {
     setsid();
     ioctl(STDIN_FILENO, TIOCSCTTY, 0);
@@ -405,7 +405,7 @@ void lead_session() {
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status));
 }
 
-/* The tool on a terminal. */
+/* Runs the tool on a terminal. */
 struct terminal_run {
     terminal_run(const std::string &path, const words &arguments) {
         const winsize size = {24, 80, 0, 0};
@@ -446,7 +446,7 @@ struct terminal_run {
                (entered == std::string::npos || entered < left);
     }
 
-    /* The tool's process, once the tool has shown something. state() is the letter of that process's state. */
+    /* The ID of the tool's process, valid once the tool has shown something. state() returns its state as a letter. */
     pid_t job() const {
         return tcgetpgrp(master);
     }
@@ -515,7 +515,7 @@ TEST(Tool, LiveViewOfAModemThatGoes) {
     terminal_run terminal(scenario("gone", lte + "[[change]]\nat_ms = 1500\npresent = false\n"), {"watch"});
     EXPECT_TRUE(terminal.shows("registration: LTE\033[K"));
     EXPECT_TRUE(terminal.shows("registration: the modem does not answer"));
-    EXPECT_TRUE(terminal.shows("Z the modem does not answer")); // also in the list of events
+    EXPECT_TRUE(terminal.shows("Z the modem does not answer")); // the list of events has it too
     kill(terminal.job(), SIGTERM);
     EXPECT_EQ(terminal.end(), 0);
 }

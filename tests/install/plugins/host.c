@@ -1,4 +1,4 @@
-/* Loads these plug-ins into one program and registers with each. Status 0 when each could. */
+/* Loads two or more plug-ins, named by the arguments, and calls plugin_register in each. Exits with 0 on success. */
 #include <dlfcn.h>
 #include <stdio.h>
 

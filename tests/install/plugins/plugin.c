@@ -1,4 +1,4 @@
-/* A plug-in with the module in it; this is all that it exports. */
+/* A plug-in with the module linked into it. plugin_register is the only function that the plug-in exports. */
 #include "cpe_dm.h"
 
 #include <stdlib.h>
