@@ -111,8 +111,8 @@ cpe_dm_dll_node *cpe_dm_dll_delete(cpe_dm_dll_node *head, cpe_dm_dll_node **tail
     if (node == nullptr) {
         return nullptr;
     }
-    // tail_consistent saw no successor of *tail. There is one now only if the comparison routine has linked a node
-    // behind *tail.
+    // tail_consistent has checked that *tail has no successor. If *tail has a successor now, the comparison routine has
+    // linked a node behind *tail.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));
@@ -126,8 +126,8 @@ void cpe_dm_dll_delete_node(const cpe_dm_dll_node *head, cpe_dm_dll_node **tail,
     if (head == nullptr || node == nullptr || !tail_consistent(tail)) {
         return;
     }
-    // tail_consistent saw no successor of *tail. There is one now only if another thread has linked a node behind
-    // *tail, although no two threads may use a list at the same time.
+    // tail_consistent has checked that *tail has no successor. If *tail has a successor now, another thread has linked
+    // a node behind *tail, although no two threads may use a list at the same time.
     if (node == *tail && node->next != nullptr) {
         CPE_DM_LOG_ERROR("cpe_dm_dll_delete_node: already tail! node->next:[0x%" PRIxPTR "]",
                          reinterpret_cast<uintptr_t>(node->next));

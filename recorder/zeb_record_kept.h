@@ -13,8 +13,9 @@ enum {
     ZEB_RECORD_KEPT_PREFIX_MAX = 32, /* bytes of the "TIME kept " before a kept line */
 };
 
-/* Sets the size that the kept lines may have together, with a "TIME kept " before each line. Drops answers to requests,
- * the oldest first, until the lines fit. Lines of other kinds stay even if they do not fit. */
+/* Sets the limit for the total size of the kept lines. Each line counts with the prefix "TIME kept ", which is written
+ * before the line. Drops answers to requests, the oldest first, until the lines fit. Lines of other kinds stay even if
+ * they do not fit. */
 void zeb_record_kept_limit(uint64_t bytes);
 
 /* To be called for each whole line that is added to the recording. Keeps the line if a later part needs it, and drops

@@ -32,9 +32,9 @@ uint64_t zeb_record_time() {
     return std::max(zeb_record_clock(CLOCK_MONOTONIC), start_us) - start_us;
 }
 
-/* Writes to standard error so that the program gets no signal. SIGPIPE (nobody reads the pipe) and SIGXFSZ (the file
- * has reached its limit) are blocked during the write. If the write makes one of these signals pending, sigtimedwait
- * removes the pending signal. */
+/* Writes a line to standard error. A failed write can raise SIGPIPE (nobody reads the pipe) or SIGXFSZ (the file has
+ * reached its limit). Both signals are blocked during the write. If the write made one of these signals pending,
+ * sigtimedwait removes the pending signal, so that the program does not get the signal. */
 static void say_line(const char *line, size_t len) {
     sigset_t raised;
     sigset_t pending;

@@ -3,8 +3,8 @@
 #ifndef PAGE_PARTS_H
 #define PAGE_PARTS_H
 
-/* The HTML page with placeholders such as @STYLE and @TITLE. page_text replaces the placeholders by the other two
- * parts, and by texts that depend on the recording. */
+/* The HTML page with placeholders such as @STYLE and @TITLE. page_text replaces the placeholders by page_css, page_js
+ * and texts that depend on the recording. */
 extern const char *const page_html;
 extern const char *const page_css;
 extern const char *const page_js;

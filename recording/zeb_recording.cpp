@@ -191,7 +191,7 @@ std::string take_words(const command &c, int argc, char **argv, arguments &args)
     return "";
 }
 
-/* Returns a message when the command needs another number of files or of options -o, and otherwise "". */
+/* Returns a message when the number of files or of -o options is wrong for the command, and otherwise "". */
 std::string wrong_count(const command &c, const arguments &args) {
     if (args.files.size() < c.files_min || args.files.size() > c.files_max) {
         return std::string(c.name) + (c.files_max == 2 ? " takes two recordings" : " takes a recording");

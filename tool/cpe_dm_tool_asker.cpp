@@ -8,8 +8,8 @@
 #include <atomic>
 #include <unistd.h>
 
-/* The thread registers anew when the modem has not answered for this number of rows in succession: the modem has
- * probably restarted. When only one row fails, there may be another reason. */
+/* When the modem has not answered for this number of rows in succession, the modem has probably restarted, and the
+ * thread registers anew. A single row without an answer may have another cause. */
 enum {
     MODEM_GONE_TIMES = 2,
 };
@@ -17,8 +17,8 @@ enum {
 /* The longest time that the thread waits before it tries again to reach a modem that did not answer. */
 static const int64_t retry_ms = 5000;
 
-/* When the program is to end during a registration, it waits this long for the registration. A registration takes
- * longer only when there is no modem, and cpe_dm_init then waits without limit. */
+/* When the program is to end while the thread is registering, the program waits this long for the end of the
+ * registration. A registration that takes longer is waiting for a modem, and may wait for ever. */
 static const int64_t connect_patience_ms = 200;
 
 static uint64_t metrics_wanted;
@@ -94,7 +94,7 @@ static bool ask_row() {
         if (metric == CPE_DM_METRIC_REG_STATUS || (reg.number[0] >= CPE_DM_REG_LTE && (metrics_wanted >> metric & 1))) {
             cpe_dm_tool_ask(&values, metric);
             publish(&values, metric, asked_ms);
-            // A modem that did not answer may have restarted, and does not know then which indications were set.
+            // A modem that did not answer may have restarted, and may have forgotten which indications were set.
             indication_lost = indication_lost || !cpe_dm_tool_is_answer(slot.status);
             if (reg.status != CPE_DM_SUCCESS) {
                 return false;
@@ -118,7 +118,7 @@ static void *run_asker(void * /*argument*/) {
         }
         const bool gone = registered && unanswered == MODEM_GONE_TIMES;
         if (gone) {
-            cpe_dm_tool_deregister(); // may fail: the registration below then takes down what is left of the old one
+            cpe_dm_tool_deregister(); // may fail; then the next cpe_dm_init cleans up the old registration
             unanswered = 0;
         }
         registered = registered && !gone ? registered : connect();

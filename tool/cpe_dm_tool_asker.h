@@ -43,9 +43,9 @@ void cpe_dm_tool_ask_row();
 /* Copies the report of the thread, and empties the thread's list of events. */
 void cpe_dm_tool_take_report(cpe_dm_tool_report *report);
 
-/* Tells the thread to deregister and to end. Waits patience_ms at most for the end; while the thread is registering,
- * only a fraction of a second. `bell` is the bell that was given to cpe_dm_tool_start_asker. False: the thread still
- * runs. */
+/* Tells the thread to deregister and to end. Waits at most `patience_ms` until the thread has ended. While the thread
+ * is registering, the function waits only a fraction of a second. `bell` is the bell that was given to
+ * cpe_dm_tool_start_asker. Returns false if the thread still runs. */
 bool cpe_dm_tool_stop_asker(int bell, int64_t patience_ms);
 
 #endif

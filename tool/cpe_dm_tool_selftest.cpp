@@ -33,8 +33,8 @@ static constexpr range_row ranges[] = {
     {CPE_DM_TOOL_NR5G_TX_POWER, -600, 330, -600, 330},
 };
 
-/* The keys without a range: the keys that judge_value checks in another way, the TACs, which can be any number, and the
- * derived keys, which are not tested. */
+/* The keys that have no range. judge_value checks some of these keys in another way. TACs are not checked, because a
+ * TAC can be any number. Derived keys (cpe_dm_tool_is_derived) are not tested. */
 static constexpr uint8_t without_range[] = {
     CPE_DM_TOOL_LTE_PLMN,     CPE_DM_TOOL_LTE_TAC,     CPE_DM_TOOL_LTE_CGI,   CPE_DM_TOOL_LTE_ENB,
     CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_EARFCN,  CPE_DM_TOOL_LTE_BAND,  CPE_DM_TOOL_LTE_MHZ,
@@ -235,8 +235,8 @@ static bool same_cell(const cpe_dm_tool_values *a, const cpe_dm_tool_values *b, 
     return same;
 }
 
-/* Asks for the serving cell twice more; `values` has the first answer. Of the three answers, the first two or the last
- * two have to be equal. One difference is allowed, because the modem may have changed to another cell. */
+/* Asks for the serving cell twice more, so that there are three answers; `values` has the first answer. The second
+ * answer has to be equal to the first or to the third answer: the modem may change to another cell once, not twice. */
 static void test_same_cell(const cpe_dm_tool_values *values, const char *name, const uint32_t (&metrics)[3]) {
     cpe_dm_tool_values again[2];
     if (values->slot[metrics[1]].status != CPE_DM_SUCCESS) {

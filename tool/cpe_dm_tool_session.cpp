@@ -10,7 +10,7 @@
 
 const int64_t cpe_dm_tool_patience_ms = 2000;
 
-/* A deregistration gets at least this much time: an earlier deadline is moved. */
+/* When the job has ended, the deadline is moved if necessary, to leave this much time for the deregistration. */
 static const int64_t farewell_ms = 5000;
 
 enum session_operation {
@@ -142,7 +142,7 @@ int32_t cpe_dm_tool_start_scan(cpe_dm_info *list, int32_t cnt) {
     return status;
 }
 
-/* The session of the command. A command runs only one session. */
+/* The only session of the program. The session's thread registers, calls `job` and deregisters. */
 static struct {
     pthread_t thread;
     int done; /* a bell (cpe_dm_tool_new_bell) that rings when the thread has finished */
@@ -170,7 +170,7 @@ static void *run_session(void * /*argument*/) {
     return nullptr;
 }
 
-/* Ends the program with a message, because this operation (a session_operation) is still running at the deadline. */
+/* Ends the program with a message, because `operation` (a session_operation) is still running at the deadline. */
 [[noreturn]] static void give_up(int operation) {
     switch (operation) {
     case REGISTERING:
@@ -207,8 +207,8 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
         if (operation != NO_OPERATION && now_ms >= limit_ms) {
             give_up(operation);
         }
-        // When the deadline passes between two operations of the job, the job may begin the next operation at any
-        // time. So the loop checks every 20 ms after the deadline.
+        // If no operation is running at the deadline, the job may begin its next operation at any time. So after the
+        // deadline the loop looks for a running operation every 20 ms.
         done = cpe_dm_tool_wait(session.done, std::max(limit_ms, now_ms + 20));
     }
     pthread_join(session.thread, nullptr);

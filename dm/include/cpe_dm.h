@@ -10,8 +10,8 @@
  * Threads: every operation may be called from any thread. The module does one thing at a time: it carries out one
  * operation, or it runs the callback. Operations are carried out in the order in which they were called. An operation
  * sends the modem up to three requests, and other operations and events wait until the requests are answered.
- * cpe_dm_get_info_list sends up to three requests for each record, and lets other operations and events go first
- * between two records. The modem usually answers within milliseconds. An operation waits for an answer for 50 s at
+ * cpe_dm_get_info_list sends up to three requests for each record, and lets waiting operations and events run between
+ * two records. The modem usually answers within milliseconds. An operation waits for an answer for 50 s at
  * most. But cpe_dm_init waits for the modem without limit, and other operations wait meanwhile. An event waits for one
  * operation at most, however many threads call operations. An operation waits for 16 events in a row at most. An
  * operation that is called while cpe_dm_deinit is in progress waits until cpe_dm_deinit has ended.
@@ -30,8 +30,8 @@
  * thread still exists, the program crashes.
  *
  * Status: every operation returns a cpe_dm_status. Any operation but cpe_dm_init may return
- *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current registration, or an argument is not as
- *                               the operation asks for;
+ *   CPE_DM_ERR_INVALID_PARAM    the handle is 0 or not that of the current registration, or an argument does
+ *                               not meet the requirements of the operation;
  *   CPE_DM_ERR_NOT_INITIALIZED  the handle is that of a registration whose cpe_dm_deinit failed half-way, or the
  *                               process is a child of fork;
  *   CPE_DM_ERR_FAILURE          a system primitive failed, or the operation was called from the callback.
@@ -373,10 +373,10 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
  *                       module's lock, nothing has changed */
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
 
-/* Retrieves one metric. The caller sets info_type to CPE_DM_INFO_TYPE_REQUEST and id to a cpe_dm_metric_id. For CQI and
- * cell lock lists the caller also points value at a zeroed record of its own; the module does not keep this pointer.
- * The module sets value_type and value. For a neighbour metric the module starts a scan instead and leaves the record
- * unchanged. While a scan is outstanding, further requests for neighbour metrics are refused.
+/* Retrieves one metric. The caller sets `info_type` to CPE_DM_INFO_TYPE_REQUEST and `id` to a cpe_dm_metric_id. For CQI
+ * and cell lock lists the caller also stores in `value` a pointer to a zeroed record of its own; the module does not
+ * keep this pointer. The module sets `value_type` and `value`. For a neighbour metric the module starts a scan instead
+ * and leaves the record unchanged. While a scan is outstanding, further requests for neighbour metrics are refused.
  *
  *   CPE_DM_ERR_INVALID_PARAM        wrong handle, dm_info is null or not a request, or its result record is missing
  *   CPE_DM_ERR_SERVICE_UNAVAILABLE  neither LTE nor NR 5G is in service (any metric but the registration status)

@@ -9,9 +9,10 @@
  * recording cannot tell which of two threads was first. */
 inline constexpr uint64_t TALLY_MOMENT_US = 200;
 
-/* The state of an entry of the recording. APART: the order of the entry is not compared; it is a decoding, a kept call,
- * a call for which tally_takes_part is false, or a line that is no call, indication or event. OPEN: the entry has not
- * been played yet. PASSED: the entry had not been played when a later entry was played. */
+/* The state of an entry of the recording. APART: the entry's place in the order is not compared. This state is used for
+ * decodings (calls that decode a message), kept calls, calls for which tally_takes_part is false, and lines that are
+ * not a call, an indication or an event. OPEN: the entry has not been played yet. PASSED: the entry had not been played
+ * when a later entry was played. */
 enum class tally_state : uint8_t { APART, OPEN, PASSED, PLAYED };
 
 struct tally_calls {
@@ -37,7 +38,7 @@ struct tally {
     size_t at_a_moment = 0;
     size_t first_early_line = 0;
     size_t first_moment_line = 0;
-    size_t overtaking = 0; /* lines played while a callback was still running that had returned earlier on the box */
+    size_t overtaking = 0; /* lines played during a callback; on the box they came after the callback's return */
     size_t first_overtaken_line = 0;
     size_t unrecorded = 0; /* clients and notifiers that have no number in the recording */
     bool differed = false;
@@ -55,19 +56,20 @@ const recording_entry *tally_expected_call(const tally &t);
 
 /* What is known of a call when it comes. */
 struct tally_arrival {
-    const recording_entry *entry;     /* the recorded call that answers the call; null: none */
+    const recording_entry *entry;     /* the recorded call whose result answers the new call; null: none matches */
     bool again;                       /* `entry` has answered an earlier call already */
     size_t position;                  /* the highest line number among the calls answered so far */
-    const recording_entry *unsettled; /* an indication or event that the program has not dealt with yet; null: there is
-                                         none, or the call may be how the program deals with it */
+    const recording_entry *unsettled; /* an indication or event to which the program still reacts; null: there is none,
+                                         or the call may belong to the reaction */
 };
 
-/* To be called when a call comes. `handle` is the number of its client or notifier in the recording; 0: none. */
+/* To be called when the program makes a call. `handle` is the number that the call's client or notifier has in the
+ * recording; 0: it has no number. */
 void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arrival &arrival);
 
-/* To be called when `entry` answers a call. `unprompted` means that the program did not make this call to deal with an
- * indication or event. If such a call is simultaneous with an indication or event, nobody can tell which of the two
- * came first. So these calls are counted. */
+/* To be called when a call is answered with the result of the recorded call `entry`. `unprompted` means that the call
+ * is not a reaction to an indication or event. Counts the unprompted calls that were recorded at the same moment as an
+ * indication or event, because nobody can tell whether the call or the indication or event came first. */
 void tally_answered(tally &t, const recording_entry &entry, bool unprompted);
 
 /* To be called for every indication or event that is due. `delivered` says whether it could be delivered. */
