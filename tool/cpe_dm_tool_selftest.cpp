@@ -251,7 +251,7 @@ static void test_same_cell(const cpe_dm_tool_values *values, const char *name, c
     const bool same = same_cell(values, &again[0], metrics) || same_cell(&again[0], &again[1], metrics);
     add_finding(name, as_json ? "null" : "",
                 same ? of(OK, "the same cell in two answers")
-                     : of(IMPOSSIBLE, "another cell in each of three answers"));
+                     : of(IMPOSSIBLE, "the cell changed twice in three answers"));
 }
 
 static int exit_status_of_counts(bool in_service) {
