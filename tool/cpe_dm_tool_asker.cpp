@@ -119,9 +119,11 @@ static void *run_asker(void * /*argument*/) {
         const bool gone = registered && unanswered == MODEM_GONE_TIMES;
         if (gone) {
             cpe_dm_tool_deregister(); // may fail; then the next cpe_dm_init cleans up the old registration
+        }
+        if (!registered || gone) {
+            registered = connect();
             unanswered = 0;
         }
-        registered = registered && !gone ? registered : connect();
         unanswered = registered && ask_row() ? 0 : unanswered + 1;
         if (row_due) {
             const cpe_dm_tool_guard guard(&report_mutex);
