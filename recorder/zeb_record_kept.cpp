@@ -64,8 +64,7 @@ static piece before(piece line, const char *key) {
     return {line.text, at != nullptr ? static_cast<uint32_t>(at - line.text) : 0};
 }
 
-/* Returns the length and the colon of a buffer that a line has as LENGTH:HEX. Returns "-" for a buffer that the line
- * has as "-". */
+/* `bytes` is a buffer as a line shows it: LENGTH:HEX, or "-". Returns LENGTH with its colon, or "-". */
 static piece length_of(piece bytes) {
     const auto *colon = bytes.len > 0 ? static_cast<const char *>(memchr(bytes.text, ':', bytes.len)) : nullptr;
     return {bytes.text, colon != nullptr ? static_cast<uint32_t>(colon + 1 - bytes.text) : bytes.len};

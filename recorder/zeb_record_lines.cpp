@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 enum {
-    WORDS_MAX = 256, /* bytes of a line at most, not counting the hexadecimal digits of its buffers */
+    WORDS_MAX = 256, /* the greatest length of a line, without the hexadecimal digits of its buffers */
 };
 
 static pthread_once_t once = PTHREAD_ONCE_INIT;
@@ -28,7 +28,7 @@ static void record_stop_in_child() {
 }
 
 /* Starts the recording, unless none is asked for. Runs once, at the first call of the platform. Other threads that call
- * the platform wait until it has returned. */
+ * the platform wait until this function has returned. */
 static void record_start() {
     const zeb_record_settings *settings = zeb_record_settings_get();
     if (*settings->path == '\0') {

@@ -4,7 +4,8 @@
  * is raised (SIGXFSZ, SIGPIPE), and the recorder does not wait if standard error cannot take the line. Every function
  * may be called from any thread, also from a thread that can be cancelled at any moment. A child of fork records
  * nothing, and says so on standard error when it first calls the platform. If the child starts another program with
- * exec, the recorder in that program finds that the file is taken, and records nothing either. */
+ * exec, the recorder in that program finds that the recording's file is already in use or not empty, and records
+ * nothing either. */
 #ifndef ZEB_RECORD_LINES_H
 #define ZEB_RECORD_LINES_H
 

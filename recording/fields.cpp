@@ -414,7 +414,7 @@ bool is_reported(const field &f, const uint8_t *base) {
                               has_cgi ? load<int64_t>(base + f.cgi) : 0) != 0;
 }
 
-/* The texts of all elements of one field of a group, with a separator between them; "" for an empty list. */
+/* Returns the texts of all elements of the field `part`, with `separator` between them; "" for an empty list. */
 std::string part_text(const field &part, const uint8_t *element, const char *separator) {
     std::string text;
     for (uint32_t i = 0; i < field_count(part, element); i++) {

@@ -48,18 +48,18 @@ struct field_place {
 inline constexpr uint32_t FIELD_NO_OFFSET = UINT32_MAX;
 
 struct field {
-    uint32_t metric = 0;        /* CPE_DM_METRIC_..., whose key, unit and counts_per_unit the field has; 0: no metric */
-    const char *name = nullptr; /* the key of a field without a metric */
-    const char *unit = "";      /* of a field without a metric, like counts_per_unit */
-    uint32_t counts_per_unit = 1;
+    uint32_t metric = 0;          /* a CPE_DM_METRIC_... that gives the key, unit and counts_per_unit; 0: no metric */
+    const char *name = nullptr;   /* the key of a field without a metric */
+    const char *unit = "";        /* the unit of a field without a metric */
+    uint32_t counts_per_unit = 1; /* the counts per unit of a field without a metric */
     field_place place;
     uint32_t valid = FIELD_NO_OFFSET;  /* offset of the 8-bit flag that says whether the field is present */
-    uint32_t length = FIELD_NO_OFFSET; /* of a list: offset of the 32-bit number of its valid elements */
-    uint32_t cgi = FIELD_NO_OFFSET;    /* of a PCI: offset of the 64-bit CGI, which cpe_dm_is_reported needs */
+    uint32_t length = FIELD_NO_OFFSET; /* for a list: offset of the count of valid elements, a 32-bit number */
+    uint32_t cgi = FIELD_NO_OFFSET;    /* for a PCI: offset of the 64-bit CGI, which cpe_dm_is_reported needs */
     field_identity identity = field_identity::NONE;
     std::span<const field_name> names = {};
-    std::span<const field> group = {}; /* of a GROUP: its fields, with offsets from the start of the group */
-    bool compact = false;              /* of a GROUP: texts for people separate its values by slashes: 1300/301 */
+    std::span<const field> group = {}; /* for a GROUP: its fields, with offsets from the start of the group */
+    bool compact = false;              /* for a GROUP: its text has only values, with slashes between them (1300/301) */
 };
 
 /* A request, a response or an indication. */
@@ -74,7 +74,7 @@ struct message {
 /* The fields with which every response begins. */
 extern const std::span<const field> message_response_header;
 
-/* An entry of the service list. It is not a message, but is described as one: the functions below can read it. */
+/* Describes an entry of the service list in the form of a message, so that the functions below can read the entry. */
 extern const message message_service_entry;
 
 /* The message of this type (zeb_message_type) and ID, or null when the table has none. */

@@ -6,8 +6,8 @@
 
 std::string page_text(const session &s, const facts &f);
 
-/* Writes the page to the file `name`. A file of this name that exists is replaced only if it is a page, too. On failure
- * returns false, with the reason in `error`. */
+/* Writes the page `text` to the file `name`. An existing file is replaced only if it begins like a page of this
+ * command. On failure returns false, with the reason in `error`. */
 bool page_write(const char *name, const std::string &text, std::string &error);
 
 #endif

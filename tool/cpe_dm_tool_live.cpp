@@ -25,8 +25,8 @@ static const int64_t minute_ms = 60000;
  * costs two waits: one until older output has been sent, and one until this text has been sent. */
 static const int64_t farewell_ms = 500;
 
-/* The columns that a line needs beside the name and the chart: for value, unit and verdict before the chart, and for
- * the range of the values after the chart. */
+/* `value_width` is the number of columns for the value, the unit and the verdict (such as "good"), which stand before
+ * the chart. `range_width` is the number of columns for the range of the values, which stands after the chart. */
 static const int value_width = 16;
 static const int range_width = 18;
 
@@ -121,7 +121,7 @@ int cpe_dm_tool_keyboard() {
 bool cpe_dm_tool_quit_pressed() {
     char typed[64];
     const ssize_t cnt = read(STDIN_FILENO, typed, sizeof(typed));
-    live.keys_ended = cnt <= 0; // after a hang-up poll would report the terminal as readable for ever
+    live.keys_ended = cnt <= 0; // when the input has ended, poll() always reports it as readable
     bool quit = false;
     for (ssize_t i = 0; i < cnt; i++) {
         quit = quit || typed[i] == 'q' || typed[i] == 'Q';
@@ -167,7 +167,8 @@ static void add_line(const char *line) {
     }
 }
 
-/* The mean of the values of row_cnt rows, which one column of a chart shows. NO_VALUE: none of the rows has a value. */
+/* Returns the value that one column of a chart shows: the mean of `row_cnt` rows, beginning with row `first_row`.
+ * Returns NO_VALUE when none of these rows has a value. */
 static int column_value(int chart, int64_t first_row, int64_t row_cnt) {
     int64_t sum = 0;
     int cnt = 0;
@@ -206,8 +207,8 @@ static void add_chart(int chart, int room) {
     int values[CHART_WIDTH_MAX];
     const int counts_per_unit = static_cast<int>(cpe_dm_tool_counts_per_unit(live.charts[chart]));
     const int width = std::min(room, int{CHART_WIDTH_MAX});
-    // The counts below are 64-bit like the row numbers. A processor without a division instruction calls a library
-    // routine for each integer width, and a second width would link a second routine.
+    // The numbers below are 64-bit, like the row numbers, so that all divisions use one width of integer. On a
+    // processor without a division instruction, each further width would link another library routine into the program.
     const int64_t rows_a_column = (live.history_cnt + width - 1) / width;
     const int64_t columns_a_row = std::max<int64_t>(width / live.history_cnt, 1);
     const int64_t column_cnt = (live.history_cnt + rows_a_column - 1) / rows_a_column;

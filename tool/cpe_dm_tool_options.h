@@ -59,9 +59,9 @@ struct cpe_dm_tool_commands {
     size_t cnt;
 };
 
-/* Reads the command line, and returns the command to run. Moves the command's arguments to argv[1] and the following
- * elements, where they overwrite other words. Null: there is no command to run, because help, the version or a message
- * has been written; *status is then the exit status of the program. */
+/* Reads the command line, and returns the command to run. Moves the command's arguments, without the options, to the
+ * beginning of `argv`, from argv[1] on. Returns null when there is no command to run, because help, the version or an
+ * error message has been written; *status is then the exit status of the program. */
 const cpe_dm_tool_command *cpe_dm_tool_parse_options(cpe_dm_tool_commands commands, int argc, char **argv,
                                                      cpe_dm_tool_options *options, int *status);
 

@@ -26,20 +26,20 @@ void cpe_dm_tool_add_json_string(cpe_dm_tool_text *text, const char *string);
 /* Adds a point in time, UTC, with milliseconds: "2026-11-23T06:00:00.123Z". */
 void cpe_dm_tool_add_time(cpe_dm_tool_text *text, timespec when);
 
-/* Both functions add a time, given in ms, in seconds: cpe_dm_tool_add_seconds with three decimals ("1.500"),
- * cpe_dm_tool_add_short_seconds with as few decimals as possible ("1.5"). */
+/* Both functions take a time in milliseconds and add it as a number of seconds. cpe_dm_tool_add_seconds writes three
+ * decimals ("1.500"). cpe_dm_tool_add_short_seconds writes as few decimals as possible ("1.5"). */
 void cpe_dm_tool_add_seconds(cpe_dm_tool_text *text, int64_t ms);
 void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 
 enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_PARSED,
     CPE_DM_TOOL_NOT_A_NUMBER, /* the text has another form, or the number is too large */
-    CPE_DM_TOOL_TOO_FINE,     /* the number is no whole number of counts */
+    CPE_DM_TOOL_TOO_FINE,     /* the number is not a multiple of one count */
 };
 
-/* Reads a decimal number of units, such as "-12.8", and sets *number to the number of counts. counts_per_unit is a
- * power of ten. `bits` is 63 for a signed number. For an identity of 64 bits `bits` is 64: a number without a minus
- * sign may then use all 64 bits of *number. */
+/* Reads a decimal number of units, such as "-12.8", and sets *number to the number of counts. `counts_per_unit` is
+ * a power of ten. `bits` is 63 or 64. If `bits` is 63, *number is at most INT64_MAX. If `bits` is 64, a number without
+ * a minus sign may be as large as UINT64_MAX, and *number gets the same 64 bits. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
 /* The time of the given clock, in ms. */

@@ -16,7 +16,8 @@ struct source_table {
     key_source of[CPE_DM_TOOL_KEY_CNT];
 };
 
-/* Builds the table of sources, which is indexed by key. The rows, which name their keys, exist only at compile time. */
+/* Builds the table of sources, which is indexed by key. Each row below names its key, so the order of the rows does not
+ * matter. The rows exist only at compile time. */
 static constexpr source_table order_sources() {
     constexpr struct {
         cpe_dm_tool_key key;

@@ -68,8 +68,9 @@ scenario_moment modem_moment(const modem &m);
  * changes only. */
 void modem_mark_told(const modem &m, modem_client &client);
 
-/* Counts an occurrence of `message` for each fault of the scenario with this message and `moment`. Returns the first
- * fault that applies to this occurrence, or a fault without effect when none applies. */
+/* Looks for the faults of the scenario that are for `message` and `moment`, and counts an occurrence of the message for
+ * each of these faults. Returns the first of them that applies to this occurrence, or a fault without effect when none
+ * applies. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
 /* Switches the modem on, unless it is on already. Returns false when the scenario is refused; the first call prints the

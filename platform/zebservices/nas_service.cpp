@@ -28,8 +28,7 @@ constinit const zeb_service NAS_SERVICE = {
 
 } // namespace
 
-/* Switches the modem on already here, so that a scenario that is not valid is reported before anyone waits for the
- * service. */
+/* Switches the modem on at once, so that an invalid scenario is reported before the program waits for the service. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
     if (!memory_left()) {

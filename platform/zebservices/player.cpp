@@ -17,8 +17,8 @@
  * waits until the effects of the line before it are over. First the conductor keeps the recorded pause between the two
  * lines, up to QUIET_US. Then the conductor waits until all threads of the program sleep, for REST_US at most. Also, a
  * line that was recorded after a callback had returned waits until this callback has returned. The limit of this wait
- * is the time that the callback took on the box plus PATIENCE_US. A recording of version 1 does not hold that time; its
- * limit is CALLBACK_US. Calls that a callback makes are answered without these waits.
+ * is the time that the callback took on the box plus PATIENCE_US. A recording of version 1 does not contain this time;
+ * the limit is then CALLBACK_US. Calls that a callback makes are answered without these waits.
  *
  * Limits. All these limits are real time, without the time in which the process was stopped, for example by a debugger.
  * The conductor reads the real time at least every LOOK_US. When more than LOOK_MAX_US has passed since it was read
@@ -33,9 +33,9 @@
  * peer is the client or notifier of the program that takes its place in the play. A role has a peer from the arrival of
  * the call that creates the peer until the peer is released. The deliveries of a role are made in the order of their
  * lines; role::next is the index of the next delivery. A call that has a recorded answer is in `pending` from its
- * arrival until its answer, while its thread waits in answer_call; only a decoding is answered at once. A delivery is
- * in `running` from the moment when it is made until its callback has returned, or until its client or notifier is
- * released. */
+ * arrival until its answer, while its thread waits in answer_call. Only a call that decodes a message is answered at
+ * once, and is never in `pending`. A delivery is in `running` from the moment when it is made until its callback has
+ * returned, or until its client or notifier is released. */
 #include "player.h"
 #include "answers.h"
 #include "recording.h"
@@ -181,8 +181,8 @@ bool waits_for_callback(const player &p, size_t line) {
                        [&p, line](const running_callback &c) { return !c.given_up && comes_after(p, c, line); });
 }
 
-/* `line` is played now. If a callback is still running that had returned before this line on the box, tells the
- * tally. */
+/* To be called when `line` is played. Reports to the tally when a callback that returned before this line on the box is
+ * still running now. */
 void count_overtaking(player &p, size_t line) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p, line](const running_callback &r) { return comes_after(p, r, line); });
@@ -354,8 +354,8 @@ void look_at_callbacks(player &p) {
     }
 }
 
-/* Advances `awake_us` and `clock_us` to the present. While a call is late that was recorded before the next delivery,
- * `clock_us` does not go beyond the time of this delivery. */
+/* Advances `awake_us` and `clock_us` to the present. While a call that was recorded before the next delivery has not
+ * come, `clock_us` does not go beyond the time of this delivery. */
 void look(player &p) {
     const auto now = std::chrono::steady_clock::now();
     const double passed = std::chrono::duration<double, std::micro>(now - p.looked).count();
@@ -427,9 +427,9 @@ void take_role(player &p, uint64_t peer, const recording_entry &entry) {
     r.creator = std::this_thread::get_id();
 }
 
-/* Whether the program makes the call by itself, not as a reaction to an indication or event. A call by the thread that
- * created the client or notifier counts as such a call. A call by another thread or in a callback may be a
- * reaction. */
+/* Whether the program makes the call by itself, not as a reaction to an indication or event. Returns false when the
+ * call may be a reaction: when it is made in a callback, or by a thread other than the one that created the client or
+ * notifier. */
 bool is_unprompted(const player &p, const zeb_call &call) {
     const auto r = p.roles.find(number_of(p, call.peer));
     return !call.in_callback && (r == p.roles.end() || r->second.creator == std::thread::id() ||
@@ -446,7 +446,8 @@ size_t unfinished_line(const player &p) {
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
-    // The program may have come to rest since the conductor looked last, so the thread of the call looks once more.
+    // All other threads of the program may have fallen asleep since the conductor last checked them. So the thread of
+    // the call checks them again.
     const bool looks = p.unsettled != nullptr && !call.in_callback;
     const bool at_rest = looks && zeb_other_threads(p.conductor_id) == zeb_threads::SLEEP;
     std::unique_lock guard(p.lock);

@@ -26,8 +26,8 @@ void player_detach(uint64_t peer);
  * fails. */
 void player_forget_parent();
 
-/* When the recording has no service event left that could end a wait, says so on standard error and returns true. Must
- * not be called in a child of fork. */
+/* To be called when the program waits for the service without a time limit. When the recording has no service event
+ * left that could end this wait, says so on standard error and returns true. Must not be called in a child of fork. */
 bool player_tell_endless_wait();
 
 /* Says on standard error whether the play so far was exact, and if not, why. Returns whether it was exact. Must not be
