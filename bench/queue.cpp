@@ -1,5 +1,5 @@
-/* The command queue, compared with queues that could replace it. Measured are a burst of commands, and the hand-over of
- * one command to a sleeping thread. */
+/* Compares the command queue with queues that could replace it. Measures a burst of commands, and the hand-over of one
+ * command to a sleeping thread. */
 #include "bench.h"
 #include "cpe_dm_cmdq.h"
 

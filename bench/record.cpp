@@ -1,6 +1,6 @@
-/* Measures how much more time a query takes with recording than without, and how much more an indication takes on its
- * way to the user's callback. The platform takes almost no time. The recorder is switched on or off only when a process
- * starts, so each round runs in a new process. */
+/* Measures how much time recording adds to a query, and to the delivery of an indication to the user's callback. The
+ * platform of this program (platform.h) takes almost no time to answer. The recorder is switched on or off only when a
+ * process starts, so each round runs in a new process. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "platform.h"

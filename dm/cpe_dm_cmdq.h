@@ -28,7 +28,7 @@ struct cpe_dm_cmd {
 
 /* The record of a queue. All fields are zero before cpe_dm_cmdq_init and after cpe_dm_cmdq_deinit. */
 struct cpe_dm_cmdq {
-    cpe_dm_dll_node *head; /* start of the list; `data` of each later node is a cpe_dm_cmd */
+    cpe_dm_dll_node *head; /* an empty first node; `data` of every other node points to a cpe_dm_cmd */
     cpe_dm_dll_node *tail; /* last node; equal to `head` while the queue is empty */
     int32_t count;         /* number of queued commands */
     int32_t max;           /* when `count` exceeds this number, each new command is logged, but still accepted */
@@ -67,8 +67,8 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq);
 /* Starts the command thread. On failure the field `thread` stays zero. */
 void cpe_dm_cmdthrd_init(cpe_dm_cmdq *cmdq);
 
-/* Asks the command thread to stop. Afterwards the field `running` is 0 on success, and 1 when the request may not have
- * reached the thread. */
+/* Asks the command thread to stop. After the call, the field `running` is 0 if the request is certain to reach the
+ * thread. Otherwise the field is 1, and the caller may try again. */
 void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq);
 
 /* The main function of the command thread; `cmdq` points to the record of the queue. Returns 0 after a stop request,

@@ -59,8 +59,8 @@ static int32_t give_bytes(cpe_dm_info &info, const uint8_t (&bytes)[3]) {
     return CPE_DM_SUCCESS;
 }
 
-/* Fills the caller's CQI record from the first `len` entries of `cc_cqi`, the list in the modem's answer. Info is
- * cpe_dm_lte_cqi_info or cpe_dm_nr5g_cqi_info. */
+/* Fills the caller's CQI record from the first `len` entries of `cc_cqi`, the list in the modem's answer. `Info` is
+ * the type of the record: cpe_dm_lte_cqi_info or cpe_dm_nr5g_cqi_info. */
 template <typename Info, size_t N>
 static int32_t give_cqi(cpe_dm_info &dm_info, uint32_t len, const cpe_dm_nas_cc_cqi (&cc_cqi)[N]) {
     Info &info = *static_cast<Info *>(dm_info.value.cqi_info);

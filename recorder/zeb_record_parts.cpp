@@ -34,9 +34,9 @@ static char beginning[size_t{ZEB_RECORD_FIRST_LINE_MAX} + MARK_MAX + ZEB_RECORD_
 static uint32_t part;
 static uint64_t part_max;     /* the size in bytes that the part may have */
 static uint64_t last_line;    /* offset of the file's last line */
-static bool has_beginning;    /* the part's first lines are written; false: the disk had no room for them */
+static bool has_beginning;    /* whether the part's first lines could be written */
 static bool has_lines;        /* the part has more lines than those that part_begin writes */
-static uint64_t lines_before; /* number of lines of the recording so far, with the lost lines */
+static uint64_t lines_before; /* number of lines of the recording so far, including lost lines */
 static uint64_t lost;         /* number of lines lost since a line was last written */
 static bool lost_said;
 
@@ -100,8 +100,8 @@ static uint64_t line_time(const char *line, uint32_t len) {
     return began + (took ? strtoull(word + sizeof(key) - 1, nullptr, 10) : 0);
 }
 
-/* Returns how many lines of the recording the text counts for. A `lost` line counts for the number of lost lines that
- * it states, every other line for 1. */
+/* Counts the lines of the text. A `lost` line counts as the number of lost lines that it states, and any other line
+ * counts as one line. */
 static uint64_t count_lines(const char *text, uint32_t len) {
     static const char mark[] = " lost lines=";
     uint64_t lines = 0;
@@ -159,9 +159,9 @@ static void record_end(const char *reason, int error) {
     zeb_record_fail(reason, error);
 }
 
-/* Sets the size that a new part may have: half of the bytes to keep, or less when the disk is nearly full or the
- * process has a lower limit for files. `other` is the size in bytes of the part that the new part follows; 0: there is
- * none. */
+/* Sets part_max, the size in bytes that a new part may have. The size is half of `keep`, or less when the disk is
+ * nearly full or the process has a lower limit for the size of a file. `other` is the size in bytes of the previous
+ * part; 0: there is no previous part. */
 static void part_measure(uint64_t other) {
     struct statvfs disk = {};
     struct stat old = {};
@@ -177,8 +177,8 @@ static void part_measure(uint64_t other) {
 }
 
 /* Writes the first lines of a part to the empty file: the recording's first line, the `before` line and the kept lines.
- * `time` is the time in the recording for these lines. `other` is the size in bytes of the part that the new part
- * follows; 0: there is none. Returns 0 or an errno value. */
+ * `time` becomes the time of the `before` line and the kept lines. `other` is the size in bytes of the previous part;
+ * 0: there is no previous part. Returns 0 or an errno value. */
 static int part_begin(uint64_t time, uint64_t other) {
     uint32_t added = 0;
     auto len = static_cast<uint32_t>(snprintf(beginning, sizeof(beginning), "%s", first_words));
@@ -277,8 +277,8 @@ static bool part_drop_before() {
 }
 
 /* Makes room on a full disk after a write has failed with `error`: removes the older part or, if there is none, the
- * lines of this part. A recording in one file is ended instead, and so is any recording if `error` is another failure.
- * `time` is the time of the next line. Returns whether the write may succeed now. */
+ * lines of this part. Ends the recording instead if it is kept in a single file, or if `error` does not mean a full
+ * disk. `time` is the time of the next line. Returns whether the write may succeed now. */
 static bool make_room(int error, uint64_t time) {
     if (keep == 0 || !disk_is_full(error)) {
         record_end("cannot be written, recording ends", error);
@@ -311,9 +311,9 @@ static uint32_t give_up(const char *text, uint32_t len, int error) {
     return len;
 }
 
-/* To be called when the first line of the text does not fit. If `by_limit` is true, the line exceeds part_max,
- * otherwise the process's limit for the size of a file. Returns how many bytes of the text have been written or given
- * up; 0: the caller has to try again. */
+/* Called when the first line of the text does not fit into the part. With this line the part would exceed part_max if
+ * `by_limit` is true, or the process's limit for the size of a file if `by_limit` is false. Returns how many bytes of
+ * the text have been written or given up; 0: the caller has to try again. */
 static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool by_limit) {
     const uint32_t line = line_length(text, len);
     const uint64_t time = line_time(text, line);
@@ -334,7 +334,7 @@ static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool
         return 0;
     }
     if (error == EMFILE || error == ENFILE || error == ENOMEM) {
-        part_max += keep / 16; // a descriptor or memory may be free later: until then the current part goes on
+        part_max += keep / 16; // let the current part grow; a descriptor or memory may be free later
         return 0;
     }
     if (!disk_is_full(error)) {

@@ -50,8 +50,8 @@ void put(std::string &out, char mark, const diff_line &line) {
     out += " " + std::to_string(line.entry->line) + ": " + in_words(*line.entry) + "\n";
 }
 
-/* Returns the fields in which two messages differ, each with both values. Returns "" when no field differs, and when
- * the two are not messages of the same type and ID. */
+/* Returns the fields in which two messages differ, each with both values. Returns "" when no field differs, when
+ * the messages differ in type or ID, or when one of the messages has no description. */
 std::string fields_that_differ(const session_message &a, const session_message &b) {
     std::string text;
     if (a.what == nullptr || a.what != b.what) {

@@ -17,8 +17,8 @@ constexpr uint64_t LONG_CGI = uint64_t{1} << 36;
 constexpr uint64_t U16 = UINT16_MAX;
 constexpr uint64_t U24 = (uint64_t{1} << 24) - 1;
 
-/* Where a message has only 16 bits for an LTE channel number, a number below this limit may be the low 16 bits of a
- * channel number of band 65 or above. */
+/* Some messages have only the low 16 bits of an LTE channel number. In these messages, a number below this limit may
+ * stand for a channel of band 65 or above. */
 constexpr uint64_t CUT_CHANNELS = 5110;
 constexpr uint64_t CUT = CPE_DM_LTE_EARFCN_CUT;
 
@@ -31,7 +31,8 @@ bool is_odd_plmn(uint64_t value) {
 }
 
 /* A range of values. A value is replaced by another value of its range, so the replacement fits into the same field and
- * has a similar meaning. The likely values of a range look real, and are used first. */
+ * has a similar meaning. The likely values are those that a real network may use. Replacements are drawn from the
+ * likely values first. */
 struct range {
     space_id space;
     uint64_t first;
@@ -85,8 +86,8 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // Nearly all likely values are in use. Begin at a random value of the range, and take the first free value that was
-    // not seen. If there is none, take the first free value other than the original.
+    // Nearly all likely values are in use. Begin at a random value of the range, and take the first free value that
+    // is not in the recording. If there is no such value, take the first free value other than the original.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
     for (const bool seen_too : {false, true}) {
         uint64_t value = any(random);

@@ -55,8 +55,8 @@ struct session_message {
 };
 
 /* session_request returns the message that a request sent. session_answer returns the message that a request or a
- * decoding got back with status 0. `what` is null when the entry has no such message, when fields.h does not describe
- * the message, and when the length does not fit the structure in the platform's header. */
+ * decoding got back with status 0. `what` is null in three cases: the entry has no such message, fields.h does not
+ * describe the message, or the length does not fit the structure in the platform's header. */
 session_message session_request(const recording_entry &entry);
 session_message session_answer(const recording_entry &entry);
 

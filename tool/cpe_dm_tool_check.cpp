@@ -65,7 +65,7 @@ static bool is_reg_name(const char *name) {
     return false;
 }
 
-/* Whether the text is a PLMN: MCC, hyphen and MNC, as in "123-45". A digit above 9 is a letter from a to f. */
+/* Whether the text is a PLMN: MCC, hyphen and MNC, as in "123-45". The digits may be hexadecimal, in lower case. */
 static bool is_plmn(const char *text) {
     const size_t len = strspn(text, "0123456789abcdef");
     const size_t rest = len == 3 && text[3] == '-' ? strspn(text + 4, "0123456789abcdef") : 0;

@@ -26,8 +26,9 @@ void cpe_dm_tool_add_network_words(cpe_dm_tool_text *text, const cpe_dm_tool_val
 /* Writes a message about a missing value: why the value is missing, and what to do. */
 void cpe_dm_tool_tell_missing(const char *name, int32_t status);
 
-/* Writes a message for each of these metrics (one bit each) whose request failed. An answer without a value is no
- * failure. Returns CPE_DM_TOOL_FAILED after a message, otherwise CPE_DM_TOOL_DONE. */
+/* Writes a message for each metric in `metrics` whose request failed. Each bit of `metrics` stands for the metric whose
+ * cpe_dm_metric_id is the number of the bit. An answer without a value is not a failure. Returns CPE_DM_TOOL_FAILED
+ * after a message, otherwise CPE_DM_TOOL_DONE. */
 int cpe_dm_tool_tell_failures(const cpe_dm_tool_values *values, uint64_t metrics);
 
 #endif

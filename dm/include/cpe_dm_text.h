@@ -92,7 +92,7 @@ uint32_t cpe_dm_lte_cgi_cell(uint32_t cgi);
  * number belongs to one band at most. Both functions return 0 for a number that is no channel.
  *
  * CPE_DM_METRIC_LTE_EARFCN and the LTE cell locks hold only the low 16 bits of a channel number. For a channel of band
- * 65 or above, these bits are the channel number less CPE_DM_LTE_EARFCN_CUT. So the answer 1300 may mean channel 1300
+ * 65 or above, these bits are the channel number minus CPE_DM_LTE_EARFCN_CUT. So the answer 1300 may mean channel 1300
  * of band 3 or channel 66836 of band 66, and the modem does not tell which. In general: if the answer plus
  * CPE_DM_LTE_EARFCN_CUT is a channel too, both channels are possible. The EARFCN of a neighbour is complete. */
 uint32_t cpe_dm_lte_band(uint32_t earfcn);

@@ -19,7 +19,7 @@ constexpr int64_t US_MAX = int64_t{1} << 52; /* the highest time, in microsecond
 /* Where the value of a `key=value` word goes: into a member of recording_entry, or, for REASON, into
  * recording::end_reason. */
 enum class slot {
-    NUMBER_0, /* a 32-bit number, signed or unsigned, as are NUMBER_1 and NUMBER_2 */
+    NUMBER_0, /* NUMBER_0, NUMBER_1 and NUMBER_2: a 32-bit number, signed or unsigned */
     NUMBER_1,
     NUMBER_2,
     ID_0,
@@ -27,7 +27,7 @@ enum class slot {
     HANDLE,
     INSTANCE,
     TIMEOUT,
-    ENTRIES, /* a 32-bit count, or "-" for a null pointer, as is SERVICES */
+    ENTRIES, /* ENTRIES and SERVICES: a 32-bit count, or "-" for a null pointer */
     SERVICES,
     IN,
     OUT,
@@ -272,8 +272,9 @@ const kind &read_line(std::string_view text, uint32_t version, recording_entry &
  * time when the callback began. The value is the index of the callback's indication or event in recording::entries. */
 using open_callbacks = std::map<std::pair<uint32_t, uint64_t>, size_t>;
 
-/* Stores how long a callback took, as its `returned` line says. Throws when the recording has no such callback; but
- * when lines of the recording are missing, ignores the line instead, because the callback's own line may be missing. */
+/* Stores how long a callback took, as its `returned` line says. Throws when the recording has no indication or event
+ * for this callback. When lines of the recording are missing, ignores the `returned` line instead, because the line of
+ * the indication or event may be one of the missing lines. */
 void read_returned(const recording_entry &line, open_callbacks &open, recording &out) {
     const auto found = open.find({line.handle, line.begin_us});
     if (found != open.end()) {

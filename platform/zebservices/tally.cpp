@@ -44,7 +44,7 @@ bool is_delivery(const recording_entry &e) {
 }
 
 /* Returns a text that says how a request differs from the recorded request `expected`: in its client, in the length of
- * a buffer, or in a byte (the first that differs). Returns an empty text when none of these differs, and when the two
+ * a buffer, or in a byte (the first that differs). Returns an empty text when none of these differs, or when the two
  * calls are not requests with the same message. */
 std::string difference(const zeb_call &call, uint32_t handle, const recording_entry &expected) {
     if (call.kind != zeb_call_kind::SEND || call.numbers != expected.numbers) {
@@ -91,7 +91,7 @@ void tell_difference(tally &t, const std::string &name, const std::string &how, 
 }
 
 /* Counts the call as too early in two cases. First case: an indication or event that was recorded well before the call
- * has not been delivered yet. Second case: the program has not dealt with the indication or event `unsettled`, although
+ * has not been delivered yet. Second case: the program is still busy with the indication or event `unsettled`, although
  * on the box its callback ended well before the call. `unsettled` may be null. */
 void look_for_early(tally &t, const recording_entry &call, const recording_entry *unsettled) {
     const recording_entry *later = nullptr;
@@ -131,8 +131,8 @@ bool take_turn(tally &t, const recording_entry &entry) {
 }
 
 /* Stores in t.moments, for each call, the line of an indication or event that happened at the same time as the call. A
- * call lasts from its beginning to its end. An indication or event lasts as long as its callback. A wait counts with
- * its end alone, because the waiting thread does nothing until then. */
+ * call lasts from its beginning to its end. An indication or event lasts as long as its callback. For a wait, only
+ * its end is used, because the waiting thread does nothing before the wait ends. */
 void find_moments(tally &t) {
     struct span {
         uint64_t begin, end;
@@ -146,8 +146,8 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // After this loop, `end` and `line` of each span belong to the delivery that ends last among this delivery and all
-    // earlier ones.
+    // A delivery that ends before the previous delivery takes over `end` and `line` of the previous delivery. After the
+    // loop, no `end` is before the `end` of an earlier delivery.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
