@@ -90,9 +90,9 @@ static int read_char(console_input &input) {
 }
 
 /* Reads one line, and drops its newline. If the buffer is full before the newline, the next call reads the remainder of
- * the line. Returns false when no input is left. Sets *ended to whether the end of the input was reached, which can
- * also happen after a last line without a newline. Once *ended is true, the caller must not call again: a terminal can
- * give more input after an end of input. */
+ * the line. Returns false when no input is left. Sets *ended to true if the end of the input was reached, and to
+ * false otherwise. If the last line has no newline, the function returns true and sets *ended to true. Once *ended is
+ * true, the caller must not call again: a terminal can give more input after an end of input. */
 static bool read_console_line(console_input &input, char *line, size_t size, bool *ended) {
     size_t len = 0;
     int c = 0;

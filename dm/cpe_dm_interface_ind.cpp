@@ -103,9 +103,9 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     uint32_t ids[CPE_DM_IND_CNT];
     uint32_t count = 0;
     const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
-    // A wrong handle is logged with the text of cpe_dm_get_ind_cnt, and a wrong list with the text below. Therefore
-    // cpe_dm_enter tests the handle alone, and the list is tested afterwards. In a child of fork cpe_dm_enter tests the
-    // list too: there it accepts every handle except null, and never returns CPE_DM_SUCCESS.
+    // A wrong handle and a wrong list are logged with different texts. Therefore cpe_dm_enter tests only the handle,
+    // and this function tests the list after cpe_dm_enter has succeeded. In a child of fork, cpe_dm_enter never
+    // succeeds, and null is the only wrong handle. So with any other handle cpe_dm_enter tests the list too.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

@@ -32,12 +32,13 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Takes the lock for an operation when its turn has come. Returns 0, or -1 (logged) when the operation must not go on.
- * When the wait for the turn fails (logged), the operation goes on before its turn, except during a take-down. */
+/* Waits for the turn of an operation, and takes the lock. Returns 0, or -1 (logged) when the operation must not go on.
+ * If the wait fails (logged), the operation goes on at once, without its turn; during a take-down the function returns
+ * -1 instead. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
 
-/* Takes the lock for a delivery when its turn has come. Returns 0, or -1 (logged) when the lock could not be taken.
- * When the wait for the turn fails (logged), the delivery goes on before its turn. */
+/* Waits for the turn of a delivery, and takes the lock. Returns 0, or -1 (logged) when the lock could not be taken. If
+ * the wait fails (logged), the delivery goes on at once, without its turn. */
 int32_t cpe_dm_lock_delivery(cpe_dm_guard &guard);
 
 /* Takes the lock as soon as it is free, without waiting for a turn. Used by the thread that takes the module down.

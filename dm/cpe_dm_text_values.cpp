@@ -108,7 +108,7 @@ int cpe_dm_is_reported(const cpe_dm_info *info, uint32_t reg_status, int64_t nr5
     }
 }
 
-/* A text buffer to which append adds. start_entry separates two entries by a space. */
+/* A buffer for a list of entries. The function append adds text. start_entry adds the space between two entries. */
 struct entries {
     char *text;
     size_t size;

@@ -145,8 +145,8 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* Sends one transmit power request, and stores the response in `resp`. `resp` is cleared before, so no value of an
- * earlier response is left. */
+/* Sends one transmit power request, and stores the response in `resp`. Clears `resp` first, because `resp` may hold an
+ * earlier response. */
 static int32_t nas_request_tx_rx_info(uint32_t radio_if, zeb_nas_tx_rx_info_req &req, zeb_nas_tx_rx_info_resp &resp) {
     req.radio_if = radio_if;
     resp = {};
@@ -201,8 +201,8 @@ int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info) {
     return CPE_DM_SUCCESS;
 }
 
-/* Sends one CQI request, and stores the response in `resp`. `resp` is cleared before, so no value of an earlier
- * response is left. */
+/* Sends one CQI request, and stores the response in `resp`. Clears `resp` first, because `resp` may hold an earlier
+ * response. */
 static int32_t nas_request_cqi_info(uint32_t technology, zeb_nas_cqi_info_req &req, zeb_nas_cqi_info_resp &resp) {
     req.technology_valid = 1;
     req.technology = technology;

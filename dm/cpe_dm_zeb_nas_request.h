@@ -28,8 +28,8 @@ inline bool cpe_dm_zeb_nas_failed(int32_t transport_status, const zeb_nas_resp_h
     return transport_status != 0 || header.result != 0;
 }
 
-/* Sends an indication registration, after switching the system information indication on in `req`. The caller has
- * filled in the fields of `req` for signal information, or left them zero. Returns the status of the transport. */
+/* Switches on the system information indication in `req`, and sends `req` to register for indications. The caller fills
+ * in the fields of `req` for signal information, or leaves these fields zero. Returns the status of the transport. */
 int32_t cpe_dm_zeb_nas_send_registration(zeb_nas_indication_register_req &req, zeb_nas_empty_resp &resp);
 
 #endif

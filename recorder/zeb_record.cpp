@@ -1,7 +1,7 @@
-/* The recorder's functions. Each of them has the name of a platform function, and the program calls it in the place of
- * that function. It calls the platform function and records the call. Callbacks that the program registers are replaced
- * by callbacks of the recorder, which record them and call the program's. No lock is held while a platform function or
- * a callback of the program runs. */
+/* The functions that the program calls instead of the platform's functions. Each function has the name of a platform
+ * function, calls the platform function, and records the call. The recorder also replaces each callback of the program
+ * by a callback of its own, which records the indication or event and calls the program's callback. No lock is held
+ * while a platform function or a callback of the program runs. */
 #pragma GCC visibility push(default) // the library exports what the platform's headers declare
 #include "zeb_nas_v01.h"
 #pragma GCC visibility pop
@@ -38,14 +38,15 @@ static void *platform_function(std::atomic<void *> *found, const char *name) {
     static std::atomic<void *> found;                                                                                  \
     const auto platform = reinterpret_cast<decltype(&(name))>(platform_function(&found, #name))
 
-/* Returns for how many bytes of a buffer a line needs room: for none if the buffer is too long to be recorded. */
+/* Returns how many bytes of a buffer of `len` bytes a line must have room for. The result is 0 if the buffer is too
+ * long to be recorded. */
 static uint64_t room_of(uint64_t len) {
     return len <= ZEB_RECORD_BYTES_MAX ? len : 0;
 }
 
-/* Records that a callback has returned, and how long it took. `recorded` says whether the indication or event has a
- * line of its own. That line is written before the callback begins, so that it is not lost when the callback ends the
- * program. */
+/* Records that a callback has returned, and how long it took. `recorded` says whether the indication or event itself
+ * was recorded. The line of the indication or event is written before the callback begins, because the callback may end
+ * the program. */
 static void record_returned(zeb_record_call *call, bool recorded, uint32_t number) {
     zeb_record_after(call);
     if (recorded && zeb_record_begin(call, 0, "returned handle=%u", number)) {

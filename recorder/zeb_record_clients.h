@@ -1,6 +1,6 @@
 /* The program's clients and notifiers: their numbers in the recording, and their callbacks. The recorder registers its
- * own callbacks in the place of the program's. Every function may be called from any thread. Only
- * zeb_record_client_unrecorded may wait, because it writes a line. */
+ * own callbacks instead of the program's callbacks. Every function may be called from any thread. Only
+ * zeb_record_client_unrecorded can block, because it writes a line to the recording. */
 #ifndef ZEB_RECORD_CLIENTS_H
 #define ZEB_RECORD_CLIENTS_H
 
@@ -40,8 +40,8 @@ void zeb_record_client_undo(zeb_record_client *entry);
 uint32_t zeb_record_client_number(zeb_client_handle handle);
 
 /* zeb_record_client_entries returns the entries that have the handle, one bit for each entry. zeb_record_client_release
- * frees the entries whose bits are set. The entries are looked up before the platform releases the handle, because the
- * platform may give the same handle to a new client right after. */
+ * frees the entries whose bits are set. The entries are looked up before the platform releases the handle. Right after
+ * the release, the platform may give the same handle to a new client. */
 uint32_t zeb_record_client_entries(zeb_client_handle handle);
 void zeb_record_client_release(uint32_t entries);
 

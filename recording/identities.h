@@ -1,9 +1,9 @@
 /* Replaces identities for a redacted recording. During one run of the program, equal identities get equal replacements.
  * A replacement is drawn at random and not computed from the identity, so nobody can find the identity by trying values
- * out. A replacement is a plausible value of the same kind that is not an identity in the files to redact. Only when
- * there are no more such values, other values of the same kind are drawn.
+ * out. A replacement is a plausible value of the same kind and does not occur as an identity in the files to redact.
+ * When all plausible values are used up, any other value of the same kind may be drawn.
  *
- * As a channel, PCI, CGI, TAC or country code (MCC), 0 means "not reported" and is not replaced. */
+ * A channel number, PCI, CGI, TAC or country code (MCC) of 0 means "not reported" and is not replaced. */
 #ifndef IDENTITIES_H
 #define IDENTITIES_H
 
@@ -23,7 +23,7 @@ enum class identity_space : uint8_t {
     TAC,
     MCC,
     MNC,
-    ODD_PLMN, /* a PLMN of three bytes with a digit above 9, which has no MCC and MNC as numbers */
+    ODD_PLMN, /* a three-byte PLMN with an invalid digit (above 9), which cannot be read as an MCC and an MNC */
     COUNT,
 };
 
@@ -49,8 +49,8 @@ uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
  * replacement. */
 uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 
-/* Replace a PLMN or a TAC of three bytes in place. If the functions above get the same PLMN or TAC as numbers, the
- * replacement is the same. */
+/* Replace a PLMN or a TAC of three bytes in place. The functions above give the same replacement for the same PLMN or
+ * TAC in the form of numbers. */
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 

@@ -10,7 +10,8 @@ constexpr int64_t MINUTE_US = 60 * SECOND_US;
 constexpr int64_t HOUR_US = 60 * MINUTE_US;
 constexpr int64_t DAY_US = 24 * HOUR_US;
 
-/* Reads `digits` decimal digits, and removes them from the front of the text. False: there are fewer digits. */
+/* Reads `digits` decimal digits, and removes them from the front of the text. Returns false when the text begins
+ * with fewer digits. */
 bool take_number(std::string_view &text, size_t digits, int64_t &number) {
     if (text.size() < digits) {
         return false;
@@ -34,8 +35,8 @@ bool take(std::string_view &text, char c) {
     return true;
 }
 
-/* If the text begins with a point, reads the point and up to six digits, and removes them. Without a point `us` is 0.
- * False: no digit follows the point. */
+/* If the text begins with a point, reads the point and up to six digits, and removes them. Without a point, sets `us`
+ * to 0. Returns false when no digit follows the point. */
 bool take_fraction(std::string_view &text, int64_t &us) {
     us = 0;
     if (!take(text, '.')) {

@@ -1,5 +1,5 @@
-/* Reads and writes times as text: dates, times of day, times since the recording's start, and durations. As numbers,
- * all are in microseconds. A wall-clock time (wall_us) counts from the beginning of 1970, UTC. */
+/* Converts times from text to numbers and back: dates, times of day, times since the recording's start, and durations.
+ * All numbers are in microseconds. A wall-clock time (`wall_us`) counts from the beginning of 1970, UTC. */
 #ifndef TIMES_H
 #define TIMES_H
 

@@ -20,8 +20,8 @@ bool cpe_dm_tool_ready(int fd, short events, int patience_ms);
 /* Writes all bytes, and waits while a non-blocking descriptor is full. Returns 0 or an errno value. */
 int cpe_dm_tool_write(int fd, const char *data, size_t len);
 
-/* Writes the text on standard output and empties the text. Returns CPE_DM_TOOL_DONE or, after a message,
- * CPE_DM_TOOL_FAILED. */
+/* Writes the text on standard output and empties the text. Returns CPE_DM_TOOL_DONE. When the write fails, prints a
+ * message and returns CPE_DM_TOOL_FAILED. */
 int cpe_dm_tool_print(cpe_dm_tool_text *text);
 
 /* Writes a message on standard error: one line with "cpe_dm: " and the formatted text. May be called on any thread. The

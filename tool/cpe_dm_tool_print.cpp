@@ -30,8 +30,8 @@ const char *cpe_dm_tool_tech_name(uint32_t tech) {
     return tech == CPE_DM_TECH_LTE ? "LTE" : "NR 5G";
 }
 
-/* Adds one item to a list that begins at the offset `start` of the text: the separator (not before the first item), the
- * words, and the value with its unit. Adds nothing when the key has no value. */
+/* Adds one item to a list that begins at the offset `start` of the text. The item consists of `separator` (except in
+ * the first item), `words`, and the value of the key with its unit. Adds nothing when the key has no value. */
 static void add_item(cpe_dm_tool_text *text, size_t start, const char *separator, const char *words,
                      const cpe_dm_tool_values *values, cpe_dm_tool_key key) {
     if (cpe_dm_tool_value_status(values, key) == CPE_DM_SUCCESS) {

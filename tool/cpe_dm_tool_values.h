@@ -10,12 +10,12 @@
 struct cpe_dm_tool_slot {
     int32_t status;      /* a cpe_dm_status, or CPE_DM_TOOL_NOT_ANSWERED */
     int64_t answered_ms; /* when the answer came, on the monotonic clock */
-    int64_t number[3];   /* the value in number[0], or a list of three bytes (PLMN, NR 5G TAC) */
+    int64_t number[3];   /* one byte in each element for a PLMN or an NR 5G TAC; otherwise the value in number[0] */
 };
 
 enum {
     CPE_DM_TOOL_NOT_ANSWERED = 1, /* not asked, or not answered yet */
-    CPE_DM_TOOL_NO_CHANNEL = 2,   /* no value can be derived, because the number is no channel */
+    CPE_DM_TOOL_NO_CHANNEL = 2,   /* no value can be derived, because the modem reports no valid channel number */
     CPE_DM_TOOL_RECORD_CNT = 4,
 };
 
@@ -108,11 +108,11 @@ bool cpe_dm_tool_find_key(const char *name, cpe_dm_tool_key *key);
  * group. */
 bool cpe_dm_tool_find_group(const char *word, cpe_dm_tool_keys *keys);
 
-/* Adds the keys that the words name. Each word is the name of a key or of a group. Returns false, after a message, when
- * a word is neither. */
+/* Adds the keys that the words name. Each word is the name of a key or of a group. When a word names neither, prints a
+ * message and returns false. */
 bool cpe_dm_tool_add_words(cpe_dm_tool_keys *keys, char *const *words, int cnt);
 
-/* The metrics, one bit each, that have to be asked for to get the values of these keys. */
+/* The metrics from which the values of these keys are obtained, one bit for each metric. */
 uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys);
 
 /* CPE_DM_SUCCESS when the key has a value. Otherwise the reason why it has none: the status of the answer, or
@@ -123,7 +123,8 @@ int32_t cpe_dm_tool_value_status(const cpe_dm_tool_values *values, cpe_dm_tool_k
  * 64-bit number; its bits are returned unchanged. */
 int64_t cpe_dm_tool_value_number(const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Both functions add the value of a key, which must have a value. cpe_dm_tool_add_value_unit also adds the unit. */
+/* Both functions add the value of a key to `text`. The key must have a value. cpe_dm_tool_add_value_unit also adds the
+ * unit. */
 void cpe_dm_tool_add_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 void cpe_dm_tool_add_value_unit(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 

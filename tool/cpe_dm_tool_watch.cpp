@@ -28,7 +28,7 @@ static const cpe_dm_tool_key default_keys[] = {
     CPE_DM_TOOL_NR5G_RSRP, CPE_DM_TOOL_NR5G_RSRQ, CPE_DM_TOOL_NR5G_SINR,
 };
 
-/* The last known serving cell of a technology. Only the keys that the modem is asked for are known. */
+/* The last known serving cell of a technology. Values that the modem is not asked for stay unknown. */
 struct cell {
     cpe_dm_tool_key key[3];                       /* the keys that identify a cell */
     uint32_t cpe_dm_tool_change_counts::*changes; /* the counter for changes of this cell */
@@ -66,7 +66,7 @@ static cell nr5g_cell = {{CPE_DM_TOOL_NR5G_CGI, CPE_DM_TOOL_NR5G_PCI, CPE_DM_TOO
                          &cpe_dm_tool_change_counts::nr5g_cell,
                          {-1, -1, -1}};
 
-/* Static, because they are large. */
+/* These variables are static and not on the stack, because they are large. */
 static cpe_dm_tool_report report;
 static char row_data[8192];
 static cpe_dm_tool_text row = {row_data, sizeof(row_data), 0};
@@ -109,9 +109,10 @@ static void end_unwritten(const char *name, int error) {
     }
 }
 
-/* Takes a registration status from an indication that came at at_ms, or from a row that asked for it at at_ms. Rows and
- * indications may overtake each other, so a status older than the last known status is ignored. If a row asked in the
- * millisecond in which an indication came, the row's status is ignored too: it may be from before the change. */
+/* Takes a registration status from an indication, or from the answer to a request. `at_ms` is the time of the
+ * indication or of the request. Answers and indications may overtake each other, so a status older than the last known
+ * status is ignored. If an indication and a request have the same time, only the indication counts, because the answer
+ * may be from before the change. */
 static void note_registration(uint32_t reg_status, int64_t at_ms, bool indicated) {
     if (at_ms < watch.reg_ms || (at_ms == watch.reg_ms && !indicated)) {
         return;
@@ -333,7 +334,8 @@ static void take_events(int64_t until_ms) {
     }
 }
 
-/* Waits for the first registration. Returns false when it fails, or when the program has to end first. */
+/* Waits for the first registration. Returns false when the registration fails or takes too long, or when the program
+ * has to end. */
 static bool wait_for_registration() {
     const int64_t until_ms = cpe_dm_tool_now_ms() + watch.options->timeout_ms;
     bool told = false;
@@ -389,7 +391,8 @@ static int end_watch() {
         signal(SIGPIPE, SIG_DFL);
         raise(SIGPIPE);
     }
-    if (!stopped) { // the thread is inside an operation of the module, which cannot be cancelled
+    // The thread that asks the modem may still be inside an operation of the module. An operation cannot be cancelled.
+    if (!stopped) {
         _exit(watch.status);
     }
     return watch.status;
@@ -427,8 +430,8 @@ static int open_output() {
     return watch.status;
 }
 
-/* Reads from the options which metrics are asked for, and how the values are shown. Returns false, after a message,
- * when the options are wrong. */
+/* Decides from the options which metrics the modem is asked for, and how the values are shown. When the options are
+ * wrong, prints a message and returns false. */
 static bool understand(const cpe_dm_tool_options *options) {
     const uint32_t given = options->given;
     cpe_dm_tool_keys exposed = {};

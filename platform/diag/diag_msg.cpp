@@ -40,8 +40,8 @@ int open_log() {
     return fd;
 }
 
-/* Returns the descriptor of the log, which the first call opens. There is no mutex here: if another thread held the
- * mutex at a fork, the child would wait for the mutex for ever. */
+/* Returns the descriptor of the log. The first call opens the log. The function uses no mutex, because a mutex that
+ * another thread holds during a fork stays locked in the child for ever. */
 int log_descriptor() {
     static std::atomic<int> log = NOT_OPENED;
     int fd = log;

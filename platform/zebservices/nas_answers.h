@@ -1,7 +1,7 @@
 /* Fills the messages of the network access service from a state of the scenario. The caller passes a zero-filled
  * message. When there is no cell, groups of fields that describe a cell stay zero, and so are marked as not valid. Lock
- * lists and scan results do not depend on the service status. `moment` is the time at which the signal is measured; the
- * values depend on it because of swings and ramps. */
+ * lists and scan results do not depend on the service status. `moment` is the time at which the signal is measured: a
+ * scenario can let the signal values change over time. */
 #ifndef NAS_ANSWERS_H
 #define NAS_ANSWERS_H
 

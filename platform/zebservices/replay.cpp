@@ -48,8 +48,8 @@ bool is_strict() {
     _exit(NOT_EXACT_STATUS);
 }
 
-/* Answers a call. A wait without limit goes on for ever when the recording has no event left that could end it. If the
- * play is exact so far, the program waited like this on the box when the recording ended, and waits for ever now. If
+/* Answers a call. If the call waits without limit and the recording has no event left, the wait never ends. An endless
+ * wait is correct while the play is exact, because the program on the box was also waiting when the recording ended. If
  * the play is not exact and ZEB_STRICT=1 is set, this function ends the program. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
@@ -139,9 +139,9 @@ void forget_parent() {
     player_forget_parent();
 }
 
-/* Says on standard error whether the play was exact, and returns whether it was. A refused recording, or a program that
- * made no call, is not exact. Says nothing and returns true when no recording is to be played, and in a child of fork
- * that has started no play. */
+/* Says on standard error whether the play was exact, and returns whether it was. The play is not exact if the
+ * recording was refused or the program made no call. Says nothing and returns true when no recording is to be played,
+ * and in a child of fork that has started no play. */
 bool sum_up() {
     if (state == replay_state::PLAYS) {
         return player_sum_up();
