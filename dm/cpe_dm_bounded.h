@@ -1,4 +1,4 @@
-/* A limit for counts that the modem sends. */
+/* Limits the length of a list from the modem to the list's capacity. */
 #ifndef CPE_DM_BOUNDED_H
 #define CPE_DM_BOUNDED_H
 

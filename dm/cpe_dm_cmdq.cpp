@@ -226,8 +226,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // When `running` is 0 after this call, the caller waits for the thread to end. So `running` must not stay 0 unless
-    // the thread is certain to see the 0. Each step that fails is tried once more.
+    // If `running` is 0 after this call, the caller waits for the thread to end. So `running` is set to 1 again if the
+    // thread may have missed the stop request. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");
@@ -261,8 +261,8 @@ int32_t cpe_dm_cmdq_join_thread(cpe_dm_cmdq *cmdq) {
     return CPE_DM_SUCCEEDS(pthread_join(cmdq->thread, nullptr), "pthread_join failed:") ? 0 : -1;
 }
 
-/* Waits until the thread, which was asked to stop, no longer uses the record. If the thread cannot be joined, waits for
- * the field `ended` instead. */
+/* Waits until the command thread, which was asked to stop, no longer uses *cmdq. If the thread cannot be joined, waits
+ * until the thread has set cmdq->ended. */
 static void wait_for_end(cpe_dm_cmdq *cmdq) {
     if (cpe_dm_cmdq_join_thread(cmdq) == 0) {
         return;

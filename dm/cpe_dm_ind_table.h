@@ -1,4 +1,4 @@
-/* The table of the indications that the user has set with cpe_dm_set_ind_info. */
+/* The indication table: which indications the user has set with cpe_dm_set_ind_info, and their thresholds. */
 #ifndef CPE_DM_IND_TABLE_H
 #define CPE_DM_IND_TABLE_H
 

@@ -9,7 +9,7 @@
 /* The data of a command that carries an indication of the modem to the command thread. */
 struct zeb_async_data {
     uint32_t zeb_msg_id;
-    void *zeb_msg_data; /* owned by the command; its type is told at cpe_dm_post_nas_msg */
+    void *zeb_msg_data; /* owned by the command; see cpe_dm_post_nas_msg for its type */
 };
 
 /* The functions of a command that carries an indication; `data` is the command's zeb_async_data. cpe_dm_process_nas_msg

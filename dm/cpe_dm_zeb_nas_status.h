@@ -7,9 +7,10 @@
 
 #include <cstdint>
 
-/* Return and store the module's network status, a cpe_dm_reg_status. It is CPE_DM_REG_NONE until it is stored for the
- * first time. It is stored by the system information query of cpe_dm_init, and by the system information indication on
- * the framework's thread. No lock orders the two; each store replaces the previous status. Callable from any thread. */
+/* Return and store the module's network status, a cpe_dm_reg_status. The status is CPE_DM_REG_NONE until it is stored
+ * for the first time. Two threads store it: the thread that calls cpe_dm_init, after the system information query, and
+ * the framework's thread, for a system information indication. Their order is not defined, and the last store counts.
+ * Both functions may be called from any thread. */
 uint32_t cpe_dm_zeb_nas_network_status();
 void cpe_dm_zeb_nas_store_network_status(uint32_t status);
 
@@ -17,8 +18,8 @@ void cpe_dm_zeb_nas_store_network_status(uint32_t status);
 bool cpe_dm_zeb_nas_lte_in_service();
 bool cpe_dm_zeb_nas_nr5g_in_service();
 
-/* Derives the network status from `info` and returns it, without storing it. Logs the values of each technology that
- * was considered. */
+/* Derives the network status from `info` and returns it, without storing it. Logs the values of NR 5G in `info`. Logs
+ * the values of LTE too, unless NR 5G is in service. */
 uint32_t cpe_dm_zeb_nas_derive_status(const zeb_nas_sys_info &info);
 
 #endif

@@ -53,7 +53,8 @@ static zeb_threads thread_state(long thread) {
     }
     // The file "syscall" holds the number of the system call in which the thread sleeps, and its arguments. Numbers of
     // system calls differ between processors, and under an emulator the number is that of the host. So a wait for a
-    // mutex is recognised by the arguments: a futex, the operation, and the value that a mutex with waiters has.
+    // mutex is recognised by the arguments: the address of a futex, the futex operation, and the value that a mutex
+    // with waiters has.
     constexpr unsigned long PRIVATE_WAIT = 0x80;
     constexpr unsigned long HAS_WAITERS = 2;
     unsigned long futex = 0;

@@ -4,8 +4,9 @@
  * without the other.
  *
  * Whenever the process is killed, the parts on the disk can be played. A new part is created under the recording's name
- * with ".next" behind it. When the first lines of the new part are complete, two renames follow: the recording's name
- * becomes ".1", and ".next" becomes the recording's name. Between the two renames no file has the recording's name. */
+ * with ".next" behind it. When the first lines of the new part are complete, two files are renamed. First the current
+ * part gets the name with ".1". Then the new part gets the recording's name. Between the two renames no file has the
+ * recording's name. */
 #ifndef ZEB_RECORD_PARTS_H
 #define ZEB_RECORD_PARTS_H
 

@@ -19,7 +19,7 @@ enum {
     ROOM = 1024 * 1024, /* bytes of each text buffer; a line with two messages of full length fits */
     MARK_MAX = 64,      /* bytes at the end of a text buffer that are reserved for a `lost` line */
     PROMPT_US = 100000, /* if the disk delays a thread longer than this, the disk counts as slow */
-    WAITS_MAX = 10,     /* a thread waits at most this many times PROMPT_US for a writer that the disk does not delay */
+    WAITS_MAX = 10,     /* a thread waits at most this many times for the writer, each time for PROMPT_US */
     SYNC_US = 500000,   /* the time between two syncs of the file to the disk */
 };
 

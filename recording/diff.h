@@ -5,9 +5,10 @@
 #include "session.h"
 
 /* Returns what the command prints; empty when there is no difference. Lines are compared in their order, without times
- * and durations. For an indication or event, it is also compared whether the callback returned, unless one of the
- * recordings has version 1, which does not record that. First lines are not compared, because the same session may have
- * been recorded on another machine. The lines `before` and `end` are not compared either. */
+ * and durations. An indication whose callback returned differs from an indication whose callback did not return; the
+ * same is true of events. This difference is ignored when one of the recordings has format version 1, in which the
+ * returns of callbacks are not recorded. First lines are not compared, because the same session may have been recorded
+ * on another machine. The lines `before` and `end` are not compared either. */
 std::string diff_text(const session_file &a, const session_file &b);
 
 #endif

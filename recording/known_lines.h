@@ -23,7 +23,8 @@ struct known_line {
 extern const std::span<const known_line> known_lines;
 
 /* Redacts one line, which is passed without its line end: replaces identities, and adds `shift_us` to the time at the
- * beginning of a log line. Returns std::nullopt when the form of the line is not known, or a number is too large. */
+ * beginning of a log line. Returns std::nullopt when the form of the line is not known, when an identity does not fit
+ * into 64 bits, or when a byte of a PLMN or TAC is above 255. */
 std::optional<std::string> known_line_redact(std::string_view line, identities &all, int64_t shift_us);
 
 /* The time at the beginning of a log line, in microseconds since 1970; std::nullopt when the line has no time. */

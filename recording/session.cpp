@@ -8,9 +8,10 @@
 
 namespace {
 
-/* Stores a decoding in the line of its client's last indication, if the decoding has the ID and the bytes of that
- * indication. Returns true if the entry was stored in this way: the entry then gets no line of its own. `last` holds,
- * for each client, the index in `lines` of the last indication. */
+/* Joins the decoding of an indication with the indication. If `entry` is the first decoding of its client's last
+ * indication, with the same ID and bytes, stores `entry` in the line of the indication and returns true: `entry` then
+ * gets no line of its own. Otherwise returns false. `last` holds, for each client, the index in `lines` of the last
+ * indication. The function updates `last` when `entry` is an indication. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();
@@ -29,8 +30,9 @@ bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> 
     return true;
 }
 
-/* Adds the entries of a file to the session. A kept entry repeats a call of an earlier part. Kept entries are added
- * from the first file alone: those of a later file repeat calls of the files before, unless a part is missing. */
+/* Adds the entries of a file to the session. A kept entry repeats a call of an earlier part. Kept entries of a later
+ * file are left out, because the session already has these calls from the earlier files. If a part between two files is
+ * missing, the session lacks the calls of the missing part. */
 void add_lines(session &s, session_file &file, bool first) {
     std::map<uint32_t, size_t> last;
     for (const recording_entry &entry : file.content.entries) {

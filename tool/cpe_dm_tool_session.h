@@ -14,7 +14,7 @@
  * message. Output that the job has not written is lost then. */
 int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*job)());
 
-/* A callback for commands that set no indication and start no scan. It only releases the record. */
+/* A callback for commands that set no indication and start no scan. The callback only releases `info`. */
 void cpe_dm_tool_drop_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data);
 
 /* Return and set the deadline of the session (monotonic clock, ms). The program ends when an operation of the module is
@@ -36,8 +36,8 @@ void cpe_dm_tool_tell_unregistered(int32_t status);
 /* Writes the message that the modem did not appear in time. */
 void cpe_dm_tool_tell_absent();
 
-/* Writes the message that the program waits for the modem, timeout_ms at most, if standard error is a terminal. To be
- * called when the wait has lasted cpe_dm_tool_patience_ms. */
+/* If standard error is a terminal, writes the message that the program is waiting for the modem and will wait for
+ * timeout_ms at most. To be called when the wait has lasted cpe_dm_tool_patience_ms. */
 void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;
 
@@ -46,7 +46,8 @@ extern const int64_t cpe_dm_tool_patience_ms;
  * tell which, so the function then asks for these two metrics as well, unless *values has their answers. */
 void cpe_dm_tool_ask(cpe_dm_tool_values *values, uint32_t metric);
 
-/* Asks the modem for these metrics (one bit each), for the registration status first. */
+/* Asks the modem for each metric whose bit (1 << metric) is set in `metrics`. If the bit of the registration status is
+ * set, asks for the registration status first. */
 void cpe_dm_tool_ask_all(cpe_dm_tool_values *values, uint64_t metrics);
 
 /* Whether a status means that the modem answered, with a value or without. */

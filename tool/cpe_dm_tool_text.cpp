@@ -63,7 +63,7 @@ cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_pe
     const char *c = text + (minus || *text == '+' ? 1 : 0);
     const uint64_t most = minus || bits == 63 ? uint64_t{INT64_MAX} : UINT64_MAX;
     uint64_t magnitude = 0;
-    uint32_t behind_point = 0; // 10 to the power of the decimals read so far; 0: no decimal point yet
+    uint32_t behind_point = 0; // 10 to the power n after n decimals have been read; 0: no decimal point yet
     bool too_fine = false;
     if (!is_digit(*c)) {
         return CPE_DM_TOOL_NOT_A_NUMBER;

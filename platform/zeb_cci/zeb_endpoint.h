@@ -1,5 +1,5 @@
-/* An endpoint is a client or a notifier. It has a handle, which the caller knows, a peer number, which the service
- * knows, and a thread that runs the callbacks. */
+/* An endpoint is a client or a notifier. The caller knows the endpoint by its handle, and the service knows the
+ * endpoint by its peer number. Each endpoint has a thread that runs its callbacks. */
 #ifndef ZEB_ENDPOINT_H
 #define ZEB_ENDPOINT_H
 

@@ -38,7 +38,7 @@ struct recording_entry {
     bool kept = false;        /* a CALL of an earlier part, repeated in this part because later calls need its answer */
     uint64_t begin_us = 0;    /* time since the recording's start; of a kept call, the time when this part began */
     uint64_t took_us = 0;     /* how long a CALL took, or the callback of an INDICATION or EVENT if `returned` */
-    bool returned = false;    /* INDICATION, EVENT: the callback has returned; always false in version 1 */
+    bool returned = false;    /* INDICATION, EVENT: the callback has returned; always false in format version 1 */
     size_t returned_line = 0; /* the line number of the callback's `returned` line; 0: none */
     int32_t status = 0;       /* the return value of a CALL, or the event code of an EVENT */
     uint32_t handle = 0;      /* the number of the client or notifier in the recording; 0: none or not recorded */
@@ -46,7 +46,7 @@ struct recording_entry {
     uint32_t instance = 0;                /* of a CLIENT call */
     uint32_t timeout_ms = 0;              /* of a CLIENT or SEND call */
     recording_bytes in;                   /* as in zeb_call; INDICATION: the encoded message */
-    recording_bytes out;                  /* as in zeb_call, with the content that the call left */
+    recording_bytes out;                  /* as in zeb_call: the buffer's content after the call */
     uint32_t entries = 0;                 /* of a LIST call */
     uint32_t services = 0;                /* of a LIST call */
     uint64_t count = 0; /* LOST: number of lines lost at this place; UNRECORDED: number of clients, notifiers and
@@ -66,9 +66,9 @@ struct recording {
     size_t last_line = 0;
 
     bool cut = false;       /* the file ends in the middle of a line, and this line is left out */
-    std::string end_reason; /* why the recording ended before the program; empty: there is no `end` line */
+    std::string end_reason; /* why the recording ended while the program went on; empty: there is no `end` line */
     uint64_t end_us = 0;
-    uint64_t before_lines = 0; /* number of lines of earlier parts that this part does not hold */
+    uint64_t before_lines = 0; /* number of earlier lines of the recording that are not in this part */
     uint64_t lost_lines = 0;
     uint64_t unrecorded = 0; /* number of clients, notifiers and callbacks that are not in the recording */
 };
