@@ -13,7 +13,7 @@
 namespace {
 
 enum {
-    TRIES = 5, /* a repetition that other processes disturbed is measured again, up to this number of times in all */
+    TRIES = 5, /* the maximum number of attempts to measure without a disturbance by other processes */
 };
 
 /* The value below which `percent` percent of the values lie. */

@@ -42,15 +42,15 @@ enum {
 extern cpe_dm_state_record cpe_dm_state;
 
 /* The check at the start of every public operation except cpe_dm_init. `operation` is the name of the operation for the
- * log. `args_valid` tells whether the arguments other than the handle are valid. Waits for the operation's turn and
- * takes the lock, but refuses a call from the user's callback, and a call in a child of fork that has not called
- * cpe_dm_init. Returns
+ * log. `args_valid` tells whether the arguments other than the handle are valid. Refuses a call from the user's
+ * callback. Otherwise waits for the operation's turn and takes the lock. Returns
  *   CPE_DM_SUCCESS              the operation may go on;
  *   CPE_DM_ERR_INVALID_PARAM    `hndl` is not the current handle, or `args_valid` is false; not logged here;
  *   CPE_DM_ERR_NOT_INITIALIZED  the module is not initialised; logged;
  *   CPE_DM_ERR_FAILURE          called from the callback, or a thread primitive failed; logged.
- * Such a child of fork does not take the lock and cannot check the handle. In the child a null `hndl` or a false
- * `args_valid` gives CPE_DM_ERR_INVALID_PARAM, and any other call CPE_DM_ERR_NOT_INITIALIZED. */
+ * In a child of fork that has not called cpe_dm_init, the function does not take the lock and cannot compare `hndl`
+ * with the current handle. In this case the function returns CPE_DM_ERR_INVALID_PARAM if `hndl` is null or `args_valid`
+ * is false, and otherwise CPE_DM_ERR_NOT_INITIALIZED. */
 int32_t cpe_dm_enter(cpe_dm_guard &guard, const char *operation, cpe_dm_hndl hndl, bool args_valid);
 
 /* Whether this process is a child of fork in which cpe_dm_init has not been called yet. */

@@ -33,7 +33,7 @@ int32_t cpe_dm_post_nas_msg(uint32_t zeb_msg_id, void *zeb_msg_data) {
     if (cpe_dm_queue_cmd(cmd.get()) != 0) {
         return CPE_DM_ERR_FAILURE;
     }
-    // The queue owns the command, its data and the message now, and may have released them already.
+    // The queue owns the command, its data and the message now, and may have freed them already.
     (void)message.release();
     (void)data.release();
     (void)cmd.release();
@@ -60,8 +60,8 @@ static cpe_dm_owned<cpe_dm_info> new_record(uint32_t info_type, uint32_t id) {
 }
 
 /* Delivers a signal value to the user if the indication is set, the value is valid and the value differs from the value
- * delivered last. The caller names T, the type of the modem's field; if that type changes, the call no longer compiles.
- * Returns false (logged) when memory ran out. */
+ * delivered last. The caller names the type of the modem's field as T. A call does not compile if `value` has another
+ * type. Returns false (logged) when memory ran out. */
 template <std::signed_integral T>
 static bool report(uint32_t id, cpe_dm_ind_threshold &entry, uint8_t valid, std::same_as<T> auto value) {
     if (!entry.valid || valid != 1 || value == entry.last_value) {

@@ -17,13 +17,13 @@ static std::atomic<bool> taking_down;
 
 /* The order of operations. An operation takes the next ticket before it waits for the lock. `turn` is one more than the
  * highest ticket whose operation has begun. So `ticket - turn` tickets come before a waiting ticket. An operation that
- * cannot take the lock gives up: it adds 1 to `gone`. So `ticket - turn - gone` operations come before a waiting
+ * cannot take the lock gives up, and adds 1 to `gone`. So `ticket - turn - gone` operations come before a waiting
  * operation.
  *
- * An operation that begins moves `turn` past its own ticket, and subtracts from `gone` the number of tickets that
- * `turn` passed over. This is right when the operations of all these tickets have given up. But an operation whose wait
- * failed begins before its turn, and some of these tickets may belong to operations that still wait. Such an overtaken
- * operation was subtracted from `gone` although it had not given up, and therefore adds 1 to `gone` when it begins. */
+ * An operation that begins sets `turn` to its own ticket plus 1, and subtracts from `gone` the number of tickets that
+ * `turn` skips. Normally all operations with skipped tickets have given up. But an operation whose wait failed begins
+ * before its turn, and may skip operations that still wait. A skipped operation that begins later leaves `turn`
+ * unchanged, and adds 1 to `gone` to undo the subtraction. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */

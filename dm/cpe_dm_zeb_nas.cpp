@@ -94,8 +94,8 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
 }
 
 /* Makes sure that no notifier uses the block zeb_nas_block, so that a new notifier can be created on that block. Tries
- * to release the lost notifier. When the release fails, gives the notifier up and moves on to the second block. When
- * the second block is in use already, returns CPE_DM_ERR_FAILURE. */
+ * to release zeb_nas_lost_notifier. If the release fails, and this notifier uses the first block, forgets the notifier
+ * and switches to the second block. If this notifier uses the second block, returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {
@@ -126,9 +126,8 @@ static int32_t nas_connect() {
     status = zeb_client_notifier_init(service, &zeb_nas_os_params[zeb_nas_block], &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
-        // A failed call creates no notifier. If the call has stored a handle nevertheless, one attempt is made to
-        // release the handle. A failure of this attempt is ignored: no notifier uses the block, so there is no lost
-        // notifier.
+        // A failed call creates no notifier, so no notifier uses the block. If the call has stored a handle anyway,
+        // the handle is released, and a failure of the release is ignored.
         nas_release_handle(zeb_nas_notifier_handle);
         zeb_nas_notifier_handle = nullptr;
         return CPE_DM_ERR_FAILURE;

@@ -109,9 +109,10 @@ struct cpe_dm_nas_sys_info {
 /* Connects: waits without limit for the service, creates the client, and registers for the system information
  * indication. Returns 0 also when already connected. After a failure there is no connection.
  *
- * If a failed call could not release its notifier, the next call tries again. If this release fails too, the next call
- * gives the notifier up and goes on. Only one notifier in a process can be given up. If a second notifier cannot be
- * released, every further call returns CPE_DM_ERR_FAILURE until that release succeeds. */
+ * If a call fails and cannot release its notifier, the next call tries to release that notifier. If this attempt fails
+ * too, the notifier stays unreleased, and the function continues with a new notifier. Only one notifier in a process
+ * can be left unreleased. If a second notifier cannot be released, every further call returns CPE_DM_ERR_FAILURE until
+ * the release of the second notifier succeeds. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* Creates the client, and registers for the system information indication; the last step of cpe_dm_zeb_nas_init. If the

@@ -10,14 +10,17 @@ enum class zeb_call_kind { OBJECT, NOTIFIER, LIST, WAIT, WATCH, CLIENT, SEND, DE
 
 struct zeb_call {
     zeb_call_kind kind;
-    uint64_t peer = 0;                    /* the number of the call's client or notifier; 0: none */
-    std::array<uint32_t, 3> numbers = {}; /* OBJECT: versions; WAIT: timeout; SEND: message ID; DECODE: ID, type */
-    const void *in = nullptr;             /* SEND: the request; DECODE: the encoded message */
+    uint64_t peer = 0; /* the number of the call's client or notifier; 0: none */
+
+    /* The three versions (OBJECT), the timeout (WAIT), the message ID (SEND), or the message ID and type (DECODE). */
+    std::array<uint32_t, 3> numbers = {};
+
+    const void *in = nullptr; /* the request (SEND) or the encoded message (DECODE) */
     uint32_t in_len = 0;
-    void *out = nullptr; /* SEND: the response; DECODE: the destination; LIST: the array */
+    void *out = nullptr; /* the response (SEND), the decoded message (DECODE) or the array (LIST) */
     uint32_t out_len = 0;
-    uint32_t *entries = nullptr;  /* LIST: the argument num_entries */
-    uint32_t *services = nullptr; /* LIST: the argument num_services */
+    uint32_t *entries = nullptr;  /* the argument `num_entries` (LIST) */
+    uint32_t *services = nullptr; /* the argument `num_services` (LIST) */
     bool in_callback = false;     /* the call is made from a callback */
 };
 

@@ -8,7 +8,7 @@ namespace {
 /* Returns how many bytes the UTF-8 character at the start of `text` has. Returns 0 when that character is ASCII, and
  * when the bytes are not UTF-8. */
 size_t utf8_length(std::string_view text) {
-    /* The lowest character that is encoded with so many bytes. UTF-8 does not allow longer encodings than needed. */
+    /* LOWEST[n] is the lowest character that needs n bytes. More bytes than needed are not valid UTF-8. */
     static constexpr char32_t LOWEST[] = {0, 0, 0x80, 0x800, 0x10000};
     const auto first = static_cast<unsigned char>(text[0]);
     const size_t length = first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : 2;
@@ -26,9 +26,9 @@ size_t utf8_length(std::string_view text) {
     return character >= LOWEST[length] && character <= 0x10FFFF && !surrogate ? length : 0;
 }
 
-/* Appends a JSON string in UTF-8, whatever the bytes of `value` are. A byte above 126 that is not part of a
- * UTF-8 character is escaped as the character of the same number. The characters <, > and & are escaped too, because
- * they could end the script when the string stands in an HTML page. */
+/* Appends `value` as a JSON string. The string is valid UTF-8 even if `value` is not: a byte above 126 that is not part
+ * of a UTF-8 character is escaped, for example 0xFF as \u00ff. The characters <, > and & are escaped too, because the
+ * string may stand in a script of an HTML page, and these characters could end the script. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
     while (!value.empty()) {

@@ -13,8 +13,8 @@ struct json_writer {
 };
 
 /* The functions below append to `to`. With a key, they add a member to the object that is open. Without a key, they add
- * an element to the array that is open, or the outermost value. `bracket` is one of { and [ to open, } and ] to
- * close. */
+ * an element to the array that is open, or the outermost value. `bracket` is { or [ in json_open, and } or ] in
+ * json_close. */
 void json_open(json_writer &to, char bracket, std::string_view key = {});
 void json_close(json_writer &to, char bracket);
 void json_string(json_writer &to, std::string_view value, std::string_view key = {});

@@ -39,7 +39,7 @@ bool is_name(std::string_view text) {
             return true;
         }
     }
-    // Otherwise the text must look like the name of an operation: only lower-case letters and underscores.
+    // A text of lower-case letters and underscores is accepted too, because it may be the name of an operation.
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
@@ -189,8 +189,8 @@ std::optional<std::string> redact_text(std::string_view text, identities &all) {
     return std::nullopt;
 }
 
-/* Whether the text can be an option line, which the client reads: numbers of at most DIGITS_MAX digits, the first of
- * which is an option. An empty text can be one too. */
+/* Whether the text can be a line of the client's input: an empty text, or numbers of at most DIGITS_MAX digits. The
+ * first number must be the number of an option in the client's menu. */
 bool is_option_line(std::string_view text) {
     constexpr size_t DIGITS_MAX = 5; // enough for a threshold, the longest number
     constexpr unsigned OPTIONS = 10;

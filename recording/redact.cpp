@@ -100,7 +100,8 @@ void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *t
 std::vector<uint8_t> copy_message(identities &all, const message &m, bool header, const std::vector<uint8_t> &from,
                                   size_t &dropped) {
     std::vector<uint8_t> to(from.size());
-    identities none; // its `collecting` is true, so that `plain` becomes a copy in which no identity is replaced
+    // No identity is replaced in `plain`, because `collecting` is true in new `identities`.
+    identities none;
     std::vector<uint8_t> plain(from.size());
     if (header) {
         for (const field &f : message_response_header) {
@@ -258,7 +259,8 @@ void redact_text(redaction &r, redacted_file &file) {
         const size_t end = std::min(rest.find('\n'), rest.size());
         const std::string_view line = rest.substr(0, end);
         file.lines++;
-        if (!r.dated) { // the recording has no date: the first date in a log is taken for the date of its start
+        // If the recording has no start time, the first time in a log serves as the start time.
+        if (!r.dated) {
             const auto time = known_line_time(line);
             r.dated = time.has_value();
             r.shift_us = time ? *time_parse(NEW_START) - *time : 0;

@@ -1,5 +1,5 @@
-/* The command `redact` of zeb_recording: makes copies of a recording, of the log, and of the console's output, from
- * which nobody can tell where and when the recording was made. */
+/* The command `redact` of zeb_recording: copies a recording, the log and the console's output. The copies do not tell
+ * where or when the recording was made. */
 #ifndef REDACT_H
 #define REDACT_H
 

@@ -1,10 +1,10 @@
 /* event_loop: prints the registration status and the RSRP of the serving cells when they change, until SIGTERM or
  * SIGINT ends the program. The program is a pattern for programs that have an event loop.
  *
- * An event loop must not block, but the operations of CPE DM block: cpe_dm_init until there is a modem, the others
- * until the modem has answered, up to 50 s for each request. So a second thread, the modem's thread, calls the
- * operations. For each indication the program keeps only the newest value, and an eventfd wakes the loop when a new
- * value has come. So there is no queue that could run full.
+ * An event loop must not block, but the operations of CPE DM block. cpe_dm_init blocks until there is a modem. The
+ * other operations block until the modem has answered, up to 50 s for each request. So a second thread, the modem's
+ * thread, calls the operations. For each indication the program keeps only the newest value, and an eventfd wakes the
+ * loop when a new value has come. So there is no queue that could run full.
  *
  * Built by CMakeLists.txt, or: cc event_loop.c $(pkg-config --cflags --libs cpe_dm) -o event_loop */
 #define _POSIX_C_SOURCE 200809L
@@ -25,7 +25,7 @@
 
 enum {
     CHECK_MS = 1000,   /* pause between two checks of the modem: a restart takes longer, so a check notices it */
-    FAREWELL_MS = 300, /* how long main waits for the modem's thread to deregister and end; milliseconds are usual */
+    FAREWELL_MS = 300, /* main waits at most this long for the modem's thread to end, which usually takes a few ms */
 };
 
 /* The indications that the program sets: every change of the registration status, and every change of the LTE RSRP or
@@ -80,9 +80,9 @@ static int32_t watch(cpe_dm_hndl hndl) {
     for (size_t i = 0; i < INDICATION_CNT && status == CPE_DM_SUCCESS; i++) {
         status = cpe_dm_set_ind_info(hndl, &indications[i]);
     }
-    // The registration status is asked for again and again, although it is also an indication. First, no event tells
-    // the status at the start. Second, no event tells that the modem has gone, but the request fails then. Third, an
-    // old answer may overwrite the value of a newer event, and the next answer corrects that.
+    // The registration status is also an indication, but events alone are not enough. No event reports the status at
+    // the start, and no event reports that the modem has gone. A request does both: it returns the status, and fails
+    // when the modem has gone. An answer may overwrite the value of a newer event; the next answer corrects the value.
     while (status == CPE_DM_SUCCESS) {
         cpe_dm_info info;
         cpe_dm_prepare_request(&info, CPE_DM_METRIC_REG_STATUS, NULL);

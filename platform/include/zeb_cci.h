@@ -62,7 +62,8 @@ static_assert(sizeof(zeb_service_info) == 20, "size of a service-information ent
 typedef void (*zeb_client_ind_cb)(zeb_client_handle client, uint32_t msg_id, const void *ind_buf, uint32_t ind_buf_len,
                                   void *cb_data);
 
-/* Called when the service has come (ZEB_EVENT_SERVICE_UP) or gone (ZEB_EVENT_SERVICE_DOWN). client is the notifier. */
+/* Called when the service has come (ZEB_EVENT_SERVICE_UP) or gone (ZEB_EVENT_SERVICE_DOWN). The argument `client`
+ * is the handle of the notifier. */
 typedef void (*zeb_client_notify_cb)(zeb_client_handle client, zeb_service_object service, int32_t event,
                                      void *cb_data);
 

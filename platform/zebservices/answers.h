@@ -22,14 +22,14 @@ struct answers {
 /* Adds a recorded call. Calls must be added in the order of their lines. `call` must outlive `a`. */
 void answers_add(answers &a, const recording_entry &call);
 
-/* Returns the recorded call that answers `call`; null when there is none. `handle` is the recording's number of the
- * client or notifier that makes `call`. The next recorded call with the same key answers. When no such call is left,
- * the last one answers again, and `again` is set to true. But a recorded wait never answers again.
+/* Returns the recorded call that answers `call`; null when there is none. `handle` is the number that the client or
+ * notifier of `call` has in the recording. The recorded calls with the same key answer one after the other. When all of
+ * them have answered, the last one answers again, and `again` is set to true. But a recorded wait never answers again.
  *
  * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. A kept call may answer
- * several times, until the program has reached the part's own calls. The program has reached them when one of them has
- * been answered (`begun`), or when the next call with this key is the call that the recording expects next
- * (`expected`). */
+ * several times, until the program reaches the calls that are not kept. The program has reached these calls when one of
+ * them has answered (`begun`), or when the next call with the same key is `expected`, the call that the recording
+ * expects next. */
 const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t handle, bool begun,
                                     const recording_entry *expected, bool &again);
 

@@ -328,6 +328,6 @@ int32_t modem_request(uint64_t peer, uint32_t msg_id, const void *req, void *res
     if (rejected != NAS_ACCEPTED) {
         header = {1, rejected};
     }
-    m.changed.notify_all(); // the request may have changed when run_timer has to wake up
+    m.changed.notify_all(); // the request may have changed the time at which run_timer has to wake up
     return ZEB_NO_ERR;
 }

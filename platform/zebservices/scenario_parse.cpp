@@ -14,8 +14,8 @@
  * line, bounds how deep the parser recurses, and how deep the tables that it returns are nested. */
 #define TOML_MAX_NESTED_VALUES 8
 #define TOML_ENABLE_FORMATTERS 0
-/* toml++ asserts conditions that malformed text can break. In a build without assertions, toml++ would rely on a
- * condition that is broken. So in every build a failed assertion throws, and the text is refused. */
+/* Some malformed texts make an assertion of toml++ fail. In a build without assertions, toml++ would go on although
+ * the asserted condition is false. So in every build a failed assertion throws, and the text is refused. */
 #undef NDEBUG
 #define TOML_ASSERT(expr) ((expr) ? void() : refuse_malformed())
 [[noreturn]] static void refuse_malformed() {
@@ -33,7 +33,7 @@ constexpr int64_t U32_MAX = 0xFFFFFFFF;
 constexpr size_t CHANGES_MAX = 256;
 constexpr size_t FAULTS_MAX = 64;
 
-/* The from_ms of a ramp until start_ramp sets it. A ramp may be read before the at_ms of its change is known. */
+/* Marks a new ramp: `from_ms` has this value until start_ramp stores the time at which the ramp starts. */
 constexpr uint64_t RAMP_STARTS_HERE = UINT64_MAX;
 
 /* The state of reading a scenario. If several things are refused, `line` and `reason` are about the one that comes
@@ -187,9 +187,9 @@ const toml::array *list_of(reader &r, const toml::node &node, size_t max) {
     return list;
 }
 
-/* The templates `one`, `number`, `measured`, `list`, `counted` and `bytes` are the functions that the tables of keys
- * name. Each of them reads a node into the member MEMBER of T. An optional member that has no value yet is given one
- * first. */
+/* The tables of keys use the function templates `one`, `number`, `measured`, `list`, `counted` and `bytes`. Each of
+ * these templates reads a node into the member MEMBER of T. If the member is an empty std::optional, the template first
+ * gives the member a value. */
 
 template <typename V> V &member(V &value) {
     return value;
@@ -385,8 +385,8 @@ void read_nr5g(reader &r, const toml::node &node, scenario_nr5g &out) {
     read_table<T>(r, node, KEYS, out);
 }
 
-/* Fills in where a ramp starts: at the time at_ms of its change, with the value that `before` has at that time.
- * `before` is the same value in the state before the change. A value that is not a new ramp stays as it is. */
+/* If `value` is a new ramp, sets the start of the ramp. The ramp starts at `at_ms`, the time of the change, with the
+ * number that `before` has at that time. `before` is the same measured value in the state before the change. */
 void start_ramp(scenario_value &value, const scenario_value &before, uint64_t at_ms) {
     if (value.from_ms == RAMP_STARTS_HERE) {
         value.from = scenario_value_at(before, at_ms);
