@@ -1,16 +1,16 @@
-# cmake --install, in components:
+# The components of cmake --install:
 #   client    the test client, with its manual page
 #   tool      cpe_dm, with its manual page and its completion for bash
-#   recorder  the library that is preloaded to record
-#   service   the service with which a box is one of a fleet
+#   recorder  the library that is preloaded to record what passes between a program and the platform
+#   service   the service that reports a box's values to the monitoring of many boxes
 #   lib       the module as a shared library
-#   dev       public headers, both libraries, CMake package, pkg-config files
+#   dev       public headers, static library, the link libcpe_dm.so to the shared library, CMake package, pkg-config files
 #   standin   the platform's libraries for the desk, with headers and scenarios, and zeb_recording
-# The folders that build programs and shared libraries also install them, with cmake/deliver.cmake. All other files are
-# installed here.
+# The folders that build programs and shared libraries also install them, with cmake/deliver.cmake, and fleet/ installs
+# the service. All other files are installed here.
 include(CMakePackageConfigHelpers)
 
-# Folders of the installed tree, each relative to another, so that the tree can be moved.
+# Paths within the installed tree. They are relative, so that the tree can be moved.
 file(RELATIVE_PATH CPE_DM_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" CPE_DM_PC_TO_PREFIX ${CPE_DM_PC_TO_PREFIX})
 set(CPE_DM_SHARED_NAME libcpe_dm.so.${PROJECT_VERSION_MAJOR})

@@ -1,8 +1,9 @@
-# Compiler options: for every target of this project, and stricter ones for client/, tool/, dm/ and recorder/.
+# Compiler options for every target of this project, and further options for client/, tool/, dm/ and recorder/.
 
-# Hardening: checked calls of the C library, canaries, position-independent programs, and a table of addresses that is
-# filled at the start and then read-only. scripts/check-needed checks the delivered files for all of these. Checked
-# calls need an optimising compiler. Builds with sanitizers are not hardened, since sanitizers find more.
+# Hardening: checked variants of C library functions (_FORTIFY_SOURCE), stack canaries, position-independent programs,
+# and an address table that the loader fills at the start and then makes read-only (relro). scripts/check-needed checks
+# the delivered files for all of these. The checked functions are used only with optimisation. Builds with sanitizers
+# are not hardened, since sanitizers find more.
 if(CPE_DM_HARDENING AND NOT CPE_DM_SANITIZER)
     include(CheckCXXSourceCompiles)
     include(CheckPIESupported)
@@ -25,7 +26,7 @@ if(CPE_DM_WARNINGS)
         -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wformat=2 -Wundef -Wcast-align
         -Wwrite-strings -Wnull-dereference -Wdouble-promotion -Wvla
         $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi>)
-    # GCC 12 gives this warning for its own std::string (GCC bug 105651).
+    # GCC 12 warns of its own std::string with -Wrestrict (GCC bug 105651).
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION MATCHES "^12\\.")
         target_compile_options(cpe_dm_warnings INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
     endif()
@@ -43,12 +44,12 @@ if(CPE_DM_FUZZ)
     add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
 
-# For client/, tool/, dm/ and recorder/: plain code that needs libc and nothing more on the box.
+# For client/, tool/, dm/ and recorder/, which on a box need nothing but libc and the platform's libraries.
 add_library(cpe_dm_plain INTERFACE)
 target_link_libraries(cpe_dm_plain INTERFACE cpe_dm_warnings)
 target_compile_options(cpe_dm_plain INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>)
-# The delivered code is to be small. Speed matters little: most of the time is spent in the C library. Functions that a
-# program does not call are left out of it.
+# The delivered code is to be small. Its speed matters little, since most of the time is spent in the C library.
+# Functions that a program does not call are left out of the program.
 target_compile_options(cpe_dm_plain INTERFACE $<$<NOT:$<CONFIG:Debug>>:-Os -ffunction-sections -fdata-sections>)
 target_link_options(cpe_dm_plain INTERFACE $<$<NOT:$<CONFIG:Debug>>:LINKER:--gc-sections>)
 if(CPE_DM_COVERAGE)

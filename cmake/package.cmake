@@ -1,4 +1,4 @@
-# cpack: Debian packages, each of one or more components. scripts/package makes them for the box and for the desk.
+# Debian packages, made by cpack, each with the files of one or more components. scripts/package runs cpack.
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
@@ -9,15 +9,15 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# A version built on the stand-in ends in ~standin. For Debian the same version without this ending, which is built for
-# a box, is newer.
+# The version of a package that is built on the stand-in ends in ~standin. Debian takes the version without this ending,
+# which a package for a box has, as the newer one.
 set(CPACK_DEBIAN_PACKAGE_VERSION ${PROJECT_VERSION})
 if(NOT CPE_DM_PLATFORM_ROOT)
     string(APPEND CPACK_DEBIAN_PACKAGE_VERSION ~standin)
 endif()
 
-# cpe_dm_package(GROUP PACKAGE SECTION COMPONENT...): a package made of these components; a component without files is
-# left out. GROUP is cpack's name for the package.
+# cpe_dm_package(GROUP PACKAGE SECTION COMPONENT...): defines a package made of these components, without those that
+# have no files. GROUP is cpack's name for the package.
 set(CPACK_COMPONENTS_ALL "")
 set(CPE_DM_CPACK_DEPENDS "")
 macro(cpe_dm_package group package section)
@@ -76,8 +76,8 @@ and libdiag with a virtual modem, their headers, and scenarios for it to play;
 and zeb_recording, which says what a recording from a box says.
 Not for a box, which has libraries of its own by these names.")
 
-# For packages with libraries in a folder of the loader. `triggers` makes the loader look again after an installation.
-# `shlibs` says on which package a program depends that links libcpe_dm.
+# Control files for the packages whose libraries lie in a folder that the loader searches. `triggers` makes dpkg run
+# ldconfig after an installation. `shlibs` names the package on which a program depends that links libcpe_dm.
 file(WRITE ${PROJECT_BINARY_DIR}/package/triggers "activate-noawait ldconfig\n")
 file(WRITE ${PROJECT_BINARY_DIR}/package/shlibs
     "libcpe_dm ${PROJECT_VERSION_MAJOR} libcpe-dm1 (>= ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR}~)\n")

@@ -19,8 +19,9 @@ endif()
 add_library(cpe_dm_platform_headers INTERFACE)
 target_include_directories(cpe_dm_platform_headers SYSTEM INTERFACE ${CPE_DM_PLATFORM_ROOT}/include)
 
-# The libraries are linked by name. Otherwise a program would ask the loader for a library without a soname by its path
-# on this machine. Libraries that these libraries need lie in the same folder.
+# IMPORTED_NO_SONAME makes CMake link the libraries by name (-lzeb_cci). A library without a soname that is linked by
+# its path would make the program ask the loader for this path of the build machine. The linker finds the libraries that
+# these libraries need in the same folder (-rpath-link).
 foreach(lib ${CPE_DM_PLATFORM_LIBS})
     add_library(${lib} SHARED IMPORTED)
     set_target_properties(${lib} PROPERTIES

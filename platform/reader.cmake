@@ -1,5 +1,5 @@
-# The reader of recordings. It needs nothing of the stand-in but the sources named here. So zeb_recording can be built
-# where the stand-in is left out.
+# The reader of recordings. It needs only these sources of the stand-in, so that zeb_recording can be built without the
+# stand-in.
 add_library(zeb_file STATIC ${CMAKE_CURRENT_LIST_DIR}/zeb_file.cpp)
 target_include_directories(zeb_file PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(zeb_file PRIVATE cpe_dm_warnings)

@@ -1,4 +1,5 @@
-# Functions that the scripts share. Scripts source this file; it is never run. Sets `root`, the project's folder.
+# Functions that the scripts share. Scripts source this file; it is never run. Sets `root`, the project's folder, and
+# `jobs`, the number of jobs that a build runs side by side.
 # shellcheck shell=bash
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

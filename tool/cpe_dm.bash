@@ -1,7 +1,7 @@
 # Completion of cpe_dm for bash. The help of the program gives the commands, options and keys.
 
-# _cpe_dm_of TITLE [COMMAND]: prints the first word of each line under this title, in the help of the program or of the
-# command.
+# _cpe_dm_of TITLE [COMMAND]: prints the first word of each line under this title in the help of the command, or of the
+# program when no command is given. A short option at the start of a line does not count.
 _cpe_dm_of() {
     "${COMP_WORDS[0]}" ${2:+"$2"} --help 2>/dev/null |
         sed -n "/^$1:/,/^\$/s/^ *\(-[a-z], \)\{0,1\}\([-a-z]\{2,\}\) .*/\2/p"

@@ -8,11 +8,11 @@ import time
 import servers
 
 BLOCK = 20  # boxes in a block; each block has cells of its own
-KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # one for each of the first boxes of a block
-PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # scenarios of the other boxes of a block, in turn
-ONCE = ["drive", "status_walk"]  # each for one box only: two boxes with the same one would change together
+KINDS = ["worse"] * 4 + ["dark"] * 3 + ["fallback", "out", "absent", "die", "leave"]  # kinds of the first boxes of a block
+PLAYED = ["default", "steady", "nr5g_standalone", "lte_only", "late_service"]  # scenarios of the other boxes, in turn
+ONCE = ["drive", "status_walk"]  # each for one box only: two boxes with the same scenario would change together
 
-# The change in the scenario of a box of this kind, in every fifth block.
+# For each kind of box, the change in the scenario of the box. Only every fifth block has these changes.
 CHANGES = {
     "worse": "lte = { rsrp = -106, rsrq = -17, snr = -10 }",
     "dark": 'lte = { srv_status = "no_service" }',
@@ -59,12 +59,12 @@ class Box:
         self.textfile = f"{folder}/www/{self.name}/metrics.txt"
         self.kind = KINDS[place] if place < len(KINDS) else "played"
         self.cgi = (100000 + block * 16 + KINDS.index(self.kind)) * 256 + 1 if self.kind in KINDS else None
-        self.troubled = block % 5 == 0 and self.kind in KINDS  # something happens to this box, by its kind
+        self.troubled = block % 5 == 0 and self.kind in KINDS  # something happens to this box; its kind says what
         self.restarts = self.troubled and self.kind in CHANGES  # the box is killed, and started again
         played = place - len(KINDS) + block * (BLOCK - len(KINDS))
         self.plays = ONCE[played] if 0 <= played < len(ONCE) else PLAYED[played % len(PLAYED)]
         self.process = None
-        self.starts = []  # times
+        self.starts = []  # the times of its starts
         self.kills = []
         os.makedirs(self.folder)
         os.makedirs(os.path.dirname(self.textfile))
@@ -83,7 +83,8 @@ class Box:
         return path
 
     def start(self, interval, event=None, record=True):
-        """Starts the box, which sends in two ways: a text file for the pull, and JSON for the push."""
+        """Starts the box. It writes a text file, which Prometheus pulls, and pushes JSON to the broker. record: whether the lines
+        of JSON also go to the file `sent`."""
         watch = [f"{self.source}/build/release/tool/cpe_dm", "watch", "--json", "-i", str(interval), "--textfile", self.textfile,
                  "--label", "site=desk"]
         if record:
@@ -103,7 +104,7 @@ class Box:
         self.process.send_signal(signal.SIGTERM)
 
     def sent(self):
-        """The whole lines that cpe_dm has printed."""
+        """The lines that cpe_dm has printed, without a last line that is incomplete."""
         try:
             with open(f"{self.folder}/sent") as file:
                 return [line[:-1] for line in file if line.endswith("\n")]
@@ -186,7 +187,8 @@ def name_of(pid):
 
 
 def cost(group):
-    """The costs of a box so far: {program: (CPU seconds, private bytes, resident bytes)}. Without the script `record`."""
+    """The costs of a box so far: {program: (CPU seconds, private bytes, resident bytes)}. The script `record` does not
+    count."""
     costs = {}
     for pid in group:
         try:

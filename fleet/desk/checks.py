@@ -1,4 +1,4 @@
-"""Checks after the run of a fleet: nothing is lost, and the right alerts fire. Each check returns (its findings, faults)."""
+"""Checks after the run of a fleet: nothing is lost, and the right alerts fire. Each check returns (text, [fault])."""
 import re
 import subprocess
 
@@ -15,7 +15,7 @@ def missing_lines(box, lines, arrived):
 
 
 def lines_arrived(boxes, subscriber):
-    """Every line that a box has sent arrived, and no other line did."""
+    """Checks that every line that a box has sent arrived, and no other line."""
     sent = taken = 0
     faults = []
     for box in boxes:
@@ -42,7 +42,8 @@ def samples_of(prometheus, selector, seconds, at):
 
 
 def runs(rows, key):
-    """The times during which a value stayed the same, without the last: [(value, from, until)]."""
+    """The periods in which the value of `key` stayed the same: [(value, from, until)]. The last period is left out, since its
+    end is not known."""
     result = []
     for time, values in rows:
         value = values[key]
@@ -54,8 +55,9 @@ def runs(rows, key):
 
 
 def values_found(boxes, samples, scrapes, interval):
-    """Prometheus has every value that stayed the same during two scrapes or more, and has no value that the box never had.
-    scrapes: {box: [time of a successful scrape]}. A value counts from half an interval on: its file is written by then."""
+    """Checks that Prometheus has every value that stayed the same during two scrapes or more, and no value that the box never
+    had. scrapes: {box: [time of a successful scrape]}. A scrape counts for a value from half an interval after the value's
+    first row on, as the text file has the value by then."""
     stood = 0
     faults = []
     for box in boxes:
@@ -76,7 +78,7 @@ def values_found(boxes, samples, scrapes, interval):
 
 
 def samples_go_on(boxes, scrapes, failed, outage, end):
-    """Each box has samples before the outage of Prometheus, none during it, and some at the end if the box is alive."""
+    """Checks that each box has samples before the outage of Prometheus, none during it, and, if it is alive, some at the end."""
     faults = []
     total = sum(map(len, scrapes.values()))
     for box in boxes:
@@ -98,7 +100,7 @@ def expected_alerts(boxes):
     must = set()
     may = set()
     for box in boxes:
-        if box.kind == "played" and box.plays == "drive":  # whether its hole in coverage lasts long enough depends on the factor
+        if box.kind == "played" and box.plays == "drive":  # the alerts depend on how long its hole in coverage lasts
             may |= {("CpeDmOutOfService", box.name), ("CpeDmFellBackFromNr5g", box.name)}
         if not box.troubled:
             continue
@@ -128,7 +130,7 @@ def alerts_fired(boxes, found):
 
 
 def files_in_order(boxes):
-    """promtool finds no fault in the text files."""
+    """Checks that promtool finds no fault in the text files."""
     faults = []
     for box in boxes:
         with open(box.textfile) as file:
@@ -139,8 +141,8 @@ def files_in_order(boxes):
 
 
 def page_shows(text, boxes, one):
-    """The page in a browser shows all boxes that are out and no others, the cells that got worse, and the chart of the box
-    in the address."""
+    """Checks that the page in a browser shows all boxes that are out and no others, the cells that got worse, and the chart
+    of the box `one`, which the page's address names. text: the page's elements after its scripts have run."""
     faults = []
     must = {box.name for box in boxes if box.troubled and box.kind in ("dark", "out", "absent", "die", "leave")}
     may = {box.name for box in boxes if box.kind == "played" and box.plays in ("drive", "status_walk")}

@@ -11,7 +11,7 @@ import boxes as box_module
 
 CORE_LIMIT = 0.0005  # share of a core that cpe_dm may take at one sample in 15 s
 MEMORY_LIMIT = 4 * 1024 * 1024
-GROWTH_LIMIT = 512 * 1024  # not 0: lines that wait for a broker lie in memory
+GROWTH_LIMIT = 512 * 1024  # not 0: lines that wait for the broker are kept in memory
 
 
 def of_box(box):
@@ -26,7 +26,7 @@ def of_boxes(boxes):
 
 
 def growth(before, after, boxes):
-    """The memory of a box does not grow. A box that was started again in between is not looked at."""
+    """Checks that the memory of no box grew by more than GROWTH_LIMIT. Leaves out boxes that were started again."""
     grown = {name: after[name][1] - private for name, (start, private) in before.items()
              if name in after and after[name][0] == start}
     faults = [f"{name} grew by {grown[name]} bytes" for name in grown if grown[name] > GROWTH_LIMIT]
@@ -59,7 +59,7 @@ def metric(prometheus, name):
 
 
 def of_servers(run):
-    """The processor time and the work of each server since its start."""
+    """The processor time of each server, and the numbers of samples, lines and bytes that it took, since its start."""
     run.subscriber.read()
     return {
         "time": time.monotonic(),
@@ -72,7 +72,7 @@ def of_servers(run):
 
 
 def request(run, box):
-    """Sends a request as Prometheus does. Returns the bytes of the request and of its answer."""
+    """Sends a request as Prometheus does. Returns the sizes of the request and of its answer in bytes."""
     address = f"127.0.0.1:{run.httpd_port}"
     asked = (f"GET /{box.name}/metrics.txt HTTP/1.1\r\nHost: {address}\r\nUser-Agent: Prometheus/2.42.0\r\nAccept: application/"
              "openmetrics-text;version=1.0.0,application/openmetrics-text;version=0.0.1;q=0.75,text/plain;version=0.0.4;q=0.5,"

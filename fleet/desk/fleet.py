@@ -4,7 +4,7 @@
 Starts a fleet on this machine (20 boxes for 40 s by default), lets things happen to it, checks that nothing is lost and
 that the right alerts fire, prints the costs, and stops everything. Each box is `cpe_dm watch` on a virtual modem of its
 own. The box writes a text file, which Prometheus gets from a web server, and sends JSON to an MQTT broker.
-These things happen at these parts of SECONDS:
+These things happen when this fraction of SECONDS is over:
   0.2   half of the boxes are killed, and start again at once
   0.3   Prometheus is killed; it starts again at 0.4
   0.5   a cell gets worse, another one goes dark, boxes fall back from NR 5G, go out of service, vanish
@@ -65,13 +65,13 @@ class Run:
         self.faults += faults
 
     def wait_until(self, part):
-        """Waits until this part of the run is over."""
+        """Waits until this fraction of the run is over."""
         while time.time() < self.start_time + part * self.seconds:
             self.subscriber.read()
             time.sleep(0.2)
 
     def all_arrived(self):
-        """Whether, for each box, lines have arrived, and all its lines but the last three."""
+        """Whether lines of every box have arrived, and no line is lost. The last three lines of a box may still be on their way."""
         self.subscriber.read()
         for box in self.boxes:
             arrived = self.subscriber.lines.get(box.name)
@@ -80,15 +80,15 @@ class Run:
         return True
 
     def bring_up(self):
-        """Starts everything. The broker is away while the boxes start, and no box may wait for it. Before that, the broker runs
-        for a moment, so that it knows the subscriber."""
+        """Starts everything. The broker is away while the boxes start, and no box may wait for the broker. Before that, the
+        broker runs for a moment, so that it knows the subscriber and keeps lines for it."""
         began = time.time()
         self.broker.start()
         self.subscriber = servers.Subscriber(f"{self.folder}/subscriber", self.broker)
         servers.until(self.subscriber.is_there, "the reader is there")
         self.broker.kill()
         targets = {}
-        for at in range(0, len(self.boxes), 10):  # one server for every 10 boxes: its queue is too short for all
+        for at in range(0, len(self.boxes), 10):  # one server for every 10 boxes: its queue of connections is short
             port = servers.start_httpd(f"{self.folder}/www", f"{self.folder}/httpd.log")
             targets |= {box.name: (f"127.0.0.1:{port}", f"/{box.name}/metrics.txt") for box in self.boxes[at:at + 10]}
         self.httpd_port = port

@@ -20,7 +20,7 @@ def free_port():
 
 
 def start(command, log, **more):
-    """Starts a process in a process group of its own. Its standard error goes into the file log."""
+    """Starts a process in a process group of its own. Its standard error goes into the file `log`."""
     with open(log, "ab") as said:
         process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stderr=said,
                                    stdout=more.pop("stdout", said), start_new_session=True, **more)
@@ -121,7 +121,7 @@ class Subscriber:
         self.lines = {}  # {box: set of its lines that arrived}
         self.count = 0   # arrived lines; a line that arrived twice counts twice
         self.again = 0
-        self.sys = {}    # the broker's newest figures of itself
+        self.sys = {}    # the newest payload of each $SYS topic, the broker's statistics
         self.rest = b""
         os.mkdir(folder)
         broker.write_client(folder, "mosquitto_sub", "fleet")
@@ -172,7 +172,7 @@ class Prometheus:
         for name in ("prometheus.yml", "rules.yml", "alerts.yml"):
             with open(f"{source}/fleet/prometheus/{name}") as file:
                 text = file.read()
-            # A busy machine may take long for an answer. So the timeout is as long as the interval.
+            # On a busy machine a box may answer late. So the timeout is as long as the interval.
             text = text.replace("scrape_timeout: 10s", "scrape_timeout: 30s")
             with open(f"{folder}/{name}", "w") as file:
                 file.write(scale(text, factor))
@@ -222,7 +222,7 @@ def start_httpd(folder, log):
 
 
 def open_page(folder, url, *options):
-    """Opens a page in Chromium, which gives the page 5 s of its own time. Returns what Chromium prints."""
+    """Opens a page in Chromium, for 5 s of the page's virtual time. Returns what Chromium prints."""
     command = ["chromium", "--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
                "--disable-background-networking", "--disable-component-update", "--disable-sync", "--disable-dev-shm-usage",
                "--host-resolver-rules=MAP * ~NOTFOUND, EXCLUDE 127.0.0.1", f"--user-data-dir={folder}/profile",

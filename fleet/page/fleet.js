@@ -58,7 +58,8 @@ async function show_totals() {
     }));
 }
 
-/* Shows the boxes with an alert; also those whose alert is pending, which fires when the rule's time is over. */
+/* Shows the boxes that have an alert. A pending alert counts too: its condition holds, but not yet for as long as `for`
+ * in its rule says. */
 async function show_out() {
     const [{ alerts }, answered, status] = await Promise.all([
         get("alerts"), ask("cpe_dm_up"), ask("cpe_dm_registration_status")]);
@@ -94,7 +95,7 @@ async function show_cells() {
         text(changes, cell, 1, ""))));
 }
 
-/* A path through samples, with a gap where samples are missing. */
+/* Returns an SVG path through samples, with a gap where samples are missing. */
 function path(values, step, x, y) {
     let last = -Infinity;
     return values.map(([time, value]) => {
@@ -104,7 +105,8 @@ function path(values, step, x, y) {
     }).join("");
 }
 
-/* One chart: the series of a metric of a box, by technology. From low to high there is a line at every `every`. */
+/* One chart: a metric of a box, with a series for each technology. Horizontal lines stand `every` apart, from `low` to
+ * `high`; `words` makes the text of a line from its value. */
 function chart(series, from, to, step, top, low, high, every, words) {
     const height = 170;
     const x = time => 70 + (time - from) / (to - from) * 900;

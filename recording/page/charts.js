@@ -1,5 +1,6 @@
-// The charts, the lanes under them, and the small picture of the whole recording. All of them are drawn anew whenever
-// the time in view changes. Details that could not be told apart on the screen are not drawn.
+// The charts, the lanes under them (each a row of marks, such as failed lines or outages), and the small picture of the
+// whole recording. All of them are drawn anew whenever the time in view changes. Details that could not be told apart
+// on the screen are not drawn.
 
 // ---- what is shown
 
@@ -55,7 +56,7 @@ const niceScale = (low, high) => {
     return { low: Math.floor(low / step) * step, high: Math.ceil(high / step) * step, step };
 };
 
-// The range of a chart covers all its values, so that the range stays the same during a zoom.
+// The range of a chart covers all values of the recording, so that the range stays the same during a zoom.
 for (const quantity of quantities) {
     let low = Infinity, high = -Infinity;
     for (const signal of quantity.signals) {
@@ -70,8 +71,8 @@ for (const quantity of quantities) {
 
 // ---- charts
 
-// The values of a signal in the time in view, one group for each column of the screen. A null stands where the line
-// breaks.
+// Groups the values of a signal in the time in view: a group has the values within `columnWidth` pixels. A null between
+// two groups says that the line is interrupted there.
 const columnsOf = (signal, columnWidth) => {
     const values = samples.values[signal.index];
     const begin = Math.max(0, lowerBound(samples.us, view.from) - 1);
@@ -109,8 +110,9 @@ const polyline = (points) => {
     }
     return path;
 };
-// A few values are drawn as a line with a dot for each. Many values are drawn as a band and a line on it: in each
-// column of the screen the band goes from the lowest to the highest value, and the line goes through the mean.
+// Few values are drawn as a line with a dot for each value, more values as a line alone. Values too many for the screen
+// are drawn as a band and a line on it: in each column of the screen the band goes from the lowest to the highest
+// value, and the line goes through the mean.
 const drawSignal = (group, signal, yOf) => {
     const few = columnsOf(signal, 0);
     const dense = few.count > 2 * plotWidth();
@@ -192,13 +194,14 @@ const drawSpans = (svg, lane, top) => {
         if (end - x > text.length * 6.6 + 10) make("text", { class: "inside", x: x + 6, y: top + 15 }, group, text);
     }
 };
-// A call is drawn with its length in time. When there are more calls than can be told apart, bars show their number.
+// A mark is as long as its call took. When there are more marks than can be told apart, bars show their number, except
+// in the lanes of failed and slow calls.
 const BAR = 4;
 const drawTicks = (svg, lane, top) => {
     const group = make("g", { class: "lane", "data-name": lane.name, "data-count": lane.indices.length }, svg);
     make("text", { class: "name", x: 0, y: top + 15 }, group, lane.name);
     make("line", { class: "grid", x1: LEFT, x2: width - RIGHT, y1: top + LANE / 2, y2: top + LANE / 2 }, group);
-    const begin = Math.max(0, lowerBound(lane.us, view.from) - 50); // some earlier calls may still be going on
+    const begin = Math.max(0, lowerBound(lane.us, view.from) - 50); // earlier calls may last into the view
     const end = lowerBound(lane.us, view.to + 1);
     const box = (x, y, w, h) => `M${x.toFixed(1)} ${y.toFixed(1)}h${w.toFixed(1)}v${h.toFixed(1)}h${(-w).toFixed(1)}z`;
     let path = "";

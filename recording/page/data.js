@@ -15,7 +15,7 @@ const byId = (id) => document.getElementById(id);
 
 // ---- the data
 
-// Adds up the differences in the data to the numbers of a column.
+// A column of the data holds the difference of each number from the one before. Returns the numbers.
 const summed = (column) => {
     const out = new Float64Array(column.length);
     let last = 0;
@@ -29,7 +29,7 @@ const textOf = (column, i) => data.texts[column[i]];
 const samples = { us: summed(data.samples.us), line: summed(data.samples.line), values: data.samples.values };
 const first = data.from_us, last = Math.max(data.to_us, data.from_us + 1000);
 
-// The first index whose value is x or more.
+// The first index of a sorted array whose value is x or more; the array's length if there is none.
 const lowerBound = (array, x) => {
     let low = 0, high = array.length;
     while (low < high) {
@@ -48,7 +48,8 @@ const quantities = ["RSRP", "RSRQ", "SINR"].map((name) => ({
     signals: data.signals.map((signal, index) => ({ ...signal, index })).filter((s) => s.label.endsWith(name)),
 }));
 
-// A chart's line breaks at a time without reports, and at a time without service.
+// Indices of samples. A chart's line is interrupted before these samples, because for a time before them no report came
+// or there was no service.
 const breaks = new Set();
 {
     const pauses = Array.from(samples.us.slice(1), (us, i) => us - samples.us[i]).sort((a, b) => a - b);

@@ -2,7 +2,7 @@
 
 // ---- the lines
 
-const ROW = 26, TALLEST = 8e6; // browsers have a limit for how tall an element can be
+const ROW = 26, TALLEST = 8e6; // pixels; browsers have a limit for how tall an element can be
 const table = byId("lines"), rows = byId("rows"), search = byId("search"), inView = byId("in_view");
 const FILTERS = {
     all: () => true,
@@ -28,8 +28,8 @@ const filter = () => {
     byId("count").textContent = shown.length.toLocaleString("en") + " of " + lineCount.toLocaleString("en") + " lines";
     drawRows();
 };
-// When all rows together would be taller than an element can be, the place of the scroll bar means a share of all rows,
-// and no pixels.
+// When all rows together would be taller than an element can be, the scroll position stands for a fraction of the rows
+// instead of a number of pixels.
 const scaled = () => shown.length * ROW > TALLEST;
 const fits = () => Math.max(1, Math.floor(table.clientHeight / ROW));
 const farthest = () => Math.max(1, Math.min(shown.length * ROW, TALLEST) - table.clientHeight);
@@ -81,7 +81,8 @@ for (const name of Object.keys(FILTERS)) {
     byId("filters").appendChild(button);
 }
 
-// Shows the whole text of one line and its place. -1: shows none.
+// Shows line `i` in full, with its time and number, and marks its time in the charts. -1: shows no line. `scroll`:
+// whether the table scrolls to the line.
 const pick = (i, scroll) => {
     const box = byId("picked");
     picked = i;
@@ -101,7 +102,7 @@ const pick = (i, scroll) => {
     drawRows();
 };
 
-// ---- the rest
+// ---- light or dark, and the address of the page
 
 const theme = (dark) => { document.documentElement.dataset.theme = dark ? "dark" : "light"; };
 const system = window.matchMedia("(prefers-color-scheme: dark)");

@@ -9,7 +9,7 @@ const element = (name, text, className) => {
     if (className) e.className = className;
     return e;
 };
-// What is under the pointer: a line, and the texts that the tip shows for this line.
+// What is under the pointer: a line of the recording, with the texts or the sample that the tip shows for it; or null.
 const under = (x, y, target) => {
     const us = usOf(x);
     if (target && target.line !== undefined) return { line: target.line, title: target.title_, text: target.text_ };

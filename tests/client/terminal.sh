@@ -1,8 +1,8 @@
 #!/bin/bash
 # terminal.sh TRANSCRIPTS COMMAND...: how the client copes with non-blocking descriptors (another program on the
 # terminal may have made them so), with signals while it reads and writes, and with output that nobody takes. The client
-# ends with status 0 in every case. It writes into the file CLIENT_MARKS that it has started, and which of its reads and
-# writes had to be tried again.
+# ends with status 0 in every case. It writes marks into the file CLIENT_MARKS: that it has started, and which of its
+# reads and writes had to be tried again.
 here=$(dirname "$0")
 # shellcheck source=tests/support/console.sh
 . "$here/../support/console.sh"
@@ -71,7 +71,7 @@ exec 3>&-
 ended
 "$here/../support/compare.sh" "$transcripts/start.out" "$dir/out" || exit 1
 
-# While nobody reads the pipe, the client prints more than a pipe holds; one line alone is longer. All output arrives.
+# While nobody reads the pipe, the client prints more than a pipe holds, even in its first line. All output arrives.
 { printf '# %0100000d\n' 0 && yes 10 | head -n 20; } >"$dir/lines"
 "$@" "$dir/lines" >"$dir/plain"
 { printf 'CPE DEMO APP : ' && head -n 1 "$dir/lines"; } >"$dir/echo"
@@ -89,7 +89,7 @@ for preparation in : 'dd oflag=nonblock count=0'; do
     [ ! -s "$dir/err" ] || fail "said: $(cat "$dir/err")"
 done
 
-# The client tells once that output cannot be written.
+# When output cannot be written, the client says so once.
 client : "$@" "$dir/lines" >/dev/full 2>"$dir/err"
 ended
 [ "$(cat "$dir/err")" = "$full" ] || fail "said: $(cat "$dir/err")"

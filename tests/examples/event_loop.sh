@@ -1,6 +1,6 @@
 #!/bin/sh
-# event_loop.sh COMMAND...: the example goes on by itself after a hole in coverage and after a restart of the modem,
-# with new events; and SIGTERM ends it with status 0 at any moment, soon.
+# event_loop.sh COMMAND...: checks that the example goes on by itself, with new events, after a hole in coverage and
+# after a restart of the modem, and that SIGTERM soon ends it with status 0 at any moment.
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 pid=
@@ -12,7 +12,7 @@ fail() {
     exit 1
 }
 
-# start SCENARIO COMMAND...: in the background; what it says goes to "out".
+# start SCENARIO COMMAND...: starts the command in the background; its output goes to the file "out".
 start() {
     export ZEB_SCENARIO="$1"
     shift
@@ -21,7 +21,7 @@ start() {
     pid=$!
 }
 
-# says TEXT...: whether the example has said these texts, each somewhere behind the one before.
+# says TEXT...: whether the example has printed these lines in this order, with or without other lines between them.
 says() {
     for text in "$@"; do
         echo "$text"
@@ -40,7 +40,7 @@ wait_until_it_says() {
     done
 }
 
-# What the modem keeps waiting for below takes 50 s and more, so an end within 30 s has not waited for it.
+# In never.toml and silent.toml below, operations wait for 50 s or more; an end within 30 s has not waited for them.
 end_it() {
     before=$(date +%s)
     kill -TERM "$pid"
@@ -74,7 +74,8 @@ wait_until_it_says 'reg lte' 'reg none' 'reg lte' 'lte.rsrp -100 dBm' \
     'event_loop: waiting for the modem' 'event_loop: registration: success' 'reg lte' 'lte.rsrp -110 dBm'
 end_it
 
-# While it waits for the first time, while the modem is away, and while it waits for an answer that does not come.
+# SIGTERM comes while the example waits for the modem for the first time, after the modem has gone, and while the
+# example waits for an answer that does not come.
 echo 'appear_ms = 60000' >"$dir/never.toml"
 start "$dir/never.toml" "$@"
 wait_until_it_says 'event_loop: waiting for the modem'
@@ -90,8 +91,8 @@ start "$dir/silent.toml" "$@"
 wait_until_it_says 'event_loop: registration: success'
 end_it
 
-# SIGTERM 0 to 320 ms after its first line. The example deregisters unless something holds it up for too long; it must do so
-# at least once.
+# SIGTERM comes 0 to 320 ms after the example's first line. The example deregisters unless that takes too long; it must
+# deregister at least once.
 deregistered=no
 for moment in 0 1 2 3 4 5 6 7 8 8 8 8 8 8 8 8; do
     [ $moment -lt 8 ] || [ $deregistered = no ] || break

@@ -1,12 +1,13 @@
 #!/bin/sh
-# one_metric.sh SCENARIOS COMMAND...: what the example prints, and the status it ends with, where the value cannot be
-# written, where it is there, where it is not, and where the modem refuses a registration.
+# one_metric.sh SCENARIOS COMMAND...: checks the example's output and exit status when the value cannot be written, when
+# the modem reports the value, when it does not report it, and when it refuses the registration.
 scenarios=$1
 shift
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 
-# expect STATUS TEXT SCENARIO OUTPUT COMMAND...
+# expect STATUS TEXT SCENARIO OUTPUT COMMAND...: the command, with its standard output in OUTPUT, must end with STATUS,
+# and the file "out" and standard error together must be TEXT.
 expect() {
     wanted=$1 text=$2 output=$4
     export ZEB_SCENARIO="$3"

@@ -1,4 +1,4 @@
-# What these tests share; sourced by them, never run. `source` is the project's folder, `port` a free one for the broker.
+# What these tests share; they source this file. `source` is the project's folder, `port` a free port for the broker.
 # shellcheck shell=bash disable=SC2034
 source=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 port=$(python3 -c 'import socket; s = socket.socket(); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')

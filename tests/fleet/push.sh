@@ -1,7 +1,8 @@
 #!/bin/bash
-# push.sh tls|plain SHELL [WORD]: fleet/box/cpe_dm_push, run by this shell, with a real broker.
+# push.sh tls|plain SHELL [WORD]: checks fleet/box/cpe_dm_push with a real broker. SHELL runs cpe_dm_push: `sh`, for
+# example, or `busybox sh`.
 set -euo pipefail
-if [[ ${1:-} != inside ]]; then # a session of its own, of which nothing stays
+if [[ ${1:-} != inside ]]; then # runs in a session of its own, whose processes are all killed at the end
     setsid "$0" inside "$@" &
     trap 'kill -KILL -- -$! 2>/dev/null' EXIT
     wait $!
@@ -59,7 +60,8 @@ kill_broker() {
     { wait $broker; } 2>/dev/null || true
 }
 
-# lines FROM TO [SECONDS]: a program like `cpe_dm watch --json`, which ends with status 0 on SIGTERM.
+# lines FROM TO SECONDS: stands in for `cpe_dm watch --json`. Prints the lines FROM to TO, with a pause of SECONDS after
+# each line, and ends with status 0 on SIGTERM.
 cat >lines <<'END'
 #!/bin/bash
 trap 'exit 0' TERM
@@ -76,14 +78,15 @@ is_null() { [[ $(newest cpe_dm/box1) = null ]]; }
 many() { [[ $(numbers | grep -c '^10[0-9][0-9][0-9]$') -eq 400 ]]; }
 numbers() { grep -o '"n":[0-9]*' received | cut -d : -f 2 | sort -n | uniq; }
 
-# Away at the start, killed in the middle, a stop: every line arrives, and `null` is the last of them.
+# The broker is away at the start and is killed in the middle, and then cpe_dm_push is stopped. Every line arrives, and
+# `null` arrives last.
 start_broker
-while :; do # it ends when a TLS connection breaks off
+while :; do # mosquitto_sub ends when a TLS connection breaks off
     XDG_CONFIG_HOME=$dir/fleet mosquitto_sub -c -i reader -q 1 -t 'cpe_dm/#' || sleep 0.2
 done >received 2>reader.err &
 until_true grep -q ' as reader ' broker.err
 sleep 0.3
-kill -USR1 $broker # it saves that there is a reader
+kill -USR1 $broker # makes the broker save that there is a reader
 until_true test -s mosquitto.db
 kill_broker
 "${push[@]}" cpe_dm/box1 ./lines 1 1000000 0.1 2>push.err &
@@ -103,7 +106,7 @@ last=$(numbers | tail -n 1)
 [[ $(numbers | wc -l) -eq $last ]] || fail "$(numbers | wc -l) lines of $last arrived"
 [[ $(tail -n 1 received) = null ]] || fail "the last line is $(tail -n 1 received)"
 
-# More than one mosquitto_pub is given.
+# These lines are more than one mosquitto_pub gets.
 CPE_DM_PUSH_KEEP=400 "${push[@]}" cpe_dm/box1 ./lines 10001 10400 0 2>push.err || fail "many lines: status $?"
 until_true many
 
@@ -113,12 +116,13 @@ until_true arrived '"n":20003,'
 kill -KILL -- -$!
 until_true is_null
 
-# Another box's topic is not to be had.
+# A box cannot write the topic of another box.
 "${push[@]}" cpe_dm/box2 ./lines 30001 30003 0.1 2>push.err || true
 grep -q 'Not authorized' push.err || fail "writing another's topic was not refused"
 ! arrived '"n":3000' || fail "another's topic was written"
 
-# The status of the command, and a broker that stays away: the newest lines are kept, and the end comes all the same.
+# cpe_dm_push ends with the status of its command. While the broker stays away, cpe_dm_push keeps the newest lines, and
+# ends all the same.
 status=0
 "${push[@]}" cpe_dm/box1 sh -c 'echo "{}"; exit 4' 2>push.err || status=$?
 [[ $status -eq 4 ]] || fail "status $status instead of 4"

@@ -1,7 +1,7 @@
 #!/bin/bash
-# service.sh: the service of the box's package, installed and run for real, in two systems that exist in memory while
-# this runs: the one here, where dpkg installs the package, and one of busybox, libc and mosquitto_pub alone. Needs root
-# that may mount, and packages in build/packages; leaves nothing behind.
+# service.sh: installs the package cpe-dm and runs its service in two systems that lie in memory: an overlay of this
+# machine's system, where dpkg installs the package, and a system of busybox, libc and mosquitto_pub alone. Needs a root
+# user who may mount, and the packages in build/packages; leaves nothing behind.
 set -euo pipefail
 [[ $(id -u) -eq 0 ]] || exec sudo "$0"
 if [[ ${1:-} != inside ]]; then
@@ -16,7 +16,7 @@ trap 'cd /; umount -l "$dir"; rmdir "$dir"' EXIT
 cd "$dir"
 packages=("$source"/build/packages/cpe-dm{,-standin}_*_"$(dpkg --print-architecture)".deb)
 
-# status_is NUMBER COMMAND...
+# status_is NUMBER COMMAND...: the command must end with the status NUMBER.
 status_is() {
     local status=0
     "${@:2}" || status=$?
@@ -28,7 +28,7 @@ set_to() { sed -i "s|^$1=.*|$1=$2|" "$root/etc/cpe_dm/watch.conf"; }
 processes() { pgrep -u "$(stat -c %u "$root/run/cpe_dm")"; }
 no_process() { ! processes; }
 up() { grep -qx "cpe_dm_up$1 1" "$root/run/cpe_dm/metrics.txt"; }
-published() { # a pattern
+published() { # whether the retained line of box1 matches the pattern $1
     # shellcheck disable=SC2053
     [[ $(mosquitto_sub -h 127.0.0.1 -p "$port" -u fleet -P secret -t cpe_dm/box1 -C 1 -W 5) = $1 ]]
 }
@@ -38,7 +38,7 @@ mosquitto_passwd -U passwords
 printf '%s\n' "listener $port 127.0.0.1" 'user root' "password_file $dir/passwords" "acl_file $source/fleet/mqtt/acl" >broker.conf
 mosquitto -c broker.conf >broker.log 2>&1 &
 
-# check NAME: the service of the system in $root, whose user belongs to the group modem.
+# check NAME: checks the service of the system in $root. There the service's user must be in the group modem (901).
 check() {
     local pid
     set_to LABELS 'site=cellar'

@@ -1,7 +1,7 @@
 #!/bin/sh
-# embedded.sh: CPE DM as part of somebody else's project, by add_subdirectory with the stand-in, and by FetchContent with
-# a platform's root: a C program links the one target and runs, the project exports libraries that link it, and nothing of
-# this project's own habits comes with it. Installed with the project, it serves those who use its libraries.
+# embedded.sh: CPE DM as part of another project, by add_subdirectory with the stand-in, and by FetchContent with
+# CPE_DM_PLATFORM_ROOT. A C program links cpe_dm::cpe_dm and runs. The other project gets no compiler options, tests or
+# programs of CPE DM. It exports libraries that link cpe_dm::cpe_dm, and a third project links these libraries.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"

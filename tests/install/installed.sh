@@ -1,12 +1,12 @@
 #!/bin/sh
-# installed.sh BUILD: installs the build folder BUILD, moves the tree, and uses it as others do, from outside the sources:
-# the client runs, a program is built with the CMake package and with pkg-config, on the archive and on the shared library,
-# and the archive is a part of plug-ins.
+# installed.sh BUILD: installs the build folder BUILD, moves the installed tree, and uses it from outside the sources:
+# the client runs, a program is built with the CMake package and with pkg-config, with the static and with the shared
+# library, and plug-ins contain the static library.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
 
-# As docs/library.md has it, whose last command is the example.
+# Runs the commands of docs/library.md. The last of them runs the example.
 document_commands docs/library.md '## Build and link' >"$dir/commands"
 rm -rf "$source/build/one_metric"
 (cd "$source" && HOME=$dir sh -e "$dir/commands" | tee "$dir/example.out")
@@ -50,7 +50,8 @@ done
 readelf -d "$dir/with_cpe_dm" | grep libcpe_dm && fail "cpe_dm is not the archive"
 readelf -d "$dir/with_cpe_dm_shared" | grep 'NEEDED.*libcpe_dm\.so\.1' || fail "cpe_dm_shared is not the shared library"
 
-# The shared library exports what the headers declare, as the compiler sees it, and a plug-in nothing of the archive's.
+# The shared library must export exactly the functions that the headers declare, which the compiler lists (-aux-info). A
+# plug-in must export no function of the static library that it contains.
 exported() { nm -D --defined-only "$1" | sed -n 's/^[0-9a-f]* [^A] \([^@]*\).*/\1/p' | sort; }
 for header in "$dir"/tree/include/cpe_dm*.h; do
     cc -aux-info "$dir/declared" -o "$dir/header.o" -c -x c "$header"
@@ -67,7 +68,7 @@ cc "$(dirname "$plugin")/host.c" -o "$dir/host"
 timeout 60 "$dir/host" "$dir/one.so" "$dir/other.so" || fail "two plug-ins share a state"
 unset LD_LIBRARY_PATH
 
-# Without the stand-in the package says what is missing, and takes a platform's root.
+# Without the stand-in the CMake package says which library is missing, and accepts CPE_DM_PLATFORM_ROOT.
 mkdir -p "$dir/root/lib"
 mv "$dir"/tree/lib/libzeb_cci.so "$dir"/tree/lib/libzebservices.so "$dir/tree/lib/libdiag.so" "$dir/root/lib/"
 must_fail "libdiag.so is not" cmake -S "$dir/example" -B "$dir/other" -G Ninja -DCMAKE_PREFIX_PATH="$dir/tree"

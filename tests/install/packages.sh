@@ -1,7 +1,7 @@
 #!/bin/sh
 # packages.sh ARCHITECTURE [TOOLCHAIN-FILE LAUNCHER...]: unpacks the Debian packages in build/packages for this
-# architecture into an empty folder and uses them from there: client and tool run, and a program is built and runs. Looks at
-# what Debian asks of a package, and what a box asks of a program.
+# architecture into an empty folder and uses them from there: client and tool run, and a program is built and runs.
+# Checks the packages with lintian, and the programs and libraries with scripts/check-needed.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
@@ -35,7 +35,7 @@ LD_LIBRARY_PATH=$libraries run_example "$@" "$dir/all/usr/bin/cpe_dm" get lte.rs
 build "$dir/build" -S "$example" ${toolchain:+"$toolchain"} -DCMAKE_PREFIX_PATH="$dir/all/usr"
 run_example "$@" "$dir/build/$program"
 
-# What Debian's own tool says, where it can.
+# For this machine's architecture, dpkg-shlibdeps must find the same dependencies.
 if [ "$architecture" = "$(dpkg --print-architecture)" ]; then
     mkdir "$dir/debian" "$dir/all/DEBIAN"
     touch "$dir/debian/control"

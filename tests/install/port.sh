@@ -1,7 +1,7 @@
 #!/bin/sh
-# port.sh BUILD [TOOLCHAIN-FILE LAUNCHER...]: client and module on a platform of somebody else's, from a copy of the sources
-# without platform/ and tests/. The platform is a copy of the stand-in's headers and of the libraries in the build folder
-# BUILD; the launcher runs programs of another machine.
+# port.sh BUILD [TOOLCHAIN-FILE LAUNCHER...]: builds client and module with CPE_DM_PLATFORM_ROOT, from a copy of the
+# sources without platform/ and tests/. The platform is a copy of the stand-in's headers and of the libraries in the
+# build folder BUILD. The launcher, an emulator, runs programs for another machine.
 set -e
 # shellcheck source=tests/install/common.sh
 . "$(dirname "$0")/common.sh"
@@ -17,7 +17,7 @@ find "$source" -mindepth 1 -maxdepth 1 ! -name platform ! -name tests ! -name bu
 cp -r "$source/platform/include" "$dir/root/include"
 cp -r "$built/lib" "$dir/root/lib"
 
-# The README's commands, with this platform and toolchain, and as by a compiler that has no __FILE_NAME__.
+# Runs the commands of docs/porting.md, with this platform and toolchain. Some compilers have no __FILE_NAME__.
 export CXXFLAGS="-U__FILE_NAME__ -Wno-builtin-macro-redefined"
 document_commands docs/porting.md '# Porting to a box' >"$dir/commands"
 sed -i -e "s,/path/to/platform,$dir/root," -e "s,-DCMAKE_TOOLCHAIN_FILE=.*,$toolchain," "$dir/commands"
@@ -37,7 +37,7 @@ sed -i -e '/^static_assert/d' -e 's/reserved\[15\]/reserved[16]/' "$header"
 configure "$dir/longer"
 must_fail '0x0051.*84.*80' cmake --build "$box" --target cpe_dm_archive
 
-# A root that is none is refused by what is missing.
+# A platform that lacks a header and a library is refused, and both are named.
 rm "$dir/longer/include/diag_msg.h" "$dir/longer/lib/libzeb_cci.so"
 must_fail "no diag_msg.h in $dir/longer/include" configure "$dir/longer"
 must_fail "no libzeb_cci.so in $dir/longer/lib" configure "$dir/longer"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Usage: check_scenario.sh SCENARIOS PROGRAM...
-# The checker takes every scenario of the folder SCENARIOS, says where a wrong one is wrong, and says nothing else.
+# The checker must accept every scenario in SCENARIOS, and print only the line and the fault of each wrong scenario.
 set -euo pipefail
 scenarios=$1
 shift
@@ -9,7 +9,7 @@ trap 'rm -rf "$folder"' EXIT
 cd "$folder"
 printf 'tick_ms = 50\n[lte]\nrsrp = 1\n' >wrong.toml
 
-# expect STATUS OUTPUT ARGUMENT...
+# expect STATUS OUTPUT ARGUMENT...: the checker, run with these arguments, must end with STATUS and print OUTPUT.
 expect() {
     local status=0 output
     output=$("${program[@]}" "${@:3}" 2>&1) || status=$?

@@ -12,7 +12,7 @@ import tempfile
 sources = pathlib.Path(sys.argv[1]) / "platform/zebservices"
 recorder, tool = sys.argv[2:]
 base = {"lte": {"srv_status": "'service'"}, "nr5g": {"srv_status": "'limited'", "attached": "true"}}
-# For the kinds of values that are no plain numbers.
+# Values for the keys whose values are not single numbers.
 values = {
     "srv_status": "'power_save'",
     "attached": "false",
@@ -34,7 +34,7 @@ def value_of(name, reader):
 
 
 def answers(cells):
-    """All messages but their times."""
+    """The set of all recorded messages, without their times."""
     with tempfile.TemporaryDirectory() as folder:
         scenario, recording = pathlib.Path(folder) / "scenario.toml", pathlib.Path(folder) / "recording"
         lines = ["tick_ms = 10", "appear_ms = 50", "scan_delay_ms = 1"]

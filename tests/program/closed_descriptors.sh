@@ -1,7 +1,7 @@
 #!/bin/sh
-# closed_descriptors.sh COMMAND...: runs the program without standard output and standard error, and without the latter
-# alone. Passes when it ends with status 0, and the log, a file opened meanwhile, has its lines and nothing of what the
-# program prints or says.
+# closed_descriptors.sh COMMAND...: runs the program with standard output and standard error closed, and then with
+# standard error alone closed. The log file may get the number of a closed descriptor. Passes when the program ends with
+# status 0, and the log file has log lines and nothing that the program prints.
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 echo 1 | DIAG_LOG="$dir/neither" "$@" >&- 2>&- || exit 1

@@ -1,6 +1,6 @@
 #!/bin/sh
-# plot_signal.sh PLOT_SIGNAL: draws rows with a gap in them, and a clock that was set back. Passes when that makes a picture
-# of the signals that have values, and of no others, and when other text makes none; skipped (77) without gnuplot.
+# plot_signal.sh PLOT_SIGNAL: draws rows with a gap in them, and with a clock that was set back. Passes when the picture
+# has the signals that have values and no others, and when other text is refused; skipped (77) without gnuplot.
 command -v gnuplot >/dev/null || { echo "skipped: there is no gnuplot" && exit 77; }
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT

@@ -1,8 +1,8 @@
 #!/bin/sh
 # run_program.sh SCENARIO NAME COMMAND...: runs the program against the virtual modem with the lines of NAME.in, as
 # console.sh says. Passes when the program ends with status 0, its output is NAME.out, as compare.sh compares, and its log
-# has lines of the agreed form and nothing else. When the lines came too late for the scenario, it is run again with a
-# slower one.
+# has lines of the agreed form and nothing else. When the lines came too late for the scenario, the program is run again
+# with a slower scenario.
 here=$(dirname "$0")
 # shellcheck source=tests/support/console.sh
 . "$here/../support/console.sh"

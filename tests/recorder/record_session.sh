@@ -1,5 +1,5 @@
 #!/bin/sh
-# record_session.sh COMMAND...: runs record_session in all its ways, and prints what the recorder makes of each.
+# record_session.sh COMMAND...: runs record_session in all its modes, and prints what the recorder writes in each.
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 cd "$dir" || exit 1
@@ -15,7 +15,8 @@ masked() {
 
 fresh() { rm -rf rec rec.1 rec.next; }
 
-# try TITLE COMMAND...: the session must be as it is without the recorder; prints the file's mode and what is said.
+# try TITLE COMMAND...: the session's output must be as without the recorder; prints the recording's mode and type, and
+# the messages.
 try() {
     printf '%s: ' "$1"
     shift
@@ -46,7 +47,7 @@ ln other rec
 try 'ln other' "$@"
 fresh
 : >rec
-# Only root can give a file away.
+# Only root can give a file away. For other users the expected line is printed.
 chown 1 rec 2>/dev/null && try "another user's" "$@" ||
     echo "another user's: 644, regular empty file zeb_record: REC: is another user's, nothing is recorded"
 fresh
@@ -142,6 +143,6 @@ fresh
 "$@" faults
 fresh
 ZEB_RECORD_KEEP=16384 "$@" faults parts
-# What only some failures lead to is not said, as not all of them are tried where programs are slow.
+# truncate64 is left out: it is called only after some failures, and where programs are slow not all failures are tried.
 sort -u rec.points | grep -vx truncate64 | tr '\n' ' ' | fold -s -w 118
 echo

@@ -1,10 +1,10 @@
 #!/bin/sh
 # run_replay.sh RECORD PLAY COMMAND...: records the session of replay_session.in with the client of the build folder
-# RECORD, and plays it with that of PLAY, at the speed of life and as fast as it goes. COMMAND is zeb_recording. Passes
-# when both plays print and log the lines of the recorded session, but for times, thread numbers and addresses; when
-# they say that they are exact; and when a recording of the play is the recording that was played. The same must hold
-# for the redacted recording, log and output, in which no identity of the session may be left. A client for ARM runs
-# under emulation. Ends with status 77, skipped, when a build is not there.
+# RECORD, and plays it with that of PLAY, at the recorded speed and as fast as possible. COMMAND is zeb_recording.
+# Passes when both plays print and log the lines of the recorded session, except for times, thread numbers and
+# addresses; when they say that they are exact; and when a recording of the play is the recording that was played. The
+# same must hold for the redacted recording, log and output, in which no identity of the session may be left. A client
+# for ARM runs under emulation. Ends with status 77, skipped, when a build is not there.
 here=$(dirname "$0")
 # shellcheck source=tests/support/console.sh
 . "$here/../support/console.sh"
@@ -20,14 +20,15 @@ for program in "$record" "$play"; do
     fi
 done
 
-# But for times, thread numbers and addresses.
+# Prints the lines of a log without times, thread numbers and addresses.
 lines() { sed -E 's/^[^ ]+ ([a-z]+) +[0-9]+ /\1 /; s/0x[0-9a-f]{5,}/ADDRESS/g' "$1"; }
 
-# session NAME BUILD [VARIABLE=VALUE...]: a session with its output in NAME.out, NAME.err and NAME.log, recorded in NAME.
+# session NAME BUILD [VARIABLE=VALUE...]: runs the client of BUILD, with its output in NAME.out and NAME.err, its log in
+# NAME.log, and a recording in NAME.
 session() {
     name=$dir/$1
     program=$2/client/cpe_dm_client
-    # The sanitizer's own library comes after the preloaded one.
+    # Without verify_asan_link_order=0, AddressSanitizer refuses to run after a preloaded library.
     set -- "$@" ZEB_RECORD="$name" LD_PRELOAD="$2/recorder/libzeb_record.so" ASAN_OPTIONS="$ASAN_OPTIONS:verify_asan_link_order=0"
     shift 2
     if [ "$(od -An -tu1 -j4 -N1 "$program")" -eq 1 ]; then
@@ -38,14 +39,14 @@ session() {
         set --
     fi
     : >"$name.out" && : >"$name.log"
-    # shellcheck disable=SC2086 # the emulator is some words
+    # shellcheck disable=SC2086 # the emulator is several words
     feed "$here/replay_session.in" "$name" 1 |
         env DIAG_LOG="$name.log" "$@" ${emulator:-} "$program" >"$name.out" 2>"$name.err" || { cat "$name.err" && exit 1; }
     emulator=
     lines "$name.log" >"$name.lines"
 }
 
-# Whether everything is in the recording, and the input kept ahead of the scenario's changes.
+# Whether the recording has everything, and the session's input was given before the scenario changed the signal.
 is_complete() {
     for text in 'event=1' 'event=0' 'id=0x0085 buf=' 'id=0x0051 status=-6' 'id=0x004e buf=' 'status=-2 timeout' 'status=-8' \
         'resp=[0-9]*:01000000' 'wait timeout'; do
@@ -83,7 +84,8 @@ plays "$dir/sent" played_sent 0
 "$@" diff "$dir/sent" "$dir/played_sent" || status=1
 "$@" page "$dir/sent" -o "$dir/sent.html" || status=1
 sed -E 's/\[[0-9,-]+\]//g' "$dir/sent.html" >"$dir/sent.texts" # without columns of times
-# The identities of three bytes and more as they lie in memory, and those of five digits and more as numbers.
+# The identities in hexadecimal, as they lie in memory, if they have three bytes or more, and as decimal numbers, if
+# they have five digits or more.
 for identity in 15cd5b07 00c409 34a709 010000000000008 9078563412 \
     '\b54321\b' '\b45678\b' '\b45679\b' '\b123456789\b' '\b640000\b' '\b632628\b' '\b9223372036854775809\b' \
     '\b78187493520\b'; do

@@ -1,14 +1,14 @@
 #!/bin/sh
-# commands.sh RECORDING COMMAND...: what zeb_recording ends with and says, whatever it is given; and that it writes what it
-# is asked to, or nothing.
+# commands.sh RECORDING COMMAND...: checks the exit status and the message of zeb_recording (COMMAND) for right and
+# wrong arguments and files, and that a command that fails writes no file.
 recording=$(realpath "$1")
 shift
 dir=$(mktemp -d) || exit 1
 trap 'rm -rf "$dir"' EXIT
 failed=0
 
-# ends STATUS TEXT ARGUMENT...: with that status; the one line on standard error, or the first of the output where there is
-# none, has TEXT.
+# ends STATUS TEXT COMMAND...: the command must end with STATUS and print at most one line on standard error. That line,
+# or without it the first line of standard output, must match TEXT.
 ends() {
     status=$1
     text=$2
@@ -53,7 +53,7 @@ ends 1 '^[+-] 2: ' "$@" diff event "$recording"
 ends 0 '^replaced: ' "$@" redact "$recording" -o redacted --also console -o told
 [ "$(stat -c %a redacted)" = 600 ] || { echo "others may read it" && failed=1; }
 
-# What is chosen of a recording: by time, over midnight, and by kind; as one JSON object a line, and as rows of as many fields.
+# `show` chooses lines by time, over midnight, and by kind. It prints JSON lines, or CSV rows with equally many fields.
 ends 0 '^recorded ' "$@" show "$recording" --from 23:59:56 --to 2026-11-24T00:00:10 --only failed --only slow
 [ "$(grep -c '^[0-9][0-9]:' out)" -eq 2 ] || { cat out && failed=1; }
 ends 0 '^{"kind":"recording"' "$@" show "$recording" --json

@@ -11,8 +11,8 @@ fail() {
     exit 1
 }
 
-# opened PAGE#HASH: puts the page, once its scripts have run, into the file dom. No host has an address, so nothing can
-# be fetched.
+# opened PAGE#HASH: opens the page and writes its elements, as they are after the scripts have run, into the file dom.
+# No host name is resolved, so nothing can be fetched.
 opened() {
     timeout 120 chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run --disable-background-networking \
         --disable-component-update --disable-sync --disable-dev-shm-usage --host-resolver-rules='MAP * ~NOTFOUND' \
@@ -22,7 +22,7 @@ opened() {
     grep -q 'data-drawn=' "$dir/dom" || fail "nothing was drawn"
 }
 
-# has N TEXT: the text stands there N times at least.
+# has N TEXT: the page in the file dom must have the text N times at least.
 has() {
     count=$(grep -o -- "$2" "$dir/dom" | wc -l)
     [ "$count" -ge "$1" ] || fail "$count times instead of $1: $2"
@@ -31,7 +31,7 @@ has() {
 "$@" page "$recording" -o "$dir/small.html" || exit 1
 "$@" page "$recording" -o "$dir/small.html" || fail "an older page is not replaced"
 sed 's,http://www.w3.org/2000/svg,,' "$dir/small.html" | grep -E 'https?:|@import|src=' && fail "the page asks for something else"
-# The page with somebody who points, clicks, drags and types.
+# page_user.html, added to the page, points, clicks, drags and types as a user does.
 sed "/<.body>/{
     r $here/page_user.html
     N

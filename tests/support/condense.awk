@@ -1,12 +1,12 @@
 # Makes a transcript of a program's whole output. Only repetitions are left out:
-#   - when the client's menu is printed more than once, "[menu] " stands for each exact copy, and the banner is left out;
-#     without the client's menu the banner is left out too, and after a single menu both stay;
+#   - when the client's menu is printed more than once, "[menu] " stands for each exact copy; when the menu is printed
+#     once, it stays, and so does the banner, which is left out in all other cases;
 #   - of a long numbered list (lines with a #number) whose entries differ only in numbers, the first and the last entry
 #     stay; so do the first and the last of the lines in which the client announces a list of metrics.
 # A backslash at the end of a line says that the program ended the line's text without a newline.
 { text = text $0 "\n" }
 
-# The text that all entries of a list have in common. A line that is no list entry gets a text of its own.
+# Line i without what differs between the entries of a list. Each line that is no list entry gets a different text.
 function shape(i,   s) {
     s = line[i]
     if (sub(/^CPE DEMO APP : Getting LTE.5G \[.*\] metric information\.$/, "Getting", s)) {
@@ -19,7 +19,8 @@ function shape(i,   s) {
     return s
 }
 
-# The number of lines from line i on, in whole groups of p lines, whose shapes repeat those of the first group.
+# The lines from line i on are taken in groups of p lines. Returns the number of lines in those groups at the start that
+# all have the shapes of the first group.
 function alike(i, p,   n) {
     for (n = p; i + n <= lines && shape(i + n) == shape(i + n - p); n++) {
     }
