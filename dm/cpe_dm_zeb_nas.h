@@ -110,17 +110,18 @@ struct cpe_dm_nas_sys_info {
  * indication. Returns 0 also when already connected. After a failure there is no connection.
  *
  * If a call fails and cannot release its notifier, the next call tries to release that notifier. If this attempt fails
- * too, the notifier stays unreleased, and the function continues with a new notifier. Only one notifier in a process
- * can be left unreleased. If a second notifier cannot be released, every further call returns CPE_DM_ERR_FAILURE until
- * the release of the second notifier succeeds. */
+ * too, the function gives this notifier up for good and continues with a new notifier. The function can give up only
+ * one notifier in a process. If a later notifier cannot be released either, every further call tries to release the
+ * later notifier, and returns CPE_DM_ERR_FAILURE as long as the release fails. */
 int32_t cpe_dm_zeb_nas_init();
 
 /* Creates the client, and registers for the system information indication; the last step of cpe_dm_zeb_nas_init. If the
  * registration fails, the client stays, and the caller has to release it. */
 int32_t cpe_dm_zeb_nas_client_init();
 
-/* Disconnects. Once the function has returned 0, neither callback is running or will run. CPE_DM_ERR_FAILURE: not
- * connected, or a handle could not be released; the next call then releases the handles that are left. */
+/* Disconnects. Once the function has returned 0, the framework is not running cpe_dm_zeb_nas_ind_cb or
+ * cpe_dm_zeb_nas_notify_cb, and does not call them again. Returns CPE_DM_ERR_FAILURE when there is no connection, or
+ * when a handle could not be released. After a failed release, the next call releases the handles that are left. */
 int32_t cpe_dm_zeb_nas_release();
 
 /* Called in a child of fork: forgets the parent's connection without calling the framework. */
@@ -137,8 +138,9 @@ int32_t cpe_dm_zeb_nas_get_sig_info(cpe_dm_nas_sig_info *sig_info);
  * NR 5G request fails, the LTE value stays in the record. */
 int32_t cpe_dm_zeb_nas_get_tx_pwr_info(cpe_dm_nas_tx_pwr_info *tx_pwr_info);
 
-/* Retrieves the channel quality of each technology that is in service according to the module's network status. Returns
- * CPE_DM_ERR_FAILURE when neither is in service. When the NR 5G request fails, the LTE values stay in the record. */
+/* Retrieves the channel quality of each technology that is in service according to the module's network status. When
+ * neither LTE nor NR 5G is in service, returns CPE_DM_ERR_FAILURE and logs nothing. When the NR 5G request fails, the
+ * LTE values stay in the record. */
 int32_t cpe_dm_zeb_nas_get_cqi_info(cpe_dm_nas_cqi_info *cqi_info);
 
 /* Retrieves the cell lock list of each technology that is in service according to the module's network status. When the
@@ -158,8 +160,9 @@ int32_t cpe_dm_zeb_nas_perform_incremental_scan(uint8_t lte_scan_request, uint8_
                                                 uint8_t nr5g_scan_request, uint8_t *nr5g_scan_ongoing);
 
 /* Registers with the service for the indications that are set in `ind_info`. The system information indication is
- * always registered. The signal information indication is registered when an entry with a threshold is set. The
- * thresholds are sent in any case; whether the service accepts them is not checked. */
+ * always registered. The signal information indication is registered when `ind_info` has at least one signal value set.
+ * The function then sends the thresholds of all signal values, even when no signal value is set. The function does not
+ * check whether the service accepts the thresholds. */
 int32_t cpe_dm_zeb_nas_register_ind(const cpe_dm_nas_ind_info *ind_info);
 
 /* Called by the framework with an indication of the service. Decodes and logs the indication, and posts it to the

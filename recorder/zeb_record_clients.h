@@ -32,16 +32,16 @@ zeb_record_client *zeb_record_client_add(uint32_t number);
  * the recording; the first call also prints a line on standard error. */
 void zeb_record_client_unrecorded();
 
-/* Frees an entry after the platform's call has failed. If the entry has a number of its own and no later entry has
- * taken the next number, this number is used again. A null entry is allowed. */
+/* Frees an entry after the platform's call has failed. If the entry has a number of its own, and no newer number has
+ * been given out, the next new number is the same number again. A null entry is allowed. */
 void zeb_record_client_undo(zeb_record_client *entry);
 
 /* Returns the number of a client or notifier, or 0 if the handle is not known. */
 uint32_t zeb_record_client_number(zeb_client_handle handle);
 
 /* zeb_record_client_entries returns the entries that have the handle, one bit for each entry. zeb_record_client_release
- * frees the entries whose bits are set. The entries are looked up before the platform releases the handle. Right after
- * the release, the platform may give the same handle to a new client. */
+ * frees the entries whose bits are set. The caller calls zeb_record_client_entries before the platform releases the
+ * handle, because right after the release the platform may give the same handle to a new client. */
 uint32_t zeb_record_client_entries(zeb_client_handle handle);
 void zeb_record_client_release(uint32_t entries);
 

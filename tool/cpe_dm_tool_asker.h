@@ -27,7 +27,7 @@ struct cpe_dm_tool_report {
     uint32_t registrations_anew; /* registrations after the first one, since the start of the thread */
     int64_t reg_asked_ms;        /* when the registration status in `values` was requested */
     cpe_dm_tool_values values;   /* the newest answers, each with its time */
-    /* The events since the last call of cpe_dm_tool_take_report, oldest first. If there are too many, the oldest go. */
+    /* The events since the last call of cpe_dm_tool_take_report, oldest first. A full list drops its oldest event. */
     cpe_dm_tool_reg_event events[CPE_DM_TOOL_REG_EVENT_MAX];
     int event_cnt;
 };

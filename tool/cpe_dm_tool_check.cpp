@@ -15,8 +15,8 @@ enum {
     EXPRESSION_MAX = 32,
 };
 
-/* When the modem has answered no request in this number of successive rounds of requests, it has probably restarted,
- * and the command registers anew. */
+/* After this many rounds of requests in a row without any answer, the command assumes that the modem has restarted, and
+ * registers anew. */
 enum {
     MODEM_GONE_LOOKS = 2,
 };
@@ -43,7 +43,8 @@ struct expression {
     cpe_dm_tool_key key;
     const op_row *op;
     const char *wanted; /* the text behind the operator, with which the value is compared */
-    int64_t number;     /* `wanted` as a number of counts, when the key's value is a number */
+    /* `wanted` in counts, the integer steps in which the modem gives the value. Used only for keys with numbers. */
+    int64_t number;
 };
 
 static struct {

@@ -6,8 +6,8 @@
 
 #include <stdio.h>
 
-/* cpe_dm_init requires a callback. A callback has to release every record that it is given, although none comes here:
- * this program sets no indications and starts no scan. */
+/* cpe_dm_init requires a callback, and a callback has to release every record that it is given. The module never calls
+ * this callback, because this program sets no indications and starts no scan. */
 static void on_event(cpe_dm_hndl hndl, cpe_dm_info *info, void *user_data) {
     (void)hndl;
     (void)user_data;

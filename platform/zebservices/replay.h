@@ -6,7 +6,7 @@
 
 #include <array>
 
-/* Whether a recording is to be played: the environment variable ZEB_RECORDING names one. */
+/* Returns whether the environment variable ZEB_RECORDING names a recording to play. */
 bool replay_wanted();
 
 /* Returns the service object that the recording gives for these versions (major, minor, library), or null when the

@@ -112,7 +112,7 @@ struct scenario_fault {
     fault_moment moment = fault_moment::REQUEST;
     uint32_t nth = 1;
     uint32_t count = 1;
-    int32_t status = 0;    /* of a REQUEST: the transport status with which it fails; 0: it does not fail */
+    int32_t status = 0;    /* of a REQUEST: the transport status with which the request fails; 0: no failure */
     uint32_t result = 0;   /* of a REQUEST: the result in the response header; 0: the request is not rejected */
     uint32_t error = 0;    /* of a REQUEST: the error in the response header */
     uint32_t delay_ms = 0; /* of a REQUEST: the time until the answer */
