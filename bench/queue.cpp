@@ -220,8 +220,9 @@ void acknowledge(cpe_dm_cmd *, void *) {
     handed_over.release();
 }
 
-/* Measures the time from the sending of a command to the start of its execution, HAND_OVERS times. Returns the given
- * percentile of these times, in nanoseconds. A pause before each command lets the queue's thread go to sleep. */
+/* Sends HAND_OVERS commands, one after the other, and measures for each command the delay from its sending to the start
+ * of its execution. Returns the given percentile of these delays, in nanoseconds. A pause before each command lets the
+ * queue's thread go to sleep. */
 double hand_over(const queue_ops &queue, int percent) {
     std::vector<double> ns;
     cpe_dm_cmd cmd = {arrive, acknowledge, nullptr};

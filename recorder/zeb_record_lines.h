@@ -12,7 +12,7 @@
 #include <cstdint>
 
 enum {
-    ZEB_RECORD_BYTES_MAX = 65536, /* no message is longer; a longer buffer is not read */
+    ZEB_RECORD_BYTES_MAX = 65536, /* the size of the longest buffer that is recorded; no message is longer */
 };
 
 /* A call or a callback in progress, and the line about it. */
@@ -23,7 +23,7 @@ struct zeb_record_call {
     int error; /* errno as the call or callback has left it */
     int cancel_state;
     int cancel_type;
-    char *line; /* the text of the line that is being written; null: the line does not fit */
+    char *line; /* the line that is being written; null when the line has become longer than `room` */
     uint32_t len;
     uint32_t room;
 };

@@ -26,8 +26,8 @@ static constexpr struct {
 
 static const char tech_labels[][5] = {"lte", "nr5g"};
 
-/* The labels of the Prometheus metric cpe_dm_cell_info, each with the keys of LTE and NR 5G whose values it shows.
- * start_sample adds one more label, "technology". */
+/* The labels of the Prometheus metric cpe_dm_cell_info. In the sample for LTE, a label shows the value of the LTE key;
+ * in the sample for NR 5G, it shows the value of the NR 5G key. start_sample adds one more label, "technology". */
 static constexpr struct {
     char name[8];
     cpe_dm_tool_key key[2];
@@ -39,8 +39,8 @@ static constexpr struct {
 
 static constexpr cpe_dm_tool_key cqi_keys[] = {CPE_DM_TOOL_LTE_CQI, CPE_DM_TOOL_NR5G_CQI};
 
-/* The keys that the file leaves out: the derived keys, whose values follow from the labels "cgi" and "channel", and the
- * cell locks, which are lists and not single numbers. */
+/* The keys that are not written to the Prometheus file: the derived keys, whose values follow from the labels "cgi" and
+ * "channel", and the cell locks, which are lists and not single numbers. */
 static constexpr cpe_dm_tool_key left_out[] = {
     CPE_DM_TOOL_LTE_ENB,  CPE_DM_TOOL_LTE_CELL,     CPE_DM_TOOL_LTE_BAND,
     CPE_DM_TOOL_LTE_MHZ,  CPE_DM_TOOL_LTE_BAND_ALT, CPE_DM_TOOL_LTE_MHZ_ALT,

@@ -113,7 +113,7 @@ typedef enum {
     CPE_DM_METRIC_INVALID = 0,
     CPE_DM_METRIC_REG_STATUS = 1,       /* UINT32: a cpe_dm_reg_status */
     CPE_DM_METRIC_LTE_EARFCN = 2,       /* INT64, 0 to 65535 */
-    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64, range of uint32_t: NR ARFCN; 0: not reported */
+    CPE_DM_METRIC_NR5G_EARFCN = 3,      /* INT64, range of uint32_t; the NR ARFCN, or 0 when it was not reported */
     CPE_DM_METRIC_LTE_PCI = 4,          /* INT64, range of uint16_t */
     CPE_DM_METRIC_NR5G_PCI = 5,         /* INT64, range of uint16_t */
     CPE_DM_METRIC_LTE_CGI = 6,          /* INT64, range of uint32_t */

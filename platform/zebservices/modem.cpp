@@ -38,8 +38,8 @@ bool read_scenario(scenario &plan) {
     return usable;
 }
 
-/* The body of the modem's thread: plays the changes of the scenario when they are due. A call of a client also plays
- * the changes that are due, so the thread is needed for the time between calls. */
+/* The body of the modem's thread: plays the changes of the scenario when they are due. modem_request also plays the
+ * changes that are due, so the thread is needed only for changes that become due while no client makes a request. */
 void run_timer(modem *m) {
     std::unique_lock guard(m->lock);
     for (;;) {

@@ -9,16 +9,16 @@
 
 #include <string>
 
-/* Reads the recording and starts to play it. With a `speed` of 2 plays twice as fast as the box was; with 0, plays
- * every line as soon as the order of the lines allows. When the recording is not valid, returns false and sets `error`
+/* Reads the recording and starts to play it, `speed` times as fast as it was recorded. If `speed` is 0, every line is
+ * played as soon as the order of the lines allows. When the recording is not valid, returns false and sets `error`
  * to "file:line: reason". Throws when there is no memory or no thread can be started. */
 bool player_start(const char *file, double speed, std::string &error);
 
-/* The functions `answer` and `returned` of zeb_replay, which describes them. They never throw. */
+/* The struct zeb_replay describes these functions at its members `answer` and `returned`. They never throw. */
 int32_t player_answer(const zeb_call &call);
 void player_returned(uint64_t peer);
 
-/* The operations `attach` and `detach` of zeb_service, which describes them. */
+/* The struct zeb_service describes these functions at its members `attach` and `detach`. */
 uint64_t player_attach(const zeb_sink &sink);
 void player_detach(uint64_t peer);
 
