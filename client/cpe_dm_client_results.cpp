@@ -61,8 +61,8 @@ static void print_lte_locks(const char *name, const cpe_dm_lte_cell_lock_list *l
     }
 }
 
-/* Prints the frequencies to which the modem is locked for NR 5G. When the modem is locked to one NR 5G cell instead,
- * prints that there is no list. */
+/* Prints the frequencies to which the modem is locked for NR 5G. When the modem is locked to one NR 5G cell, or has no
+ * NR 5G lock, prints that there is no list. */
 static void print_nr5g_locks(const char *name, const cpe_dm_nr5g_cell_lock_list *locks) {
     print_heading(name);
     if (!locks->arfcn_identity_valid) {

@@ -15,15 +15,14 @@ static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
  * take the lock again clears this flag without the lock. */
 static std::atomic<bool> taking_down;
 
-/* The order of operations. An operation takes the next ticket before it waits for the lock. `turn` is one more than the
- * highest ticket whose operation has begun. So `ticket - turn` tickets come before a waiting ticket. An operation that
- * cannot take the lock gives up, and adds 1 to `gone`. So `ticket - turn - gone` operations come before a waiting
- * operation.
- *
- * An operation that begins sets `turn` to its own ticket plus 1, and subtracts from `gone` the number of tickets that
- * `turn` skips. Normally all operations with skipped tickets have given up. But an operation whose wait failed begins
- * before its turn, and may skip operations that still wait. A skipped operation that begins later leaves `turn`
- * unchanged, and adds 1 to `gone` to undo the subtraction. */
+/* The order of operations. Every operation takes the next ticket before it waits for the lock, and operations normally
+ * begin in the order of their tickets. There are two exceptions. An operation that cannot take the lock gives up and
+ * never begins. An operation whose wait fails begins at once, although operations with lower tickets may still wait.
+ *   - `turn` is the highest ticket whose operation has begun, plus 1.
+ *   - `gone` is the number of operations that gave up with a ticket of at least `turn`, minus the number of operations
+ *     that still wait with a ticket below `turn`.
+ * So `ticket - turn - gone` operations come before the operation that has `ticket`. The result is too small while an
+ * operation with a higher ticket has given up. In that case an operation may begin too early. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */

@@ -22,8 +22,8 @@ char *cpe_dm_count_text(char *text, size_t size, int64_t count, uint32_t counts_
 }
 
 char *cpe_dm_mhz_text(char *text, size_t size, uint32_t khz) {
-    // `count` is 64-bit like the magnitude in cpe_dm_count_text, so that both are divided by the same library routine.
-    // A processor without a division instruction needs a separate library routine for each integer width.
+    // `count` has 64 bits, like the magnitude in cpe_dm_count_text. On a processor without a division instruction, a
+    // 32-bit `count` would add a second division routine to the program.
     uint64_t count = khz;
     uint32_t counts_per_unit = 1000;
     while (counts_per_unit > 1 && count % 10 == 0) {

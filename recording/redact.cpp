@@ -26,14 +26,14 @@ constexpr std::string_view NEW_START = "2000-01-01T00:00:00.000Z";
 
 /* A file that is being redacted, its redacted text in `result`, and counts for the report to the user. */
 struct redacted_file {
-    session_file recording; /* of a log or a console's output, only `name` and `text` are set */
+    session_file recording; /* for a log or console output, only `name` and `text` are set */
     bool is_recording = false;
     std::string result;
     size_t lines = 0;
-    size_t left_out = 0; /* lines of a log or an output, left out because their form is not known */
+    size_t left_out = 0; /* lines of a log or of console output that were left out because their form is not known */
     size_t comments = 0;
     size_t bytes_dropped = 0;  /* bytes set to 0 because they belong to no field of a message */
-    size_t memory_dropped = 0; /* emptied buffers of failed calls: they held only the program's memory */
+    size_t memory_dropped = 0; /* output buffers of failed calls, emptied because they held no message */
     size_t blanked = 0;        /* messages that were emptied because their layout is not known */
 };
 
@@ -100,7 +100,7 @@ void copy_field(identities &all, const field &f, const uint8_t *from, uint8_t *t
 std::vector<uint8_t> copy_message(identities &all, const message &m, bool header, const std::vector<uint8_t> &from,
                                   size_t &dropped) {
     std::vector<uint8_t> to(from.size());
-    // No identity is replaced in `plain`, because `collecting` is true in new `identities`.
+    // `none` replaces no identity, because its field `collecting` is true. So `plain` keeps the identities of `from`.
     identities none;
     std::vector<uint8_t> plain(from.size());
     if (header) {
@@ -238,7 +238,7 @@ void redact_recording(redaction &r, redacted_file &file) {
             file.result += first_line(file.recording.content);
         } else if (line.starts_with('#')) {
             file.comments++;
-            file.result += "#"; // an empty comment replaces the comment, so that the next lines keep their numbers
+            file.result += "#"; // the comment is emptied and not removed, so that no line number changes
         } else if (entry != file.recording.content.entries.end() && entry->line == file.lines) {
             try {
                 file.result += redact_entry(r, file, *entry, std::string(line));

@@ -8,10 +8,11 @@
 
 namespace {
 
-/* Joins the decoding of an indication with the indication. If `entry` is the first decoding of its client's last
- * indication, with the same ID and bytes, stores `entry` in the line of the indication and returns true: `entry` then
- * gets no line of its own. Otherwise returns false. `last` holds, for each client, the index in `lines` of the last
- * indication. The function updates `last` when `entry` is an indication. */
+/* Puts the decoding of an indication into the line of the indication. If `entry` is a decoding of its client's
+ * last indication (same ID, same bytes), and the line of this indication has no decoding yet, the function stores
+ * `entry` in the line and returns true. Otherwise the function returns false, and the caller adds a line for `entry`.
+ * `last` holds, for each client, the index in `lines` of the last indication. The function updates `last` when `entry`
+ * is an indication. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();

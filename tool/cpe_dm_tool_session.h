@@ -42,8 +42,9 @@ void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;
 
 /* Asks the modem for one metric, and stores the answer in *values. An NR 5G value that the modem left out gets the
- * status CPE_DM_ERR_INFO_UNAVAILABLE. An NR 5G PCI of 0 may be real or left out. The registration status and the CGI
- * tell which, so the function then asks for these two metrics as well, unless *values has their answers. */
+ * status CPE_DM_ERR_INFO_UNAVAILABLE. An NR 5G PCI of 0 is either the PCI of the cell, or means that the modem
+ * left the PCI out. The registration status and the CGI show which of the two is the case. So when the NR 5G PCI is 0,
+ * the function asks for the registration status and the CGI as well, unless *values has their answers. */
 void cpe_dm_tool_ask(cpe_dm_tool_values *values, uint32_t metric);
 
 /* Asks the modem for each metric whose bit (1 << metric) is set in `metrics`. If the bit of the registration status is

@@ -17,8 +17,8 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-/* When watch ends, it waits at most this long for the reader to take the last row, and then again at most this long for
- * the thread that asks the modem. */
+/* When watch ends, it waits at most this long for the reader to take the last row. After that, watch waits at most this
+ * long for the end of the thread that asks the modem. */
 static const int64_t farewell_ms = 2000;
 
 /* The keys that are watched when the command line names none: registration, cells and signals. */
@@ -129,8 +129,8 @@ static bool is_asked_for(cpe_dm_tool_key key) {
     return (watch.metrics >> cpe_dm_tool_metric_of(key) & 1) != 0;
 }
 
-/* Compares the serving cell of the newest row with the last known cell, and reports a change. The row is ignored when
- * it has no answer for one of the keys of the cell. */
+/* Compares the serving cell of the newest row with the last known cell, and reports a change. If the modem was asked
+ * for one of the keys of the cell and did not answer, the row is ignored. */
 static void note_cell(cell *last, uint32_t tech) {
     int64_t number[3] = {-1, -1, -1}; // -1: not reported
     bool changed = false;

@@ -73,9 +73,9 @@ typedef void (*zeb_client_notify_cb)(zeb_client_handle client, zeb_service_objec
 int32_t zeb_client_notifier_init(zeb_service_object service, zeb_cci_os_params *os_params, zeb_client_handle *notifier);
 
 /* Lists the instances of a service. When the service is present, stores the number of its instances in *num_services
- * and returns 0. If info_array is not null, *num_entries is the capacity of the array on entry, and the number of
- * entries written on return. If info_array is null, num_entries may be null too. Returns ZEB_SERVICE_ERR and writes
- * nothing while the service is absent. */
+ * and returns 0. If info_array is not null, the caller has set *num_entries to the capacity of the array, and the
+ * function sets *num_entries to the number of entries that it has written. If info_array is null, num_entries may be
+ * null too. Returns ZEB_SERVICE_ERR and writes nothing while the service is absent. */
 int32_t zeb_client_get_service_list(zeb_service_object service, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services);
 

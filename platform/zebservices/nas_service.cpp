@@ -28,7 +28,8 @@ constinit const zeb_service NAS_SERVICE = {
 
 } // namespace
 
-/* Switches the modem on at once, so that an invalid scenario is reported before the program waits for the service. */
+/* Returns the service object, or null on failure. Unless a recording is to be played, the function also starts the
+ * virtual modem, so that an invalid scenario is reported before the program waits for the service. */
 zeb_service_object nas_get_service_object_internal_v01(int32_t idl_major_version, int32_t idl_minor_version,
                                                        int32_t library_version) {
     if (!memory_left()) {
