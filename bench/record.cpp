@@ -60,8 +60,8 @@ double measure(double (*round)()) {
 
 constexpr const char *ROUNDS[] = {"queries", "events"};
 
-/* Runs one round and writes its result to the descriptor `result`. Called in the process that in_a_process started for
- * this round. Returns the exit status of the process. */
+/* Runs one round and writes its result to the descriptor `result`. Called in the process that the function
+ * `in_a_process` has started for this round. Returns the exit status of the process. */
 int run_round(const std::string &round, int result) {
     const double ns = measure(round == ROUNDS[0] ? queries : events);
     return write(result, &ns, sizeof(ns)) == sizeof(ns) ? 0 : 1;

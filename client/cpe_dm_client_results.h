@@ -18,8 +18,8 @@ struct cpe_dm_client_results {
  * record, *info points into *results afterwards. */
 void cpe_dm_client_fill_request(cpe_dm_info *info, uint32_t id, cpe_dm_client_results *results);
 
-/* Prints the result of a successful request. Prints nothing for a metric that has no result in *info. `listed` is true
- * for a metric of a list request; the text for an empty list of LTE cell locks is then a different one. */
+/* Prints the result of a successful request. Prints nothing for a metric that has no result in *info. `listed` says
+ * whether the metric is one of a list request. A list request has its own text for an empty list of LTE cell locks. */
 void cpe_dm_client_print_result(const cpe_dm_info *info, const cpe_dm_client_results *results, bool listed);
 
 #endif

@@ -8,8 +8,8 @@
 #include <iterator>
 #include <utility>
 
-/* The three versions name the service definition that the module is built against. NAS_SERVICE_INFO_MAX is the largest
- * number of service instances that discovery can return here. */
+/* The first three constants are the version of the service definition against which the module is built.
+ * NAS_SERVICE_INFO_MAX is the largest number of entries that the module reads from the service list. */
 enum {
     NAS_IDL_MAJOR_VERSION = 1,
     NAS_IDL_MINOR_VERSION = 342,
@@ -93,9 +93,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Makes sure that no notifier uses the block zeb_nas_block, so that a new notifier can be created on that block. Tries
- * to release zeb_nas_lost_notifier. If the release fails, and this notifier uses the first block, forgets the notifier
- * and switches to the second block. If this notifier uses the second block, returns CPE_DM_ERR_FAILURE. */
+/* Makes a block available for a new notifier. Tries to release the notifier zeb_nas_lost_notifier. If the release fails
+ * on the first block, leaves this block to the lost notifier and switches to the second block. If the release fails on
+ * the second block, returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {
@@ -126,8 +126,8 @@ static int32_t nas_connect() {
     status = zeb_client_notifier_init(service, &zeb_nas_os_params[zeb_nas_block], &zeb_nas_notifier_handle);
     if (status != 0) {
         CPE_DM_LOG_ERROR("Initializing notifier with a service object failed with status[%d]", status);
-        // A failed call creates no notifier, so no notifier uses the block. If the call has stored a handle anyway,
-        // the handle is released, and a failure of the release is ignored.
+        // The failed zeb_client_notifier_init has created no notifier. If the call has stored a handle anyway, the
+        // handle is released, and a failure of the release is ignored.
         nas_release_handle(zeb_nas_notifier_handle);
         zeb_nas_notifier_handle = nullptr;
         return CPE_DM_ERR_FAILURE;

@@ -140,8 +140,8 @@ static bool queue_flush() {
     const long switches = voluntary_switches();
     const uint64_t began = zeb_record_clock(CLOCK_MONOTONIC);
     zeb_record_parts_write(lines, len);
-    // The write was delayed by the disk only if this thread has slept meanwhile, which is a voluntary context switch.
-    // If it has not slept, it only lacked a processor.
+    // A long write was delayed by the disk only if this thread slept during the write. Each sleep counts as a voluntary
+    // context switch. A thread that did not sleep only lacked a processor.
     const bool prompt = zeb_record_clock(CLOCK_MONOTONIC) - began <= PROMPT_US || voluntary_switches() == switches;
     if (!queue_lock()) {
         return false;
@@ -262,8 +262,9 @@ static void *queue_thread(void * /*unused*/) {
     return nullptr;
 }
 
-/* Starts the recorder's thread. It must not take a signal that the program has blocked or waits for. So all signals are
- * blocked in it, except the signals that report a fault of the thread itself: these must end the process. */
+/* Starts the recorder's thread. The new thread must not take a signal that the program has blocked or waits for, so
+ * most signals are blocked in the new thread. Only the signals that report a fault of the thread itself stay unblocked,
+ * so that they end the process. */
 static bool queue_start_thread() {
     sigset_t blocked;
     sigset_t previous;

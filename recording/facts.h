@@ -46,9 +46,9 @@ struct facts_message {
     zeb_message_type type = ZEB_MESSAGE_REQUEST;
     uint32_t id = 0;
     size_t count = 0;
-    size_t failed = 0; /* requests without an answer or refused by the modem; indications that could not be decoded */
+    size_t failed = 0;       /* requests without an answer or refused by the modem; indications whose decoding failed */
     size_t first_failed = 0; /* the first failed request or indication, as an index in session::lines */
-    size_t undecoded = 0;    /* indications that the program did not decode */
+    size_t undecoded = 0;    /* indications that the program did not try to decode */
     uint64_t slowest_us = 0; /* duration of the slowest request, or of the slowest callback of an indication */
     size_t slowest = 0;      /* the line with this duration, as an index in session::lines */
 };
@@ -61,10 +61,10 @@ struct facts {
     std::vector<facts_span> registration; /* `text` is the name of the registration status */
     std::vector<facts_span> lte_cells;
     std::vector<facts_span> nr5g_cells;
-    std::vector<facts_span> outages;  /* times without service of a network, or without the modem's service */
-    std::vector<facts_span> absences; /* times without the modem's service */
+    std::vector<facts_span> outages;  /* times when no network served the box, or when the NAS service was absent */
+    std::vector<facts_span> absences; /* times when the NAS service was absent */
     std::vector<facts_span> gaps;
-    std::vector<size_t> failures; /* indexes in session::lines, as in the next three vectors */
+    std::vector<size_t> failures; /* this vector and the next three hold indexes in session::lines */
     std::vector<size_t> slow;
     std::vector<size_t> unreturned; /* callbacks that did not return */
     std::vector<size_t> events;

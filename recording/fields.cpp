@@ -394,7 +394,7 @@ template <typename T> T load(const uint8_t *at) {
     return value;
 }
 
-/* Copies three bytes to three numbers. This is the form in which the module's functions take a PLMN or TAC. */
+/* Copies three bytes to three numbers, because the module's functions take a PLMN or TAC as three numbers. */
 void load_bytes(const uint8_t *at, int64_t (&list)[3]) {
     std::copy_n(at, 3, list);
 }

@@ -68,7 +68,7 @@ int cpe_dm_tool_open_sink(cpe_dm_tool_sink *sink, const char *path, bool append,
 static void remove_part(const cpe_dm_tool_sink *sink) {
     struct stat file = {};
     if (sink->done > 0 && fstat(sink->fd, &file) == 0 && S_ISREG(file.st_mode)) {
-        // If ftruncate fails too, the incomplete row stays in the file. The caller reports the failed write anyway.
+        // If ftruncate fails, the incomplete row stays in the file. The caller reports the failed write in any case.
         [[maybe_unused]] const int truncated = ftruncate(sink->fd, file.st_size - static_cast<off_t>(sink->done));
     }
 }

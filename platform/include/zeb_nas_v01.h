@@ -233,7 +233,7 @@ typedef struct {
     zeb_nas_cc_cqi nr5g_cc_cqi[ZEB_NAS_NR5G_CC_MAX];
 } zeb_nas_cqi_info_resp;
 
-/* Response 0x00D7: the LTE cells to which the modem is locked. */
+/* Response 0x00D7: one entry of the list `lte_cell_list`, an LTE cell to which the modem is locked. */
 typedef struct {
     uint16_t pci;
     uint16_t freq; /* EARFCN */
@@ -246,12 +246,13 @@ typedef struct {
     zeb_nas_lte_lock lte_cell_list[ZEB_NAS_LTE_LOCK_MAX];
 } zeb_nas_lte_cell_lock_list_resp;
 
-/* Response 0x010F: the NR 5G cell or channels to which the modem is locked. */
+/* Response 0x010F: one entry of the list `arfcn_list`, an NR 5G channel to which the modem is locked. */
 typedef struct {
     uint32_t arfcn;
     uint32_t reserved;
 } zeb_nas_nr5g_arfcn_lock;
 
+/* Response 0x010F: the NR 5G cell or the channels to which the modem is locked. */
 typedef struct {
     zeb_nas_resp_header header;
     uint8_t type_valid;
@@ -274,7 +275,7 @@ typedef struct {
     uint32_t reserved[138];
 } zeb_nas_incremental_scan_req;
 
-/* Indication 0x0085: the result of the scan that was requested last. */
+/* Indication 0x0085: a PLMN of a neighbour. */
 typedef struct {
     uint16_t plmn_mcc;
     uint16_t plmn_mnc;
@@ -299,6 +300,7 @@ typedef struct {
     uint64_t cgi[ZEB_NAS_NR5G_NBR_CGI_MAX];
 } zeb_nas_nr5g_nbr;
 
+/* Indication 0x0085: the result of the scan that was requested last. */
 typedef struct {
     uint32_t scan_status; /* 0: success */
     uint8_t lte_valid;

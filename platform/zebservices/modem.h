@@ -64,13 +64,12 @@ const scenario_state &modem_state(const modem &m);
  * apart. */
 scenario_moment modem_moment(const modem &m);
 
-/* Notes the current system and signal information as told to the client. The client then gets indications of later
- * changes only. */
+/* Stores the current system and signal information in `client` as the values that the client was told last. The client
+ * then gets indications only for later changes. */
 void modem_mark_told(const modem &m, modem_client &client);
 
-/* Looks for the faults of the scenario that are for `message` and `moment`, and counts an occurrence of the message for
- * each of these faults. Returns the first of them that applies to this occurrence, or a fault without effect when none
- * applies. */
+/* Counts an occurrence of the message for each fault that the scenario has for `message` and `moment`. Returns the
+ * first fault that applies to this occurrence. If no fault applies, returns a fault without effect. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
 /* Switches the modem on, unless it is on already. Returns false when the scenario is refused; the first call prints the

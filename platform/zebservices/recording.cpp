@@ -440,7 +440,7 @@ bool recording_parse(std::string_view text, const char *file, recording &out, st
     size_t line = 0;
     try {
         out = {};
-        // This message is made in advance: when memory runs out later, there may not be enough of it to make a message.
+        // The out-of-memory message is built in advance, because there may be no memory for the message later.
         error = std::string(file) + ":0: out of memory";
         try {
             read_lines(text, line, out);
