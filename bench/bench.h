@@ -1,6 +1,6 @@
 /* Rows of the benchmark table. A row either compares two pieces of code, or shows a single number. A comparison
- * consists of many repetitions. Each repetition runs one round of the module's code and one round of the code to
- * compare with, one directly after the other, so that a change of the machine's speed affects both rounds alike. */
+ * consists of many repetitions. Each repetition runs two rounds in direct succession: a round of the module's code, and
+ * a round of the code with which it is compared. So a change of the machine's speed affects both rounds alike. */
 #ifndef BENCH_H
 #define BENCH_H
 
@@ -23,8 +23,9 @@ enum bench_sense {
     BENCH_RATE, /* the ratio is our rate / their rate; it is calculated from the times as their time / our time */
 };
 
-/* Adds a row with the ratio between `ours` and `theirs` that `sense` defines: the median and the quartiles of `rounds`
- * repetitions. The texts `what`, `against` and `reach` are printed in the row; `reach` says which ratio is wanted. */
+/* Adds a row that compares `ours` with `theirs`. The comparison is repeated `rounds` times, and each repetition gives a
+ * ratio, as `sense` defines it. The row shows the median and the quartiles of these ratios. The texts `what`, `against`
+ * and `reach` are printed in the row; `reach` says which ratio is wanted. */
 void bench_compare(const std::string &what, const std::string &against, bench_sense sense, const std::string &reach,
                    bench_round ours, bench_round theirs, int rounds = 41);
 

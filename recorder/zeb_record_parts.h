@@ -18,13 +18,14 @@ bool zeb_record_parts_start();
 
 /* Hands whole lines to the kernel. Only one thread at a time may call this function. A recording in one file ends at
  * its limit, when the disk is full, and at any other failure; its last line says why. A recording in parts goes on when
- * the disk is full: the older part is removed first, and then the lines that the newer part has so far. If there is
- * still no room, new lines are lost; they are counted, and a `lost` line states their number. */
+ * the disk is full: first the older part is removed. If this is not enough, the lines of the newer part are removed
+ * too. If there is still no room, new lines are lost; they are counted, and a `lost` line states their number. */
 void zeb_record_parts_write(const char *lines, uint32_t len);
 
-/* zeb_record_parts_sync writes to the disk what the kernel has of the recording. Only the recorder's thread calls it.
- * zeb_record_parts_sync_now returns whether a new part has begun since the last sync. In this case the sync is urgent,
- * because the old part takes up room on the disk until the recorder's thread has closed it. */
+/* zeb_record_parts_sync writes to the disk the lines that were handed to the kernel. Only the recorder's thread calls
+ * this function. zeb_record_parts_sync_now returns whether a new part has begun since the last sync. If so, the next
+ * sync is urgent, because it closes the previous part. A part that is removed while it is open still takes up room on
+ * the disk. */
 void zeb_record_parts_sync();
 bool zeb_record_parts_sync_now();
 

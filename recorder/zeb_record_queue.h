@@ -26,7 +26,8 @@ bool zeb_record_queue_start();
 
 /* Returns a buffer for a line of at most `len` bytes, with the queue's lock held. The caller writes the line into the
  * buffer and then calls zeb_record_queue_add or zeb_record_queue_lose, which releases the lock. Returns null, without
- * the lock, when nothing is recorded or when there is no room. A line without room counts as lost. */
+ * the lock, when the recording is off, or when there is no room for the line. A line for which there is no room counts
+ * as lost. */
 char *zeb_record_queue_line(uint32_t len);
 
 /* zeb_record_queue_add says that the caller has written its line into the buffer, and that the line has `len` bytes.

@@ -67,7 +67,7 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* offset of the structure that contains `fields`; not 0 if a header comes before */
+    uint32_t body; /* offset of the structure that contains `fields`; not 0 if a header precedes this structure */
     std::span<const field> fields;
 };
 

@@ -8,17 +8,17 @@
 #include <atomic>
 #include <unistd.h>
 
-/* When the modem has not answered for this number of rows in succession, the modem has probably restarted, and the
- * thread registers anew. A single row without an answer may have another cause. */
+/* When this number of calls of ask_row have failed in succession, the modem has probably restarted, and the asking
+ * thread registers anew. A single failure may have another cause. */
 enum {
     MODEM_GONE_TIMES = 2,
 };
 
-/* The longest time that the thread waits before it tries again to reach a modem that did not answer. */
+/* The longest time that the asking thread waits before it tries again to reach a modem that did not answer. */
 static const int64_t retry_ms = 5000;
 
-/* When the program is to end while the thread is registering, the program waits this long for the end of the
- * registration. A registration that takes longer is waiting for a modem, and may wait for ever. */
+/* When the program is to end while the asking thread is inside cpe_dm_init, the program waits this long for cpe_dm_init
+ * to return. A call that takes longer is waiting for a modem, and may wait for ever. */
 static const int64_t connect_patience_ms = 200;
 
 static uint64_t metrics_wanted;

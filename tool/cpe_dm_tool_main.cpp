@@ -37,8 +37,8 @@ static const cpe_dm_tool_command commands[] = {
 };
 
 /* Opens /dev/null for each standard descriptor that is closed, so that no file opened later gets the number of a
- * standard descriptor. Opens it for reading only: when standard output was closed, writing the results is to fail, so
- * that the program reports an error. */
+ * standard descriptor. Opens /dev/null for reading only: if standard output was closed, writing the results then fails,
+ * and the program reports the error. */
 static void open_missing_descriptors() {
     int fd = -1;
     do {

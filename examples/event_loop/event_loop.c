@@ -24,7 +24,7 @@
 #include <unistd.h>
 
 enum {
-    CHECK_MS = 1000,   /* pause between two checks of the modem: a restart takes longer, so a check notices it */
+    CHECK_MS = 1000,   /* pause between two checks of the modem; shorter than a restart, to notice every restart */
     FAREWELL_MS = 300, /* main waits at most this long for the modem's thread to end, which usually takes a few ms */
 };
 

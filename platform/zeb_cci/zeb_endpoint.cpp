@@ -142,7 +142,8 @@ bool zeb_service_valid(zeb_service_object service) {
     return service != nullptr && service->magic == ZEB_SERVICE_MAGIC;
 }
 
-/* The thread starts last, because the callbacks that it runs may use the handle at once. */
+/* Creates the handle before it starts the endpoint's thread, because this thread runs callbacks, and a callback may use
+ * the handle at once. */
 zeb_client_handle zeb_endpoint_open(const std::shared_ptr<zeb_endpoint> &endpoint) {
     zeb_endpoint *e = endpoint.get();
     e->peer = e->service->attach({e, on_indication, on_event});

@@ -15,10 +15,11 @@
  *
  * Effects. The program may react to a line that was played. So each delivery, and each answer that follows a delivery,
  * waits until the effects of the line before it are over. First the conductor keeps the recorded pause between the two
- * lines, up to QUIET_US. Then the conductor waits until all threads of the program sleep, for REST_US at most. Also, a
+ * lines, up to QUIET_US. Then, for REST_US at most, the conductor waits until all threads of the program sleep. Also, a
  * line that was recorded after a callback had returned waits until this callback has returned. The limit of this wait
- * is the time that the callback took on the box plus PATIENCE_US. A recording of version 1 does not contain this time;
- * the limit is then CALLBACK_US. Calls that a callback makes are answered without these waits.
+ * is the time that the callback took on the box (divided by `speed`, unless `speed` is 0) plus PATIENCE_US. A recording
+ * of version 1 does not contain this time; the limit is then CALLBACK_US. Calls that a callback makes are answered
+ * without these waits.
  *
  * Limits. All these limits are real time, without the time in which the process was stopped, for example by a debugger.
  * The conductor reads the real time at least every LOOK_US. When more than LOOK_MAX_US has passed since it was read
@@ -129,13 +130,13 @@ struct player {
     std::chrono::steady_clock::time_point looked = std::chrono::steady_clock::now();
     double awake_us = 0;       /* real time since the start, without times in which the process was stopped */
     double clock_us = 0;       /* the time that the player's clock shows */
-    double shift_us = 0;       /* role::offset_us of the role that was given a peer last */
+    double shift_us = 0;       /* role::offset_us of the role that most recently got a peer */
     double stalled_us = 0;     /* how long the clock has been stopped because calls are late */
     bool impatient = false;    /* set when the clock was stopped for too long; cleared when a call is answered */
     double activity_us = 0;    /* awake_us at the last answer, delivery or return of a callback */
     double settles_us = 0;     /* awake_us at the last delivery or return of a callback */
     bool was_delivery = false; /* the line that was played last was a delivery, not an answer */
-    size_t position = 0;       /* the highest line number of the calls answered so far, without kept calls */
+    size_t position = 0;       /* highest line number of answered calls, except those repeated from an earlier part */
 };
 
 player *the_player = nullptr;
@@ -181,8 +182,8 @@ bool waits_for_callback(const player &p, size_t line) {
                        [&p, line](const running_callback &c) { return !c.given_up && comes_after(p, c, line); });
 }
 
-/* To be called when `line` is played. Reports to the tally when a callback that returned before this line on the box is
- * still running now. */
+/* To be called when `line` is played. On the box, some callbacks had returned before this line. If one of these
+ * callbacks is still running now, reports the line and the callback to the tally. */
 void count_overtaking(player &p, size_t line) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p, line](const running_callback &r) { return comes_after(p, r, line); });

@@ -146,8 +146,8 @@ void find_moments(tally &t) {
     }
     const auto earlier = [](const span &a, const span &b) { return a.begin < b.begin; };
     std::sort(deliveries.begin(), deliveries.end(), earlier);
-    // A delivery that ends before the previous delivery takes over `end` and `line` of the previous delivery. After the
-    // loop, no `end` is before the `end` of an earlier delivery.
+    // The deliveries are sorted by `begin`, but a delivery may end earlier than the delivery before it. In this case it
+    // gets the `end` and `line` of the delivery before it. After the loop, the deliveries are sorted by `end` too.
     for (size_t i = 1; i < deliveries.size(); i++) {
         if (deliveries[i - 1].end > deliveries[i].end) {
             deliveries[i].end = deliveries[i - 1].end;
