@@ -6,9 +6,9 @@
 #include <cstddef>
 #include <cstdint>
 
-/* Limits a number of list entries that the modem sent: returns `count`, but at most `room`, the capacity of the modem's
- * list. When the entries are copied to another list, `room_of_copy` is the capacity of that list, and is a limit
- * too. */
+/* Returns the smallest of the three arguments. `count` is the length that the modem states for a list, and `room` is
+ * the capacity of this list. When the entries are copied to another list, `room_of_copy` is the capacity of the other
+ * list. */
 inline uint32_t cpe_dm_bounded(uint32_t count, size_t room, size_t room_of_copy = SIZE_MAX) {
     return static_cast<uint32_t>(std::min<size_t>(count, std::min(room, room_of_copy)));
 }

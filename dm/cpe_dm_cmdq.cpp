@@ -52,8 +52,8 @@ int32_t cpe_dm_cmdq_init(cpe_dm_cmdq *cmdq, int32_t max) {
 }
 
 /* Blocks signals in the calling thread, and stores the previous signal mask in *previous. A thread that is created now
- * inherits the mask, so signals go to the program's own threads. Signals that report a fault of the thread itself
- * (SIGSEGV and the others in the list) stay unblocked. Returns false (logged) on failure. */
+ * inherits the mask, so signals go to the program's own threads. Signals that report a fault of the thread itself,
+ * such as SIGSEGV, stay unblocked. Returns false (logged) on failure. */
 static bool block_signals(sigset_t *previous) {
     sigset_t blocked;
     sigfillset(&blocked);
@@ -226,8 +226,8 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // If `running` is 0 after this call, the caller waits for the thread to end. So `running` is set to 1 again if the
-    // thread may have missed the stop request. Each step that fails is tried once more.
+    // The caller waits for the thread to end only if `running` is 0 when this function returns. If the thread may have
+    // missed the stop request, this function sets `running` back to 1. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");

@@ -32,9 +32,9 @@ struct cpe_dm_guard {
     ~cpe_dm_guard();
 };
 
-/* Waits for the turn of an operation, and takes the lock. Returns 0, or -1 (logged) when the operation must not go on.
- * If the wait fails (logged), the operation goes on at once, without its turn; during a take-down the function returns
- * -1 instead. */
+/* Waits for the turn of an operation, and takes the lock. Returns 0, or -1 (logged) when the lock could not be taken.
+ * If the wait fails (logged), the function returns 0 at once, and the operation begins before its turn. But if the wait
+ * fails during a take-down, when no operation may begin, the function returns -1. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
 
 /* Waits for the turn of a delivery, and takes the lock. Returns 0, or -1 (logged) when the lock could not be taken. If

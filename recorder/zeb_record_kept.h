@@ -1,7 +1,7 @@
-/* The kept lines. Each part of a recording but the first begins with them, so that it can be played without the parts
- * before it. They are the calls that created the clients and notifiers now in use, and each client's last answer to
- * each request. The kept lines are collected from the lines that are written to the file. Only one thread at a time may
- * call these functions. */
+/* The kept lines. Every part of a recording except the first part begins with the kept lines, so that the part can be
+ * played without the earlier parts. The kept lines are the calls that created and set up the clients and notifiers now
+ * in use, and the last answer that each client received to each request. The kept lines are collected from the lines
+ * that are written to the file. Only one thread at a time may call these functions. */
 #ifndef ZEB_RECORD_KEPT_H
 #define ZEB_RECORD_KEPT_H
 

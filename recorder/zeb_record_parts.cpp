@@ -76,7 +76,7 @@ static void first_words_print() {
              words[0], words[1], ZEB_RECORD_VERSION);
 }
 
-/* Returns the length of the whole lines, from the start of the text, that fit into `max` bytes. */
+/* Returns the total length of the whole lines at the start of the text that fit into `max` bytes. */
 static uint32_t lines_within(const char *text, uint32_t len, uint64_t max) {
     if (len <= max) {
         return len;
@@ -115,8 +115,8 @@ static uint64_t count_lines(const char *text, uint32_t len) {
     return lines;
 }
 
-/* Adds whole lines to the file, whose size is `size`. If only the first part of a line could be written, removes it
- * again. Returns 0 or an errno value. Stores in *added how many bytes of the text are in the file. */
+/* Adds whole lines to the file, whose size is `size`. If a write error leaves an incomplete line at the end of the
+ * file, removes this line. Returns 0 or an errno value. Stores in *added how many bytes of the text are in the file. */
 static int file_add(uint64_t size, const char *text, uint32_t len, uint32_t *added) {
     int error = zeb_record_file_add(&file, text, len, added);
     if (error != 0) {
@@ -210,9 +210,10 @@ static bool exists(const char *name) {
     return lstat(name, &status) == 0 || errno != ENOENT;
 }
 
-/* Renames the part `old`, which has ended, to the name with ".1", and gives the new part the recording's name. If the
- * user has removed or renamed `old`, only the new part is renamed. If one of the two names belongs to any other file,
- * that file stays, and EEXIST is returned. Otherwise returns 0 or an errno value. */
+/* Renames the part `old`, which has ended, to the recording's name followed by ".1", and gives the new part the
+ * recording's name. If the user has removed or renamed `old`, only the new part is renamed. Returns 0 or an errno
+ * value. If one of the two new names belongs to a file that is not a part of this recording, returns EEXIST and leaves
+ * that file as it is. */
 static int part_rename(const zeb_record_file *old) {
     if (zeb_record_file_is_at(old, path)) {
         // Removes the oldest part before the rename. A rename that replaces a file may wait for the disk, and meanwhile
@@ -311,9 +312,9 @@ static uint32_t give_up(const char *text, uint32_t len, int error) {
     return len;
 }
 
-/* Called when the first line of the text does not fit into the part. With this line the part would exceed part_max if
- * `by_limit` is true, or the process's limit for the size of a file if `by_limit` is false. Returns how many bytes of
- * the text have been written or given up; 0: the caller has to try again. */
+/* Called when the first line of the text does not fit into the part. `by_limit` says which limit the part would exceed:
+ * true means part_max, and false means the process's limit for the size of a file. Returns how many bytes of the text
+ * have been written or given up; 0: the caller has to try again. */
 static uint32_t part_is_full(const char *text, uint32_t len, uint64_t size, bool by_limit) {
     const uint32_t line = line_length(text, len);
     const uint64_t time = line_time(text, line);
@@ -403,8 +404,8 @@ void zeb_record_parts_write(const char *lines, uint32_t len) {
     }
 }
 
-/* Whether the names with ".1" and ".next" are not in use, and a file can be created beside the recording. If not, says
- * so on standard error, and switches the recording off. */
+/* Returns true when the names that end in ".1" and ".next" are free, and a file can be created in the recording's
+ * directory. Otherwise prints the reason on standard error, switches the recording off, and returns false. */
 static bool parts_possible() {
     zeb_record_file trial = {-1, 0, 0};
     int error = 0;

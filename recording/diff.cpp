@@ -7,7 +7,8 @@
 
 namespace {
 
-/* A line of a recording. `text` is what is compared: the line without its times, and whether its callback returned. */
+/* A line of a recording. Only `text` is compared: the line without its times, followed by a mark if the callback
+ * for the line has returned. */
 struct diff_line {
     const recording_entry *entry;
     std::string text;
@@ -73,8 +74,8 @@ std::string fields_that_differ(const session_message &a, const session_message &
     return text;
 }
 
-/* Appends to `out` a line of recording a, the line that recording b has in the same place, and what differs between
- * the two lines. */
+/* Appends to `out` the line `a` of one recording, the line `b` in the same place of the other recording, and the
+ * differences between the two lines. */
 void put_pair(std::string &out, const diff_line &a, const diff_line &b) {
     put(out, '-', a);
     put(out, '+', b);

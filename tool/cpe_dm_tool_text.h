@@ -33,13 +33,13 @@ void cpe_dm_tool_add_short_seconds(cpe_dm_tool_text *text, int64_t ms);
 
 enum cpe_dm_tool_parsed {
     CPE_DM_TOOL_PARSED,
-    CPE_DM_TOOL_NOT_A_NUMBER, /* the text has another form, or the number is too large */
-    CPE_DM_TOOL_TOO_FINE,     /* the number is not a multiple of one count */
+    CPE_DM_TOOL_NOT_A_NUMBER, /* the text is not a decimal number, or the number is too large */
+    CPE_DM_TOOL_TOO_FINE,     /* the number has too many decimals to be a whole number of counts */
 };
 
 /* Reads a decimal number of units, such as "-12.8", and sets *number to the number of counts. `counts_per_unit` is
  * a power of ten. `bits` is 63 or 64. If `bits` is 63, *number is at most INT64_MAX. If `bits` is 64, a number without
- * a minus sign may be as large as UINT64_MAX, and *number gets the same 64 bits. */
+ * a minus sign may be as large as UINT64_MAX, and *number holds the 64 bits of the unsigned number. */
 cpe_dm_tool_parsed cpe_dm_tool_parse_number(const char *text, uint32_t counts_per_unit, int bits, int64_t *number);
 
 /* The time of the given clock, in ms. */

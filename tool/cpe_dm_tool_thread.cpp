@@ -17,7 +17,8 @@ int cpe_dm_tool_new_bell() {
 
 void cpe_dm_tool_ring(int bell) {
     const uint64_t one = 1;
-    // The write fails only when the counter of the eventfd is full. The bell rings already in this case.
+    // The write fails only when the counter of the eventfd has its maximum value. In that case the eventfd is readable,
+    // and the thread that waits for the bell wakes anyway.
     [[maybe_unused]] const ssize_t written = write(bell, &one, sizeof(one));
 }
 

@@ -75,8 +75,8 @@ enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_LIST, /* CQI, cell locks */
 };
 
-/* The limits of a signal value, in counts. A value of good_from or more is good; of the lower values, those of
- * fair_from or more are fair, and the others are poor. */
+/* The limits of a signal value, in counts. A value is good if it is at least `good_from`. A lower value is fair if it
+ * is at least `fair_from`, and poor otherwise. */
 struct cpe_dm_tool_limits {
     int16_t good_from;
     int16_t fair_from;

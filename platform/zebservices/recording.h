@@ -25,8 +25,8 @@ struct recording_bytes {
 
 recording_bytes recording_pack(const void *bytes, uint32_t length);
 
-/* LOST: the recorder lost lines at this place. UNRECORDED: from here on, a further client, notifier or callback is
- * missing from the recording, because the recorder follows only a limited number of them. */
+/* LOST: the recorder lost lines at this place. UNRECORDED: the program created a client or notifier, or registered a
+ * callback, that the recorder does not follow. The recorder follows only a limited number of them at a time. */
 enum class recording_kind { CALL, INDICATION, EVENT, LOST, UNRECORDED };
 
 /* A line of the recording. The first line, comments, and the lines `before` and `end` have no entry. A `returned` line
@@ -55,7 +55,9 @@ struct recording_entry {
 
 struct recording {
     uint32_t version = 0;
-    std::string start;    /* the text of `start=` in the first line; empty when missing, like the next three texts */
+    /* `start`, `machine`, `program` and `recorder` come from the first line of the file. A text that is missing from
+     * the first line is empty. */
+    std::string start;
     int64_t start_ms = 0; /* the time in `start`, in milliseconds since 1970; -1: unknown */
     std::string machine;
     std::string program;

@@ -19,7 +19,7 @@ struct tally_calls {
     size_t recorded = 0;
     size_t as_recorded = 0;
     size_t out_of_order = 0;
-    size_t repeated = 0; /* calls that came more often than they were recorded */
+    size_t repeated = 0; /* calls answered with a recorded result that had answered an earlier call already */
     size_t never_recorded = 0;
 };
 
@@ -47,8 +47,9 @@ struct tally {
 /* Begins a tally. The recording and the file's name must outlive the tally. */
 void tally_begin(tally &t, const char *file, const recording &played);
 
-/* Whether the entry is a call that takes part in a play. A call with an unknown handle that was refused as an invalid
- * argument does not, because the stand-in refuses such a call before the player sees it. */
+/* Returns whether the entry is a call that takes part in a play. A recorded call does not take part if its handle was
+ * unknown and the call was refused as an invalid argument. The stand-in refuses such a call before the player sees the
+ * call. */
 bool tally_takes_part(const recording_entry &call);
 
 /* Returns the first OPEN call, which is the call that should come next. Returns null when no call is OPEN. */
@@ -59,8 +60,8 @@ struct tally_arrival {
     const recording_entry *entry;     /* the recorded call whose result answers the new call; null: none matches */
     bool again;                       /* `entry` has answered an earlier call already */
     size_t position;                  /* the highest line number among the calls answered so far */
-    const recording_entry *unsettled; /* an indication or event to which the program still reacts; null: there is none,
-                                         or the call may belong to the reaction */
+    const recording_entry *unsettled; /* an indication or event to which the program is still reacting; null if there
+                                         is none, or if the new call may be part of the program's reaction */
 };
 
 /* To be called when the program makes a call. `handle` is the number that the call's client or notifier has in the
