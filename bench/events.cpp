@@ -1,6 +1,6 @@
-/* Measures a burst of signal indications, from the call of the framework's callback to the last call of the user's
- * callback. The time is compared with the sum of two separate measurements. The first is a burst of commands through
- * the queue. The second is the decoding, and the allocation and release of the records. */
+/* Measures how long a burst of signal indications takes, from the framework's first call of the module to the module's
+ * last call of the user's callback. The time is compared with the sum of two separate measurements. The first is a
+ * burst of commands through the queue. The second is the decoding, and the allocation and release of the records. */
 #include "bench.h"
 #include "cpe_dm.h"
 #include "cpe_dm_cmdq.h"

@@ -10,11 +10,11 @@
 #include <cstdint>
 
 /* The type of the module's state, of which there is one instance. cpe_dm_lock guards all its fields except two:
- * `initialized` is atomic, and `cmdq` has its own mutex while the queue is up. */
+ * `initialized` is accessed through std::atomic_ref, and `cmdq` has its own mutex while the queue is up. */
 struct cpe_dm_state_record {
     cpe_dm_hndl hndl; /* handle of the registered user; 0 while there is none */
     cpe_dm_cmdq cmdq;
-    uint8_t initialized; /* atomic; 1 from the end of cpe_dm_init to the start of cpe_dm_deinit */
+    uint8_t initialized; /* 1 from the end of cpe_dm_init to the start of cpe_dm_deinit */
     void *user_data;
     cpe_dm_user_cb user_cb_fn;
     cpe_dm_nas_ind_info ind_info;

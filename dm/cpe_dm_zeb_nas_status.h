@@ -1,5 +1,5 @@
-/* The network status: the registration status that the module keeps. By this status the queries choose between LTE and
- * NR 5G. */
+/* The network status: the registration status that the module keeps. The queries use this status to choose between
+ * LTE and NR 5G. */
 #ifndef CPE_DM_ZEB_NAS_STATUS_H
 #define CPE_DM_ZEB_NAS_STATUS_H
 
@@ -7,10 +7,11 @@
 
 #include <cstdint>
 
-/* Return and store the module's network status, a cpe_dm_reg_status. The status is CPE_DM_REG_NONE until it is stored
- * for the first time. Two threads store it: the thread that calls cpe_dm_init, after the system information query, and
- * the framework's thread, for a system information indication. Their order is not defined, and the last store counts.
- * Both functions may be called from any thread. */
+/* The first function returns the module's network status, a cpe_dm_reg_status, and the second function stores a new
+ * status. The status is CPE_DM_REG_NONE until a status is stored for the first time. The thread that calls cpe_dm_init
+ * stores the status from the system information query. When a system information indication brings a new status, the
+ * framework's thread stores this status. The order of these stores is not defined, and the last store counts. Both
+ * functions may be called from any thread. */
 uint32_t cpe_dm_zeb_nas_network_status();
 void cpe_dm_zeb_nas_store_network_status(uint32_t status);
 
@@ -19,7 +20,7 @@ bool cpe_dm_zeb_nas_lte_in_service();
 bool cpe_dm_zeb_nas_nr5g_in_service();
 
 /* Derives the network status from `info` and returns it, without storing it. Logs the values of NR 5G in `info`. Logs
- * the values of LTE too, unless NR 5G is in service. */
+ * the values of LTE too, unless the derived status is CPE_DM_REG_NR5G. */
 uint32_t cpe_dm_zeb_nas_derive_status(const zeb_nas_sys_info &info);
 
 #endif

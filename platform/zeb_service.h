@@ -22,8 +22,9 @@ struct zeb_message {
     uint32_t size;
 };
 
-/* How a service delivers an indication or an event to a client or notifier. The service calls these functions with its
- * lock held, so they must not block, throw, or call the service. They return whether a callback is going to run. */
+/* How a service delivers an indication or an event to a client or notifier. The service holds its lock while it
+ * calls these functions, so they must not block, throw, or call the service. Each function returns whether the callback
+ * of the client or notifier is going to run. */
 struct zeb_sink {
     void *owner;
     bool (*indication)(void *owner, uint32_t msg_id, std::vector<uint8_t> encoded);

@@ -38,8 +38,8 @@ static void *platform_function(std::atomic<void *> *found, const char *name) {
     static std::atomic<void *> found;                                                                                  \
     const auto platform = reinterpret_cast<decltype(&(name))>(platform_function(&found, #name))
 
-/* Returns how many bytes of a buffer of `len` bytes a line must have room for. The result is 0 if the buffer is too
- * long to be recorded. */
+/* Returns the number of buffer bytes for which a line reserves space: `len`, or 0 if the buffer is too long to be
+ * recorded. */
 static uint64_t room_of(uint64_t len) {
     return len <= ZEB_RECORD_BYTES_MAX ? len : 0;
 }

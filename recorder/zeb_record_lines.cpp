@@ -53,8 +53,8 @@ static void record_tell_child() {
 }
 
 /* If a thread were cancelled while it holds a lock, all other threads would wait for the lock for ever. So cancellation
- * is disabled while a thread may hold a lock. The deferred type is set as well: without it, an asynchronous
- * cancellation that was requested just before could still take effect. */
+ * is disabled while a thread may hold a lock. The cancellation type is set to deferred as well. Otherwise, an
+ * asynchronous cancellation that was requested just before the disabling could still take effect. */
 static void cancel_hold(zeb_record_call *call) {
     pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &call->cancel_state);
     pthread_setcanceltype(PTHREAD_CANCEL_DEFERRED, &call->cancel_type);

@@ -27,7 +27,8 @@ void zeb_record_time_start();
 uint64_t zeb_record_time();
 
 /* Prints one line on standard error. If the errno value `error` is not 0, the line has the text for this value. When
- * standard error cannot take the line at once, the line is dropped. A write that fails sends the program no signal. */
+ * standard error cannot take the line at once, the line is dropped. A failed write does not raise SIGPIPE or SIGXFSZ in
+ * the program. */
 void zeb_record_say(const char *subject, const char *reason, int error);
 
 /* Ends the recording because of a failure. Only the first failure is printed, with the path of the recording. */

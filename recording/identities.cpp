@@ -74,8 +74,8 @@ const range *range_of(space_id space, uint64_t value) {
     return found == std::end(RANGES) ? nullptr : found;
 }
 
-/* Draws a replacement for `original` that replaces no other value. A free value is always left, because the range
- * has at least as many values as originals. */
+/* Draws a replacement for `original`: a value that is not the replacement of another original. There always is such a
+ * value, because the originals are themselves values of the range. */
 uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
     constexpr int TRIES = 1000;
     std::random_device random;
@@ -86,8 +86,9 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // Nearly all likely values are in use. Begin at a random value of the range, and take the first free value that
-    // is not in the recording. If there is no such value, take the first free value other than the original.
+    // Nearly all likely values are in use. Begin at a random value of the range, and take the first value that is
+    // neither a replacement already nor in the recording. If there is no such value, accept a value that is in the
+    // recording, but not the original.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
     for (const bool seen_too : {false, true}) {
         uint64_t value = any(random);

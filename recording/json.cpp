@@ -65,7 +65,7 @@ void put_key(json_writer &to, std::string_view key) {
 
 void put_element(json_writer &to, const field &f, const uint8_t *at, std::string_view key);
 
-/* Writes one field of a message or group as a member named `key`. */
+/* Writes one field of a message, or of a structure inside a message, as a member named `key`. */
 void put_field(json_writer &to, const field &f, const uint8_t *base, std::string_view key) {
     if (f.place.max == 0) {
         put_element(to, f, field_at(f, base, 0), key);

@@ -89,8 +89,8 @@ overview_row registration_row(const facts &f) {
     return {"registration", {text.empty() ? "nothing known" : text}};
 }
 
-/* A row about spans. Its first line has their number and their total length. Then comes a line for each of the first
- * few spans. */
+/* A row about time spans, such as the outages. The first line has the number of spans and their total length. A line
+ * for each of the first few spans follows. */
 overview_row spans_row(const session &s, const char *label, const std::vector<facts_span> &spans) {
     constexpr size_t SHOWN = 5;
     uint64_t together = 0;
@@ -109,7 +109,7 @@ overview_row spans_row(const session &s, const char *label, const std::vector<fa
     return row;
 }
 
-/* The row about the signal, with the lowest, the highest and the median number of each signal value. */
+/* The row about the signal, with the lowest, the highest and the median value of each signal metric. */
 overview_row signal_row(const facts &f) {
     overview_row row = {"signal", {counted(f.samples.size(), "report", "reports")}};
     for (size_t i = 0; i < FACTS_SIGNALS; i++) {

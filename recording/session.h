@@ -33,8 +33,9 @@ struct session {
     bool dated = false; /* the recording says when it began */
 };
 
-/* Both read a recording: session_parse from `text`, session_read from the file `name`. In session_parse, `name` only
- * names the recording in messages. On failure both return false, with "file:line: reason" in `error`. */
+/* session_parse reads a recording from `text`, and session_read reads a recording from the file `name`. session_parse
+ * does not open a file: its `name` is for messages. On failure, both functions return false, with "file:line: reason"
+ * in `error`. */
 bool session_parse(std::string name, std::string text, session_file &out, std::string &error);
 bool session_read(const char *name, session_file &out, std::string &error);
 
@@ -54,9 +55,10 @@ struct session_message {
     std::vector<uint8_t> bytes;
 };
 
-/* session_request returns the message that a request sent. session_answer returns the message that a request or a
- * decoding got back with status 0. `what` is null in three cases: the entry has no such message, fields.h does not
- * describe the message, or the length does not fit the structure in the platform's header. */
+/* session_request returns the message that a request sent. session_answer returns the response to a request, or the
+ * message that a decoding call produced; a call that failed has no answer. `what` is null in three cases: the entry has
+ * no such message, fields.h does not describe the message, or the length does not fit the structure in the platform's
+ * header. */
 session_message session_request(const recording_entry &entry);
 session_message session_answer(const recording_entry &entry);
 

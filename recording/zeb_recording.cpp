@@ -101,7 +101,7 @@ int run_redact(const arguments &args) {
     }
     for (size_t i = 0; i < files.size(); i++) {
         if (!new_file_write(args.outputs[i], files[i].result, "", error)) {
-            std::for_each_n(args.outputs.begin(), i, unlink); // a failure leaves none of the outputs
+            std::for_each_n(args.outputs.begin(), i, unlink); // remove the outputs that are already written
             return trouble(error);
         }
         report += files[i].name + " -> " + args.outputs[i] + "\n";

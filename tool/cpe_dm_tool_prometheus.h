@@ -4,7 +4,7 @@
 
 #include "cpe_dm_tool_asker.h"
 
-/* How often the registration status and the serving cells have changed since watch started. Failed requests and new
+/* How often the registration status and the serving cells have changed since `watch` started. Failed requests and new
  * registrations are counted in cpe_dm_tool_report. */
 struct cpe_dm_tool_change_counts {
     uint32_t registration;

@@ -63,8 +63,8 @@ static constexpr source_table order_sources() {
 
 static constexpr source_table sources = order_sources();
 
-/* Names and meanings of the derived keys. Those of all other keys are in the descriptions of the metrics
- * (cpe_dm_metric_by_id). */
+/* The names and meanings of the derived keys, whose values are computed from a metric: the band from the channel, for
+ * example. For all other keys, cpe_dm_metric_by_id returns a description with the name and the meaning. */
 static constexpr struct derived_row {
     cpe_dm_tool_key key;
     char name[13];
@@ -276,8 +276,8 @@ uint64_t cpe_dm_tool_metrics_of(const cpe_dm_tool_keys *keys) {
     return metrics;
 }
 
-/* Returns the value of a derived key. `number` is the number of the metric from which the value is derived. For the
- * parts of the CGI (base station and cell) 0 is a value; for all other keys 0 means that there is no value. */
+/* Computes the value of a derived key from `number`, which is a CGI or a channel number. For the two parts of the CGI
+ * (base station and cell), the result 0 is a valid value. For all other keys, 0 means that the key has no value. */
 static uint32_t derive(cpe_dm_tool_key key, uint32_t number) {
     switch (key) {
     case CPE_DM_TOOL_LTE_ENB:
