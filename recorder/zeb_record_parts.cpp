@@ -213,9 +213,10 @@ static bool exists(const char *name) {
 /* Renames the part `old`, which has ended, to the recording's name followed by ".1", and gives the new part the
  * recording's name. If the user has removed or renamed `old`, only the new part is renamed. Returns 0 or an errno
  * value. If one of the two new names belongs to a file that is not a part of this recording, returns EEXIST and leaves
- * that file as it is. */
+ * that file as it is. If only the new part cannot be renamed, `old` gets its name back. */
 static int part_rename(const zeb_record_file *old) {
-    if (zeb_record_file_is_at(old, path)) {
+    const bool old_is_there = zeb_record_file_is_at(old, path);
+    if (old_is_there) {
         // Removes the oldest part before the rename. A rename that replaces a file may wait for the disk, and meanwhile
         // no file would have the recording's name.
         if (zeb_record_file_is_at(&before, path_before)) {
@@ -231,7 +232,14 @@ static int part_rename(const zeb_record_file *old) {
     } else if (exists(path)) {
         return EEXIST;
     }
-    return rename(path_next, path) == 0 ? 0 : errno;
+    if (rename(path_next, path) == 0) {
+        return 0;
+    }
+    const int error = errno;
+    if (old_is_there && rename(path_before, path) == 0) {
+        before = {-1, 0, 0};
+    }
+    return error;
 }
 
 static void hand_to_sync() {
@@ -246,6 +254,9 @@ static void hand_to_sync() {
  * errno value, and the current part goes on. */
 static int part_turn(uint64_t time, uint64_t size) {
     zeb_record_file old = file;
+    const uint32_t old_part = part;
+    const uint64_t old_last_line = last_line;
+    const uint64_t old_lost = lost;
     int error = 0;
     if (zeb_record_file_open(&file, path_next, true, &error) != nullptr) {
         file = old;
@@ -259,6 +270,9 @@ static int part_turn(uint64_t time, uint64_t size) {
         zeb_record_file_close(&file);
         unlink(path_next);
         file = old;
+        part = old_part;
+        last_line = old_last_line;
+        lost = old_lost;
         has_beginning = true;
         has_lines = true;
         return error;
