@@ -304,7 +304,7 @@ static int32_t get_cell_metric(cpe_dm_info *dm_info, uint32_t network_status) {
     }
     const bool pci = dm_info->id == CPE_DM_METRIC_LTE_PCI || dm_info->id == CPE_DM_METRIC_NR5G_PCI;
     if (pci && network_status == CPE_DM_REG_LTE_NR5G) {
-        // The modem reports the PCI of an NR 5G cell that is attached to an LTE cell only in the system information.
+        // In EN-DC, only the system information has the PCI of the NR 5G cell.
         cpe_dm_nas_sys_info sys_info = {};
         status = cpe_dm_zeb_nas_get_sys_info(&sys_info, 0);
         if (status != CPE_DM_SUCCESS) {

@@ -6,9 +6,10 @@
 
 /* Returns what the command prints; empty when there is no difference. Lines are compared in their order, without times
  * and durations. An indication whose callback returned differs from an indication whose callback did not return; the
- * same is true of events. This difference is ignored when one of the recordings has format version 1, in which the
- * returns of callbacks are not recorded. First lines are not compared, because the same session may have been recorded
- * on another machine. The lines `before` and `end` are not compared either. */
+ * same is true of events. The returns are not compared when one of the recordings has format version 1, because
+ * version 1 does not record them. The first line of a recording is not compared, because the first line names the
+ * machine, and the same session may have been recorded on different machines. The lines `before` and `end` are not
+ * compared either. */
 std::string diff_text(const session_file &a, const session_file &b);
 
 #endif

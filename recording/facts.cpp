@@ -242,8 +242,8 @@ bool is_served(const std::string &status) {
                        [&status](uint32_t number) { return status == cpe_dm_reg_status_name(number); });
 }
 
-/* Fills out.outages with the times without service of a network and the times without the modem's service. Spans that
- * overlap or touch become one span. */
+/* Collects in out.outages the spans in which neither LTE nor NR 5G was in service and the spans in which the modem's
+ * network access service was gone. Spans that overlap or touch become one span. */
 void join_outages(facts &out) {
     std::vector<facts_span> all = out.absences;
     for (const facts_span &span : out.registration) {

@@ -49,8 +49,8 @@ uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
  * replacement. */
 uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 
-/* Replace a PLMN or a TAC of three bytes in place. The functions above give the same replacement for the same PLMN or
- * TAC in the form of numbers. */
+/* Replace a PLMN or a TAC, stored as three bytes, in place. The same PLMN or TAC gets the same replacement from the
+ * functions above, which take numbers. */
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 

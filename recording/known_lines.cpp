@@ -43,8 +43,8 @@ bool is_name(std::string_view text) {
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
-/* Returns how many characters at the beginning of `text` the conversion can have printed; 0: it printed none of them.
- * `next` is the text that follows the conversion in the format. */
+/* Returns how many characters at the beginning of `text` were printed by the conversion, or 0 when the conversion
+ * cannot have printed any of them. `next` is the text that follows the conversion in the format. */
 size_t filled_length(char conversion, std::string_view text, std::string_view next) {
     switch (conversion) {
     case 'd':
@@ -64,7 +64,8 @@ size_t filled_length(char conversion, std::string_view text, std::string_view ne
     }
 }
 
-/* Removes a conversion, such as "%hu", from the beginning of the format. Returns its letter, and d for i. */
+/* Removes a conversion, such as "%hu", from the beginning of the format. Returns the letter of the conversion;
+ * for %i the letter is d. */
 char take_conversion(std::string_view &form) {
     form.remove_prefix(std::min(form.find_first_of("diuxps"), form.size()));
     const char letter = form.empty() ? '\0' : form.front();

@@ -26,15 +26,15 @@ void answers_add(answers &a, const recording_entry &call);
  * notifier of `call` has in the recording. The recorded calls with the same key answer one after the other. When all of
  * them have answered, the last one answers again, and `again` is set to true. But a recorded wait never answers again.
  *
- * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. A kept call may answer
- * several times, until the program reaches the calls that are not kept. The program has reached these calls when one of
- * them has answered (`begun`), or when the next call with the same key is `expected`, the call that the recording
- * expects next. */
+ * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. Among the calls with
+ * the same key, the kept calls come first. The last kept call answers again and again until the program has reached the
+ * calls that are not kept. The program has reached these calls when `begun` is true (a call that is not kept has
+ * answered), or when the next call with the same key is `expected`, the recorded call that is due next. */
 const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t handle, bool begun,
                                     const recording_entry *expected, bool &again);
 
 /* Fills the buffers of `call` with what the recorded call `entry` returned. In a recording of version 2, a failed call
- * leaves `call.out` unchanged, and a service list writes only as many entries as were returned. */
+ * leaves `call.out` unchanged, and a call that lists services writes only as many entries as were returned. */
 void answers_fill(const recording &played, const recording_entry &entry, const zeb_call &call);
 
 #endif

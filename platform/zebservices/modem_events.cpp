@@ -12,8 +12,8 @@
 
 namespace {
 
-/* A running process plays each change of the timeline within this time after the change is due. When a change is
- * overdue by more than this time, the process was stopped meanwhile, for example by a debugger. */
+/* If a change of the timeline is overdue by more than this time, the process is assumed to have been stopped, for
+ * example by a debugger. */
 constexpr uint64_t STOOD_STILL_MS = 5000;
 
 struct metric {
