@@ -257,6 +257,7 @@ void play_faults(bool in_parts) {
             const std::string said = contents(name + ".err");
             const size_t lines = lines_of(said).size();
             const bool right = (status == 0 || status == 256) && contents(name + ".out") == transcript &&
+                               (onwards || contents(name + ".1").empty() || !contents(name).empty()) &&
                                lines <= (in_parts ? 2 : 1) && (said.empty() || said.starts_with("zeb_record: ")) &&
                                (in_parts || is_part_of(timeless(contents(name)), whole));
             if (!right || (in_parts && check_parts(name, true) > 2)) {
