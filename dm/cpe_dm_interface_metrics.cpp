@@ -271,8 +271,8 @@ static bool scan_outstanding() {
 }
 
 /* Requests a scan for all neighbour metrics in the list `records`. Called with the lock held. If the modem does not
- * accept the scan, restores the flags in the state. Otherwise the flags would make every later request fail with
- * CPE_DM_ERR_SCAN_ONGOING. */
+ * accept the scan, restores the flags in the state. If the flags stayed set, every later request for neighbours would
+ * fail with CPE_DM_ERR_SCAN_ONGOING. */
 static int32_t scan_neighbours(const cpe_dm_info *records, int32_t count) {
     if (scan_outstanding()) {
         return CPE_DM_ERR_SCAN_ONGOING;

@@ -21,8 +21,9 @@ static std::atomic<bool> taking_down;
  *   - `turn` is the highest ticket whose operation has begun, plus 1.
  *   - `gone` is the number of operations that gave up with a ticket of at least `turn`, minus the number of operations
  *     that still wait with a ticket below `turn`.
- * So `ticket - turn - gone` operations come before the operation that has `ticket`. The result is too small while an
- * operation with a higher ticket has given up. In that case an operation may begin too early. */
+ * `ticket - turn - gone` is taken as the number of operations that come before the operation with this ticket. The
+ * number is exact unless an operation with a higher ticket has begun or given up. In that case the number may be too
+ * small, and the operation with this ticket may begin too early. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */

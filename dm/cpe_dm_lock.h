@@ -22,8 +22,8 @@ enum {
 /* Serialises all operations and deliveries. The mutex has default attributes and is never destroyed. */
 extern pthread_mutex_t cpe_dm_lock;
 
-/* A scope guard of the lock. The functions below that take the lock set `held`. The destructor releases the lock if
- * cpe_dm_unlock has not. */
+/* A scope guard of the lock. Each function below that takes the lock stores in `held` whether it got the lock. The
+ * destructor releases the lock if cpe_dm_unlock has not released it. */
 struct cpe_dm_guard {
     bool held = false;
     cpe_dm_guard() = default;

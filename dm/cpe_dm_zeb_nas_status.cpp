@@ -34,7 +34,7 @@ uint32_t cpe_dm_zeb_nas_derive_status(const zeb_nas_sys_info &info) {
         CPE_DM_LOG_INFO("NR 5G system info indication - srv_capability[%d]",
                         static_cast<int32_t>(info.nr5g_srv_capability));
     }
-    // When NR 5G is in service, LTE does not influence the status, and the values of LTE are not logged.
+    // When the message gives NR 5G as in service, LTE does not influence the status, and its values are not logged.
     if (info.lte_srv_status_valid && status != CPE_DM_REG_NR5G) {
         CPE_DM_LOG_INFO("LTE system info indication - srv_status[%d]", static_cast<int32_t>(info.lte_srv_status));
         CPE_DM_LOG_INFO("LTE system info indication - srv_domain[%d]", static_cast<int32_t>(info.lte_srv_domain));

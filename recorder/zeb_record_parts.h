@@ -3,10 +3,10 @@
  * full, the older part is removed, the newer part takes its place, and a new part begins. Each part can be played
  * without the other.
  *
- * Whenever the process is killed, the parts on the disk can be played. A new part is created under the recording's name
- * with ".next" behind it. When the first lines of the new part are complete, two files are renamed. First the current
- * part gets the name with ".1". Then the new part gets the recording's name. Between the two renames no file has the
- * recording's name. */
+ * Whenever the process is killed, the parts on the disk can be played, except at a moment at which a full disk makes
+ * the recorder empty a part. A new part is created under the recording's name with ".next" behind it. When the first
+ * lines of the new part are complete, two files are renamed. First the current part gets the name with ".1". Then the
+ * new part gets the recording's name. Between the two renames no file has the recording's name. */
 #ifndef ZEB_RECORD_PARTS_H
 #define ZEB_RECORD_PARTS_H
 
@@ -24,8 +24,8 @@ void zeb_record_parts_write(const char *lines, uint32_t len);
 
 /* zeb_record_parts_sync writes to the disk the lines that were handed to the kernel. Only the recorder's thread calls
  * this function. zeb_record_parts_sync_now returns whether a new part has begun since the last sync. If so, the next
- * sync is urgent, because it closes the previous part. A part that is removed while it is open still takes up room on
- * the disk. */
+ * sync is urgent, because this sync also closes the previous part. If the previous part were still open when it is
+ * removed later, its room on the disk would not become free. */
 void zeb_record_parts_sync();
 bool zeb_record_parts_sync_now();
 

@@ -71,7 +71,7 @@ std::string mhz(uint32_t khz) {
     return cpe_dm_mhz_text(text, sizeof(text), khz) + std::string(" MHz");
 }
 
-/* Notes the LTE serving cell in an answer. An answer without an LTE serving cell ends the open span. */
+/* Notes the LTE serving cell that an answer reports. An answer without an LTE serving cell ends the open span. */
 void see_lte_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_t us, size_t line) {
     const auto pci = message_number(m, bytes, "lte.pci");
     if (!pci) {
@@ -277,7 +277,7 @@ bool facts_failed(const session_line &line) {
     }
     switch (entry.call) {
     case zeb_call_kind::OBJECT:
-        return entry.status == 0; // the service object was not found
+        return entry.status == 0; // the status is 1 when the service object was found, otherwise 0
     case zeb_call_kind::LIST:
         return entry.status != ZEB_NO_ERR && entry.status != ZEB_SERVICE_ERR;
     case zeb_call_kind::SEND: {

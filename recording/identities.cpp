@@ -75,7 +75,7 @@ const range *range_of(space_id space, uint64_t value) {
 }
 
 /* Draws a replacement for `original`: a value that is not the replacement of another original. There always is such a
- * value, because the originals are themselves values of the range. */
+ * value: all originals are values of the range, so there cannot be more originals than values. */
 uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
     constexpr int TRIES = 1000;
     std::random_device random;

@@ -1,7 +1,8 @@
 /* Replaces identities for a redacted recording. During one run of the program, equal identities get equal replacements.
  * A replacement is drawn at random and not computed from the identity, so nobody can find the identity by trying values
  * out. A replacement is a plausible value of the same kind and does not occur as an identity in the files to redact.
- * When all plausible values are used up, any other value of the same kind may be drawn.
+ * When all plausible values are used up, any other value of the same kind may be drawn, and an identity
+ * stays as it is when every other value replaces an identity already.
  *
  * A channel number, PCI, CGI, TAC or country code (MCC) of 0 means "not reported" and is not replaced. */
 #ifndef IDENTITIES_H
@@ -15,11 +16,11 @@
 
 /* The kinds of values. A value is replaced by a value of the same kind. */
 enum class identity_space : uint8_t {
-    CHANNEL, /* channel numbers of LTE and NR 5G; no number is a channel of both */
+    CHANNEL, /* channel numbers of LTE and NR 5G: one kind, because no number is in use in both */
     PCI,
     CGI,          /* a CGI of more than 28 bits */
-    BASE_STATION, /* the high bits of a CGI of 28 bits or less, above its low 8 bits; they number the base station */
-    CELL,         /* the low 8 bits of a CGI of 28 bits or less; they number the cell of the base station */
+    BASE_STATION, /* the high bits of a CGI of 28 bits or less, above its low 8 bits: the number of the base station */
+    CELL,         /* the low 8 bits of a CGI of 28 bits or less: the number of the cell within its base station */
     TAC,
     MCC,
     MNC,

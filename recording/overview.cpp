@@ -89,8 +89,8 @@ overview_row registration_row(const facts &f) {
     return {"registration", {text.empty() ? "nothing known" : text}};
 }
 
-/* A row about time spans, such as the outages. The first line has the number of spans and their total length. A line
- * for each of the first few spans follows. */
+/* A row about time spans, such as the outages. The first line has the number of spans and, when there are several,
+ * their total length. A line for each of the first few spans follows. */
 overview_row spans_row(const session &s, const char *label, const std::vector<facts_span> &spans) {
     constexpr size_t SHOWN = 5;
     uint64_t together = 0;

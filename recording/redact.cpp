@@ -42,7 +42,8 @@ struct redaction {
     identities all;
     /* The number that replaces an encoded indication. The key is the indication's length and bytes. */
     std::map<std::pair<uint32_t, std::string>, uint64_t> encodings;
-    /* For each length of encoded indications: the last number that was used as a replacement. */
+    /* Encoded indications of the same length are replaced by the numbers 1, 2, 3 and so on. The key is the length, and
+     * the value is the last number that was used. */
     std::map<uint32_t, uint64_t> last;
     int64_t shift_us = 0;
     bool dated = false;
@@ -119,7 +120,8 @@ std::vector<uint8_t> copy_message(identities &all, const message &m, bool header
     return to;
 }
 
-/* Returns the number that replaces an encoded indication, in the form of a buffer in a recording: "LENGTH:HEX". */
+/* Returns the number that replaces an encoded indication. The number is written as a recording writes a buffer,
+ * "LENGTH:HEX", and has the length of the indication. */
 std::string encoding_text(redaction &r, const recording_bytes &bytes) {
     const auto [found, added] = r.encodings.try_emplace({bytes.length, bytes.head}, 0);
     if (added) {

@@ -1,5 +1,5 @@
-/* A recording as zeb_recording works with it: the lines of all parts, in the order in which they began. An indication
- * and its decoding are one line. */
+/* A recording as zeb_recording works with it: the lines of all parts, ordered by the time at which each line began. An
+ * indication and its decoding are one line. */
 #ifndef SESSION_H
 #define SESSION_H
 

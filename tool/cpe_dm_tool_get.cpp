@@ -37,8 +37,8 @@ static int tell_missing_keys() {
     return status;
 }
 
-/* Writes a message for each named group in which no key has a value, and for each request that failed. Returns an exit
- * status. */
+/* Writes a message for each request of a named group that failed, and for each named group in which no request failed
+ * and no key has a value. Returns an exit status. */
 static int tell_missing_groups() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.options->arg_cnt; i++) {

@@ -138,7 +138,7 @@ void cpe_dm_tool_note(const char *line) {
     cpe_dm_tool_add(&note, "%s", line);
 }
 
-/* The element for the row with this number in the history of a chart. */
+/* The element in the history of a chart where the value of the row `number` is stored. */
 static int16_t *history_at(int chart, int64_t number) {
     return &live.history[chart][number % live.history_cnt];
 }

@@ -36,8 +36,8 @@ void cpe_dm_tool_tell_unregistered(int32_t status);
 /* Writes the message that the modem did not appear in time. */
 void cpe_dm_tool_tell_absent();
 
-/* If standard error is a terminal, writes the message that the program is waiting for the modem and will wait for
- * timeout_ms at most. To be called when the wait has lasted cpe_dm_tool_patience_ms. */
+/* If standard error is a terminal, tells the user that the program is waiting for the modem, and that the wait ends
+ * after timeout_ms at the latest. To be called when the wait has lasted cpe_dm_tool_patience_ms. */
 void cpe_dm_tool_tell_waiting(int64_t timeout_ms);
 extern const int64_t cpe_dm_tool_patience_ms;
 

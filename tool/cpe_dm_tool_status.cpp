@@ -59,8 +59,8 @@ static constexpr struct {
     {"  locked to", CPE_DM_TOOL_LTE_LOCK, CPE_DM_TOOL_NR5G_LOCK},
 };
 
-/* Whether every key from CPE_DM_TOOL_LTE_RSRP on has a line in the output. add_worded_line shows the NR 5G keys before
- * CPE_DM_TOOL_NR5G_RSRP. Each of the other keys needs a row in `lines`. */
+/* Whether every key from CPE_DM_TOOL_LTE_RSRP on has a line in the output. The NR 5G keys with lower numbers than
+ * CPE_DM_TOOL_NR5G_RSRP are shown by add_worded_line. Every other key needs a row in `lines`. */
 static constexpr bool every_value_has_its_line() {
     for (int key = CPE_DM_TOOL_LTE_RSRP; key < CPE_DM_TOOL_KEY_CNT; key++) {
         bool found = key >= CPE_DM_TOOL_NR5G_PLMN && key < CPE_DM_TOOL_NR5G_RSRP;

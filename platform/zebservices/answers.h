@@ -8,8 +8,8 @@
 #include <unordered_map>
 #include <vector>
 
-/* The recorded calls that have the same key (see recording_key), in the order of their lines. `next` is the index of
- * the first call that has not answered yet. */
+/* The recorded calls that have the same key (see recording_key), in the order of their lines. Each recorded call gives
+ * its result to a call of the program. `next` is the index of the first recorded call whose result is still unused. */
 struct answers_of_key {
     std::vector<const recording_entry *> entries;
     size_t next = 0;
@@ -28,8 +28,9 @@ void answers_add(answers &a, const recording_entry &call);
  *
  * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. Among the calls with
  * the same key, the kept calls come first. The last kept call answers again and again until the program has reached the
- * calls that are not kept. The program has reached these calls when `begun` is true (a call that is not kept has
- * answered), or when the next call with the same key is `expected`, the recorded call that is due next. */
+ * calls that are not kept. The program has reached these calls in two cases. In the first case `begun` is true,
+ * because a call that is not kept has answered. In the second case `expected`, the recorded call that is due next, is
+ * the first call with this key that has not answered yet. */
 const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t handle, bool begun,
                                     const recording_entry *expected, bool &again);
 

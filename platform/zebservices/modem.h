@@ -68,8 +68,9 @@ scenario_moment modem_moment(const modem &m);
  * then gets indications only for later changes. */
 void modem_mark_told(const modem &m, modem_client &client);
 
-/* Counts an occurrence of the message for each fault that the scenario has for `message` and `moment`. Returns the
- * first fault that applies to this occurrence. If no fault applies, returns a fault without effect. */
+/* Each fault of the scenario has a counter of the messages to which the fault could apply. Adds 1 to the counters of
+ * all faults for `message` and `moment`, and returns the first of these faults whose counter is in the fault's range.
+ * If there is no such fault, returns a fault without effect. */
 scenario_fault modem_next_fault(modem &m, fault_moment moment, uint32_t message);
 
 /* Switches the modem on, unless it is on already. Returns false when the scenario is refused; the first call prints the

@@ -6,8 +6,8 @@
  * (of an indication or event) is made when as much time has passed since the creation of its client or notifier as on
  * the box. With speed 0, no line waits for the clock; the clock is set to the time of each line that is played.
  *
- * Late program. While a call that was recorded before the next delivery has not come, the clock stops at the time of
- * this delivery, for PATIENCE_US at most.
+ * Late program. If the program still has to make a call that was recorded before the next delivery, the clock stops at
+ * the time of this delivery, for PATIENCE_US at most.
  *
  * Early program. A call waits for deliveries that were recorded before it and are due within AHEAD_US. A call also
  * waits, for AHEAD_US at most, for a call of another thread that has not come yet, if the two calls overlapped on the
@@ -22,8 +22,8 @@
  * without these waits.
  *
  * Limits. All these limits are real time, without the time in which the process was stopped, for example by a debugger.
- * The conductor reads the real time at least every LOOK_US. When more than LOOK_MAX_US has passed since it was read
- * last, the process was stopped, and only LOOK_MAX_US counts.
+ * The conductor reads the real time at least every LOOK_US. If more than LOOK_MAX_US has passed since the last
+ * reading, the process must have been stopped in between, and only LOOK_MAX_US counts.
  *
  * Unsettled deliveries. The program may still react to a delivery after the callback has returned. The delivery is
  * settled when all threads of the program have been seen asleep, none of them in a wait for a mutex, or after twice
@@ -355,8 +355,8 @@ void look_at_callbacks(player &p) {
     }
 }
 
-/* Advances `awake_us` and `clock_us` to the present. While a call that was recorded before the next delivery has not
- * come, `clock_us` does not go beyond the time of this delivery. */
+/* Advances `awake_us` and `clock_us` to the present. If the program still has to make a call that was recorded before
+ * the next delivery, `clock_us` stops at the time of this delivery, for PATIENCE_US at most. */
 void look(player &p) {
     const auto now = std::chrono::steady_clock::now();
     const double passed = std::chrono::duration<double, std::micro>(now - p.looked).count();
@@ -438,7 +438,7 @@ bool is_unprompted(const player &p, const zeb_call &call) {
 }
 
 /* Returns the line of an indication or event to which the program still reacts; 0 when there is none. The program still
- * reacts when the callback runs, or when other threads work on what the callback started. */
+ * reacts when a callback runs that had returned on the box, or when other threads work on what a callback started. */
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
@@ -578,8 +578,8 @@ bool player_sum_up() {
     player &p = *the_player;
     std::unique_lock guard(p.lock);
     look(p);
-    // Other threads of the program may still react to the last delivery. They get REST_US to finish, the same time as
-    // between two lines.
+    // Other threads of the program may still react to the last delivery. They get at most REST_US to finish, which is
+    // also the limit of the conductor's wait between two lines.
     const double end = p.awake_us + REST_US;
     size_t line = unfinished_line(p);
     while (line != 0 && p.awake_us < end) {

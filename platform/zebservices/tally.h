@@ -27,7 +27,7 @@ struct tally {
     const char *file = nullptr;
     const recording *played = nullptr;
     std::vector<tally_state> states; /* for each entry of the recording */
-    std::vector<size_t> moments;     /* for each call: the line of an indication or event at the same moment, or 0 */
+    std::vector<size_t> moments;     /* for each recorded call: the line of a simultaneous indication or event, or 0 */
     size_t turn = 0;                 /* an index; no entry before this index is OPEN */
 
     tally_calls requests;
@@ -57,11 +57,11 @@ const recording_entry *tally_expected_call(const tally &t);
 
 /* What is known of a call when it comes. */
 struct tally_arrival {
-    const recording_entry *entry;     /* the recorded call whose result answers the new call; null: none matches */
-    bool again;                       /* `entry` has answered an earlier call already */
-    size_t position;                  /* the highest line number among the calls answered so far */
-    const recording_entry *unsettled; /* an indication or event to which the program is still reacting; null if there
-                                         is none, or if the new call may be part of the program's reaction */
+    const recording_entry *entry; /* the recorded call whose result answers the new call; null: none matches */
+    bool again;                   /* `entry` has answered an earlier call already */
+    size_t position; /* the highest line number among the recorded calls that have answered, without kept calls */
+    const recording_entry *unsettled; /* the indication or event with which the program is still busy; null if there is
+                                         none, or if the new call may be a part of this work */
 };
 
 /* To be called when the program makes a call. `handle` is the number that the call's client or notifier has in the
