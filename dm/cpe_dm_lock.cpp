@@ -11,19 +11,21 @@ pthread_mutex_t cpe_dm_lock = PTHREAD_MUTEX_INITIALIZER;
 /* Broadcast when a thread that waits in wait_for_change may be able to go on. */
 static pthread_cond_t lock_changed = PTHREAD_COND_INITIALIZER;
 
-/* True while the module is being taken down. Written with the lock held, with one exception: a take-down that could not
- * take the lock again clears this flag without the lock. */
+/* True while the module is being taken down. Written with the lock held, with two exceptions: a take-down that could
+ * not take the lock again clears this flag without the lock, and so does cpe_dm_lock_renew. */
 static std::atomic<bool> taking_down;
 
 /* The order of operations. Every operation takes the next ticket before it waits for the lock, and operations normally
  * begin in the order of their tickets. There are two exceptions. An operation that cannot take the lock gives up and
  * never begins. An operation whose wait fails begins at once, although operations with lower tickets may still wait.
- *   - `turn` is the highest ticket whose operation has begun, plus 1.
- *   - `gone` is the number of operations that gave up with a ticket of at least `turn`, minus the number of operations
- *     that still wait with a ticket below `turn`.
- * `ticket - turn - gone` is taken as the number of operations that come before the operation with this ticket. The
- * number is exact unless an operation with a higher ticket has begun or given up. In that case the number may be too
- * small, and the operation with this ticket may begin too early. */
+ *
+ * `ticket - turn - gone` is taken as the number of operations that come before the operation with this ticket.
+ *   - `turn` is the highest ticket whose operation has begun, plus 1. So `ticket - turn` counts the tickets from `turn`
+ *     up to the one before this ticket.
+ *   - `gone` corrects this count. It is the number of operations that gave up with a ticket of at least `turn`, because
+ *     they do not wait, minus the number of operations with a ticket below `turn` that still wait.
+ * The result is exact unless an operation with a higher ticket has begun or given up. In that case the result may be
+ * too small, and the operation with this ticket may begin too early. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */
@@ -51,7 +53,7 @@ static int32_t wait_for_change() {
     return error == ETIMEDOUT || CPE_DM_SUCCEEDS(error, "pthread_cond_timedwait failed:") ? 0 : -1;
 }
 
-/* The number of operations that have an earlier ticket and have not begun yet. */
+/* Returns about how many operations come before the one with this ticket; see "The order of operations" above. */
 static int32_t operations_before(uint32_t ticket) {
     return static_cast<int32_t>(ticket - turn) - gone;
 }

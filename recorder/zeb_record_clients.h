@@ -32,8 +32,9 @@ zeb_record_client *zeb_record_client_add(uint32_t number);
  * the recording; the first call also prints a line on standard error. */
 void zeb_record_client_unrecorded();
 
-/* Frees an entry after the platform's call has failed. If the entry has a number of its own, and this number is the
- * newest one given out, the next entry that gets a new number gets this number. A null entry is allowed. */
+/* Frees an entry after the platform's call has failed. If the entry has a number of its own, and no newer number has
+ * been given out, the number is taken back: the next entry that needs a number of its own gets it. A null entry is
+ * allowed. */
 void zeb_record_client_undo(zeb_record_client *entry);
 
 /* Returns the number of a client or notifier, or 0 if the handle is not known. */

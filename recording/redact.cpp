@@ -120,8 +120,9 @@ std::vector<uint8_t> copy_message(identities &all, const message &m, bool header
     return to;
 }
 
-/* Returns the number that replaces an encoded indication. The number is written as a recording writes a buffer,
- * "LENGTH:HEX", and has the length of the indication. */
+/* Returns the text of the buffer that replaces an encoded indication, in the form in which a recording writes a buffer:
+ * "LENGTH:HEX". The buffer is as long as the indication, and its bytes are the number that stands for the indication.
+ */
 std::string encoding_text(redaction &r, const recording_bytes &bytes) {
     const auto [found, added] = r.encodings.try_emplace({bytes.length, bytes.head}, 0);
     if (added) {

@@ -56,9 +56,9 @@ struct session_message {
 };
 
 /* session_request returns the message that a request sent. session_answer returns the response to a request, or the
- * message that a decoding call produced; a call that failed has no answer. `what` is null in three cases: the entry has
- * no such message, fields.h does not describe the message, or the length does not fit the structure in the platform's
- * header. */
+ * message that a decoding call produced; a call that failed has no answer. In the returned record, `what` is null in
+ * three cases: the entry has no such message, fields.h does not describe the message, or the length does not fit the
+ * structure in the platform's header. */
 session_message session_request(const recording_entry &entry);
 session_message session_answer(const recording_entry &entry);
 

@@ -37,8 +37,9 @@ static int tell_missing_keys() {
     return status;
 }
 
-/* Writes a message for each request of a named group that failed, and for each named group in which no request failed
- * and no key has a value. Returns an exit status. */
+/* Looks at each group that was named on the command line. Writes a message for each failed request of the group. If no
+ * request of the group failed and no key of the group has a value, writes one message for the group. Returns an exit
+ * status. */
 static int tell_missing_groups() {
     int status = CPE_DM_TOOL_DONE;
     for (int i = 0; i < get.options->arg_cnt; i++) {

@@ -39,7 +39,7 @@ static struct {
     const cpe_dm_tool_options *options;
     cpe_dm_tool_keys keys; /* the keys whose values a row shows */
     uint64_t metrics;      /* the metrics that the modem is asked for, one bit each */
-    bool rows;             /* rows are written or shown */
+    bool rows;             /* rows are output: shown live if `live`, otherwise written */
     bool live;
     int bell;
     int signals;

@@ -370,7 +370,7 @@ int32_t cpe_dm_init(cpe_dm_hndl *hndl, void *user_data, cpe_dm_user_cb user_cb_f
  *   CPE_DM_ERR_FAILURE  the modem connection or the command queue could not be taken down. From then on operations with
  *                       this handle return CPE_DM_ERR_NOT_INITIALIZED, and the next cpe_dm_init cleans up before it
  *                       starts anew. When the operation was called from the callback, or could not take the
- *                       module's lock, nothing has changed */
+ *                       module's lock at its beginning, nothing has changed */
 int32_t cpe_dm_deinit(cpe_dm_hndl hndl);
 
 /* Retrieves one metric. The caller sets `info_type` to CPE_DM_INFO_TYPE_REQUEST and `id` to a cpe_dm_metric_id. For CQI

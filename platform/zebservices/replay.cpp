@@ -50,7 +50,7 @@ bool is_strict() {
 
 /* Answers a call. If the call waits without limit and the recording has no event left, the wait never ends. An endless
  * wait is correct while the play is exact, because the program on the box was also waiting when the recording ended. If
- * the play is not exact and ZEB_STRICT=1 is set, this function ends the program. */
+ * the play is not exact and ZEB_STRICT=1 is set, this function ends the program instead of letting it wait for ever. */
 int32_t answer_or_end(const zeb_call &call) {
     const int32_t status = player_answer(call);
     const bool unlimited = call.kind == zeb_call_kind::WAIT && call.numbers[0] == 0;

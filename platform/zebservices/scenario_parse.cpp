@@ -77,8 +77,8 @@ template <typename T> struct key {
     void (*read)(reader &r, const toml::node &node, T &out);
 };
 
-/* Reads a table: calls, for each key in the file, the function that `keys` has for it. A key that is not in `keys` is
- * refused. */
+/* Reads a table. For each key in the table, calls the function that `keys` has for this key. Refuses a key that is not
+ * in `keys`. */
 template <typename T> void read_table(reader &r, const toml::node &node, std::span<const key<T>> keys, T &out) {
     const toml::table *table = node.as_table();
     if (table == nullptr) {

@@ -59,7 +59,7 @@ const recording_entry *tally_expected_call(const tally &t);
 struct tally_arrival {
     const recording_entry *entry; /* the recorded call whose result answers the new call; null: none matches */
     bool again;                   /* `entry` has answered an earlier call already */
-    size_t position; /* the highest line number among the recorded calls that have answered, without kept calls */
+    size_t position; /* the highest line number among the recorded calls used as answers so far, without kept calls */
     const recording_entry *unsettled; /* the indication or event with which the program is still busy; null if there is
                                          none, or if the new call may be a part of this work */
 };
@@ -70,7 +70,7 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arr
 
 /* To be called when a call is answered with the result of the recorded call `entry`. `unprompted` means that the call
  * is not a reaction to an indication or event. Counts the unprompted calls that were recorded at the same moment as an
- * indication or event, because nobody can tell whether the call or the indication or event came first. */
+ * indication or event, because nobody can tell which of the two came first. */
 void tally_answered(tally &t, const recording_entry &entry, bool unprompted);
 
 /* To be called for every indication or event that is due. `delivered` says whether it could be delivered. */

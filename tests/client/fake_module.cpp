@@ -28,8 +28,8 @@ static int32_t ended(int32_t status) {
     return status;
 }
 
-/* Copies `answer` into a record of the client, and prints whether the record was zeroed before. When the client uses a
- * record for a second request, the record is filled. */
+/* Copies `answer` into a record of the client. Before that, prints whether the record was zeroed or filled. It is
+ * filled when the client has used the same record for an earlier request. */
 template <typename T> static void fill(void *record, const T &answer) {
     const char *bytes = static_cast<const char *>(record);
     const bool zeroed = std::all_of(bytes, bytes + sizeof(T), [](char byte) { return byte == 0; });

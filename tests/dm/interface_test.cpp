@@ -479,7 +479,7 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     while (cpe_dm_is_initialized()) {
         std::this_thread::yield();
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // enough for a de-initialisation that does not wait
+    std::this_thread::sleep_for(std::chrono::milliseconds(50)); // a de-initialisation that does not wait ends sooner
     EXPECT_FALSE(down);
     pthread_mutex_unlock(&cpe_dm_state.cmdq.mutex);
     poster.join();
@@ -487,8 +487,9 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* A notifier that could not be released keeps its OS-parameter block for ever. The next notifier gets the spare block,
- * and there is no block for a third. This test stands last, because it leaves such a notifier behind. */
+/* A notifier that cannot be released at the next connection either keeps its OS-parameter block for ever. The next
+ * notifier gets the spare block, and there is no block for a third. This test stands last, because it leaves such a
+ * notifier behind. */
 TEST_F(Interface, ANotifierKeepsItsBlock) {
     const zeb_nas_resp_header refused = {1, 3};
     const char *const releasing = "E Releasing the ZEB NAS notifier handle failed with status[-1]\n";
@@ -500,12 +501,12 @@ TEST_F(Interface, ANotifierKeepsItsBlock) {
         int clients;
         const char *line;
     } steps[] = {
-        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // the notifier is lost
+        {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // the notifier is lost: it could not be released
         {true, false, CPE_DM_ERR_FAILURE, 0, nullptr},   // the lost notifier is released after all
         {true, true, CPE_DM_ERR_FAILURE, 1, nullptr},    // another notifier is lost
-        {false, true, CPE_DM_SUCCESS, 3, releasing},     // it is given up, the next one gets the spare block
+        {false, true, CPE_DM_SUCCESS, 3, releasing},     // the lost notifier is given up; the next gets the spare block
         {true, true, CPE_DM_ERR_FAILURE, 2, nullptr},    // the notifier on the spare block is lost
-        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // its release fails again, and there is no third block
+        {false, true, CPE_DM_ERR_FAILURE, 2, none_left}, // the lost notifier stays lost, and there is no third block
         {false, false, CPE_DM_SUCCESS, 3, nullptr},      // the lost notifier is released after all
     };
     for (const auto &step : steps) {

@@ -38,8 +38,8 @@ void on_event(cpe_dm_hndl, cpe_dm_info *info, void *user_data) {
     free(info);
 }
 
-/* Sends the indication again and again until the module has a client that receives it. At this moment the module may be
- * initialised or not. */
+/* Sends the indication again and again until the module has a client that receives it. When the client receives the
+ * indication, the module may be initialised or not. */
 template <typename T> void indicate(uint32_t msg_id, const T &message) {
     while (!fake_indicate(msg_id, message)) {
         std::this_thread::yield();

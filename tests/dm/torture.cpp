@@ -163,7 +163,8 @@ bool recovers() {
 
 int failures;
 
-/* Each difference from the session without a fault, with the steps whose failed call led to this difference. */
+/* The differences from the session without a fault. Each difference has the names of the steps in which a failed call
+ * led to it. */
 using differences = std::vector<std::pair<std::string, std::vector<std::string>>>;
 
 void note(differences &found, const played &result, const std::vector<std::string> &expected) {

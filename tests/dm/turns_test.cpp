@@ -70,7 +70,8 @@ struct Turns : testing::Test {
     }
 };
 
-/* The order also holds after an operation has failed to take the lock. In round 1 the lock is also renewed. */
+/* The order also holds after an operation has failed to take the lock. In round 1, cpe_dm_lock_renew initialises the
+ * lock anew after this failure. */
 TEST_F(Turns, OperationsGoInTheOrderOfTheirCalls) {
     constexpr int operations = 8;
     static thread_local int number;
@@ -179,7 +180,7 @@ TEST_F(Turns, AnOperationGoesAfterSixteenDeliveries) {
     }
 }
 
-/* When an operation cannot take the lock, the operations after it do not wait for it. */
+/* When an operation cannot take the lock, later operations do not wait for that operation. */
 TEST_F(Turns, AnOperationWithoutTheLockIsSteppedOver) {
     std::latch go(1);
     fake_on_request([&](uint32_t) { go.wait(); });
@@ -266,7 +267,8 @@ TEST_F(Turns, TheCallbackIsRefused) {
     EXPECT_EQ(number, 1U) << "nothing that the callback asked for was done";
 }
 
-/* The command thread blocks all signals but those of its own faults, so that the program's threads take them. */
+/* The command thread blocks all signals except SIGABRT and those of its own faults, so that the program's threads take
+ * the blocked signals. */
 TEST_F(Turns, TheCommandThreadTakesNoSignals) {
     std::atomic<bool> delivered{false};
     sigset_t mask = {};

@@ -80,7 +80,8 @@ zeb_service_object nas() {
     return nas_get_service_object_internal_v01(1, 342, 6);
 }
 
-/* What a client was told. There is no lock on purpose: after the client's release nobody may write to it any more. */
+/* What a client was told. This record has no lock on purpose: after the client's release, no callback may write to the
+ * record any more. */
 struct told {
     text_list lines;
     bool released = false;

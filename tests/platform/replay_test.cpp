@@ -181,7 +181,7 @@ std::string play(const std::string &text, const char *speed, const std::function
     return said.str();
 }
 
-/* Expects every text in `said`, in which the name of the recording is replaced by FILE. */
+/* Replaces the name of the recording in `said` by FILE. Then expects `said` to contain each of `texts`. */
 void expect_said(std::string said, std::initializer_list<const char *> texts) {
     const std::string file = testing::TempDir() + "replay_test_" + std::to_string(getpid());
     for (size_t at = said.find(file); at != std::string::npos; at = said.find(file)) {
@@ -313,7 +313,8 @@ TEST(Replay, CallsThatComeTooEarlyAreSaid) {
     }
 }
 
-/* While the program deals with an indication, a call may change the outcome, so the call is reported as too early. */
+/* In the recording, a call comes well after the program has dealt with an indication. When this call comes earlier in
+ * the play, while the program still deals with the indication, the call is reported as too early. */
 TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
     const std::string recorded = HEAD_2 + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  "200010 decode client=1 type=2 id=0x0044 status=-7 buf=5:01 dst=2: took=1\n" +
@@ -508,7 +509,7 @@ TEST(Replay, IndicationsComeAtTheirTimesButNotBeforeWhatCausedThem) {
         {"1", 0, 300, 600, true},                                    // request early: indications at their times
         {"0.5", 1000, 600, 1200, true},                              // request before the second indication is due
         {"10", 300, 30, 320, true},                                  // request late: the second indication waits
-        {"0", 100, 20, 120, true},      {"10", 0, 30, 10060, false}, // no request: the second waits ten seconds
+        {"0", 100, 20, 120, true},      {"10", 0, 30, 10060, false}, // no request: the second indication waits 10 s
     };
     for (const auto &c : CASES) {
         const auto meet = [&c] {

@@ -15,7 +15,8 @@ enum record_writes {
 /* Sets the behaviour of all writes that begin from now on. */
 void record_fault_writes(record_writes how);
 
-/* How many writes have begun that sleep, spin or hang: the first counts all threads, the second the main thread. */
+/* The number of writes that were made to sleep, spin or hang; a write counts from its beginning. record_fault_begun
+ * counts the writes of all threads, record_fault_begun_by_main only those of the main thread. */
 int record_fault_begun();
 int record_fault_begun_by_main();
 

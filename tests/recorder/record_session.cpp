@@ -31,7 +31,7 @@ extern "C" const char *__tsan_default_options() {
 
 namespace {
 
-unsigned pause_ms = 20; // how long the wait of session() takes, and the callback for events
+unsigned pause_ms = 20; // duration of the wait in session(), and of the callback for events
 
 void saw(const char *what, int64_t value) {
     const int error = errno;
@@ -90,7 +90,8 @@ void session() {
     saw("release", zeb_client_release(notifier));
 }
 
-/* Creates two clients, releases one, and makes requests of twelve kinds again and again, numbered by their timeouts. */
+/* Creates two clients and releases one of them. Makes requests of twelve kinds in turn, again and again. The timeout of
+ * each request is the request's number, from 1 upwards. */
 void long_session(uint32_t requests) {
     int cookie = 1000;
     zeb_cci_os_params params = {};
@@ -242,8 +243,9 @@ int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     return status;
 }
 
-/* Makes each call fail, one in each run; where programs are slow, only each FAULT_STEP'th call. The recorder may print
- * one line on standard error; with `in_parts` it may go on after that and print a second line. */
+/* Makes calls fail: first one call in each run, then in each run the nth call and all later calls. Where programs are
+ * slow, only each FAULT_STEP'th call is the nth. The recorder may print one line on standard error; with `in_parts` it
+ * may go on after that and print a second line. */
 void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
     pause_ms = 0;

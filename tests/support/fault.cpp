@@ -135,7 +135,8 @@ int __wrap_pthread_cond_wait(pthread_cond_t *cond, pthread_mutex_t *mutex) {
     return error;
 }
 
-/* With `onwards` dlsym does not fail: a library that never finds the real functions could not call them. */
+/* When fault_arm was called with `onwards`, dlsym does not fail. If every call of dlsym failed, a library would never
+ * find the real functions, and could not call them. */
 void *__wrap_dlsym(void *library, const char *name) {
     return !fails_onwards() && fault_hit("dlsym") ? nullptr : __real_dlsym(library, name);
 }

@@ -10,8 +10,8 @@
 std::string metric_word(uint32_t id);
 std::string ind_word(uint32_t id);
 
-/* The first takes a registration status: NONE, LTE, LTE_NR5G ... The second takes the service status that the modem
- * reports for one technology: none, service ... */
+/* The first returns the word for a registration status: NONE, LTE, LTE_NR5G ... The second returns the word for the
+ * service status that the modem reports for one technology: none, service ... */
 std::string reg_status_word(uint32_t reg_status);
 std::string srv_status_word(uint32_t srv_status);
 
