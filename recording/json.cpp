@@ -26,9 +26,9 @@ size_t utf8_length(std::string_view text) {
     return character >= LOWEST[length] && character <= 0x10FFFF && !surrogate ? length : 0;
 }
 
-/* Appends `value` as a JSON string. The string is valid UTF-8 even if `value` is not: a byte above 126 that is not part
- * of a UTF-8 character is escaped, for example 0xFF as \u00ff. The characters <, > and & are escaped too, because the
- * string may stand in a script of an HTML page, and these characters could end the script. */
+/* Appends `value` as a JSON string. The string is valid UTF-8 even if `value` is not: control characters, and bytes
+ * that are not valid UTF-8, are escaped by their number, for example 0xFF as \u00ff. The characters <, > and & are
+ * escaped too, because the string may stand in a script of an HTML page, and these characters could end the script. */
 void put_quoted(std::string &text, std::string_view value) {
     text += '"';
     while (!value.empty()) {
