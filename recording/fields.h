@@ -68,7 +68,7 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* offset of the structure that contains `fields`; not 0 if a header precedes this structure */
+    uint32_t body; /* the offset in the message from which the offsets in `fields` count */
     std::span<const field> fields;
 };
 
