@@ -99,7 +99,7 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             value = value == r.last ? r.first : value + 1;
         }
     }
-    return original; // every other value of the range already replaces a value
+    return original; // all other values of the range are replacements already
 }
 
 uint64_t replace(identities &all, space_id space, uint64_t value) {

@@ -142,7 +142,8 @@ TEST_F(Cmdq, ASpuriousWakeUpLeadsBackToWaiting) {
     EXPECT_EQ(joined(), "x1 f1 ");
 }
 
-/* When a call inside one of the queue's functions fails, the function returns -1 and leaves the queue as it was. */
+/* When a call inside one of the queue's functions fails, the function returns -1 and leaves the queue as it was, except
+ * that the command thread sets `ended`. */
 TEST_F(Cmdq, WhatFailsReturnsMinusOne) {
     const auto check = [](int64_t (*function)(), std::initializer_list<const char *> points) {
         for (const char *point : points) {

@@ -371,8 +371,8 @@ static zeb_nas_nr5g_cell_lock_list_resp nr5g_lock(bool cell, uint32_t len) {
     return resp;
 }
 
-/* A scan result in which every list gives `len` as its length, even when its array is shorter. When there is an LTE
- * list, the NR 5G list has only half of this length. */
+/* A scan result whose lists give `len` as their length, even when their arrays are shorter. One list is an exception:
+ * when there is a list of LTE neighbours, the list of NR 5G neighbours gives only half of `len`. */
 static zeb_nas_scan_result_ind scan_result(uint32_t len, bool lte_valid, uint32_t status) {
     zeb_nas_scan_result_ind scan = {};
     scan.scan_status = status;

@@ -122,8 +122,9 @@ TEST_F(Interface, EntryChecks) {
     EXPECT_EQ(state.lte_scan_request + state.nr5g_scan_ongoing + state.nr5g_nbr_rsrp, 0);
 }
 
-/* When the modem reports all fields, every metric has the value type of its description. When the modem reports no
- * field, every metric is unavailable, and an error is logged. */
+/* When the modem reports all fields, every metric has the value type of its description. When the modem reports only
+ * the system information, all metrics but the registration status and those of neighbours are unavailable, and an error
+ * is logged. */
 TEST_F(Interface, EveryMetricIsServed) {
     for (uint32_t id = CPE_DM_METRIC_REG_STATUS; id < CPE_DM_METRIC_CNT; id++) {
         const cpe_dm_metric_desc *metric = cpe_dm_metric_by_id(id);
@@ -487,9 +488,9 @@ TEST_F(Interface, ADeinitWaitsForPosters) {
     ASSERT_EQ(cpe_dm_init(&handle, nullptr, on_event), 0);
 }
 
-/* A notifier that cannot be released at the next connection either keeps its OS-parameter block for ever. The next
- * notifier gets the spare block, and there is no block for a third. This test stands last, because it leaves such a
- * notifier behind. */
+/* When the release of a notifier has failed, and fails again at the next connection, the notifier keeps its
+ * OS-parameter block for ever. The next notifier gets the spare block, and there is no block for a third. This test
+ * stands last, because it leaves behind a notifier that is never released. */
 TEST_F(Interface, ANotifierKeepsItsBlock) {
     const zeb_nas_resp_header refused = {1, 3};
     const char *const releasing = "E Releasing the ZEB NAS notifier handle failed with status[-1]\n";

@@ -3,7 +3,8 @@
  * Without an argument, one call fails in each session, and there is one session for each call that can fail. Prints how
  * these sessions differ from the session without a fault: in statuses, error lines and events. Each difference is
  * printed once, with all steps whose failed call led to it; "..." stands for the name of the step. The output does not
- * say how many calls there are, so it stays the same when the module makes one more call that fails like another.
+ * say how many calls there are. So it stays the same when a step makes one more call, if a failure of this call makes
+ * the same difference as the failure of another call of the step.
  *
  * With the argument "onwards", the nth call and all later calls fail, for each n. After each session it must be
  * possible to initialise and de-initialise the module, and nothing may be left behind. */

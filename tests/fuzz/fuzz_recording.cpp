@@ -1,5 +1,5 @@
 /* Feeds any bytes to the reader of recordings, and to everything that zeb_recording does with a recording. The same
- * bytes are also redacted as a log. */
+ * bytes are also redacted as a log, unless they begin like a recording. */
 #include "diff.h"
 #include "page.h"
 #include "redact.h"

@@ -80,8 +80,8 @@ zeb_service_object nas() {
     return nas_get_service_object_internal_v01(1, 342, 6);
 }
 
-/* What a client was told. This record has no lock on purpose: after the client's release, no callback may write to the
- * record any more. */
+/* What a client was told. Callbacks write this record, and a test reads it after the client's release. The record has
+ * no lock on purpose: the release alone has to ensure that no callback writes to the record any more. */
 struct told {
     text_list lines;
     bool released = false;

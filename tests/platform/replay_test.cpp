@@ -382,8 +382,8 @@ TEST(Replay, EachClientGetsItsOwnAnswers) {
                 {"not exact: FILE: requests: 2 out of order; other calls: 3 as recorded, 1 repeated\n"});
 }
 
-/* An answer takes as long as on the box. A call that was recorded after the return of a slow callback is not answered
- * before the callback has returned in the play. */
+/* An answer takes as long as on the box, divided by the speed. A call that was recorded after the return of a slow
+ * callback is not answered before the callback has returned in the play. */
 TEST(Replay, CallsAndCallbacksTakeTheirTime) {
     const std::string recorded = HEAD_2 + OBJECT + CLIENT + "200000 ind client=1 id=0x0044 buf=5:01\n" +
                                  "200010 decode client=1 type=2 id=0x0044 status=-7 buf=5:01 dst=2: took=1\n" +

@@ -29,7 +29,8 @@ int record_fault_begun_by_main() {
     return begun_by_main;
 }
 
-/* Defines a call that fails with -1 and errno. */
+/* Defines the wrapper of a function of libc. When a call is to fail, the wrapper sets errno to `error` and returns -1.
+ */
 #define FILE_CALL(name, error, params, args) FAULT_CALL(int, name, true, fault_with_errno(error, -1), params, args)
 
 extern "C" {

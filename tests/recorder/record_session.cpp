@@ -156,7 +156,7 @@ std::vector<std::string> timeless(const std::string &text) {
 /* Whether `lines` are the first lines of `whole`. Lines may be missing when a `lost` line counts them. When the line of
  * a callback is missing, its `returned` line may be missing too. */
 bool is_part_of(const std::vector<std::string> &lines, const std::vector<std::string> &whole) {
-    std::set<std::string> unseen; // the `returned` lines of callbacks whose own lines are lost
+    std::set<std::string> unseen; // for each lost `ind` or `event` line, the `returned` line of its callback
     size_t at = 0;
     for (const std::string &line : lines) {
         for (size_t lost = number_after(line, " lost lines="); lost > 0 && at < whole.size(); at++) {
@@ -243,9 +243,10 @@ int play_fault(const std::string &name, bool in_parts, int nth, bool onwards) {
     return status;
 }
 
-/* Makes calls fail: first one call in each run, then in each run the nth call and all later calls. Where programs are
- * slow, only each FAULT_STEP'th call is the nth. The recorder may print one line on standard error; with `in_parts` it
- * may go on after that and print a second line. */
+/* Runs a session again and again, and makes calls fail in it. In a first series of runs only the nth call fails, in a
+ * second series the nth call and all later calls. From run to run n grows by FAULT_STEP, which is more than 1 where
+ * programs are slow, until no call is left to fail. In each run the recorder may print one line on standard error; with
+ * `in_parts` it may go on after that and print a second line. */
 void play_faults(bool in_parts) {
     const std::string name = getenv("ZEB_RECORD");
     pause_ms = 0;

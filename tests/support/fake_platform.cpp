@@ -201,8 +201,8 @@ int32_t zeb_client_notifier_init(zeb_service_object object, zeb_cci_os_params *o
 int32_t zeb_client_get_service_list(zeb_service_object object, zeb_service_info *info_array, uint32_t *num_entries,
                                     uint32_t *num_services) {
     const int32_t status = next_status("zeb_client_get_service_list");
-    // The module repeats a failing call for the service list until it succeeds. When a test lets this call fail for
-    // ever, the call succeeds after a few waits, so that the module does not wait for ever.
+    // The module asks for the number of services again and again until the call succeeds. A test may want all calls to
+    // fail. This call succeeds all the same after a few waits, so that the module does not wait for ever.
     const bool over = info_array == nullptr && waits_left == 0;
     if (object != &service || late_by-- > 0 || (status != 0 && !over)) {
         return status != 0 ? status : ZEB_SERVICE_ERR;

@@ -63,8 +63,8 @@ bool fake_notify(int32_t event);
 /* The number of clients and notifiers that are not released. */
 int fake_clients();
 
-/* Whether every notifier kept its OS-parameter block until its release: nobody changed the block or gave it to another
- * notifier. */
+/* Whether every notifier has kept its OS-parameter block: nobody had changed the block of a live notifier, or given it
+ * to another notifier, whenever a notifier was made. */
 bool fake_blocks_kept();
 
 /* System information with this LTE service status and an NR 5G cell of this PCI (0: no cell). With the default
