@@ -46,7 +46,7 @@ struct facts_message {
     zeb_message_type type = ZEB_MESSAGE_REQUEST;
     uint32_t id = 0;
     size_t count = 0;
-    size_t failed = 0;       /* requests without an answer or refused by the modem; indications whose decoding failed */
+    size_t failed = 0;       /* requests that got no answer or were refused; indications whose decoding failed */
     size_t first_failed = 0; /* the first failed request or indication, as an index in session::lines */
     size_t undecoded = 0;    /* indications that the program did not try to decode */
     uint64_t slowest_us = 0; /* duration of the slowest request, or of the slowest callback of an indication */

@@ -8,11 +8,10 @@
 
 namespace {
 
-/* Puts the decoding of an indication into the line of the indication. If `entry` is a decoding of its client's
- * last indication (same ID, same bytes), and the line of this indication has no decoding yet, the function stores
- * `entry` in the line and returns true. Otherwise the function returns false, and the caller adds a line for `entry`.
- * `last` holds, for each client, the index in `lines` of the last indication. The function updates `last` when `entry`
- * is an indication. */
+/* Called for each entry that is not left out, in order. `last` holds, for each client, the index in `lines` of the
+ * client's last indication. If `entry` is an indication, notes its index in `last`. If `entry` is a decoding of the
+ * client's last indication (same ID, same bytes), and the line of this indication has no decoding yet, stores `entry`
+ * in that line and returns true. In all other cases returns false, and the caller adds a line for `entry`. */
 bool join_decoding(std::vector<session_line> &lines, std::map<uint32_t, size_t> &last, const recording_entry &entry) {
     if (entry.kind == recording_kind::INDICATION) {
         last[entry.handle] = lines.size();

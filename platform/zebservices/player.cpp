@@ -27,8 +27,8 @@
  *
  * Unsettled deliveries. The program may still react to a delivery after the callback has returned. The delivery is
  * settled when all threads of the program have been seen asleep, none of them in a wait for a mutex, or after twice
- * REST_US. The conductor looks at the threads every REST_LOOK_US. A call comes too early when a delivery is unsettled
- * and the call is unprompted, which means that the program does not make it as a reaction to a delivery.
+ * REST_US. The conductor looks at the threads every REST_LOOK_US. A call is unprompted when the program does not make
+ * it as a reaction to a delivery. An unprompted call comes too early when it comes while a delivery is unsettled.
  *
  * Invariants. `lock` guards everything after it in struct player. A role is a client or notifier of the recording. Its
  * peer is the client or notifier of the program that takes its place in the play. A role has a peer from the arrival of
@@ -103,7 +103,7 @@ struct running_callback {
     const recording_entry *entry;
     uint64_t peer;
     double since_us;       /* player::awake_us when the delivery was made */
-    bool given_up = false; /* the callback runs for too long; no line waits for its end any longer */
+    bool given_up = false; /* the callback runs for too long, so lines do not wait for it any longer */
 };
 
 struct player {
@@ -346,7 +346,7 @@ double play(player &p) {
     return wait;
 }
 
-/* Gives up every callback that runs much longer than it ran on the box: no line waits for its end any longer. */
+/* Gives up every callback that runs much longer than it ran on the box: lines no longer wait for this callback. */
 void look_at_callbacks(player &p) {
     for (running_callback &c : p.running) {
         const double took = static_cast<double>(c.entry->took_us) / rate(p);

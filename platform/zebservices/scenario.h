@@ -15,9 +15,9 @@
  * constants ZEB_NAS_SRV_STATUS_... */
 inline constexpr int32_t SCENARIO_ABSENT = -1;
 
-/* A measured value, which is constant or moves in a straight line (a ramp). Before the time from_ms the value is
- * `from`. Then it moves to `to` within over_ms milliseconds, and stays there. If over_ms is 0, the value is always
- * `to`. */
+/* A measured value, which is constant or moves in a straight line (a ramp). A constant value is `to`, and
+ * over_ms is 0. A ramp is `from` until the time from_ms, then moves to `to` within over_ms milliseconds, and stays
+ * there. */
 struct scenario_value {
     int32_t from;
     int32_t to = from;
