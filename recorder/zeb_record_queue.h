@@ -13,8 +13,9 @@
  * slow, the lines that are still in memory are lost.
  *
  * Handing over lines also takes long when the thread that does it has to wait for a processor, however fast the disk
- * is. So a thread that has waited 100 ms for another thread asks the kernel whether that other thread is ready to run.
- * If so, the waiting thread goes on waiting, for about a second at most. */
+ * is. So a thread that has waited 100 ms for another thread asks the kernel whether that other thread is only waiting
+ * for a processor. If so, the disk does not count as slow, and the asking thread waits longer, for about a second at
+ * most. */
 #ifndef ZEB_RECORD_QUEUE_H
 #define ZEB_RECORD_QUEUE_H
 

@@ -68,7 +68,7 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* the offset in the message from which the offsets in `fields` count */
+    uint32_t body; /* the offset in the message at which offset 0 of `fields` lies */
     std::span<const field> fields;
 };
 

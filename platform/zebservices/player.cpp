@@ -196,9 +196,10 @@ bool callback_runs(const player &p) {
     return std::any_of(p.running.begin(), p.running.end(), [](const running_callback &c) { return !c.given_up; });
 }
 
-/* Returns after how long the conductor may play the next line or has to ask again, in microseconds of real time; 0: it
- * may play the next line now, because the effects of the last line are over. `gap_us` is the recorded time between
- * these two lines. The wait counts from the last answer, delivery or return of a callback. */
+/* Returns how long the conductor has to wait, in microseconds of real time. After this wait the conductor calls the
+ * function again. 0 means that the effects of the last line are over, and that the conductor may play the next line.
+ * `gap_us` is the recorded time between these two lines. The wait counts from the last answer, delivery or return of a
+ * callback. */
 double unsettled_us(const player &p, double gap_us) {
     const double quiet = p.awake_us - p.activity_us;
     const double kept = std::min(gap_us, QUIET_US);
