@@ -45,7 +45,7 @@ template <typename T> static void fill_cqi(void *record, uint32_t cnt) {
     fill(record, cqi);
 }
 
-/* Answers one request. A metric with a record (CQI, cell locks) is answered in three ways in turn: with an empty list,
+/* Answers one request. A metric with a record (CQI, cell locks) is answered in three ways in turn: without a list,
  * with some entries, and with more entries than a list can have. */
 static int32_t answer(cpe_dm_info *info) {
     static uint32_t calls[CPE_DM_METRIC_CNT + 1];

@@ -216,7 +216,7 @@ TEST_F(Interface, InitChecksItsArgumentsAndItsState) {
     EXPECT_EQ(cpe_dm_state.ind_info.reg_status, 0);
 }
 
-/* Whichever release fails, once or twice, the next initialisation and de-initialisation clean up. */
+/* After a release of the notifier or the client has failed, the next initialisation and de-initialisation clean up. */
 TEST_F(Interface, DeinitFailsHalfWay) {
     for (const char *failing : {"notifier", "client", "client twice"}) {
         const bool notifier = strcmp(failing, "notifier") == 0;

@@ -324,7 +324,7 @@ TEST(Replay, CallsBeforeTheProgramHasDealtWithAnIndicationAreSaid) {
                         "with the indication of line 4\n";
     enum class other { IDLE, WORKS, WAITS_FOR_LOCK }; // what another thread does until the call has been answered
     const struct {
-        int callback_ms, pause_ms; // how long the callback takes, and how long after its beginning the call comes
+        int callback_ms, pause_ms; // duration of the callback, and time from its beginning to the call
         other thread;
         const char *said;
     } CASES[] = {{1000, 300, other::IDLE, early},
@@ -429,8 +429,8 @@ TEST(Replay, ACallbackThatIsNotWaitedForIsSaid) {
                        "; lines played before a callback had returned: 1, the first before that of line 4\n"});
 }
 
-/* The last part of a recording can be played by itself. Before the part's own lines are played, its kept lines answer
- * the same calls of the program again and again. */
+/* The last part of a recording can be played by itself. Each of its kept lines answers a call of the program, as often
+ * as the program makes this call, until the part's own lines are played. */
 TEST(Replay, APartAnswersFromKeptCalls) {
     const std::string recorded = "zeb-recording 2 part=2\n900000 before lines=50\n"
                                  "900000 kept object major=2 minor=7 library=1 found=1 took=0\n"

@@ -303,7 +303,7 @@ void crowd() {
     }
 }
 
-/* Starts another thread, and returns when this thread is in the middle of a write. */
+/* Starts another thread, and returns when the new thread is in the middle of a write. */
 std::thread in_a_write(record_writes how) {
     const int begun = record_fault_begun();
     record_fault_writes(how);

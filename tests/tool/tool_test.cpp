@@ -206,7 +206,7 @@ TEST(Tool, ModemThatDoesNotAnswer) {
     run get(mute, {"get", "lte.pci", "lte.rsrp", "--timeout", "2"});
     EXPECT_EQ(get.end(), 4);
     EXPECT_EQ(get.messages, "cpe_dm: the modem did not answer in time; --timeout SECONDS waits longer\n");
-    // watch writes its rows although this modem does not answer, and ends.
+    // This modem does not answer. watch writes its rows all the same, and then ends.
     run watch(mute, {"watch", "-i", "0.1", "-n", "5", "reg", "lte.rsrp"});
     EXPECT_EQ(watch.end(), 0);
     EXPECT_EQ(std::count(watch.output.begin(), watch.output.end(), '\n'), 6) << watch.output;
