@@ -226,8 +226,9 @@ void cpe_dm_cmdthrd_deinit(cpe_dm_cmdq *cmdq) {
         CPE_DM_LOG_ERROR("cpe_dm_cmdthrd_deinit: Bad Param cmdq NULL");
         return;
     }
-    // The caller waits for the thread to end only if `running` is 0 when this function returns. If the thread may have
-    // missed the stop request, this function sets `running` back to 1. Each step that fails is tried once more.
+    // If `running` is 0 when this function returns, the caller waits until the thread has ended. A thread that has
+    // missed the stop request might never end. So when this is possible, this function sets `running` back to 1, and
+    // the caller does not wait. Each step that fails is tried once more.
     bool taken = false;
     for (int tries = 0; tries < 2 && !taken; tries++) {
         taken = CPE_DM_SUCCEEDS(pthread_mutex_lock(&cmdq->mutex), "pthread_mutex_lock failed:");

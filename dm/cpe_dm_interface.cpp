@@ -100,8 +100,8 @@ void cpe_dm_call_user(cpe_dm_info *record) {
     in_callback = false;
 }
 
-/* Zeroes the state, except for two fields that are zero already: `initialized`, which other threads may be reading, and
- * `cmdq`, since the queue is down. */
+/* Zeroes the state except for two fields, which are zero already when this function is called. `initialized` is left
+ * alone because other threads may be reading it. `cmdq` is zero because the queue is down. */
 static void clear_state() {
     cpe_dm_state.hndl = nullptr;
     constexpr size_t rest = offsetof(cpe_dm_state_record, user_data);

@@ -36,9 +36,9 @@ cpe_dm_dll_node *cpe_dm_dll_enqueue(cpe_dm_dll_node *start, cpe_dm_dll_node *nod
 cpe_dm_dll_node *cpe_dm_dll_insert(cpe_dm_dll_node *head, cpe_dm_dll_node *node, void *data, int32_t pos);
 
 /* Unlinks the first element, stores its data pointer in *data, and returns its node with all fields set to null. `node`
- * is any node of the list. When `node` is the head, the function need not search for the head. When the list becomes
- * empty, *tail is set to the head, unless `tail` is null. Returns null, with *data untouched, when the list is empty or
- * `node` is null. */
+ * is any node of the list. When `node` is the head (which holds no element), the function need not search for the
+ * head. When no element is left, *tail is set to the head, unless `tail` is null. Returns null, with *data untouched,
+ * when the list is empty or `node` is null. */
 cpe_dm_dll_node *cpe_dm_dll_dequeue(cpe_dm_dll_node *node, cpe_dm_dll_node **tail, void **data);
 
 /* Unlinks and returns the first element whose data matches the key; the node keeps its data pointer. If the element was

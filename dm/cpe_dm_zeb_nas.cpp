@@ -93,9 +93,9 @@ static int32_t nas_release_handle(zeb_client_handle &handle) {
     return status;
 }
 
-/* Makes a block available for a new notifier. Tries to release the notifier zeb_nas_lost_notifier. If this fails and
- * the notifier uses the first block, leaves this block to the notifier and switches to the second block. If this fails
- * and the notifier uses the second block, returns CPE_DM_ERR_FAILURE. */
+/* Makes a block available for a new notifier. Tries to release the notifier zeb_nas_lost_notifier. When the release
+ * fails, this notifier keeps its block. If that is the first block, the function switches to the second block. If that
+ * is the second block, the function returns CPE_DM_ERR_FAILURE. */
 static int32_t nas_settle_lost_notifier() {
     const int32_t status = nas_release_handle(zeb_nas_lost_notifier);
     if (status == 0) {

@@ -2,8 +2,8 @@
 
 #include "cpe_dm.h"
 
-/* Maps the service status of a technology that is not in service to a registration status. Returns `undecided` when the
- * service status is none of the three below. */
+/* Returns the registration status that follows from the service status of a technology that is not in service. Returns
+ * `undecided` when the service status is none of the three below. */
 static uint32_t nas_out_of_service_status(uint32_t srv_status, uint32_t undecided) {
     switch (srv_status) {
     case ZEB_NAS_SRV_STATUS_LIMITED:

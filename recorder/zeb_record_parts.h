@@ -3,10 +3,12 @@
  * full, the older part is removed, the newer part takes its place, and a new part begins. Each part can be played
  * without the other.
  *
- * Whenever the process is killed, the parts on the disk can be played, except at a moment at which a full disk makes
- * the recorder empty a part. A new part is created under the recording's name with ".next" behind it. When the first
- * lines of the new part are complete, two files are renamed. First the current part gets the name with ".1". Then the
- * new part gets the recording's name. Between the two renames no file has the recording's name. */
+ * The process may be killed at any time: the parts on the disk can still be played. There is one exception. When the
+ * disk is full, the recorder truncates a part, and then removes this part or writes its first lines anew. If the
+ * process is killed in between, this part cannot be played. A new part is created under the recording's name with
+ * ".next" behind it. When the first lines of the new part are complete, two files are renamed. First the current part
+ * gets the name with ".1". Then the new part gets the recording's name. Between the two renames no file has the
+ * recording's name. */
 #ifndef ZEB_RECORD_PARTS_H
 #define ZEB_RECORD_PARTS_H
 

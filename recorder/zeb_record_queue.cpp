@@ -79,9 +79,9 @@ static bool thread_runs(pid_t thread) {
 }
 
 /* Waits until another thread has handed lines to the kernel, for PROMPT_US at most. The caller holds the mutex, which
- * is released during the wait. Returns true when lines were handed over. After PROMPT_US, if the writer does not wait
- * for the disk, adds 1 to *waits and returns true: the caller may wait again. Returns false when the disk delays the
- * writer, or after WAITS_MAX waits. */
+ * is released during the wait. Returns true when lines were handed over, and when none were, but the disk does not
+ * delay the writer; in the second case, adds 1 to *waits. Returns false when the disk delays the writer, or when *waits
+ * has reached WAITS_MAX. After true the caller may wait again. */
 static bool queue_wait(uint32_t *waits) {
     const uint64_t before = writes;
     const timespec until = zeb_record_timespec(zeb_record_clock(CLOCK_MONOTONIC) + PROMPT_US);

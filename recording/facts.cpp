@@ -71,7 +71,8 @@ std::string mhz(uint32_t khz) {
     return cpe_dm_mhz_text(text, sizeof(text), khz) + std::string(" MHz");
 }
 
-/* Notes the LTE serving cell that an answer reports. An answer without an LTE serving cell ends the open span. */
+/* Notes the LTE serving cell that an answer reports. An answer without an LTE serving cell ends the time
+ * span of the cell that was noted last. */
 void see_lte_cell(gathering &g, const message &m, const uint8_t *bytes, uint64_t us, size_t line) {
     const auto pci = message_number(m, bytes, "lte.pci");
     if (!pci) {

@@ -1,8 +1,8 @@
 /* Replaces identities for a redacted recording. During one run of the program, equal identities get equal replacements.
  * A replacement is drawn at random and not computed from the identity, so nobody can find the identity by trying values
  * out. A replacement is a plausible value of the same kind and does not occur as an identity in the files to redact.
- * When all plausible values are used up, any other value of the same kind may be drawn, and an identity
- * stays as it is when every other value replaces an identity already.
+ * When all plausible values seem to be used up, the replacement may be any other value of the same kind. When all
+ * of these values are replacements of other identities already, none is left, and the identity is not replaced.
  *
  * A channel number, PCI, CGI, TAC or country code (MCC) of 0 means "not reported" and is not replaced. */
 #ifndef IDENTITIES_H

@@ -11,7 +11,7 @@ struct redact_file {
     std::string name;
     std::string text;        /* the original; redact_texts moves it out */
     std::string result = {}; /* the redacted text */
-    std::string report = {}; /* counts: the lines of this file, and what was left out, emptied or set to 0 */
+    std::string report = {}; /* how many lines this file has, and how much was left out, emptied or set to 0 */
 };
 
 /* Redacts several files with the same replacements. The first file is a recording. Each further file is another part of

@@ -17,7 +17,8 @@ cpe_dm_tool_moment cpe_dm_tool_now();
  * that has a list for each carrier; cell locks are a list that has an object for each lock. */
 void cpe_dm_tool_add_json_value(cpe_dm_tool_text *text, const cpe_dm_tool_values *values, cpe_dm_tool_key key);
 
-/* Adds the beginning of a JSON object: "{", the members for the moment, and a comma. */
+/* Adds the beginning of a JSON object: "{", the members that give the date, time and uptime of `moment`, and a comma.
+ */
 void cpe_dm_tool_add_json_moment(cpe_dm_tool_text *text, const cpe_dm_tool_moment *moment);
 
 /* Adds one JSON object with the moment and the values of these keys, without a line end. The values of each technology

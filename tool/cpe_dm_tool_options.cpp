@@ -16,7 +16,8 @@ struct number_range {
 
 static constexpr number_range no_number = {nullptr, 1, 0, 0};
 
-/* The range of an option in seconds: from least_ms to a day. The field is in milliseconds. */
+/* The number_range of an option whose value is given in seconds on the command line. The field that stores the value,
+ * and `least_ms`, are in milliseconds. The greatest value is a day. */
 static constexpr number_range seconds(int64_t cpe_dm_tool_options::*number, int32_t least_ms) {
     return {number, 1000, least_ms, 86400000};
 }

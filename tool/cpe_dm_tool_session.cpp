@@ -200,8 +200,9 @@ int cpe_dm_tool_run_session(int64_t timeout_ms, cpe_dm_user_cb callback, int (*j
     }
     while (!done) {
         const int64_t now_ms = cpe_dm_tool_now_ms();
-        // operation_on has to be read before the deadline. The session's thread moves the deadline first and begins the
-        // operation afterwards. So the operation is never compared with the deadline of an earlier operation.
+        // operation_on has to be read first and the deadline second. The session's thread moves the deadline first and
+        // begins the operation afterwards. So the operation is never compared with the deadline of an earlier
+        // operation.
         const int operation = operation_on;
         const int64_t limit_ms = cpe_dm_tool_deadline();
         if (operation != NO_OPERATION && now_ms >= limit_ms) {

@@ -26,9 +26,11 @@
  * reading, the process must have been stopped in between, and only LOOK_MAX_US counts.
  *
  * Unsettled deliveries. The program may still react to a delivery after the callback has returned. The delivery is
- * settled when all threads of the program have been seen asleep, none of them in a wait for a mutex, or after twice
- * REST_US. The conductor looks at the threads every REST_LOOK_US. A call is unprompted when the program does not make
- * it as a reaction to a delivery. An unprompted call comes too early when it comes while a delivery is unsettled.
+ * settled when all threads of the program have been seen asleep and none of them was waiting for a mutex. It is also
+ * settled when twice REST_US has passed since the last delivery or the last return of a callback. While a callback
+ * runs, no delivery becomes settled. The conductor looks at the threads every REST_LOOK_US. A call is unprompted when
+ * the program does not make it as a reaction to a delivery. An unprompted call comes too early when it comes while a
+ * delivery is unsettled.
  *
  * Invariants. `lock` guards everything after it in struct player. A role is a client or notifier of the recording. Its
  * peer is the client or notifier of the program that takes its place in the play. A role has a peer from the arrival of

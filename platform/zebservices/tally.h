@@ -61,7 +61,7 @@ struct tally_arrival {
     bool again;                   /* `entry` has answered an earlier call already */
     size_t position; /* the highest line number among the recorded calls used as answers so far, without kept calls */
     const recording_entry *unsettled; /* the indication or event with which the program is still busy; null if there is
-                                         none, or if the new call may be a part of this work */
+                                         none, or if the new call may be a reaction to the indication or event */
 };
 
 /* To be called when the program makes a call. `handle` is the number that the call's client or notifier has in the
