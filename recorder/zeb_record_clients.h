@@ -12,8 +12,9 @@ enum {
     ZEB_RECORD_CLIENTS_MAX = 32,
 };
 
-/* An entry for a client, a notifier, or a notifier's callback. If the entry has a callback, the platform passes the
- * entry's address to the recorder's callback. So the entry must not be reused while that callback may still run. */
+/* An entry for a client, a notifier, or a notifier's callback. If the entry holds a callback of the program, the
+ * platform calls the recorder's callback instead, and passes the entry's address to the recorder's callback. So the
+ * entry must not be reused while the recorder's callback may still run. */
 struct zeb_record_client {
     std::atomic<bool> used;
     std::atomic<zeb_client_handle> handle; /* null until the handle is known */

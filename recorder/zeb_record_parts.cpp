@@ -217,8 +217,8 @@ static bool exists(const char *name) {
 static int part_rename(const zeb_record_file *old) {
     const bool old_is_there = zeb_record_file_is_at(old, path);
     if (old_is_there) {
-        // Removes the oldest part before the rename. A rename that replaces a file may wait for the disk, and meanwhile
-        // no file would have the recording's name.
+        // Removes the oldest part first, so that the rename of `path` replaces no file. A rename that replaces a file
+        // may wait for the disk after the file has moved, and then no file would have the recording's name for a while.
         if (zeb_record_file_is_at(&before, path_before)) {
             unlink(path_before);
         }

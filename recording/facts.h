@@ -41,7 +41,7 @@ struct facts_span {
     std::string more; /* further details of the state, such as the channel of a cell; may be empty */
 };
 
-/* Counts over all requests of one ID, or over all indications of one ID. */
+/* What is known of all requests with one ID, or of all indications with one ID. */
 struct facts_message {
     zeb_message_type type = ZEB_MESSAGE_REQUEST;
     uint32_t id = 0;

@@ -50,8 +50,8 @@ uint64_t identity_replace_mnc(identities &all, uint64_t mnc);
  * replacement. */
 uint64_t identity_replace_channel_16(identities &all, uint64_t low);
 
-/* Replace a PLMN or a TAC, stored as three bytes, in place. The same PLMN or TAC gets the same replacement from the
- * functions above, which take numbers. */
+/* Replace a PLMN or a TAC, stored as three bytes, in place. A TAC, and the MCC and MNC of a valid PLMN, are replaced by
+ * the same values that the functions above return for them. */
 void identity_replace_plmn_bytes(identities &all, uint8_t *bytes);
 void identity_replace_tac_bytes(identities &all, uint8_t *bytes);
 

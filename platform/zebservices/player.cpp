@@ -199,9 +199,9 @@ bool callback_runs(const player &p) {
 }
 
 /* Returns how long the conductor has to wait, in microseconds of real time. After this wait the conductor calls the
- * function again. 0 means that the effects of the last line are over, and that the conductor may play the next line.
- * `gap_us` is the recorded time between these two lines. The wait counts from the last answer, delivery or return of a
- * callback. */
+ * function again. 0 means that the conductor may play the next line now: the effects of the last line are over, or have
+ * had enough time to end. `gap_us` is the recorded time between these two lines. The wait counts from the last answer,
+ * delivery or return of a callback. */
 double unsettled_us(const player &p, double gap_us) {
     const double quiet = p.awake_us - p.activity_us;
     const double kept = std::min(gap_us, QUIET_US);

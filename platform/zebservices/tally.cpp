@@ -131,8 +131,8 @@ bool take_turn(tally &t, const recording_entry &entry) {
 }
 
 /* Stores in t.moments, for each call, the line of an indication or event that happened at the same time as the call. A
- * call lasts from its beginning to its end. An indication or event lasts as long as its callback. For a wait, only
- * its end is used, because the waiting thread does nothing before the wait ends. */
+ * call lasts from its beginning to its end. An indication or event lasts as long as its callback. Of a call that waits
+ * for a signal, only the end is used, because the waiting thread does nothing before the wait ends. */
 void find_moments(tally &t) {
     struct span {
         uint64_t begin, end;

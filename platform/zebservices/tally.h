@@ -59,7 +59,8 @@ const recording_entry *tally_expected_call(const tally &t);
 struct tally_arrival {
     const recording_entry *entry; /* the recorded call whose result answers the new call; null: none matches */
     bool again;                   /* `entry` has answered an earlier call already */
-    size_t position; /* the highest line number among the recorded calls used as answers so far, without kept calls */
+    size_t position; /* the highest line number of the recorded calls that have served as answers; kept calls do not
+                        count */
     const recording_entry *unsettled; /* the indication or event with which the program is still busy; null if there is
                                          none, or if the new call may be a reaction to the indication or event */
 };
