@@ -57,8 +57,8 @@ void run_timer(modem *m) {
 std::atomic<modem *> the_modem = nullptr;
 std::mutex switch_lock; /* held by the thread that creates the modem; guards the next two variables */
 bool refused = false;
-const modem *parents_modem =
-    nullptr; /* null except in a child of fork, which reads only its members `plan` and `switched_on` */
+/* Null except in a child of fork, which reads only the members `plan` and `switched_on`. */
+const modem *parents_modem = nullptr;
 
 /* Creates the modem. In a child of fork the modem goes on with the scenario of the parent's modem. Returns null when
  * the scenario is refused. */
