@@ -125,7 +125,7 @@ static void deliver_events() {
             deliver_rsp(id, value_type, nullptr);
         }
     }
-    // Each response leaves out other values than the response before. Some lengths are larger than their arrays.
+    // The responses differ in which values they leave out. Some lengths are larger than their arrays.
     const cpe_dm_lte_nbr nbr = {4294967290, 65535, 1, 4294967200, 1, 2, {{65535, 7, 1}, {1, 2, 0}}};
     const cpe_dm_lte_nbr long_nbr = {1300, 2, 0, 3, 1, 7, {}};
     for (const cpe_dm_lte_nbr_info &values :

@@ -15,7 +15,8 @@ static void run(std::string line) {
     if (cpe_dm_client_parse(line.data(), &values) != 0 || values.count == 0) {
         return;
     }
-    // A long list takes time, so it is shortened. The client refuses a list that is too long for any memory.
+    // A long list takes time, so it is shortened. A list that is too long for any memory keeps its length, because the
+    // client refuses it at once.
     uint32_t &entries = values.value[1];
     if (values.value[0] == 5 && entries > 1000 && entries <= INT32_MAX / sizeof(uint32_t)) {
         entries = 1000;

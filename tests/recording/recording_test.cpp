@@ -128,7 +128,7 @@ TEST(Recording, AJsonStringIsUtf8WhateverItsBytesAre) {
         const char *bytes, *json;
     } CASES[] = {{"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xB6", "\"caf\xC3\xA9 \xE2\x82\xAC \xF0\x9F\x93\xB6\""},
                  {"</a>\x7F\n\"\\", R"("\u003c/a\u003e\u007f\u000a\"\\")"},
-                 {"\xE9\xC3", R"("\u00e9\u00c3")"},                               // not UTF-8, and cut short
+                 {"\xE9\xC3", R"("\u00e9\u00c3")"},                               // not UTF-8; its end is cut short
                  {"\xC0\xAF\xE0\x9F\xBF", R"("\u00c0\u00af\u00e0\u009f\u00bf")"}, // encoded in more bytes than needed
                  {"\xED\xA0\x80\xF4\x90\x80\x80", R"("\u00ed\u00a0\u0080\u00f4\u0090\u0080\u0080")"}}; // not characters
     for (const auto &c : CASES) {
