@@ -22,10 +22,11 @@ static std::atomic<bool> taking_down;
  * `ticket - turn - gone` is taken as the number of operations that come before the operation with this ticket.
  *   - `turn` is the highest ticket whose operation has begun, plus 1. So `ticket - turn` counts the tickets from `turn`
  *     up to the one before this ticket.
- *   - `gone` corrects this count. It is the number of operations that gave up with a ticket of at least `turn`, because
- *     they do not wait, minus the number of operations with a ticket below `turn` that still wait.
- * The result is exact unless an operation with a higher ticket has begun or given up. In that case the result may be
- * too small, and the operation with this ticket may begin too early. */
+ *   - `gone` corrects this count, because an operation that gave up does not wait, and an operation with a ticket below
+ *     `turn` may still wait. `gone` is the number of operations that gave up with a ticket of at least `turn`, minus
+ * the number of operations with a ticket below `turn` that still wait. The result is exact unless an operation with a
+ * higher ticket has begun or given up. In that case the result may be too small, and the operation with this ticket may
+ * begin too early. */
 static std::atomic<uint32_t> next_ticket;
 static std::atomic<int32_t> gone;
 static uint32_t turn; /* guarded by the lock */

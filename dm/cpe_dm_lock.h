@@ -33,12 +33,12 @@ struct cpe_dm_guard {
 };
 
 /* Waits for the turn of an operation, and takes the lock. Returns 0, or -1 (logged) when the lock could not be taken.
- * If the wait fails (logged), the function returns 0 at once, and the operation begins before its turn. But if the wait
- * fails during a take-down, when no operation may begin, the function returns -1. */
+ * If the wait fails (logged), the function returns 0 at once, with the lock held, and the operation begins before its
+ * turn. But if the wait fails during a take-down, when no operation may begin, the function returns -1. */
 int32_t cpe_dm_lock_operation(cpe_dm_guard &guard);
 
 /* Waits for the turn of a delivery, and takes the lock. Returns 0, or -1 (logged) when the lock could not be taken. If
- * the wait fails (logged), the delivery goes on at once, without its turn. */
+ * the wait fails (logged), the delivery goes on at once, with the lock held, before its turn. */
 int32_t cpe_dm_lock_delivery(cpe_dm_guard &guard);
 
 /* Takes the lock as soon as it is free, without waiting for a turn. Used by the thread that takes the module down.

@@ -25,8 +25,8 @@ const recording_entry *answers_find(answers &a, const zeb_call &call, uint32_t h
         of_key.next++;
         return next;
     }
-    // A wait is recorded when it ends. So if no recorded wait is left for a wait of the program, the
-    // program on the box was still in this wait when the recording ended. The wait must not get an earlier answer.
+    // A wait is recorded when it ends. So if no recorded wait is left for a wait of the program, the same wait on the
+    // box had not ended when the recording ended. The program's wait must not get the answer of an earlier wait.
     if (call.kind == zeb_call_kind::WAIT) {
         return nullptr;
     }
