@@ -68,7 +68,7 @@ struct message {
     zeb_message_type type;
     uint32_t id;
     uint32_t size;
-    uint32_t body; /* the offset in the message at which offset 0 of `fields` lies */
+    uint32_t body; /* the entries of `fields` count their offsets from this byte of the message */
     std::span<const field> fields;
 };
 

@@ -450,8 +450,8 @@ size_t unfinished_line(const player &p) {
 }
 
 int32_t answer_call(player &p, const zeb_call &call) {
-    // All other threads of the program may have fallen asleep since the conductor last checked them. So the thread of
-    // the call checks them again.
+    // This is the thread of the call. All other threads of the program may have fallen asleep since the conductor last
+    // checked them. So this thread checks them again.
     const bool looks = p.unsettled != nullptr && !call.in_callback;
     const bool at_rest = looks && zeb_other_threads(p.conductor_id) == zeb_threads::SLEEP;
     std::unique_lock guard(p.lock);
