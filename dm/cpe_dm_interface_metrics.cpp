@@ -9,9 +9,8 @@
 #include <concepts>
 #include <iterator>
 
-/* A neighbour metric and its two flags in cpe_dm_state. When the user asks for the metric, both flags are set.
- * `request` asks for a scan of the metric's technology, and `metric` asks for this metric in the response to the scan.
- */
+/* A neighbour metric and its two flags in cpe_dm_state. A request for the metric sets both flags. `request` asks for a
+ * scan of the metric's technology, and `metric` asks for this metric in the response to the scan. */
 struct nbr_row {
     uint32_t id; /* a cpe_dm_metric_id */
     uint8_t cpe_dm_state_record::*request;

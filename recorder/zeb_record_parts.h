@@ -25,9 +25,9 @@ bool zeb_record_parts_start();
 void zeb_record_parts_write(const char *lines, uint32_t len);
 
 /* zeb_record_parts_sync writes to the disk the lines that were handed to the kernel. Only the recorder's thread calls
- * this function. zeb_record_parts_sync_now returns whether a new part has begun since the last sync. If so, the next
- * sync is urgent, because this sync also closes the previous part. If the previous part were still open when it is
- * removed later, its room on the disk would not become free. */
+ * this function. zeb_record_parts_sync_now returns whether a new part has begun since the last sync. In this case
+ * the next call of zeb_record_parts_sync is urgent, because it closes the previous part too. If the previous part were
+ * still open when it is removed later, its room on the disk would not become free. */
 void zeb_record_parts_sync();
 bool zeb_record_parts_sync_now();
 
