@@ -86,7 +86,7 @@ uint64_t draw(const identities::space &s, const range &r, uint64_t original) {
             return value;
         }
     }
-    // All these tries hit a value that is in use, so nearly all likely values are. Begin at a random value of the
+    // No try has found a free likely value, so nearly all likely values are in use. Begin at a random value of the
     // range, and take the first value that is neither a replacement already nor in the recording. If there is no such
     // value, accept a value that is in the recording, unless the value is `original` itself.
     std::uniform_int_distribution<uint64_t> any(r.first, r.last);
