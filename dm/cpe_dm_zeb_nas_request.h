@@ -23,7 +23,8 @@ template <typename Req, typename Resp> int32_t cpe_dm_zeb_nas_send(uint32_t msg_
                                     CPE_DM_NAS_TIMEOUT_MS);
 }
 
-/* Whether a request failed: the transport failed, or the service refused the request in the header of its response. */
+/* Whether a request failed: the transport failed, or the header of the response says that the service refused the
+ * request. */
 inline bool cpe_dm_zeb_nas_failed(int32_t transport_status, const zeb_nas_resp_header &header) {
     return transport_status != 0 || header.result != 0;
 }

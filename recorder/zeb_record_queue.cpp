@@ -43,7 +43,7 @@ static pid_t own_thread; /* the recorder's thread; 0: it does not run yet */
 static bool own_idle;    /* the recorder's thread waits for work without a time limit */
 static bool slow;        /* the disk is slow: only the recorder's thread hands lines to the kernel */
 static bool stuck;       /* a waiting thread has found that the disk delays the writer */
-static bool preempted;   /* a waiting thread has found the writer ready to run, so not delayed by the disk */
+static bool preempted;   /* a waiting thread has found that the disk does not delay the writer */
 static bool unsynced;
 
 /* The number of lines lost since the last `lost` line. While the buffer is full, a thread that loses a line counts it

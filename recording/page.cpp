@@ -34,8 +34,8 @@ size_t place_of(text_table &table, std::string text) {
     return found->second;
 }
 
-/* A column of numbers in the page's data. Each number is written as its difference from the number before, which is
- * mostly shorter. */
+/* A column of numbers in the page's data. Each number is written as its difference from the number before, because the
+ * difference usually has fewer digits than the number. */
 struct column {
     std::string text;
     int64_t last = 0;

@@ -16,8 +16,8 @@ struct cpe_dm_tool_change_counts {
 void cpe_dm_tool_add_prometheus_keys(cpe_dm_tool_keys *keys);
 
 /* Checks labels that the user gives. Each must have the form NAME=VALUE with a value in UTF-8. Prometheus must allow
- * the name, and neither the file itself nor another label may use the name. Returns false, after a message, when a
- * label is wrong. */
+ * the name. The name must differ from the names of the other labels, and from the names of the labels that the program
+ * itself writes to the file. Returns false, after a message, when a label is wrong. */
 bool cpe_dm_tool_check_labels(const char *const *labels, int cnt);
 
 /* Writes the file with the newest values. Every sample gets these labels, which cpe_dm_tool_check_labels must have

@@ -280,8 +280,8 @@ typedef struct {
 
 /* Payload of CPE_DM_ASYNC_RSP_LTE_NBR. The neighbour list is filled when EARFCN, PCI, CGI or PLMN was asked for and the
  * scan found a neighbour. The highest_sig fields describe the neighbour with the strongest signal, and are filled when
- * RSRP or RSRQ was asked for. The module takes this neighbour's EARFCN and PCI from the first entry of the modem's
- * list; both are 0 when the scan found no neighbour. */
+ * RSRP or RSRQ was asked for. The modem reports the RSRP and RSRQ of this neighbour apart from its list of neighbours.
+ * The EARFCN and PCI are those of the first neighbour in this list; both are 0 when the scan found no neighbour. */
 typedef struct {
     uint8_t nbr_valid; /* 1: the neighbour list was filled */
     uint32_t nbr_len;  /* valid entries of nbr */

@@ -76,7 +76,7 @@ constexpr double PATIENCE_US = 10000000;
 struct delivery {
     const recording_entry *entry;
     size_t after;  /* the line of the last call that was recorded before the delivery */
-    double gap_us; /* the recorded time between the line before the delivery and the delivery */
+    double gap_us; /* the recorded time from the end of the earlier lines to the delivery; 0 when they overlap */
 };
 
 /* A client or notifier of the recording. Its peer is the program's client or notifier that takes its place. */

@@ -244,8 +244,8 @@ void tally_came(tally &t, const zeb_call &call, uint32_t handle, const tally_arr
         return;
     }
     if (entry == nullptr) {
-        // A wait is recorded when it ends. So a wait that is not in the recording was still going on when the recording
-        // ended, and does not count as a difference.
+        // A wait is recorded when it ends. So when the program waits now and the recording has no such wait, the
+        // recorded program may have been waiting as well when the recording ended. This is no difference.
         if (call.kind == zeb_call_kind::WAIT) {
             return;
         }
