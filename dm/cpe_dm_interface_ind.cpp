@@ -104,10 +104,9 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     uint32_t count = 0;
     const bool list_valid = dm_ind_list != nullptr && dm_ind_list_cnt != 0;
     // A wrong handle and a wrong list are logged with different texts. So, as a rule, cpe_dm_enter tests only the
-    // handle, and this function tests the list after cpe_dm_enter has succeeded. A child of fork without a registration
-    // of its own is the exception: there cpe_dm_enter never succeeds, and refuses only null as a wrong handle. In such
-    // a child, a null handle is logged with the text about the handle. With any other handle, cpe_dm_enter tests the
-    // list too.
+    // handle, and this function tests the list after cpe_dm_enter has succeeded. In a child of fork without a
+    // registration of its own, cpe_dm_enter always fails, so this function would never test the list. In such a child,
+    // a null handle is logged with the text about the handle. With any other handle, cpe_dm_enter tests the list too.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

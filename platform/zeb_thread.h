@@ -15,7 +15,7 @@ std::thread zeb_start_thread(std::function<void()> body);
 enum class zeb_threads : uint8_t {
     RUN,           /* at least one thread runs, or waits for a processor or a disk */
     WAIT_FOR_LOCK, /* all threads sleep, and at least one of them waits for a mutex */
-    SLEEP,         /* all threads sleep, and none of them waits for a mutex; also when /proc cannot be read */
+    SLEEP,         /* all threads sleep, and none of them waits for a mutex; or /proc cannot be read */
 };
 
 /* Tells what all threads of this process do, except the caller and the thread with the ID `but` (as gettid returns it;

@@ -50,7 +50,7 @@ struct facts_message {
     size_t first_failed = 0; /* the first failed request or indication, as an index in session::lines */
     size_t undecoded = 0;    /* indications that the program did not try to decode */
     uint64_t slowest_us = 0; /* duration of the slowest request, or of the slowest callback of an indication */
-    size_t slowest = 0;      /* the line with this duration, as an index in session::lines */
+    size_t slowest = 0;      /* the line of the slowest request or callback, as an index in session::lines */
 };
 
 struct facts {

@@ -1,7 +1,7 @@
-/* A table of the messages of the network access service and their fields. The code of this program that reads
- * the content of a message uses this table: texts for people, JSON, the page, comparisons, and redaction. Only the
- * registration status is derived from the platform's structure instead. The compiler takes offsets, sizes and types
- * from the platform's header. */
+/* A table of the messages of the network access service and their fields. The compiler takes offsets, sizes and types
+ * from the platform's header. All code of this program that reads the content of a message uses this table (texts for
+ * people, JSON, the page, comparisons, and redaction), with one exception: the code that finds out the registration
+ * status uses the platform's structure. */
 #ifndef FIELDS_H
 #define FIELDS_H
 

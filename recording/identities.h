@@ -19,7 +19,7 @@ enum class identity_space : uint8_t {
     CHANNEL, /* channel numbers of LTE and NR 5G: one kind, because no number is in use in both */
     PCI,
     CGI,          /* a CGI of more than 28 bits */
-    BASE_STATION, /* the high bits of a CGI of 28 bits or less, above its low 8 bits: the number of the base station */
+    BASE_STATION, /* all bits but the low 8 of a CGI of 28 bits or less: the number of the base station */
     CELL,         /* the low 8 bits of a CGI of 28 bits or less: the number of the cell within its base station */
     TAC,
     MCC,

@@ -43,8 +43,9 @@ bool is_name(std::string_view text) {
     return !text.empty() && text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_") == std::string_view::npos;
 }
 
-/* Returns how many characters at the beginning of `text` were printed by the conversion, or 0 when the conversion
- * cannot have printed any of them. `next` is the text that follows the conversion in the format. */
+/* `text` is the rest of a line that printf printed, from the place of a conversion such as %d. Returns how many
+ * characters this conversion has printed, or 0 when it cannot have printed the text. `next` is the text that follows
+ * the conversion in the format. */
 size_t filled_length(char conversion, std::string_view text, std::string_view next) {
     switch (conversion) {
     case 'd':
@@ -140,7 +141,8 @@ uint64_t replacement(identities &all, char kind, uint64_t value) {
     }
 }
 
-/* Replaces those numbers of a line that are identities. Returns false when a byte of a PLMN or TAC is above 255. */
+/* Replaces those numbers of a line that are identities. Returns false when a number that stands for a
+ * byte of a PLMN or TAC is above 255. */
 bool replace_numbers(std::array<uint64_t, FILLED_MAX> &values, size_t count, std::string_view kinds, identities &all) {
     for (size_t i = 0; i < count; i++) {
         const char kind = i < kinds.size() ? kinds[i] : '.';

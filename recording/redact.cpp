@@ -42,8 +42,8 @@ struct redaction {
     identities all;
     /* The number that replaces an encoded indication. The key is the indication's length and bytes. */
     std::map<std::pair<uint32_t, std::string>, uint64_t> encodings;
-    /* Encoded indications of the same length are replaced by the numbers 1, 2, 3 and so on. The key is the length, and
-     * the value is the last number that was used. */
+    /* The numbers that replace encoded indications are 1, 2, 3 and so on, counted for each length of indications. For
+     * each length, this map holds the last number that was used. */
     std::map<uint32_t, uint64_t> last;
     int64_t shift_us = 0;
     bool dated = false;
@@ -121,8 +121,7 @@ std::vector<uint8_t> copy_message(identities &all, const message &m, bool header
 }
 
 /* Returns the text of the buffer that replaces an encoded indication, in the form in which a recording writes a buffer:
- * "LENGTH:HEX". The buffer is as long as the indication, and its bytes are the number that stands for the indication.
- */
+ * "LENGTH:HEX". The buffer is as long as the indication, and holds the number that replaces it. */
 std::string encoding_text(redaction &r, const recording_bytes &bytes) {
     const auto [found, added] = r.encodings.try_emplace({bytes.length, bytes.head}, 0);
     if (added) {

@@ -24,7 +24,8 @@ void answers_add(answers &a, const recording_entry &call);
 
 /* Returns the recorded call that answers `call`; null when there is none. `handle` is the number that the client or
  * notifier of `call` has in the recording. The recorded calls with the same key answer one after the other. When all of
- * them have answered, the last one answers again, and `again` is set to true. But a recorded wait never answers again.
+ * them have answered, the last one answers again, and `again` is set to true. This does not apply to calls in which the
+ * program waits for a notifier's signal: each of these recorded calls answers only once.
  *
  * A kept call is a call of an earlier part of a recording, repeated at the head of a later part. Among the calls with
  * the same key, the kept calls come first. The last kept call answers again and again until the program has reached the

@@ -441,7 +441,8 @@ bool is_unprompted(const player &p, const zeb_call &call) {
 }
 
 /* Returns the line of an indication or event to which the program still reacts; 0 when there is none. The program still
- * reacts when a callback runs that had returned on the box, or when other threads work on what a callback started. */
+ * reacts in two cases: a callback that returned on the box is still running, or other threads still work on what a
+ * callback started. */
 size_t unfinished_line(const player &p) {
     const auto c = std::find_if(p.running.begin(), p.running.end(),
                                 [&p](const running_callback &r) { return r.entry->returned || p.played.version == 1; });
