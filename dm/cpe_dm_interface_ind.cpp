@@ -106,7 +106,7 @@ int32_t cpe_dm_get_ind_list(cpe_dm_hndl hndl, uint32_t *dm_ind_list, uint32_t dm
     // A wrong handle and a wrong list are logged with different texts. So, as a rule, cpe_dm_enter tests only the
     // handle, and this function tests the list after cpe_dm_enter has succeeded. In a child of fork without a
     // registration of its own, cpe_dm_enter always fails, so this function would never test the list. In such a child,
-    // a null handle is logged with the text about the handle. With any other handle, cpe_dm_enter tests the list too.
+    // cpe_dm_enter tests the list too, unless the handle is null: then the text about the handle is logged.
     const bool list_judged = cpe_dm_in_child() && hndl != nullptr;
     cpe_dm_guard guard;
     const int32_t status = cpe_dm_enter(guard, __func__, hndl, list_valid || !list_judged);

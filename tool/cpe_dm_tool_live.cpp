@@ -49,7 +49,7 @@ static struct {
     int note_cnt;
     cpe_dm_tool_values values;
     char notes[NOTE_MAX][NOTE_SIZE];         /* the lines for events, oldest first */
-    int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; the value of row n is at [n % history_cnt] */
+    int16_t history[CHART_MAX][HISTORY_MAX]; /* in counts; in each chart, [n % history_cnt] is the value of row n */
 } live;
 
 /* The text for the screen that is being drawn. Lines that do not fit on the screen are left out, and lines that are too

@@ -70,7 +70,7 @@ enum cpe_dm_tool_key {
 /* The form of a value, which decides how the value is compared and written. */
 enum cpe_dm_tool_kind : uint8_t {
     CPE_DM_TOOL_NUMBER,
-    CPE_DM_TOOL_NAME, /* a word; only the registration status */
+    CPE_DM_TOOL_NAME, /* a word; the registration status is the only value of this form */
     CPE_DM_TOOL_PLMN,
     CPE_DM_TOOL_LIST, /* CQI, cell locks */
 };

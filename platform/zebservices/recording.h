@@ -35,8 +35,9 @@ struct recording_entry {
     size_t line = 0;
     recording_kind kind = recording_kind::CALL;
     zeb_call_kind call = zeb_call_kind::OBJECT; /* the kind of call; for a CALL only */
-    bool kept = false;        /* a CALL of an earlier part, repeated in this part because later calls need its answer */
-    uint64_t begin_us = 0;    /* time since the recording's start; of a kept call, the time when this part began */
+    bool kept = false; /* a CALL of an earlier part, repeated in this part because later calls need its answer */
+    uint64_t begin_us =
+        0; /* time since the recording's start; of a kept call: when the part that holds this line began */
     uint64_t took_us = 0;     /* how long a CALL took; INDICATION, EVENT: how long the callback took if `returned` */
     bool returned = false;    /* INDICATION, EVENT: the callback has returned; always false in format version 1 */
     size_t returned_line = 0; /* the line number of the callback's `returned` line; 0: none */
