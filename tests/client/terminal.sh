@@ -20,9 +20,14 @@ fail() {
     exit 1
 }
 
+# Removes what the last client has left. Called before the pipeline of the next client starts, because the parts of a
+# pipeline run at the same time.
+fresh() {
+    rm -f "$dir/marks" "$dir/status" "$dir/out"
+}
+
 # client PREPARATION COMMAND...: runs the command, after the preparation has changed its descriptors.
 client() {
-    rm -f "$dir/marks" "$dir/status"
     # shellcheck disable=SC2016
     preparation=$1 bash -c 'echo $$ >"$dir/pid"; $preparation 2>/dev/null; exec "$@"' bash "${@:2}"
     echo $? >"$dir/status"
@@ -47,6 +52,7 @@ ended() {
 
 # The client gets half a line, a read that has to be tried again, the rest of the line, and SIGTERM at the next prompt.
 for preparation in : 'dd iflag=nonblock count=0'; do
+    fresh
     client "$preparation" "$@" no_such_file <"$dir/in" 2>&1 | cat >"$dir/out" &
     exec 3<>"$dir/in"
     wait_for 1 'Option > ' "$dir/out" || fail "no prompt"
@@ -64,6 +70,7 @@ for preparation in : 'dd iflag=nonblock count=0'; do
 done
 
 # The input ends after a read that would have blocked.
+fresh
 client 'dd iflag=nonblock count=0' "$@" no_such_file <"$dir/in" >"$dir/out" 2>&1 &
 exec 3<>"$dir/in"
 wait_for 1 'read would block' "$dir/marks" || fail "does not wait"
@@ -77,6 +84,7 @@ ended
 { printf 'CPE DEMO APP : ' && head -n 1 "$dir/lines"; } >"$dir/echo"
 grep -qxFf "$dir/echo" "$dir/plain" || fail "a long line is not whole"
 for preparation in : 'dd oflag=nonblock count=0'; do
+    fresh
     client "$preparation" "$@" "$dir/lines" 2>"$dir/err" | {
         case $preparation in
         :) interrupt 'write was interrupted' ;;
@@ -90,6 +98,7 @@ for preparation in : 'dd oflag=nonblock count=0'; do
 done
 
 # When output cannot be written, the client says so once.
+fresh
 client : "$@" "$dir/lines" >/dev/full 2>"$dir/err"
 ended
 [ "$(cat "$dir/err")" = "$full" ] || fail "said: $(cat "$dir/err")"
